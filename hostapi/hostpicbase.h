@@ -1,0 +1,101 @@
+// The host library `hostpicbase`: picture buffers, contrast measurement, look-up tables, true-colour conversion.
+//
+// Pictures are rows of pixels, top row first, components of a pixel side by side: B, G, R for three components.
+// Components of 8 bits take a byte, of 9 to 16 bits two bytes in machine order.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "hostapi/qmexport.h"
+#include "hostapi/qmstatus.h"
+
+// One picture in memory. A plain record: it is zeroed by hand, then Init-ed, then Reinit-ed. Copies of the record may
+// have m_uiWidthBytes and m_pData pointed elsewhere; only the record that Reinit filled is given to Free.
+struct SQmPicBuf
+{
+    std::uint32_t m_uiWidth;
+    std::uint32_t m_uiHeight;
+    std::uint32_t m_uiWidthBytes;  // row pitch
+    std::uint8_t m_uiBits;         // per component
+    std::uint32_t m_uiComponents;
+    std::uint64_t m_uiSize;  // bytes of the pixel block: m_uiHeight rows
+    unsigned char* m_pData;  // the pixels, given back by Free
+};
+
+struct SQmLutParam;  // opaque to modules
+class CQmRangeMask;  // opaque to modules
+
+// Look-up tables from component values to 8-bit display values. Opaque to modules, but for the word at its head.
+struct QM_HOSTPICBASE SQmLut
+{
+    SQmLut();
+    ~SQmLut();
+    SQmLut(const SQmLut&) = delete;
+    SQmLut& operator=(const SQmLut&) = delete;
+
+    // Gives the tables back; harmless when there are none.
+    static void Free(SQmLut& lut);
+
+    std::uint64_t m_uiHead;  // the state of the LUT; 0 means that no range was measured
+    std::uint32_t m_uiComponents;
+    std::uint32_t m_uiBits;
+    double m_adLow[4];  // measured range per component, in component values
+    double m_adHigh[4];
+    unsigned char* m_pTables;  // m_uiComponents tables of 2^m_uiBits entries
+};
+
+class QM_HOSTPICBASE SQmPicBufAPI_Base
+{
+public:
+    // Makes a zeroed record ready.
+    static QmStatus Init(SQmPicBuf* pPic);
+
+    // Allocates the pixels for a shape, giving back those that the record held. uiPitch 0 means rows rounded up to 4
+    // bytes. bScratch true leaves the pixels unset, for pictures that are written whole before they are read; false
+    // makes them zero. QM_ERR_FAIL when there is no memory or the size can't be held; the record then has no pixels.
+    static QmStatus Reinit(SQmPicBuf* pPic, std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch,
+                           std::uint32_t uiBits, std::uint32_t uiComponents, bool bScratch);
+
+    // Gives the pixels back. Twice on one record is harmless.
+    static QmStatus Free(SQmPicBuf* pPic);
+
+    // Copies pixels, row by row, between pictures of one shape. QM_ERR_RANGE when the shapes differ.
+    static QmStatus Copy(SQmPicBuf* pDst, const SQmPicBuf* pSrc);
+
+    // Bytes from row to row: the pixels' bytes, rounded up to uiAlignment (a power of two).
+    static std::uint32_t CalcWidthBytes(std::uint32_t uiWidth, std::uint32_t uiBits, std::uint32_t uiComponents,
+                                        std::uint32_t uiAlignment);
+
+    // Measures the range of each component, leaving out dLow of the darkest and dHigh of the brightest values
+    // (fractions of all pixels), and stores it in pLut. bLinkComponents gives all components the widest range, so
+    // that hues stay; bMonotone false is the only form.
+    static QmStatus GetAutoContrast(SQmLutParam* pParam, SQmLut* pLut, SQmPicBuf* pPic, double dLow, double dHigh,
+                                    bool bLinkComponents, bool bMonotone);
+
+    // Builds the display tables: the range of pSource stretched over 0 to 255, or the whole range of uiBits when
+    // pSource has none.
+    static QmStatus CreateLutsRGB(SQmLut* pDisplay, SQmLutParam* pParam, std::uint32_t uiBits, SQmLut* pSource,
+                                  CQmRangeMask* pMask, bool bBuild);
+};
+
+class QM_HOSTPICBASE CQmPicMemAPI_Base
+{
+public:
+    // Turns uiPixelCount pixels in rows of uiWidth into 24-bit B, G, R through the display tables of pLut. One
+    // component becomes grey. Source and target rows have pitches of their own. QM_ERR_RANGE for a form that isn't
+    // served.
+    static QmStatus ConvertToTrueColor(void* pDst, std::uint32_t uiDstWidthBytes, const void* pSrc,
+                                       std::uint32_t uiComponents, std::uint32_t uiBits, std::uint32_t uiSrcWidthBytes,
+                                       std::uint32_t uiWidth, std::uint64_t uiPixelCount, const SQmLut* pLut);
+
+    // Draws a source picture into the region of a target picture that begins at (uiLeft, uiTop) and has the size
+    // uiDstRegionWidth x uiDstRegionHeight, resampled when the sizes differ. Pixels outside the region keep their
+    // values. eMode as CQmPicBufAPI::Stretch; bMirror and bFlip turn the source over.
+    static QmStatus StretchDisplay(void* pDst, std::uint32_t uiDstWidth, std::uint32_t uiDstHeight,
+                                   std::uint32_t uiComponents, std::uint32_t uiDstWidthBytes, std::uint32_t uiBits,
+                                   std::uint32_t uiDstRegionWidth, std::uint32_t uiDstRegionHeight,
+                                   std::uint32_t uiLeft, std::uint32_t uiTop, const void* pSrc,
+                                   std::uint32_t uiSrcWidth, std::uint32_t uiSrcHeight, std::uint32_t uiSrcWidthBytes,
+                                   std::uint32_t uiMode, bool bMirror, bool bFlip);
+};

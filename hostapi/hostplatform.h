@@ -1,0 +1,64 @@
+// The host library `hostplatform`: files with 64-bit positions, diagnostics, the time counter.
+//
+// Paths are wide text on every system; where the system's own paths are bytes they are UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+
+#include "hostapi/qmexport.h"
+#include "hostapi/qmstatus.h"
+
+// An open file. Opaque; null is no file.
+using QmFileHandle = struct SQmFile*;
+
+inline constexpr int QM_FILE_READ = 1;     // mode: an existing file, for reading
+inline constexpr int QM_FILE_CREATE = 14;  // mode: a new file, or an existing one emptied, for reading and writing
+inline constexpr int QM_SHARE_NONE = 0;    // share: nobody else may open it meanwhile
+inline constexpr int QM_SHARE_READ = 1;    // share: others may read it
+inline constexpr int QM_SEEK_BEGIN = 0;    // origin: absolute position
+inline constexpr int QM_SEEK_END = 2;      // origin: relative to the end
+
+// One thread at a time may use a handle. A file may be read and written through buffers, but a read always sees what
+// the same handle wrote, and a closed file is complete on disk.
+//
+// QM_ERR_FILEOPEN when the file can't be opened or is a directory; *phFile is null then. nReserved is -1.
+QM_HOSTPLATFORM QmStatus QM_OpenFile(const wchar_t* pwszPath, int nMode, int nShare, int nReserved,
+                                     QmFileHandle* phFile);
+QM_HOSTPLATFORM QmStatus QM_CloseFile(QmFileHandle hFile);
+// 0 only when all uiBytes were read. pReserved1, pReserved2 are null.
+QM_HOSTPLATFORM QmStatus QM_ReadFile(QmFileHandle hFile, void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
+                                     void* pReserved2);
+QM_HOSTPLATFORM QmStatus QM_WriteFile(QmFileHandle hFile, const void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
+                                      void* pReserved2);
+// A position past the end is allowed, one before the start is not.
+QM_HOSTPLATFORM QmStatus QM_SeekFile(QmFileHandle hFile, std::int64_t nOffset, int nOrigin);
+QM_HOSTPLATFORM QmStatus QM_GetFileSize(QmFileHandle hFile, std::uint64_t* puiSize);
+// Times of creation, last access and last writing, each in UTC and each only if its pointer isn't null.
+QM_HOSTPLATFORM QmStatus QM_GetFileTimes(QmFileHandle hFile, std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten);
+
+// Called while a file is copied or moved: bytes done, bytes in all. Giving false stops the operation.
+using PQmFileProgress = bool (*)(std::uint64_t uiDone, std::uint64_t uiTotal, void* pUser);
+
+QM_HOSTPLATFORM QmStatus QM_GetFileSizeFromName(const wchar_t* pwszPath, std::uint64_t* puiSize);
+QM_HOSTPLATFORM QmStatus QM_CopyFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool bOverwrite,
+                                     PQmFileProgress pfnProgress, void* pUser, std::uint32_t uiFlags);
+QM_HOSTPLATFORM QmStatus QM_MoveFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool bOverwrite,
+                                     PQmFileProgress pfnProgress, void* pUser, std::uint32_t uiFlags);
+QM_HOSTPLATFORM QmStatus QM_RemoveFile(const wchar_t* pwszPath, std::uint32_t uiFlags);
+
+// Milliseconds since some fixed moment; never runs backwards.
+QM_HOSTPLATFORM double QM_GetTimeCounter();
+
+// Diagnostics: DiagOutputExW_hlp tells the place of the calling thread's next line, DiagOutputExW writes that line.
+//
+// The format is printf's, in which %s means wide text on every system and %S narrow text (UTF-8). A conversion that
+// isn't one of printf's is written as it stands, so that a stray % in a text does no harm.
+QM_HOSTPLATFORM void DiagOutputExW_hlp(const char* pszFile, int nLine, int nReserved);
+QM_HOSTPLATFORM void DiagOutputExW(const wchar_t* pwszFormat, ...);
+
+// Takes the lines from now on, on the thread that writes them, one call at a time; null takes none. pszFile is "" and
+// nLine 0 when no place was told. There is no sink at first. Gives nothing back.
+using PQmDiagSink = void (*)(const char* pszFile, int nLine, const wchar_t* pwszText, void* pUser);
+QM_HOSTPLATFORM void QM_SetDiagSink(PQmDiagSink pfnSink, void* pUser);
