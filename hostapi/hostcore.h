@@ -2,6 +2,7 @@
 // that describes a picture sequence.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -62,7 +63,7 @@ protected:
     bool m_bDeleteOnRelease;
 
 private:
-    std::int32_t m_nRefCount;  // touched through atomic references only
+    std::atomic<std::int32_t> m_nRefCount;
 };
 
 enum class EQmByteArrayModeOp : std::int32_t
@@ -96,6 +97,8 @@ public:
                              EQmByteArrayModeAlloc eAlloc);
 
 private:
+    bool Reserve(std::size_t uiCapacity);
+
     unsigned char* m_pBytes;
     std::size_t m_uiSize;
     std::size_t m_uiCapacity;
