@@ -1,0 +1,5 @@
+// COM and automation together.
+#pragma once
+
+#include "objbase.h"
+#include "oleauto.h"

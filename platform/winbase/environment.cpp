@@ -1,0 +1,66 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cwchar>
+#include <mutex>
+
+#include "platform/winbase/last_error.h"
+#include "platform/winbase/text.h"
+
+namespace
+{
+
+// The C library's environment may be read by many threads or changed by one.
+std::mutex& EnvironmentMutex()
+{
+    static std::mutex& s_mutex = *new std::mutex;
+    return s_mutex;
+}
+
+}  // namespace
+
+using namespace winbase;
+
+DWORD WINAPI GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSize)
+{
+    return WithoutExceptions<DWORD>(0, [&]() -> DWORD {
+        std::wstring value;
+        {
+            const std::lock_guard lock(EnvironmentMutex());
+            const char* pszValue = lpName ? std::getenv(Utf8FromWide(lpName).c_str()) : nullptr;
+            if (!pszValue)
+            {
+                SetLastError(ERROR_ENVVAR_NOT_FOUND);
+                return 0;
+            }
+            value = WideFromUtf8(pszValue);
+        }
+        const auto nLength = static_cast<DWORD>(value.size());
+        if (nLength >= nSize || !lpBuffer)
+        {
+            return nLength + 1;
+        }
+        std::copy_n(value.c_str(), nLength + 1, lpBuffer);
+        // An empty value also gives 0: the last error tells it from a missing one.
+        SetLastError(ERROR_SUCCESS);
+        return nLength;
+    });
+}
+
+BOOL WINAPI SetEnvironmentVariableW(LPCWSTR lpName, LPCWSTR lpValue)
+{
+    if (!lpName || !*lpName || std::wcschr(lpName, L'='))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    return WithoutExceptions<BOOL>(FALSE, [&] {
+        const std::string name = Utf8FromWide(lpName);
+        const std::lock_guard lock(EnvironmentMutex());
+        const int nFailed = lpValue ? setenv(name.c_str(), Utf8FromWide(lpValue).c_str(), 1) : unsetenv(name.c_str());
+        if (nFailed)
+        {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        }
+        return nFailed ? FALSE : TRUE;
+    });
+}

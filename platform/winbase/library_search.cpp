@@ -1,0 +1,86 @@
+#include "platform/winbase/library_search.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <string_view>
+#include <strings.h>
+
+#include "winbase.h"
+
+namespace winbase
+{
+namespace
+{
+
+constexpr std::string_view c_dll = ".dll";
+constexpr std::string_view c_so = ".so";
+
+bool EndsWith(const std::string& name, std::string_view ending)
+{
+    return name.size() >= ending.size() &&
+           strncasecmp(name.c_str() + name.size() - ending.size(), ending.data(), ending.size()) == 0;
+}
+
+std::string WithSo(const std::string& name)
+{
+    if (EndsWith(name, c_so))
+    {
+        return name;
+    }
+    const std::string stem = EndsWith(name, c_dll) ? name.substr(0, name.size() - c_dll.size()) : name;
+    return stem + std::string(c_so);
+}
+
+// The directory that this library was loaded from; "." if the system doesn't tell.
+std::string OwnDirectory()
+{
+    Dl_info info{};
+    if (!dladdr(reinterpret_cast<const void*>(&OwnDirectory), &info) || !info.dli_fname)
+    {
+        return ".";
+    }
+    const std::string path = info.dli_fname;
+    const std::size_t nSlash = path.rfind('/');
+    return nSlash == std::string::npos ? "." : path.substr(0, nSlash);
+}
+
+std::vector<std::string> SearchDirectories()
+{
+    // A variable that is set to nothing names no directory: nothing is found, as on a machine without any runtime.
+    if (const char* pszDirectory = std::getenv("IMAGEFORMAT_MP4_RUNTIMES"))
+    {
+        return *pszDirectory ? std::vector<std::string>{pszDirectory} : std::vector<std::string>{};
+    }
+    const std::string own = OwnDirectory();
+    return {own, own + "/runtimes"};
+}
+
+}  // namespace
+
+std::vector<std::string> LibraryCandidates(const std::string& name)
+{
+    if (name.find_first_of("/\\") != std::string::npos)
+    {
+        std::string path = name;
+        for (char& c : path)
+        {
+            c = c == '\\' ? '/' : c;
+        }
+        std::vector<std::string> candidates = {path};
+        if (EndsWith(path, c_dll))
+        {
+            candidates.push_back(WithSo(path));
+        }
+        return candidates;
+    }
+
+    std::vector<std::string> candidates;
+    for (const std::string& directory : SearchDirectories())
+    {
+        candidates.push_back(directory + "/" + WithSo(name));
+        candidates.push_back(directory + "/lib" + WithSo(name));
+    }
+    return candidates;
+}
+
+}  // namespace winbase

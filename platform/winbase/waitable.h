@@ -1,0 +1,92 @@
+// What a thread can wait for, and the thread that waits.
+//
+// An object that becomes signalled hands itself to the waiting threads then and there, under its own lock: what happens
+// to it afterwards takes nothing back, and nobody who comes later gets in before those who wait. Each object has a lock
+// of its own and each waiting thread another, taken in this order, and no lock is common to all: threads that use
+// different objects never meet, which is fast, and hides no missing synchronisation from a race detector.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/winbase/deadline.h"
+#include "winbase.h"
+
+namespace winbase
+{
+
+// One call of a waiting function. Lives on the stack of its thread for as long as objects know it.
+class Waiter
+{
+public:
+    // bAll: wants all of its objects at once. An object can't see the others, so such a waiter is only told to look
+    // again.
+    Waiter(DWORD dwThreadId, bool bAll) : m_dwThreadId(dwThreadId), m_bAll(bAll) {}
+
+    DWORD ThreadId() const { return m_dwThreadId; }
+    bool WantsAll() const { return m_bAll; }
+
+    // Ends the wait with this result, unless it has ended already; whoever gets true gives the waiter its object.
+    bool Claim(DWORD dwResult);
+    // Has a waiter for all objects look at them again.
+    void Nudge();
+
+    // Until claimed. At the deadline the waiter claims itself with WAIT_TIMEOUT.
+    DWORD WaitForClaim(const Deadline& deadline);
+    // Until nudged since the last call; false at the deadline.
+    bool WaitForNudge(const Deadline& deadline);
+
+private:
+    const DWORD m_dwThreadId;
+    const bool m_bAll;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::optional<DWORD> m_dwResult;
+    bool m_bNudged = false;
+};
+
+class Waitable
+{
+public:
+    Waitable() = default;
+    Waitable(const Waitable&) = delete;
+    Waitable& operator=(const Waitable&) = delete;
+    virtual ~Waitable() = default;
+
+    // Guards the state of the object and the list of its waiters. The operations below need it held.
+    std::mutex& Mutex() { return m_mutex; }
+
+    // Whether a wait of that thread would be satisfied now.
+    virtual bool IsSignalled(DWORD dwThreadId) const = 0;
+    // A wait of that thread is satisfied: an auto-reset event clears itself, a mutex gets its owner.
+    virtual void Consume(DWORD dwThreadId) = 0;
+    // Whether a wait that is satisfied now says so with WAIT_ABANDONED_0.
+    virtual bool IsAbandoned() const { return false; }
+
+    // The waiter hears of the object, with nIndex in its result, until it leaves. One waiter may enrol more than once.
+    void Enrol(Waiter& waiter, DWORD nIndex);
+    void Leave(Waiter& waiter);
+
+    // Called without the lock by the thread whose wait the object satisfied.
+    virtual void OnAcquired() {}
+
+protected:
+    // To be called after a change that may satisfy waits: gives the object to those who wait, longest waiting first,
+    // for as long as it is signalled.
+    void HandOver();
+
+    mutable std::mutex m_mutex;
+
+private:
+    struct Enrolment
+    {
+        Waiter* pWaiter;
+        DWORD nIndex;
+    };
+    std::vector<Enrolment> m_vEnrolments;
+};
+
+}  // namespace winbase
