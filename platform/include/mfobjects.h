@@ -1,0 +1,189 @@
+// Media Foundation's basic interfaces: attributes, media types, events, activation objects.
+#pragma once
+
+#include "propidl.h"
+#include "unknwn.h"
+#include "windows.h"
+
+using QWORD = std::uint64_t;
+
+struct IMFAsyncCallback;
+
+enum MF_ATTRIBUTE_TYPE
+{
+    MF_ATTRIBUTE_UINT32 = VT_UI4,
+    MF_ATTRIBUTE_UINT64 = VT_UI8,
+    MF_ATTRIBUTE_DOUBLE = VT_R8,
+    MF_ATTRIBUTE_GUID = VT_CLSID,
+    MF_ATTRIBUTE_STRING = VT_LPWSTR,
+    MF_ATTRIBUTE_BLOB = VT_VECTOR | VT_UI1,
+    MF_ATTRIBUTE_IUNKNOWN = VT_UNKNOWN
+};
+
+// Which items a comparison of two attribute stores looks at.
+enum MF_ATTRIBUTES_MATCH_TYPE
+{
+    MF_ATTRIBUTES_MATCH_OUR_ITEMS = 0,
+    MF_ATTRIBUTES_MATCH_THEIR_ITEMS = 1,
+    MF_ATTRIBUTES_MATCH_ALL_ITEMS = 2,
+    MF_ATTRIBUTES_MATCH_INTERSECTION = 3,
+    MF_ATTRIBUTES_MATCH_SMALLER = 4
+};
+
+DEFINE_GUID(IID_IMFAttributes, 0x2cd2d921, 0xc447, 0x44a7, 0xa1, 0x3c, 0x4a, 0xda, 0xbf, 0xc2, 0x47, 0xe3);
+// Values under GUIDs. Every getter gives MF_E_ATTRIBUTENOTFOUND for a missing key and MF_E_INVALIDTYPE for a value of
+// another type. What GetItem, GetAllocatedString and GetAllocatedBlob hand out is the caller's: PropVariantClear,
+// CoTaskMemFree. All operations are safe from any thread.
+struct IMFAttributes : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetItem(REFGUID guidKey, PROPVARIANT* pValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetItemType(REFGUID guidKey, MF_ATTRIBUTE_TYPE* pType) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CompareItem(REFGUID guidKey, REFPROPVARIANT Value, BOOL* pbResult) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Compare(IMFAttributes* pTheirs, MF_ATTRIBUTES_MATCH_TYPE MatchType,
+                                              BOOL* pbResult) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetUINT32(REFGUID guidKey, UINT32* punValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetUINT64(REFGUID guidKey, UINT64* punValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetDouble(REFGUID guidKey, double* pfValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetGUID(REFGUID guidKey, GUID* pguidValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStringLength(REFGUID guidKey, UINT32* pcchLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetString(REFGUID guidKey, LPWSTR pwszValue, UINT32 cchBufSize,
+                                                UINT32* pcchLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetAllocatedString(REFGUID guidKey, LPWSTR* ppwszValue, UINT32* pcchLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBlobSize(REFGUID guidKey, UINT32* pcbBlobSize) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBlob(REFGUID guidKey, UINT8* pBuf, UINT32 cbBufSize, UINT32* pcbBlobSize) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetAllocatedBlob(REFGUID guidKey, UINT8** ppBuf, UINT32* pcbSize) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetUnknown(REFGUID guidKey, REFIID riid, LPVOID* ppv) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetItem(REFGUID guidKey, REFPROPVARIANT Value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE DeleteItem(REFGUID guidKey) = 0;
+    virtual HRESULT STDMETHODCALLTYPE DeleteAllItems() = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetUINT32(REFGUID guidKey, UINT32 unValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetUINT64(REFGUID guidKey, UINT64 unValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetDouble(REFGUID guidKey, double fValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetGUID(REFGUID guidKey, REFGUID guidValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetString(REFGUID guidKey, LPCWSTR wszValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetBlob(REFGUID guidKey, const UINT8* pBuf, UINT32 cbBufSize) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetUnknown(REFGUID guidKey, IUnknown* pUnknown) = 0;
+    virtual HRESULT STDMETHODCALLTYPE LockStore() = 0;
+    virtual HRESULT STDMETHODCALLTYPE UnlockStore() = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetCount(UINT32* pcItems) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetItemByIndex(UINT32 unIndex, GUID* pguidKey, PROPVARIANT* pValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CopyAllItems(IMFAttributes* pDest) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFAttributes);
+
+#define MF_MEDIATYPE_EQUAL_MAJOR_TYPES 0x00000001
+#define MF_MEDIATYPE_EQUAL_FORMAT_TYPES 0x00000002
+#define MF_MEDIATYPE_EQUAL_FORMAT_DATA 0x00000004
+#define MF_MEDIATYPE_EQUAL_FORMAT_USER_DATA 0x00000008
+
+DEFINE_GUID(IID_IMFMediaType, 0x44ae0fa8, 0xea31, 0x4109, 0x8d, 0x2e, 0x4c, 0xae, 0x49, 0x97, 0xc5, 0x55);
+// The format of a stream, held in its attributes. GetRepresentation builds the same facts in an older shape;
+// what it gives is released by FreeRepresentation with the same GUID.
+struct IMFMediaType : public IMFAttributes
+{
+    virtual HRESULT STDMETHODCALLTYPE GetMajorType(GUID* pguidMajorType) = 0;
+    virtual HRESULT STDMETHODCALLTYPE IsCompressedFormat(BOOL* pfCompressed) = 0;
+    virtual HRESULT STDMETHODCALLTYPE IsEqual(IMFMediaType* pIMediaType, DWORD* pdwFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetRepresentation(GUID guidRepresentation, LPVOID* ppvRepresentation) = 0;
+    virtual HRESULT STDMETHODCALLTYPE FreeRepresentation(GUID guidRepresentation, LPVOID pvRepresentation) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaType);
+
+DEFINE_GUID(IID_IMFAsyncResult, 0xac6b7889, 0x0740, 0x4d51, 0x86, 0x19, 0x90, 0x59, 0x94, 0xa5, 0x5c, 0xc6);
+struct IMFAsyncResult : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetState(IUnknown** ppunkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStatus() = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetStatus(HRESULT hrStatus) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetObject(IUnknown** ppObject) = 0;
+    virtual IUnknown* STDMETHODCALLTYPE GetStateNoAddRef() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFAsyncResult);
+
+DEFINE_GUID(IID_IMFAsyncCallback, 0xa27003cf, 0x2354, 0x4f2a, 0x8d, 0x6a, 0xab, 0x7c, 0xff, 0x15, 0x43, 0x7e);
+struct IMFAsyncCallback : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetParameters(DWORD* pdwFlags, DWORD* pdwQueue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult* pAsyncResult) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFAsyncCallback);
+
+using MediaEventType = DWORD;
+
+enum : MediaEventType
+{
+    MEUnknown = 0,
+    MEError = 1,
+    MEExtendedType = 2,
+    MENonFatalError = 3,
+    MESessionUnknown = 100,
+    MESessionTopologySet = 101,
+    MESessionTopologiesCleared = 102,
+    MESessionStarted = 103,
+    MESessionPaused = 104,
+    MESessionStopped = 105,
+    MESessionClosed = 106,
+    MESessionEnded = 107,
+    MESessionRateChanged = 108,
+    MESessionScrubSampleComplete = 109,
+    MESessionCapabilitiesChanged = 110,
+    MESessionTopologyStatus = 111,
+    MESessionNotifyPresentationTime = 112,
+    MENewPresentation = 113,
+    MESourceUnknown = 200,
+    MESourceStarted = 201,
+    MEStreamStarted = 202,
+    MESourceSeeked = 203,
+    MEStreamSeeked = 204,
+    MENewStream = 205,
+    MEUpdatedStream = 206,
+    MESourceStopped = 207,
+    MEStreamStopped = 208,
+    MESourcePaused = 209,
+    MEStreamPaused = 210,
+    MEEndOfPresentation = 211,
+    MEEndOfStream = 212,
+    MEMediaSample = 213,
+    MEStreamTick = 214,
+    MEStreamThinMode = 215,
+    MEStreamFormatChanged = 216,
+    MESourceRateChanged = 217,
+    MEReservedMax = 10000
+};
+
+DEFINE_GUID(IID_IMFMediaEvent, 0xdf598932, 0xf10c, 0x4e39, 0xbb, 0xa2, 0xc3, 0x08, 0xf1, 0x01, 0xda, 0xa3);
+// One event: what happened, whether it went well, a value, and attributes.
+struct IMFMediaEvent : public IMFAttributes
+{
+    virtual HRESULT STDMETHODCALLTYPE GetType(MediaEventType* pmet) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetExtendedType(GUID* pguidExtendedType) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStatus(HRESULT* phrStatus) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetValue(PROPVARIANT* pvValue) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaEvent);
+
+#define MF_EVENT_FLAG_NO_WAIT 0x00000001
+
+DEFINE_GUID(IID_IMFMediaEventGenerator, 0x2cd0bd52, 0xbcd5, 0x4b89, 0xb6, 0x2c, 0xea, 0xdc, 0x0c, 0x03, 0x1e, 0x7d);
+// GetEvent waits for an event unless it is told not to (MF_E_NO_EVENTS_AVAILABLE then). After the generator's shut-down
+// every waiting and every later call gives MF_E_SHUTDOWN.
+struct IMFMediaEventGenerator : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEvent(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
+                                                 const PROPVARIANT* pvValue) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaEventGenerator);
+
+DEFINE_GUID(IID_IMFActivate, 0x7fee9e9a, 0x4a89, 0x47a6, 0x89, 0x9c, 0xb6, 0xa5, 0x3a, 0x70, 0xfb, 0x67);
+// An object that makes another one when it is needed. ActivateObject gives the same object until it is shut down or
+// detached.
+struct IMFActivate : public IMFAttributes
+{
+    virtual HRESULT STDMETHODCALLTYPE ActivateObject(REFIID riid, void** ppv) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ShutdownObject() = 0;
+    virtual HRESULT STDMETHODCALLTYPE DetachObject() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFActivate);
