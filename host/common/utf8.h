@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 inline constexpr char32_t UTF_REPLACEMENT = 0xFFFD;
 inline constexpr bool UTF_WIDE_IS_16_BIT = sizeof(wchar_t) == 2;
@@ -59,4 +60,36 @@ inline wchar_t* StoreWide(wchar_t* pwsz, char32_t ch) noexcept
     }
     *pwsz++ = static_cast<wchar_t>(ch);
     return pwsz;
+}
+
+// Appends the bytes of a character. False, with nothing appended, for what isn't one.
+inline bool AppendUtf8(std::string& strText, char32_t ch)
+{
+    if (!IsUnicodeScalar(ch)) return false;
+    const auto appendTail = [&strText, ch](int nShift) {
+        strText.push_back(static_cast<char>(0x80 | ((ch >> nShift) & 0x3F)));
+    };
+    if (ch < 0x80)
+    {
+        strText.push_back(static_cast<char>(ch));
+    }
+    else if (ch < 0x800)
+    {
+        strText.push_back(static_cast<char>(0xC0 | (ch >> 6)));
+        appendTail(0);
+    }
+    else if (ch < 0x10000)
+    {
+        strText.push_back(static_cast<char>(0xE0 | (ch >> 12)));
+        appendTail(6);
+        appendTail(0);
+    }
+    else
+    {
+        strText.push_back(static_cast<char>(0xF0 | (ch >> 18)));
+        appendTail(12);
+        appendTail(6);
+        appendTail(0);
+    }
+    return true;
 }
