@@ -1,5 +1,5 @@
-// GUIDs and how they are named. DEFINE_GUID declares a GUID; in the one source of a library that includes <initguid.h>
-// before the header with the names, it defines it.
+// GUIDs and how they are named. DEFINE_GUID declares a GUID; in a source that includes <initguid.h> before the header
+// with the names, it defines it.
 #pragma once
 
 #include <cstring>
@@ -45,8 +45,9 @@ inline int IsEqualGUID(REFGUID left, REFGUID right)
 #define IsEqualCLSID(left, right) IsEqualGUID(left, right)
 
 #define PLATFORM_DECLARE_GUID(name) EXTERN_C WINBASEAPI const GUID name
+// Weak: sources that define the same GUID get along, as they do on Windows.
 #define PLATFORM_DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                                          \
-    PLATFORM_DECLARE_GUID(name);                                                                                       \
+    EXTERN_C WINBASEAPI __attribute__((weak)) const GUID name;                                                         \
     const GUID name = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
 
 #if defined(INITGUID)

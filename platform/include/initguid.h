@@ -1,8 +1,9 @@
-// From here to the end of the source, DEFINE_GUID defines what it names. One source per library includes this, before
-// the headers with the names; GUID_NULL is defined by the library with the base of the platform.
+// From here to the end of the source, DEFINE_GUID defines what it names, but for the GUIDs of the base headers, which
+// the library with the base of the platform has. To be included before the headers with the names. As on Windows, two
+// sources of a program may define the same GUID.
 #pragma once
 
-#include "guiddef.h"
+#include "unknwn.h"
 
 #define INITGUID
 #undef DEFINE_GUID
