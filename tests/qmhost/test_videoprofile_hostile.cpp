@@ -1,0 +1,102 @@
+// Files that nobody vouches for: the look at the profile ends, soon, without reading where nothing is.
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "box_builder.h"
+#include "parts/videoprofile.h"
+
+namespace qmhost
+{
+namespace
+{
+
+// More would mean that a walk runs in circles.
+constexpr unsigned MOST_READS = 300'000;
+
+std::string GoodFile()
+{
+    return MakeFileType() + MakeMovie(MakeTrack("soun", MakeBox("mp4a", std::string(28, '\0'))) +
+                                      MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100))));
+}
+
+VideoProfile ProfileWithinBounds(const std::string& file)
+{
+    MemoryBytes source(file);
+    const VideoProfile profile = ReadVideoProfile(source);
+    EXPECT_LE(source.Reads(), MOST_READS);
+    return profile;
+}
+
+TEST(HostileProfile, GoodFileAsAControl)
+{
+    EXPECT_EQ(ProfileWithinBounds(GoodFile()).m_nProfile, 100);
+}
+
+TEST(HostileProfile, EmptyFile)
+{
+    EXPECT_EQ(ProfileWithinBounds("").Delivery(), EDelivery::Unknown);
+}
+
+TEST(HostileProfile, EveryTruncation)
+{
+    const std::string file = GoodFile();
+    for (std::size_t uiSize = 0; uiSize < file.size(); ++uiSize)
+        EXPECT_NE(ProfileWithinBounds(file.substr(0, uiSize)).Delivery(), EDelivery::Pictures) << uiSize;
+}
+
+TEST(HostileProfile, EveryWordReplaced)
+{
+    const std::string file = GoodFile();
+    for (std::size_t uiPosition = 0; uiPosition + 4 <= file.size(); ++uiPosition)
+        for (const std::uint32_t uiWord : {0u, 1u, 7u, 8u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+        {
+            std::string hostile = file;
+            hostile.replace(uiPosition, 4, Bytes32(uiWord));
+            ProfileWithinBounds(hostile);
+        }
+}
+
+TEST(HostileProfile, RandomBytes)
+{
+    std::mt19937 random(4711);
+    for (int i = 0; i < 2000; ++i)
+    {
+        std::string file(random() % 300, '\0');
+        for (char& c : file)
+            c = static_cast<char>(random() % 4 == 0 ? random() : 0);
+        ProfileWithinBounds(file);
+    }
+}
+
+TEST(HostileProfile, MillionsOfTinyBoxesAreGivenUp)
+{
+    std::string file;
+    for (int i = 0; i < 500'000; ++i)
+        file += MakeBox("free", "");
+    EXPECT_EQ(ProfileWithinBounds(file + GoodFile()).Delivery(), EDelivery::Unknown);
+}
+
+TEST(HostileProfile, SizeOf64BitsBeyondTheFile)
+{
+    EXPECT_EQ(
+        ProfileWithinBounds(Bytes32(1) + "mdat" + Bytes32(0xFFFFFFFF) + Bytes32(0xFFFFFFFF) + GoodFile()).Delivery(),
+        EDelivery::Unknown);
+}
+
+TEST(HostileProfile, SizeOf64BitsBelowItsHeader)
+{
+    EXPECT_EQ(ProfileWithinBounds(Bytes32(1) + "mdat" + Bytes32(0) + Bytes32(15) + GoodFile()).Delivery(),
+              EDelivery::Unknown);
+}
+
+TEST(HostileProfile, ChildThatReachesOutOfItsParent)
+{
+    std::string entry = MakeSampleEntry("avc1", MakeAvcConfig(100, 100));
+    entry.replace(8 + 78, 4, Bytes32(1000));  // the configuration claims more than its entry holds
+    const std::string file = MakeMovie(MakeTrack("vide", entry)) + std::string(2000, '\0');
+    EXPECT_EQ(ProfileWithinBounds(file).Delivery(), EDelivery::Unknown);
+}
+
+}  // namespace
+}  // namespace qmhost

@@ -1,0 +1,27 @@
+// How an operation's failure travels to the one line that the user sees.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "hostapi/qmstatus.h"
+
+namespace qmhost
+{
+
+// "general failure" for QM_ERR_FAIL, and so on; "unknown status" for a number that the host doesn't define.
+std::string_view StatusMeaning(QmStatus nStatus);
+
+// An operation that gave a status other than 0, or that this program had to give up with one. Its text is the whole
+// line: "GetImageAttributes failed with status -9 (general failure): 'x.mp4' can't be opened as MP4 video".
+class Failure : public std::runtime_error
+{
+public:
+    Failure(std::string_view operation, QmStatus nStatus, std::string_view detail);
+};
+
+// Throws the Failure unless nStatus is 0.
+void Require(QmStatus nStatus, std::string_view operation, std::string_view detail);
+
+}  // namespace qmhost

@@ -1,0 +1,35 @@
+// A bar that shows how far a long command is.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+namespace qmhost
+{
+
+// "[#########---------------------] 30%  37/123", always 30 cells wide. uiTotal 0 counts as done.
+std::string ProgressText(std::uint64_t uiDone, std::uint64_t uiTotal);
+
+// Draws the bar on a terminal, ten times a second at most, and wipes it when destroyed. Silent without a stream.
+class ProgressBar
+{
+public:
+    // pOut: where the terminal is, or null when nobody watches.
+    ProgressBar(std::ostream* pOut, std::uint64_t uiTotal);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void Step();
+
+private:
+    std::ostream* m_pOut;
+    std::uint64_t m_uiTotal;
+    std::uint64_t m_uiDone = 0;
+    std::size_t m_uiDrawn = 0;  // characters on the terminal
+    std::chrono::steady_clock::time_point m_timeDrawn{};
+};
+
+}  // namespace qmhost
