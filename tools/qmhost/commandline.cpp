@@ -1,0 +1,146 @@
+#include "commandline.h"
+
+#include <iostream>
+#include <new>
+
+#include "command.h"
+#include "hostapi/hostplatform.h"
+#include "parts/failure.h"
+#include "parts/text.h"
+
+namespace qmhost
+{
+namespace
+{
+
+enum EExitStatus
+{
+    SUCCEEDED = 0,
+    FAILED = 1,
+    WRONG_COMMAND_LINE = 2
+};
+
+// The module's diagnostics on standard error, as long as the object lives.
+class DiagnosticsOnStderr
+{
+public:
+    explicit DiagnosticsOnStderr(bool bOn)
+    {
+        if (bOn) QM_SetDiagSink(&DiagnosticsOnStderr::Print, nullptr);
+    }
+    ~DiagnosticsOnStderr() { QM_SetDiagSink(nullptr, nullptr); }
+    DiagnosticsOnStderr(const DiagnosticsOnStderr&) = delete;
+    DiagnosticsOnStderr& operator=(const DiagnosticsOnStderr&) = delete;
+
+private:
+    static void Print(const char* pszFile, int nLine, const wchar_t* pwszText, void*)
+    {
+        std::string line = Utf8FromWide(pwszText) + '\n';
+        if (*pszFile) line = std::string(pszFile) + ':' + std::to_string(nLine) + ": " + line;
+        std::cerr << line;
+    }
+};
+
+struct DeclaredCommand
+{
+    std::unique_ptr<Command> m_pCommand;
+    CLI::App* m_pApp;
+};
+
+class Program
+{
+public:
+    Program()
+    {
+        m_app.set_version_flag("--version", "qmhost " QMHOST_VERSION);
+        m_app
+            .add_option("--module", m_strModule,
+                        "The format's module (default: " + Utf8FromPath(ModuleFileName()) + " beside this program)")
+            ->type_name("PATH");
+        m_app.add_flag("-v,--verbose", m_bVerbose, "Show the module's diagnostics on standard error");
+        m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line.");
+        m_app.require_subcommand(1);
+        m_app.fallthrough();  // these options may also stand behind the command
+        for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand})
+        {
+            auto pCommand = make();
+            CLI::App* const pApp = pCommand->Declare(m_app);
+            m_vCommands.push_back({std::move(pCommand), pApp});
+        }
+    }
+
+    int Run(const std::vector<std::string>& vArguments)
+    {
+        try
+        {
+            m_app.parse(std::vector<std::string>(vArguments.rbegin(), vArguments.rend()));  // it wants them reversed
+        }
+        catch (const CLI::ParseError& e)
+        {
+            return ReportParsing(e);
+        }
+        for (const DeclaredCommand& command : m_vCommands)
+            if (command.m_pApp->parsed()) return RunCommand(command);
+        return WRONG_COMMAND_LINE;
+    }
+
+private:
+    // Help and version come this way too, with an exit code of 0.
+    int ReportParsing(const CLI::ParseError& e)
+    {
+        if (e.get_exit_code() == 0)
+        {
+            m_app.exit(e);
+            return SUCCEEDED;
+        }
+        const auto vChosen = m_app.get_subcommands();
+        const std::string strCommand = vChosen.empty() ? "" : vChosen.front()->get_name() + " ";
+        std::cerr << "qmhost: " << e.what() << "\nusage: see qmhost " << strCommand << "--help\n";
+        return WRONG_COMMAND_LINE;
+    }
+
+    int RunCommand(const DeclaredCommand& command)
+    {
+        const std::string strCommand = command.m_pApp->get_name();
+        try
+        {
+            const DiagnosticsOnStderr diagnostics(m_bVerbose);
+            const Session session(m_strModule.empty() ? ProgramFolder() / ModuleFileName() : PathFromUtf8(m_strModule));
+            command.m_pCommand->Run(session);
+            if (!std::cout.flush()) throw std::runtime_error("standard output can't be written");
+            return SUCCEEDED;
+        }
+        catch (const Failure& e)
+        {
+            return Report(e);
+        }
+        catch (const std::bad_alloc&)
+        {
+            return Report(Failure(strCommand, QM_ERR_FAIL, "out of memory"));
+        }
+        catch (const std::exception& e)  // what the system refused to this program itself
+        {
+            return Report(Failure(strCommand, QM_ERR_FAIL, e.what()));
+        }
+    }
+
+    static int Report(const Failure& failure)
+    {
+        std::cerr << "qmhost: " << failure.what() << '\n';
+        return FAILED;
+    }
+
+    CLI::App m_app{"Opens MP4 files through the host's interfaces and the module that implements them.", "qmhost"};
+    std::string m_strModule;
+    bool m_bVerbose = false;
+    std::vector<DeclaredCommand> m_vCommands;
+};
+
+}  // namespace
+
+int RunCommandLine(const std::vector<std::string>& vArguments)
+{
+    return Program().Run(vArguments);
+}
+
+}  // namespace qmhost

@@ -1,0 +1,34 @@
+#include "pictures.h"
+
+#include <iostream>
+
+#include "parts/failure.h"
+#include "parts/text.h"
+#include "parts/videoprofile.h"
+
+namespace qmhost
+{
+
+void RequirePictures(const InputFile& file, std::string_view command, bool bAllowBlank)
+{
+    const std::string strFile = Quoted(file.Path());
+    if (file.FrameCount() == 0) throw Failure(command, QM_ERR_FAIL, strFile + " has no frames");
+    if (bAllowBlank) return;
+
+    FileBytes bytes(PathFromUtf8(file.Path()));
+    const VideoProfile profile = ReadVideoProfile(bytes);
+    switch (profile.Delivery())
+    {
+    case EDelivery::Pictures:
+        return;
+    case EDelivery::Blank:
+        throw Failure(command, QM_ERR_NOTSUPPORTED,
+                      "pictures are delivered for H.264 High profile and above only, and " + strFile + " is " +
+                          profile.Describe() + "; --allow-blank gives its frames without their pictures");
+    case EDelivery::Unknown:
+        std::cerr << "qmhost: warning: the profile of " << strFile
+                  << " can't be told; below H.264 High profile pictures are blank\n";
+    }
+}
+
+}  // namespace qmhost
