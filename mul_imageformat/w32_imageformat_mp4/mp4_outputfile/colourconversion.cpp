@@ -12,11 +12,6 @@ std::atomic<std::uint8_t> g_bYuvToRgbLutReady{0};
 
 namespace
 {
-const SColourKernels& Kernels()
-{
-    return g_scalarColourKernels;
-}
-
 // Two decoders may meet here with the flag still 0. Filling the table twice would give the same bytes, but two threads
 // that write one byte are a data race in C++ whatever they write; so the first one fills it and the others wait.
 void MakeYuvToRgbLutReady()
@@ -27,7 +22,7 @@ void MakeYuvToRgbLutReady()
         constexpr std::size_t uiPlaneSize = g_uiYuvToRgbLutSize / 256;
         for (std::uint32_t uiLuma = 0; uiLuma < 256; ++uiLuma)
         {
-            Kernels().m_pfnFillLutPlane(g_yuvToRgbLut + uiLuma * uiPlaneSize, uiLuma);
+            ColourKernels().m_pfnFillLutPlane(g_yuvToRgbLut + uiLuma * uiPlaneSize, uiLuma);
         }
         g_bYuvToRgbLutReady.store(1, std::memory_order_release);
     });
@@ -49,7 +44,7 @@ void ConvertYuy2ToBgr(SQmPicBuf& target, const SQmPicBuf& source)
     const std::uint8_t* pSource = source.m_pData;
     for (std::uint32_t uiRow = 0; uiRow < target.m_uiHeight; ++uiRow)
     {
-        Kernels().m_pfnYuy2ToBgr(pTarget, pSource, uiPairs);
+        ColourKernels().m_pfnYuy2ToBgr(pTarget, pSource, uiPairs);
         if (bOdd)
         {
             std::uint8_t abPair[6];
@@ -74,7 +69,7 @@ void ConvertBgrToYuy2(SQmPicBuf& target, const SQmPicBuf& source)
     const std::uint8_t* pSource = source.m_pData;
     for (std::uint32_t uiRow = 0; uiRow < source.m_uiHeight; ++uiRow)
     {
-        Kernels().m_pfnBgrToYuy2(pTarget, pSource, uiPairs);
+        ColourKernels().m_pfnBgrToYuy2(pTarget, pSource, uiPairs);
         if (bOdd)
         {
             std::uint8_t abPixels[6];
@@ -96,7 +91,7 @@ void CopyBgrToBgra(void* pTarget, std::ptrdiff_t nTargetPitch, const void* pSour
     const std::uint8_t* pPixels = static_cast<const std::uint8_t*>(pSource);
     for (std::uint32_t uiRow = 0; uiRow < uiHeight; ++uiRow)
     {
-        Kernels().m_pfnBgrToBgra(pTargetRow, pPixels + std::uint32_t{uiRow * uiSourcePitch}, uiWidth);
+        ColourKernels().m_pfnBgrToBgra(pTargetRow, pPixels + std::uint32_t{uiRow * uiSourcePitch}, uiWidth);
         pTargetRow += nTargetPitch;
     }
 }

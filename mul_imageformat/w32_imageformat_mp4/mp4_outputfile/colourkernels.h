@@ -20,3 +20,7 @@ struct SColourKernels
 };
 
 extern const SColourKernels g_scalarColourKernels;
+extern const SColourKernels g_avx2ColourKernels;  // only for processors that have AVX2
+
+// The fastest kernels that this machine's processor and system run. Chosen at the first call.
+const SColourKernels& ColourKernels();

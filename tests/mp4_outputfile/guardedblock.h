@@ -1,0 +1,47 @@
+// A block of bytes that notices when somebody writes beside it, at any alignment. The block ends where its allocation
+// ends but for the guard, so that sanitizers notice reads, too, when the guard is left out.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+class CGuardedBlock
+{
+public:
+    // The first byte of the block lies uiShift bytes behind an allocation's start. Guards and contents are random.
+    CGuardedBlock(std::size_t uiSize, std::size_t uiShift, std::mt19937& random)
+        : m_uiFront(uiShift + g_uiGuard), m_uiSize(uiSize), m_vBytes(uiShift + uiSize + 2 * g_uiGuard)
+    {
+        for (std::uint8_t& b : m_vBytes)
+        {
+            b = static_cast<std::uint8_t>(random());
+        }
+        m_vBefore = m_vBytes;
+    }
+
+    std::uint8_t* Data() { return m_vBytes.data() + m_uiFront; }
+    std::vector<std::uint8_t> Contents() const
+    {
+        const auto first = m_vBytes.begin() + static_cast<std::ptrdiff_t>(m_uiFront);
+        return {first, first + static_cast<std::ptrdiff_t>(m_uiSize)};
+    }
+
+    bool GuardsAreUnchanged() const
+    {
+        for (std::size_t ui = 0; ui < m_vBytes.size(); ++ui)
+        {
+            const bool bInside = ui >= m_uiFront && ui < m_uiFront + m_uiSize;
+            if (!bInside && m_vBytes[ui] != m_vBefore[ui]) return false;
+        }
+        return true;
+    }
+
+private:
+    static constexpr std::size_t g_uiGuard = 64;
+    std::size_t m_uiFront;
+    std::size_t m_uiSize;
+    std::vector<std::uint8_t> m_vBytes;
+    std::vector<std::uint8_t> m_vBefore;
+};
