@@ -52,6 +52,14 @@ void JsonObject::Add(std::string_view name, double dValue)
     AddRaw(name, std::string_view(acNumber.data(), static_cast<std::size_t>(result.ptr - acNumber.data())));
 }
 
+void JsonObject::Add(std::string_view name, const std::optional<double>& dValue)
+{
+    if (dValue)
+        Add(name, *dValue);
+    else
+        AddNull(name);
+}
+
 std::string JsonObject::Text() const
 {
     return "{\n" + m_strMembers + "\n}\n";

@@ -22,15 +22,7 @@ public:
     // The shortest text that reads back as the same number; null for what is no number.
     void Add(std::string_view name, double dValue);
     void AddNull(std::string_view name) { AddRaw(name, "null"); }
-    // The value, or null when there is none.
-    template <class TValue>
-    void Add(std::string_view name, const std::optional<TValue>& value)
-    {
-        if (value)
-            Add(name, *value);
-        else
-            AddNull(name);
-    }
+    void Add(std::string_view name, const std::optional<double>& dValue);  // null when there is none
 
     // The object, a member a line.
     std::string Text() const;
