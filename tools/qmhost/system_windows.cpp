@@ -76,7 +76,9 @@ void PrepareStandardStreams()
 }
 
 Library::Library(const std::filesystem::path& path)
-    : m_hLibrary(LoadLibraryExW(std::filesystem::absolute(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))
+    // This way of searching wants a whole path, with backslashes only.
+    : m_hLibrary(LoadLibraryExW(std::filesystem::absolute(path).make_preferred().c_str(), nullptr,
+                                LOAD_WITH_ALTERED_SEARCH_PATH))
 {
     if (m_hLibrary) return;
     throw std::runtime_error(Quoted(Utf8FromPath(path)) + " doesn't load: " + ErrorText(GetLastError()));
