@@ -168,7 +168,7 @@ HRESULT STDAPICALLTYPE PropVariantCopy(PROPVARIANT* pvarDest, const PROPVARIANT*
         }
         break;
     case Holding::Unknown:
-        return STG_E_INVALIDPARAMETER;
+        return DISP_E_BADVARTYPE;
     }
     if (!bCopied)
     {

@@ -69,10 +69,11 @@ inline void PropVariantInit(PROPVARIANT* pvar)
 }
 
 // Both know VT_EMPTY, VT_NULL, the numbers, VT_ERROR, VT_DATE and VT_FILETIME, VT_LPSTR, VT_LPWSTR, VT_CLSID,
-// VT_UNKNOWN, VT_BLOB and VT_VECTOR of UI1, UI4, UI8. Any other type gives STG_E_INVALIDPARAMETER. A null pointer to
-// clear is S_OK.
+// VT_UNKNOWN, VT_BLOB and VT_VECTOR of UI1, UI4, UI8. Any other type is refused.
 //
-// Frees what the value owns and leaves it VT_EMPTY, all zero.
+// Frees what the value owns and leaves it VT_EMPTY, all zero; a null pointer is S_OK. STG_E_INVALIDPARAMETER for a type
+// that it doesn't know, whose content it leaks.
 STDAPI PropVariantClear(PROPVARIANT* pvar);
-// Makes *pvarDest, whose old content is not looked at, an independent copy.
+// Makes *pvarDest, whose old content is not looked at, an independent copy. DISP_E_BADVARTYPE for a
+// type that it doesn't know.
 STDAPI PropVariantCopy(PROPVARIANT* pvarDest, const PROPVARIANT* pvarSrc);

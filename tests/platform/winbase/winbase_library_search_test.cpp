@@ -1,0 +1,121 @@
+// Where the platform looks for a library, and under which names.
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "winbase_testing.h"
+
+using namespace winbase_testing;
+namespace fs = std::filesystem;
+
+namespace
+{
+
+constexpr const wchar_t* c_pwszVariable = L"IMAGEFORMAT_MP4_RUNTIMES";
+
+fs::path TestLibrary()
+{
+    wchar_t wsz[1024] = {};
+    GetModuleFileNameW(nullptr, wsz, 1024);
+    return fs::path(wsz).parent_path() / "winbase_testlibrary.so";
+}
+
+class WinbaseLibrarySearch : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_directory = fs::temp_directory_path() / ("winbase_library_search_" + std::to_string(GetCurrentProcessId()));
+        fs::create_directories(m_directory);
+    }
+    void TearDown() override
+    {
+        SetEnvironmentVariableW(c_pwszVariable, nullptr);
+        fs::remove_all(m_directory);
+    }
+    void Put(const char* pszName) { fs::copy_file(TestLibrary(), m_directory / pszName); }
+    void SearchThereOnly() { SetEnvironmentVariableW(c_pwszVariable, m_directory.wstring().c_str()); }
+
+    // The file that is loaded for a name; empty if none is.
+    static fs::path Loaded(const std::wstring& name)
+    {
+        const HMODULE hModule = LoadLibraryW(name.c_str());
+        wchar_t wsz[1024] = {};
+        if (hModule)
+        {
+            GetModuleFileNameW(hModule, wsz, 1024);
+            FreeLibrary(hModule);
+        }
+        return wsz;
+    }
+
+    fs::path m_directory;
+};
+
+TEST_F(WinbaseLibrarySearch, DirectoryOfTheVariableComesFirst)
+{
+    Put("winbase_testlibrary.so");
+    SearchThereOnly();
+    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), m_directory / "winbase_testlibrary.so");
+}
+
+TEST_F(WinbaseLibrarySearch, NothingElseIsSearchedWhenTheVariableIsSet)
+{
+    SearchThereOnly();
+    EXPECT_EQ(LastErrorOf([] { EXPECT_FALSE(LoadLibraryW(L"winbase_testlibrary.dll")); }),
+              static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+    SetEnvironmentVariableW(c_pwszVariable, L"");
+    EXPECT_EQ(LastErrorOf([] { EXPECT_FALSE(LoadLibraryW(L"winbase_testlibrary.dll")); }),
+              static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+    SetEnvironmentVariableW(c_pwszVariable, nullptr);
+    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), TestLibrary());
+}
+
+TEST_F(WinbaseLibrarySearch, NameMayCarryTheSystemsPrefix)
+{
+    Put("libsome64.so");
+    SearchThereOnly();
+    EXPECT_EQ(Loaded(L"some64.dll"), m_directory / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64.DLL"), m_directory / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64"), m_directory / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64.so"), m_directory / "libsome64.so");
+    Put("some64.so");
+    EXPECT_EQ(Loaded(L"some64.dll"), m_directory / "some64.so");
+}
+
+TEST_F(WinbaseLibrarySearch, DirectoryNextToThePlatformIsSearchedToo)
+{
+    const fs::path runtimes = TestLibrary().parent_path() / "runtimes";
+    const fs::path file = runtimes / "winbase_in_runtimes.so";
+    const bool bMade = fs::create_directories(runtimes);
+    fs::copy_file(TestLibrary(), file, fs::copy_options::overwrite_existing);
+    EXPECT_EQ(Loaded(L"winbase_in_runtimes.dll"), file);
+    fs::remove(file);
+    if (bMade)
+    {
+        std::error_code notEmpty;  // another program's libraries may have come meanwhile
+        fs::remove(runtimes, notEmpty);
+    }
+}
+
+TEST_F(WinbaseLibrarySearch, NameWithADirectoryIsTakenAsItIs)
+{
+    Put("some.so");
+    SetEnvironmentVariableW(c_pwszVariable, L"");
+    EXPECT_EQ(Loaded((m_directory / "some.so").wstring()), m_directory / "some.so");
+    EXPECT_EQ(Loaded((m_directory / "some.dll").wstring()), m_directory / "some.so");
+    EXPECT_EQ(Loaded(m_directory.wstring() + L"\\some.dll"), m_directory / "some.so");
+    EXPECT_EQ(Loaded((m_directory / "some").wstring()), fs::path());
+    Put("some.dll");
+    EXPECT_EQ(Loaded((m_directory / "some.dll").wstring()), m_directory / "some.dll");
+}
+
+TEST_F(WinbaseLibrarySearch, LoadingWithoutRunningIsRefused)
+{
+    EXPECT_EQ(LastErrorOf(
+                  [] { EXPECT_FALSE(LoadLibraryExW(L"winbase_testlibrary.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE)); }),
+              static_cast<DWORD>(ERROR_NOT_SUPPORTED));
+    EXPECT_EQ(LastErrorOf([] { EXPECT_FALSE(LoadLibraryW(nullptr)); }), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+}
+
+}  // namespace
