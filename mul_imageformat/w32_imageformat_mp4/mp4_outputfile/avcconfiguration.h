@@ -1,0 +1,16 @@
+// The decoder's configuration: `avcC`.
+#pragma once
+
+#include <cstdint>
+
+#include "hostapi/hostcore.h"
+
+class CGrowingBox;
+
+// Appends `avcC` with the SPS and PPS of the first packet, in which NAL lengths stand where start codes stood.
+//
+// uiSpsLengthOffset tells where the SPS lies and which encoder made the packet. uiPpsOffset is where the PPS's length
+// lies; when no PPS was seen, or none lies whole within the packet there, a built-in one of that encoder is taken. An
+// SPS that doesn't lie whole within the packet is left empty, and what it says of the profile is 0.
+void AppendAvcConfiguration(CGrowingBox& box, const CQmByteArray& baFirstPacket, std::uint32_t uiSpsLengthOffset,
+                            std::uint32_t uiPpsOffset);
