@@ -1,0 +1,62 @@
+// Video files for tests, made by the ffmpeg program, and what that program says about them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace mftest
+{
+
+// A directory of its own that goes with the object.
+class TemporaryDirectory
+{
+public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::string File(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
+
+// Runs a command line and gives what it wrote to its standard output. Throws std::runtime_error if it fails.
+std::string Run(const std::string& command);
+
+// A video of moving test pictures.
+struct Recipe
+{
+    int m_nWidth = 96;
+    int m_nHeight = 64;
+    std::string m_rate = "25";
+    int m_nFrames = 60;
+    std::string m_encoder = "-c:v libx264 -profile:v high -preset veryfast";
+    std::string m_filter = {};  // of the pictures, "" for none
+    std::string m_output = {};  // further options of the output
+    std::string m_input = {};   // a second input
+};
+void MakeVideo(const std::string& path, const Recipe& recipe);
+
+struct Size
+{
+    int m_nWidth = 0;
+    int m_nHeight = 0;
+};
+
+// All pictures of a plain decode, as planes of yuv420p without padding.
+std::vector<std::string> PlainDecode(const std::string& path, Size size);
+
+// The running sums of the container's sample durations, truncated to milliseconds: entry k is the time that a caller
+// keeps for picture k.
+std::vector<std::int64_t> FrameTimes(const std::string& path);
+
+// A yuv420p picture as YUY2, worked out pixel by pixel.
+std::string ToYuy2(const std::string& picture, Size size, bool bInterlaced = false);
+
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& contents);
+
+}  // namespace mftest
