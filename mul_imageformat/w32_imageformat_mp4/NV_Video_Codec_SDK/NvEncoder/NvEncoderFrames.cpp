@@ -93,7 +93,8 @@ void* NvEncoder::GetCompletionEvent(std::int32_t nSlot) const
 void NvEncoder::EndEncode(std::vector<std::vector<std::uint8_t>>& vPacket)
 {
     vPacket.clear();
-    if (!m_hEncoder || !m_bEncoderInitialized)
+    // Once the surfaces are taken back the ring is gone.
+    if (!m_hEncoder || !m_bEncoderInitialized || m_vMappedInputBuffers.empty())
     {
         throw NVENCException("NvEncoder::EndEncode", "Encoder device not initialized",
                              NV_ENC_ERR_ENCODER_NOT_INITIALIZED);
