@@ -22,7 +22,9 @@ HRESULT CreateSource(LPCWSTR pwszPath, IUnknown** ppObject)
     std::string path;
     try
     {
-        path = std::filesystem::path(pwszPath).string();
+        // UTF-8 from char32_t, always; from wchar_t it would be the locale's encoding.
+        path = std::filesystem::path(std::u32string(pwszPath, pwszPath + std::char_traits<wchar_t>::length(pwszPath)))
+                   .string();
     }
     catch (const std::system_error&)  // not Unicode: nothing has such a name
     {
