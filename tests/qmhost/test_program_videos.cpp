@@ -1,0 +1,291 @@
+// The built program with the real module and real videos, next to what ffmpeg and ffprobe say of them.
+#include <cstdlib>
+#include <numeric>
+
+#include <gmock/gmock.h>
+
+#include "decode_image.h"
+#include "run_program.h"
+#include "temporary_folder.h"
+#include "video_folder.h"
+
+namespace
+{
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+constexpr int FRAMES = 60;
+
+std::string HighVideo()
+{
+    return MakeVideoFile({"h\xC3\xB6\x63h \xE4\xB8\xAD.mp4",
+                          FRAMES,
+                          {"-c:v", "libx264", "-profile:v", "high", "-bf", "2", "-g", "12", "-qp", "8"}});
+}
+
+// Irregular distances of 20 to 60 ms, no B pictures.
+std::string IrregularVideo()
+{
+    return MakeVideoFile({"irregular.mp4",
+                          FRAMES,
+                          {"-c:v", "libx264", "-profile:v", "high", "-bf", "0", "-g", "12", "-qp", "8", "-bsf:v",
+                           "setts=ts='N*3600+1800*sin(N*1.3)':time_base=1/90000", "-video_track_timescale", "90000"}});
+}
+
+std::string BaselineVideo()
+{
+    return MakeVideoFile({"baseline.mp4", 10, {"-c:v", "libx264", "-profile:v", "baseline"}});
+}
+
+std::string Frame(const std::string& strRaw, std::size_t uiFrame)
+{
+    return strRaw.substr(uiFrame * VIDEO_FRAME_BYTES, VIDEO_FRAME_BYTES);
+}
+
+double MeanDifference(const std::string& strA, const std::string& strB)
+{
+    const auto difference = [](char a, char b) {
+        return std::abs(static_cast<unsigned char>(a) - static_cast<unsigned char>(b));
+    };
+    const int nSum = std::transform_reduce(strA.begin(), strA.end(), strB.begin(), 0, std::plus<>(), difference);
+    return static_cast<double>(nSum) / static_cast<double>(strA.size());
+}
+
+std::string PixelsOf(const fs::path& path)
+{
+    const std::string text = FileText(path);
+    const DecodedImage image = DecodeImage({text.begin(), text.end()});
+    return {image.m_vBgr.begin(), image.m_vBgr.end()};
+}
+
+std::string CsvOf(const std::vector<std::int64_t>& vTimes)
+{
+    std::string text = "frame,time_ms\n";
+    for (std::size_t i = 0; i < vTimes.size(); ++i)
+        text += std::to_string(i) + "," + std::to_string(vTimes[i]) + "\n";
+    return text;
+}
+
+class Videos : public testing::Test
+{
+protected:
+    static ProgramResult Run(const std::vector<std::string>& vArguments)
+    {
+        return RunProgram(QMHOST_PROGRAM, vArguments);
+    }
+    static std::string Succeed(const std::vector<std::string>& vArguments)
+    {
+        const ProgramResult result = Run(vArguments);
+        EXPECT_EQ(result.m_nStatus, 0);
+        EXPECT_EQ(result.m_strErr, "");
+        return result.m_strOut;
+    }
+    std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
+    std::string Raw(const std::string& strVideo, const std::vector<std::string>& vMore = {}) const
+    {
+        std::vector<std::string> vArguments = {"frames", strVideo, "--raw", Target("raw.bgr")};
+        vArguments.insert(vArguments.end(), vMore.begin(), vMore.end());
+        Succeed(vArguments);
+        return FileText(m_folder / "raw.bgr");
+    }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_F(Videos, CodecsAndQualitySteps)
+{
+    EXPECT_EQ(Succeed({"codecs"}), "MP4: MP4 Image File Format, *.mp4\n"
+                                   "\n"
+                                   "codec  code      name\n"
+                                   "    0  HQ        H.264 High Quality\n"
+                                   "    1  NQ        H.264 Normal Quality\n"
+                                   "    2  LQ        H.264 Low Quality\n"
+                                   "    3  FST       H.264 Fastest\n"
+                                   "    4  AMF1      H.264 AMD VCE\n"
+                                   "    5  NVENC1    H.264 Nvdia NVENC\n"
+                                   "\n"
+                                   "quality  name      value  parameter\n"
+                                   "      0  Lowest        1  0.9\n"
+                                   "      1  Low           1  0.6\n"
+                                   "      2  Medium        1  0.3\n"
+                                   "      3  High          1  0.15\n"
+                                   "      4  Highest       1  0.05\n");
+}
+
+TEST_F(Videos, InfoOfASteadyVideo)
+{
+    const std::string strVideo = HighVideo();
+    EXPECT_EQ(Succeed({"info", strVideo, "--json"}), "{\n"
+                                                     "  \"file\": \"" +
+                                                         strVideo +
+                                                         "\",\n"
+                                                         "  \"frames\": 60,\n"
+                                                         "  \"width\": 66,\n"
+                                                         "  \"height\": 48,\n"
+                                                         "  \"first_time_ms\": 0,\n"
+                                                         "  \"last_time_ms\": 2360,\n"
+                                                         "  \"duration_ms\": 2360,\n"
+                                                         "  \"mean_period_ms\": 40,\n"
+                                                         "  \"stream\": \"H.264 High (avc1, profile 100)\",\n"
+                                                         "  \"profile\": 100,\n"
+                                                         "  \"pictures_delivered\": true\n"
+                                                         "}\n");
+}
+
+TEST_F(Videos, TimesAreTheSumsOfTheFilesDurations)
+{
+    for (const std::string& strVideo : {HighVideo(), IrregularVideo()})
+    {
+        const auto vTimes = TimesByFfprobe(strVideo);
+        EXPECT_EQ(vTimes.size(), std::size_t{FRAMES});
+        EXPECT_EQ(Succeed({"times", strVideo, "--csv"}), CsvOf(vTimes)) << strVideo;
+    }
+}
+
+TEST_F(Videos, IrregularTimesAreIrregular)  // or the test above would show little
+{
+    const auto vTimes = TimesByFfprobe(IrregularVideo());
+    EXPECT_NE(vTimes[1] - vTimes[0], vTimes[2] - vTimes[1]);
+}
+
+// Frame k looks like the k-th picture of a plain decode, and like no other one.
+TEST_F(Videos, EveryFrameIsThePictureOfItsNumber)
+{
+    for (const std::string& strVideo : {HighVideo(), IrregularVideo()})
+    {
+        const std::string strOurs = Raw(strVideo);
+        const std::string strTheirs = DecodedByFfmpeg(strVideo);
+        ASSERT_EQ(strOurs.size(), FRAMES * VIDEO_FRAME_BYTES);
+        ASSERT_EQ(strTheirs.size(), FRAMES * VIDEO_FRAME_BYTES);
+        for (std::size_t i = 0; i < FRAMES; ++i)
+        {
+            EXPECT_LT(MeanDifference(Frame(strOurs, i), Frame(strTheirs, i)), 6.0) << strVideo << " " << i;
+            for (std::size_t j = 0; j < FRAMES; ++j)
+                if (i != j)
+                {
+                    ASSERT_LT(MeanDifference(Frame(strOurs, i), Frame(strTheirs, i)),
+                              MeanDifference(Frame(strOurs, i), Frame(strTheirs, j)))
+                        << strVideo << " " << i << " is like " << j;
+                }
+        }
+    }
+}
+
+TEST_F(Videos, OrderOfTheListIsTheOrderOfTheRawFile)
+{
+    const std::string strAll = Raw(HighVideo());
+    std::string strExpected;
+    for (const std::size_t uiFrame : {59u, 0u, 5u, 7u, 8u, 9u, 10u, 50u, 40u, 30u, 20u, 10u, 0u, 5u})
+        strExpected += Frame(strAll, uiFrame);
+    EXPECT_EQ(Raw(HighVideo(), {"--frames", "59,0,5,7:10,50:0:-10,5"}), strExpected);
+}
+
+TEST_F(Videos, BackwardsAndForwardsGiveTheSamePictures)
+{
+    const std::string strForwards = Raw(HighVideo());
+    const std::string strBackwards = Raw(HighVideo(), {"--frames", "59:0:-1"});
+    ASSERT_EQ(strBackwards.size(), strForwards.size());
+    for (std::size_t i = 0; i < FRAMES; ++i)
+        EXPECT_EQ(Frame(strBackwards, FRAMES - 1 - i), Frame(strForwards, i)) << i;
+}
+
+TEST_F(Videos, ImageFilesHoldTheRawPictures)
+{
+    const std::string strAll = Raw(HighVideo());
+    EXPECT_EQ(Succeed({"frames", HighVideo(), "--out", Target("png")}), "");
+    EXPECT_EQ(Succeed({"frames", HighVideo(), "--out", Target("tiff"), "--format", "tiff", "--frames", "58,3"}), "");
+    for (std::size_t i = 0; i < FRAMES; ++i)
+    {
+        const std::string strNumber = (i < 10 ? "00000" : "0000") + std::to_string(i);
+        EXPECT_EQ(PixelsOf(m_folder / "png" / ("frame_" + strNumber + ".png")), Frame(strAll, i)) << i;
+    }
+    EXPECT_EQ(PixelsOf(m_folder / "tiff" / "frame_000003.tif"), Frame(strAll, 3));
+    EXPECT_EQ(PixelsOf(m_folder / "tiff" / "frame_000058.tif"), Frame(strAll, 58));
+    EXPECT_EQ(FileText(m_folder / "png" / "times.csv"), Succeed({"times", HighVideo(), "--csv"}));
+    EXPECT_EQ(FileText(m_folder / "tiff" / "times.csv"), "frame,time_ms\n3,120\n58,2320\n");
+}
+
+TEST_F(Videos, PreviewAtNativeSizeIsTheFirstFrame)
+{
+    Succeed({"preview", HighVideo(), "--size", "66x48", "--out", Target("p.png")});
+    EXPECT_EQ(PixelsOf(m_folder / "p.png"), Frame(Raw(HighVideo(), {"--frames", "0"}), 0));
+}
+
+TEST_F(Videos, PreviewAtOtherSizes)
+{
+    for (const auto& [strSize, uiWidth, uiHeight] :
+         {std::tuple{"2x2", 2u, 2u}, {"33x24", 33u, 24u}, {"101x67", 101u, 67u}})
+    {
+        Succeed({"preview", HighVideo(), "--size", strSize, "--auto-contrast", "--out", Target("p.png")});
+        const std::string text = FileText(m_folder / "p.png");
+        const DecodedImage image = DecodeImage({text.begin(), text.end()});
+        EXPECT_EQ(image.m_uiWidth, uiWidth);
+        EXPECT_EQ(image.m_uiHeight, uiHeight);
+        const auto [pDarkest, pBrightest] = std::minmax_element(image.m_vBgr.begin(), image.m_vBgr.end());
+        EXPECT_LT(*pDarkest, *pBrightest);  // a picture, not a blank
+    }
+}
+
+TEST_F(Videos, SingleFrame)
+{
+    const std::string strVideo = MakeVideoFile({"one.mp4", 1, {"-c:v", "libx264", "-profile:v", "high"}});
+    EXPECT_THAT(Succeed({"info", strVideo, "--json"}), HasSubstr("\"mean_period_ms\": null"));
+    EXPECT_EQ(Succeed({"times", strVideo, "--csv"}), "frame,time_ms\n0,0\n");
+    EXPECT_EQ(Raw(strVideo).size(), VIDEO_FRAME_BYTES);
+}
+
+TEST_F(Videos, BaselineIsRefusedInPlainWords)
+{
+    const ProgramResult result = Run({"frames", BaselineVideo(), "--out", Target("d")});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_THAT(result.m_strErr, HasSubstr("pictures are delivered for H.264 High profile and above only"));
+    EXPECT_THAT(result.m_strErr, HasSubstr("Baseline (avc1, profile 66)"));
+    EXPECT_EQ(m_folder.EntryCount(), 0u);
+    EXPECT_THAT(Succeed({"info", BaselineVideo()}), HasSubstr("not delivered for this profile: frames are blank"));
+    EXPECT_EQ(Succeed({"times", BaselineVideo(), "--csv"}), CsvOf(TimesByFfprobe(BaselineVideo())));
+}
+
+TEST_F(Videos, BaselineIsBlankWhenAllowed)
+{
+    EXPECT_EQ(Raw(BaselineVideo(), {"--allow-blank"}), std::string(10 * VIDEO_FRAME_BYTES, '\0'));
+}
+
+TEST_F(Videos, OtherCodingsAreRefused)
+{
+    const ProgramResult result =
+        Run({"frames", MakeVideoFile({"mpeg4.mp4", 5, {"-c:v", "mpeg4"}}), "--out", Target("d")});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_THAT(result.m_strErr, HasSubstr("is mp4v, not H.264"));
+}
+
+TEST_F(Videos, WhatIsNoVideoIsRefused)
+{
+    std::ofstream(m_folder / "text.mp4") << "This is no video.\n";
+    std::ofstream(m_folder / "empty.mp4").flush();
+    const std::string strFailed = "qmhost: GetImageAttributes failed with status -9 (general failure): '";
+    const std::pair<std::string, std::string> aCases[] = {
+        {Target("text.mp4"), "' can't be opened as MP4 video\n"},
+        {Target("empty.mp4"), "' can't be opened as MP4 video\n"},
+        {Target("missing.mp4"), "' doesn't exist\n"},
+        {m_folder.Path().string(), "' is a directory\n"},
+    };
+    for (const auto& [strPath, strReason] : aCases)
+        for (const std::vector<std::string>& vArguments :
+             {std::vector<std::string>{"info", strPath}, {"times", strPath}, {"frames", strPath, "--raw", Target("r")}})
+        {
+            const ProgramResult result = Run(vArguments);
+            EXPECT_EQ(result.m_nStatus, 1);
+            EXPECT_EQ(result.m_strErr, strFailed + strPath + strReason);
+        }
+}
+
+TEST_F(Videos, FrameBeyondTheLast)
+{
+    const ProgramResult result = Run({"frames", HighVideo(), "--raw", Target("r"), "--frames", "0:60"});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_THAT(result.m_strErr, HasSubstr("there is no frame 60 in '"));
+    EXPECT_EQ(m_folder.EntryCount(), 0u);
+}
+
+}  // namespace
