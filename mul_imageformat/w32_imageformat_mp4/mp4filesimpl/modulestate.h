@@ -1,0 +1,26 @@
+// What the module holds once per process: plain values, changed by the one thread on which the host constructs and
+// destroys format objects.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include <windows.h>
+
+#include "amf/common/amffactoryhelper.h"
+
+extern HINSTANCE g_hModule;            // the module's own instance, set when it is loaded
+extern std::int32_t g_nFormatObjects;  // living format objects
+extern std::int32_t g_nAmfInitResult;  // of the last load of the AMF runtime; 0 means loaded
+extern AMFFactoryHelper g_AMFFactory;
+
+// File objects made so far, never fewer. Gives each reading graph the number of its work queue. File objects of
+// different threads share it, so it is atomic.
+extern std::atomic<std::uint32_t> g_uiInputFileCount;
+
+// Counts a format object in. The first one starts Media Foundation and loads the AMF runtime; neither's failure is
+// one here: whoever needs them finds out and reports.
+void StartModuleRuntime();
+
+// Counts a format object out. The last one shuts down what the first one started.
+void StopModuleRuntime();

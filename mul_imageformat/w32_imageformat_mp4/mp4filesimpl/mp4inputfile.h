@@ -1,0 +1,128 @@
+// One MP4 file that the host reads: a time loop of 24-bit pictures, each found by its index.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include <windows.h>
+
+#include <mfidl.h>
+
+#include "hostapi/hostcore.h"
+#include "hostapi/hostmeta.h"
+#include "hostapi/iqminputimagefile.h"
+#include "mp4filesimpl/samplegrabber.h"
+
+class CQmImageFormatMP4;
+class CQmMP4OutputFile;
+struct SReadGraph;
+
+// The file is opened by the first question that needs it, and nothing is decoded before the first frame is asked for.
+// From then on two threads of the object's own work until it is destroyed: the worker decides what is played, the pump
+// pauses the play when the frame store asks for it. The host calls from one thread at a time.
+//
+// Only a file given by its path can be opened. The other two forms exist, and their opening fails.
+class CQmMP4InputFile : public IQmInputImageFile
+{
+public:
+    // Each form counts a reference to the format object for as long as the new object lives.
+    CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmByteArray* pByteArray);
+    CQmMP4InputFile(CQmImageFormatMP4* pFormat, const void* pMemory, std::uint64_t uiMemorySize);
+    // bWrittenFile: the file is still being written, so that frames are refused. pOutputFile is not kept.
+    CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmStringW strPath, bool bWrittenFile, CQmMP4OutputFile* pOutputFile);
+    ~CQmMP4InputFile() override;
+
+    CQmMP4InputFile(const CQmMP4InputFile&) = delete;
+    CQmMP4InputFile& operator=(const CQmMP4InputFile&) = delete;
+
+    std::int32_t AddRef() override;
+    // Gives the count as it was before, 0 when the object is gone.
+    std::int32_t Release() override;
+    IQmImageFormat* GetFormat() override;
+    QmStatus GetPictureMetadata(std::uint32_t uiIndex, SQmPictureMetadata& metadata, std::uint32_t uiValue) override;
+    QmStatus GetExperiment(SQmExperiment& experiment) override;
+    QmStatus InputOperationA() override;
+    QmStatus InputOperationB() override;
+    QmStatus InputOperationC() override;
+    QmStatus InputOperationD() override;
+    QmStatus GetPictureFormat(std::uint32_t* puiWidth, std::uint32_t* puiHeight, std::uint32_t* puiBits,
+                              std::uint32_t* puiComponents) override;
+    QmStatus HasCapability(std::int32_t nCapability) override;
+    QmStatus GetImageAttributes(SQmImageAttributes* pAttributes) override;
+    QmStatus InputOperationE() override;
+    QmStatus InputOperationF() override;
+    QmStatus InputOperationG() override;
+    QmStatus InputOperationH() override;
+    QmStatus InputOperationI() override;
+    QmStatus InputOperationJ() override;
+    QmStatus GetPreviewBitmap(std::uint32_t* puiWidth, std::uint32_t* puiHeight, void* pBuffer, void* pReserved,
+                              bool bAutoContrast, void* pPass1, void* pPass2) override;
+    QmStatus ReadFirstFrame(void* pBuffer, void* pPass1, void* pPass2) override;
+    QmStatus ReadFrame(std::uint32_t uiIndex, void* pBuffer, void* pPass1, void* pPass2) override;
+    QmStatus InputOperationK() override;
+    QmStatus ReadFrameTile(std::uint32_t uiIndex, std::uint32_t uiValue1, std::uint32_t uiValue2, std::uint32_t uiLeft,
+                           std::uint32_t uiTop, std::uint32_t uiWidth, std::uint32_t uiHeight, void* pBuffer,
+                           std::uint32_t uiValue3, std::uint32_t uiValue4, void* pPass1, void* pPass2) override;
+    QmStatus InputOperationL(void** ppCleared) override;
+    QmStatus InputOperationM() override;
+    QmStatus InputOperationN() override;
+    bool InputOperationO() override;
+    QmStatus GetCacheItem(const wchar_t* pwszName, CQmByteArray* pData) override;
+    QmStatus InputOperationP() override;
+    QmStatus InputOperationQ() override;
+    QmStatus InputOperationR() override;
+    QmStatus InputOperationS() override;
+    QmStatus InputOperationT() override;
+    QmStatus InputOperationU() override;
+
+protected:
+    // --- the graph (readgraph.cpp) ---
+    QmStatus OpenGraph();
+    HRESULT FindFrameTimes();
+    HRESULT MakeCountingGraph(REFGUID guidSubtype);
+    HRESULT CountSamples(bool* pbRefused);
+    HRESULT MakeFrameGraph();
+    void ShutDownGraph();
+    void ReleaseGraph();
+
+    // --- frames and threads (framerequest.cpp) ---
+    QmStatus RequestFrame(std::uint32_t uiIndex, void* pBuffer);
+    QmStatus StartThreads();
+    static DWORD WINAPI PumpThread(void* pFile);
+    static DWORD WINAPI WorkerThread(void* pFile);
+    SReadGraph GetReadGraph();
+    void EndThreads();
+
+    // --- the rest ---
+    void NeedOpen();
+    QmStatus MakePreview(std::uint32_t uiWidth, std::uint32_t uiHeight, void* pBuffer, bool bAutoContrast, void* pPass1,
+                         void* pPass2);
+    QmStatus FindFileDate();
+
+    CQmByteArray m_Data;                         // empty; what the forms without an array of the caller's point to
+    std::atomic<std::int32_t> m_nRefCount;       // starts at 0
+    CQmImageFormatMP4* m_pFormat;                // one reference
+    CQmStringW m_strPath;                        // empty in the forms without a path
+    CQmMP4OutputFile* m_pOutputFile;             // null; nothing sets it
+    bool m_bWrittenFile;                         // the file is still being written
+    std::atomic<bool> m_bStop;                   // the object is going away; never cleared again
+    CQmByteArray* m_pByteArray;                  // stored, not read
+    const void* m_pMemory;                       // stored, not read
+    std::uint64_t m_uiMemorySize;                // stored, not read
+    SQmImageAttributes m_Attributes;             // all zero until the file is open
+    bool m_bOpen;                                // m_Attributes is valid
+    double m_dJulianDay;                         // of the file's last writing; -1.0 until found
+    std::vector<std::uint64_t> m_vFrameTimesMs;  // start of each frame in milliseconds; fixed once the file is open
+    IMFMediaSession* m_pSession;                 // one reference each, from here on
+    IMFMediaSource* m_pSource;                   //
+    SampleGrabberCB* m_pGrabber;                 //
+    IMFActivate* m_pSinkActivate;                //
+    IMFTopology* m_pTopology;                    //
+    IMFMediaType* m_pMediaType;                  //
+    bool m_bTopologySet;                         // the session has m_pTopology
+    HANDLE m_hWorkerThread;                      // null until the first frame is asked for
+    HANDLE m_hPumpThread;                        // likewise
+    std::mutex m_mtxPlay;                        // lets a pause meet the play that asked for it
+};

@@ -1,0 +1,126 @@
+#include "mp4filesimpl/streamformat.h"
+
+#include <cstddef>
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <uuids.h>
+
+#include "mp4filesimpl/saferelease.h"
+
+namespace
+{
+
+constexpr DWORD PROFILE_EXTENDED = 88;
+
+// The first byte behind what is read of a block.
+constexpr std::size_t PICTURE_SIZE_END =
+    offsetof(VIDEOINFOHEADER2, bmiHeader) + offsetof(BITMAPINFOHEADER, biHeight) + 4;
+constexpr std::size_t PROFILE_END = offsetof(MPEG2VIDEOINFO, dwProfile) + 4;
+static_assert(PICTURE_SIZE_END == 84 && PROFILE_END == 124);
+
+bool IsMpeg4Part2(REFGUID guidSubtype)
+{
+    return guidSubtype == MFVideoFormat_MP4S || guidSubtype == MFVideoFormat_M4S2 || guidSubtype == MFVideoFormat_MP4V;
+}
+
+// The raw format for one of the stream's formats. A block that is too short to tell a profile is refused.
+HRESULT ChooseSubtype(const AM_MEDIA_TYPE& format, GUID* pguidSubtype)
+{
+    *pguidSubtype = MFVideoFormat_NV12;
+    if (IsMpeg4Part2(format.subtype)) return S_OK;
+    if (format.pbFormat == nullptr || format.cbFormat < PROFILE_END) return MF_E_INVALIDMEDIATYPE;
+    const auto* pBlock = reinterpret_cast<const MPEG2VIDEOINFO*>(format.pbFormat);
+    if (pBlock->dwProfile > PROFILE_EXTENDED) *pguidSubtype = MFVideoFormat_YUY2;
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT FindStream(IMFPresentationDescriptor* pPresentation, REFGUID guidMajorType, IMFStreamDescriptor** ppDescriptor,
+                   IMFMediaTypeHandler** ppHandler)
+{
+    *ppDescriptor = nullptr;
+    *ppHandler = nullptr;
+    DWORD dwCount = 0;
+    HRESULT hr = pPresentation->GetStreamDescriptorCount(&dwCount);
+    for (DWORD i = 0; SUCCEEDED(hr) && i < dwCount; ++i)
+    {
+        BOOL bSelected = FALSE;
+        GUID guidStream = GUID_NULL;
+        hr = pPresentation->GetStreamDescriptorByIndex(i, &bSelected, ppDescriptor);
+        if (SUCCEEDED(hr)) hr = (*ppDescriptor)->GetMediaTypeHandler(ppHandler);
+        if (SUCCEEDED(hr)) hr = (*ppHandler)->GetMajorType(&guidStream);
+        if (SUCCEEDED(hr) && bSelected && guidStream == guidMajorType) return S_OK;
+
+        if (SUCCEEDED(hr)) hr = pPresentation->DeselectStream(i);
+        SafeRelease(ppHandler);
+        SafeRelease(ppDescriptor);
+    }
+    return FAILED(hr) ? hr : S_FALSE;
+}
+
+HRESULT TakeRepresentation(IMFMediaTypeHandler* pHandler, DWORD dwIndex, AM_MEDIA_TYPE** ppFormat)
+{
+    *ppFormat = nullptr;
+    IMFMediaType* pType = nullptr;
+    HRESULT hr = pHandler->GetMediaTypeByIndex(dwIndex, &pType);
+    if (SUCCEEDED(hr))
+    {
+        hr = pType->GetRepresentation(AM_MEDIA_TYPE_REPRESENTATION, reinterpret_cast<void**>(ppFormat));
+    }
+    SafeRelease(&pType);
+    return hr;
+}
+
+HRESULT FindFormatBlock(IMFMediaTypeHandler* pHandler, const MPEG2VIDEOINFO** ppMpeg2,
+                        const VIDEOINFOHEADER2** ppVideoInfo2)
+{
+    DWORD dwCount = 0;
+    HRESULT hr = pHandler->GetMediaTypeCount(&dwCount);
+    for (DWORD i = 0; SUCCEEDED(hr) && i < dwCount; ++i)
+    {
+        AM_MEDIA_TYPE* pFormat = nullptr;
+        hr = TakeRepresentation(pHandler, i, &pFormat);
+        if (FAILED(hr) || pFormat->majortype != MFMediaType_Video) continue;
+        if (pFormat->pbFormat == nullptr || pFormat->cbFormat < PICTURE_SIZE_END) continue;
+        if (pFormat->formattype == FORMAT_MPEG2_VIDEO)
+        {
+            *ppMpeg2 = reinterpret_cast<const MPEG2VIDEOINFO*>(pFormat->pbFormat);
+            break;
+        }
+        if (pFormat->formattype == FORMAT_VideoInfo2)
+        {
+            *ppVideoInfo2 = reinterpret_cast<const VIDEOINFOHEADER2*>(pFormat->pbFormat);
+            break;
+        }
+    }
+    return hr;
+}
+
+HRESULT ChooseOutputType(IMFMediaSource* pSource, IMFMediaType* pMediaType)
+{
+    IMFPresentationDescriptor* pPresentation = nullptr;
+    IMFStreamDescriptor* pDescriptor = nullptr;
+    IMFMediaTypeHandler* pHandler = nullptr;
+    DWORD dwCount = 0;
+    HRESULT hr = pSource->CreatePresentationDescriptor(&pPresentation);
+    if (SUCCEEDED(hr)) hr = FindStream(pPresentation, MFMediaType_Video, &pDescriptor, &pHandler);
+    if (hr == S_OK) hr = pHandler->GetMediaTypeCount(&dwCount);
+
+    for (DWORD i = 0; SUCCEEDED(hr) && i < dwCount; ++i)
+    {
+        AM_MEDIA_TYPE* pFormat = nullptr;
+        GUID guidSubtype = GUID_NULL;
+        hr = TakeRepresentation(pHandler, i, &pFormat);
+        if (FAILED(hr) || pFormat->majortype != MFMediaType_Video) continue;
+        hr = ChooseSubtype(*pFormat, &guidSubtype);
+        if (SUCCEEDED(hr)) hr = pMediaType->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
+        if (SUCCEEDED(hr)) hr = pMediaType->SetGUID(MF_MT_SUBTYPE, guidSubtype);
+    }
+
+    SafeRelease(&pHandler);
+    SafeRelease(&pDescriptor);
+    SafeRelease(&pPresentation);
+    return hr;
+}
