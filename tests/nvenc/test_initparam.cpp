@@ -383,7 +383,7 @@ TEST_F(InitParamTest, BitRatesThatDoNotFitAreOutOfRange)
 {
     Rc().averageBitRate = 5;
     for (const char* pszRate :
-         {"1e999", "-1e999", "4294967296", "4294.968m", "1e300k", "-1", "-3k", "inf", "-inf", "nan"})
+         {"1e999", "-1e999", "1e-999", "4294967296", "4294.968m", "1e300k", "-1", "-3k", "inf", "-inf", "nan"})
     {
         ExpectOutOfRange(std::string("-bitrate ") + pszRate, "stod argument out of range");
     }
