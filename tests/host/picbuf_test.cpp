@@ -169,9 +169,9 @@ TEST(PicBuf, AShapeThatCanNotBeHeldLeavesNoPixels)
 
 TEST(PicBuf, LackOfMemoryLeavesNoPixels)
 {
-    // 2^45 bytes: within what addresses reach, far beyond what a machine has.
+    // 2^42 bytes: within what addresses reach, far beyond what a machine has.
     SPicture pic;
-    const QmStatus nStatus = pic.Reinit(1u << 14, 1u << 31, 0, 8, 1, false);
+    const QmStatus nStatus = pic.Reinit(1u << 14, 1u << 28, 0, 8, 1, false);
     if (nStatus == QM_OK) GTEST_SKIP() << "this system promises memory that it doesn't have";
     EXPECT_EQ(nStatus, QM_ERR_FAIL);
     ExpectNoPixels(pic);
