@@ -95,6 +95,11 @@ Bytes WithLongHeaderInMoov(const Bytes& vFile)
     return WithBoxInFrontOfTrack(vFile, {0, 0, 0, 1, 'f', 'r', 'e', 'e', 0, 0, 0, 0, 0, 0, 0, 16});
 }
 
+void WriteText(Bytes& vFile, std::size_t uiAt, const std::string& strText)
+{
+    std::copy(strText.begin(), strText.end(), vFile.begin() + static_cast<std::ptrdiff_t>(uiAt));
+}
+
 // A metadata track without samples in front of the video's: the first timing table of the file has no entries.
 Bytes WithEmptyTrackInFront(const Bytes& vFile)
 {
@@ -106,9 +111,8 @@ Bytes WithEmptyTrackInFront(const Bytes& vFile)
         WriteBE32(vMoov, table.m_uiPayload + 4, 0);
     }
     WriteBE32(vMoov, FindBox(vMoov, "moov/trak/mdia/minf/stbl/stsz").m_uiPayload + 8, 0);
-    const std::string strHandler = "meta";
-    std::copy(strHandler.begin(), strHandler.end(),
-              vMoov.begin() + static_cast<std::ptrdiff_t>(FindBox(vMoov, "moov/trak/mdia/hdlr").m_uiPayload + 8));
+    WriteText(vMoov, FindBox(vMoov, "moov/trak/mdia/hdlr").m_uiPayload + 8, "meta");
+    WriteText(vMoov, FindBox(vMoov, "moov/trak/mdia/minf/stbl/stsd").m_uiPayload + 12, "mett");
     return WithBoxInFrontOfTrack(vFile, Bytes(vMoov.begin() + static_cast<std::ptrdiff_t>(trak.m_uiHeader),
                                               vMoov.begin() + static_cast<std::ptrdiff_t>(trak.m_uiEnd)));
 }
@@ -164,11 +168,27 @@ INSTANTIATE_TEST_SUITE_P(
                     FallbackCase{"LongMdatHeaderBeforeMoov_IrregularTimes", true, "", WithLongMdatHeader},
                     FallbackCase{"Fragmented", false, "-movflags frag_keyframe+empty_moov", Unchanged},
                     FallbackCase{"Fragmented_IrregularTimes", true, "-movflags frag_keyframe+empty_moov", Unchanged},
-                    FallbackCase{"FragmentedWithoutEmptyMoov", false, "-movflags frag_keyframe", Unchanged},
                     FallbackCase{"TimingTableWithoutEntries", false, "", WithEmptyTrackInFront},
                     FallbackCase{"BrokenBoxInMoov", false, "", WithBrokenBoxInMoov},
                     FallbackCase{"BrokenBoxInMoov_IrregularTimes", true, "", WithBrokenBoxInMoov},
                     FallbackCase{"LongHeaderInMoov", false, "", WithLongHeaderInMoov}),
     [](const auto& fallback) { return std::string(fallback.param.m_pszName); });
+
+// The walk is complete with what moov lists, so nobody looks for fragments: the frames of moov are the video.
+TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
+{
+    const TempDir dir;
+    const auto path = dir / "video.mp4";
+    RunFfmpeg(Input(false) + "-movflags frag_keyframe " + Quoted(path));
+    const std::size_t uiListed = ListTimesMs(ReadBytes(path)).size();
+    ASSERT_GT(uiListed, 0u);
+    ASSERT_LT(uiListed, g_uiCount);
+
+    const ModuleHost host;
+    const InputFile file = host.OpenInput(path);
+    SQmImageAttributes attributes;
+    ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
+    EXPECT_EQ(uiListed, attributes.m_uiSequenceCount);
+}
 
 }  // namespace
