@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "mp4_outputfile/frametimerule.h"
+#include "tests/mp4_outputfile/bytes.h"
 
 namespace
 {
@@ -16,7 +17,7 @@ std::vector<double> ElapsedTimes(const std::vector<double>& vHostTimes)
         times.m_dFrameTime = dTime;
         ApplyFrameTimeRule(times);
     }
-    return times.m_vecFrameTimes;
+    return ToVector(times.m_vecFrameTimes);
 }
 
 // As the Media Foundation back end uses it.
@@ -29,7 +30,7 @@ std::vector<double> Distances(const std::vector<double>& vHostTimes)
         ApplyFrameTimeRule(times);
         times.m_dPrevElapsed = times.m_dElapsed;
     }
-    return times.m_vecFrameTimes;
+    return ToVector(times.m_vecFrameTimes);
 }
 
 using Times = std::vector<double>;

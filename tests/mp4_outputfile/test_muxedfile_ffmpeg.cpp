@@ -119,7 +119,8 @@ void Mux(const CTempFile& file, const std::vector<Bytes>& vUnits, const std::vec
         }
     }
     WriteNalLengths(log, nals);
-    FinishMp4File(log, vTimes, 320, 240, eLayout == ELayout::Nvenc ? g_uiNvencSpsLengthOffset : g_uiAmfSpsLengthOffset);
+    FinishMp4File(log, ToGrowingArray(vTimes), 320, 240,
+                  eLayout == ELayout::Nvenc ? g_uiNvencSpsLengthOffset : g_uiAmfSpsLengthOffset);
 }
 
 // The times of all packets in ticks of 0.1 ms, one a line: the sums of the cut distances.
