@@ -83,6 +83,13 @@ TEST(FrameTimeRule, ADistanceOfAtMostAMillisecondBecomesOne)
     EXPECT_EQ(Distances({0.0, 10.0, 10.5, 11.5, 13.0}), (Times{0.0, 10.0, 1.0, 1.0, 1.5}));
 }
 
+TEST(FrameTimeRule, UntilTimeHasPassedADistanceMayBeShorter)
+{
+    // As long as the frame before has no time behind it, the time since the first frame is taken as it is.
+    EXPECT_EQ(Distances({10.0, 10.5, 11.0}), (Times{0.0, 0.5, 1.0}));
+    EXPECT_EQ(Distances({10.0, 10.0, 10.0, 10.25, 10.5}), (Times{0.0, 0.0, 0.0, 0.25, 1.0}));
+}
+
 TEST(FrameTimeRule, ATimeThatRunsBackwardsStandsStillOnMediaFoundation)
 {
     // The third frame is held at 100; the fourth counts from there.
