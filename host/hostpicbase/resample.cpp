@@ -2,6 +2,7 @@
 // sums of such rows.
 #include "host/hostpicbase/resample.h"
 
+#include <cmath>
 #include <limits>
 
 #include "host/hostpicbase/pixelform.h"
@@ -16,13 +17,14 @@ void ResampleRow(double* pdRow, const unsigned char* pSource, std::ptrdiff_t nPi
     {
         double adSum[COMPONENTS] = {};
         const double* pdWeights = columns.m_vWeights.data() + pixel.m_uiWeights;
+        const unsigned char* pPixel = pSource + static_cast<std::ptrdiff_t>(pixel.m_uiFirst) * nPixelStep;
         for (std::uint32_t i = 0; i < pixel.m_uiCount; ++i)
         {
-            const unsigned char* pPixel = pSource + static_cast<std::ptrdiff_t>(pixel.m_uiFirst + i) * nPixelStep;
             for (std::uint32_t c = 0; c < COMPONENTS; ++c)
             {
                 adSum[c] += pdWeights[i] * LoadComponent<TComponent>(pPixel, c);
             }
+            pPixel += nPixelStep;
         }
         for (std::uint32_t c = 0; c < COMPONENTS; ++c)
             *pdRow++ = adSum[c];
@@ -40,9 +42,9 @@ void Resample(const SPixelTarget& target, const SPixelSource& source, const SAxi
     std::vector<double> vSum(uiRowLength);
     const double dTotal = columns.m_dTotal * rows.m_dTotal;
 
-    for (std::size_t y = 0; y < rows.m_vPixels.size(); ++y)
+    unsigned char* pTargetRow = target.m_pFirst;
+    for (const SAxisTaps::SPixel& pixel : rows.m_vPixels)
     {
-        const SAxisTaps::SPixel& pixel = rows.m_vPixels[y];
         vSum.assign(uiRowLength, 0.0);
         for (std::uint32_t i = 0; i < pixel.m_uiCount; ++i)
         {
@@ -59,11 +61,11 @@ void Resample(const SPixelTarget& target, const SPixelSource& source, const SAxi
             for (std::size_t k = 0; k < uiRowLength; ++k)
                 vSum[k] += dWeight * vRow[k];
         }
-        unsigned char* pTargetRow = target.m_pFirst + y * target.m_uiRowStep;
         for (std::size_t k = 0; k < uiRowLength; ++k)
         {
-            StoreComponent(pTargetRow, k, static_cast<TComponent>(RoundHalfUp(vSum[k] / dTotal)));
+            StoreComponent(pTargetRow, k, static_cast<TComponent>(vSum[k] / dTotal + 0.5));
         }
+        pTargetRow += target.m_uiRowStep;
     }
 }
 

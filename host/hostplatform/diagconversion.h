@@ -6,11 +6,14 @@
 enum class EArgumentLength
 {
     Default,
-    Char,       // hh
-    Short,      // h
-    Long,       // l
-    SixtyFour,  // ll, I64, j, z, t
-    LongDouble  // L
+    Char,      // hh
+    Short,     // h
+    Long,      // l
+    LongLong,  // ll, I64
+    Size,      // z
+    Max,       // j
+    PtrDiff,   // t
+    LongDouble
 };
 
 // A width or precision: a number, an argument of its own, or none.

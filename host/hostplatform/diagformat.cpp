@@ -105,8 +105,13 @@ long long TakeSigned(EArgumentLength eLength, SArguments& arguments)
         return static_cast<short>(va_arg(arguments.m_list, int));
     case EArgumentLength::Long:
         return va_arg(arguments.m_list, long);
-    case EArgumentLength::SixtyFour:
-        return va_arg(arguments.m_list, std::int64_t);
+    case EArgumentLength::LongLong:
+        return va_arg(arguments.m_list, long long);
+    case EArgumentLength::Size:
+    case EArgumentLength::PtrDiff:
+        return va_arg(arguments.m_list, std::ptrdiff_t);
+    case EArgumentLength::Max:
+        return va_arg(arguments.m_list, std::intmax_t);
     default:
         return va_arg(arguments.m_list, int);
     }
@@ -122,8 +127,13 @@ unsigned long long TakeUnsigned(EArgumentLength eLength, SArguments& arguments)
         return static_cast<unsigned short>(va_arg(arguments.m_list, unsigned int));
     case EArgumentLength::Long:
         return va_arg(arguments.m_list, unsigned long);
-    case EArgumentLength::SixtyFour:
-        return va_arg(arguments.m_list, std::uint64_t);
+    case EArgumentLength::LongLong:
+        return va_arg(arguments.m_list, unsigned long long);
+    case EArgumentLength::Size:
+    case EArgumentLength::PtrDiff:
+        return va_arg(arguments.m_list, std::size_t);
+    case EArgumentLength::Max:
+        return va_arg(arguments.m_list, std::uintmax_t);
     default:
         return va_arg(arguments.m_list, unsigned int);
     }

@@ -4,13 +4,6 @@
 #include "unknwn.h"
 #include "wtypes.h"
 
-// A record of a user's type; the largest of the values, and so it is here.
-struct BRECORD
-{
-    PVOID pvRecord;
-    struct IRecordInfo* pRecInfo;
-};
-
 struct tagVARIANT
 {
     VARTYPE vt;
@@ -37,7 +30,11 @@ struct tagVARIANT
         BSTR bstrVal;
         IUnknown* punkVal;
         PVOID byref;
-        BRECORD brecVal;
+        struct
+        {
+            PVOID pvRecord;
+            void* pRecInfo;
+        } brecVal;
     };
 };
 using VARIANT = tagVARIANT;

@@ -123,8 +123,7 @@ DWORD WaitForAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD dwMil
 class AllLocks
 {
 public:
-    explicit AllLocks(std::span<const std::shared_ptr<Waitable>> objects)
-        : m_nObjects(static_cast<std::ptrdiff_t>(objects.size()))
+    explicit AllLocks(std::span<const std::shared_ptr<Waitable>> objects) : m_nObjects(objects.size())
     {
         std::transform(objects.begin(), objects.end(), m_aSorted.begin(), [](const auto& p) { return p.get(); });
         std::sort(m_aSorted.begin(), m_aSorted.begin() + m_nObjects, std::less<>());
@@ -243,12 +242,8 @@ void WINAPI Sleep(DWORD dwMilliseconds)
         std::this_thread::yield();
         return;
     }
-    if (dwMilliseconds == INFINITE)
+    do
     {
-        for (;;)
-        {
-            std::this_thread::sleep_for(std::chrono::hours(24));
-        }
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(dwMilliseconds));
+        std::this_thread::sleep_for(std::chrono::milliseconds(dwMilliseconds));
+    } while (dwMilliseconds == INFINITE);
 }
