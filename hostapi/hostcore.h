@@ -77,7 +77,8 @@ enum class EQmByteArrayModeAlloc : std::int32_t
     Default = 0
 };
 
-// A block of bytes that grows. Owns its memory.
+// A block of bytes that grows. Owns its memory. A copy that there is no memory for is empty; an assignment then changes
+// nothing.
 class QM_HOSTCORE CQmByteArray
 {
 public:
@@ -104,7 +105,8 @@ private:
     std::size_t m_uiCapacity;
 };
 
-// Narrow text, nul-terminated, never null.
+// Narrow text, nul-terminated, never null: a null pointer is the empty text, and so is a text that there is no memory
+// for.
 class QM_HOSTCORE CQmStringA
 {
 public:
@@ -121,14 +123,15 @@ private:
     char* m_pszText;
 };
 
-// Wide text, nul-terminated, never null.
+// Wide text, nul-terminated, never null, as CQmStringA.
 class QM_HOSTCORE CQmStringW
 {
 public:
     CQmStringW();
     CQmStringW(const CQmStringW& other);
     CQmStringW(const wchar_t* pwszText);
-    // Widens narrow text, which is UTF-8; a byte that isn't becomes U+FFFD. uiLength 0 means up to the nul.
+    // Widens narrow text, which is UTF-8; a byte that isn't becomes U+FFFD. uiLength 0 means up to the nul, anything
+    // else up to so many bytes or a nul before.
     CQmStringW(const char* pszText, std::size_t uiLength);
     ~CQmStringW();
     CQmStringW& operator=(const CQmStringW& other);
@@ -210,5 +213,5 @@ struct QM_HOSTCORE SQmImageAttributes
 };
 
 // The translation of a source text, looked up in the context that pszContext names. Without a translation the text
-// itself. The result stays valid until the calling thread's next call.
+// itself. The result stays valid until the calling thread's next call, and no longer than the source text.
 QM_HOSTCORE const wchar_t* QM_GetTranslation(const wchar_t* pwszText, const char* pszContext);

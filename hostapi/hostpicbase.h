@@ -53,7 +53,9 @@ public:
 
     // Allocates the pixels for a shape, giving back those that the record held. uiPitch 0 means rows rounded up to 4
     // bytes. bScratch true leaves the pixels unset, for pictures that are written whole before they are read; false
-    // makes them zero. QM_ERR_FAIL when there is no memory or the size can't be held; the record then has no pixels.
+    // makes them zero. The block begins at a multiple of 64 bytes, and 64 bytes behind its end may be read and written.
+    // QM_ERR_FAIL when there is no memory or the size can't be held, QM_ERR_RANGE for bits or components that no
+    // picture has; the record then is all zero.
     static QmStatus Reinit(SQmPicBuf* pPic, std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch,
                            std::uint32_t uiBits, std::uint32_t uiComponents, bool bScratch);
 
@@ -63,18 +65,21 @@ public:
     // Copies pixels, row by row, between pictures of one shape. QM_ERR_RANGE when the shapes differ.
     static QmStatus Copy(SQmPicBuf* pDst, const SQmPicBuf* pSrc);
 
-    // Bytes from row to row: the pixels' bytes, rounded up to uiAlignment (a power of two).
+    // Bytes from row to row: the pixels' bytes, rounded up to uiAlignment (a power of two). 0 when they don't fit 32
+    // bits or no picture has such pixels.
     static std::uint32_t CalcWidthBytes(std::uint32_t uiWidth, std::uint32_t uiBits, std::uint32_t uiComponents,
                                         std::uint32_t uiAlignment);
 
     // Measures the range of each component, leaving out dLow of the darkest and dHigh of the brightest values
-    // (fractions of all pixels), and stores it in pLut. bLinkComponents gives all components the widest range, so
-    // that hues stay; bMonotone false is the only form.
+    // (fractions of all pixels, rounded down to whole ones), and stores it in pLut. bLinkComponents gives all
+    // components the widest range, so that hues stay; bMonotone false is the only form. pParam is null. QM_ERR_RANGE,
+    // with pLut as it was, for fractions or a picture that nothing can be measured with.
     static QmStatus GetAutoContrast(SQmLutParam* pParam, SQmLut* pLut, SQmPicBuf* pPic, double dLow, double dHigh,
                                     bool bLinkComponents, bool bMonotone);
 
     // Builds the display tables: the range of pSource stretched over 0 to 255, or the whole range of uiBits when
-    // pSource has none.
+    // pSource has none or one of a single value. bBuild false takes the range over and builds no tables. pSource may be
+    // null, or pDisplay itself; pParam and pMask are null. QM_ERR_RANGE when the range is one of other bits.
     static QmStatus CreateLutsRGB(SQmLut* pDisplay, SQmLutParam* pParam, std::uint32_t uiBits, SQmLut* pSource,
                                   CQmRangeMask* pMask, bool bBuild);
 };
@@ -83,15 +88,16 @@ class QM_HOSTPICBASE CQmPicMemAPI_Base
 {
 public:
     // Turns uiPixelCount pixels in rows of uiWidth into 24-bit B, G, R through the display tables of pLut. One
-    // component becomes grey. Source and target rows have pitches of their own. QM_ERR_RANGE for a form that isn't
-    // served.
+    // component becomes grey, a fourth is dropped. Source and target rows have pitches of their own; what pads the
+    // target's rows isn't touched. QM_ERR_RANGE for a form that isn't served.
     static QmStatus ConvertToTrueColor(void* pDst, std::uint32_t uiDstWidthBytes, const void* pSrc,
                                        std::uint32_t uiComponents, std::uint32_t uiBits, std::uint32_t uiSrcWidthBytes,
                                        std::uint32_t uiWidth, std::uint64_t uiPixelCount, const SQmLut* pLut);
 
     // Draws a source picture into the region of a target picture that begins at (uiLeft, uiTop) and has the size
     // uiDstRegionWidth x uiDstRegionHeight, resampled when the sizes differ. Pixels outside the region keep their
-    // values. eMode as CQmPicBufAPI::Stretch; bMirror and bFlip turn the source over.
+    // values. uiMode as CQmPicBufAPI::Stretch; bMirror (left to right) and bFlip (top to bottom) turn the source over.
+    // Source and target mustn't overlap. QM_ERR_RANGE when the region reaches beyond the target.
     static QmStatus StretchDisplay(void* pDst, std::uint32_t uiDstWidth, std::uint32_t uiDstHeight,
                                    std::uint32_t uiComponents, std::uint32_t uiDstWidthBytes, std::uint32_t uiBits,
                                    std::uint32_t uiDstRegionWidth, std::uint32_t uiDstRegionHeight,

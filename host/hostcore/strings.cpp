@@ -88,7 +88,7 @@ CQmStringA::~CQmStringA()
 
 CQmStringA& CQmStringA::operator=(const CQmStringA& other)
 {
-    return *this = other.m_pszText;
+    return this == &other ? *this : *this = other.m_pszText;
 }
 
 CQmStringA& CQmStringA::operator=(const char* pszText)
@@ -125,7 +125,7 @@ CQmStringW::~CQmStringW()
 
 CQmStringW& CQmStringW::operator=(const CQmStringW& other)
 {
-    return *this = other.m_pwszText;
+    return this == &other ? *this : *this = other.m_pwszText;
 }
 
 CQmStringW& CQmStringW::operator=(const wchar_t* pwszText)

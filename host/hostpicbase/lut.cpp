@@ -2,8 +2,6 @@
 #include "hostapi/hostpicbase.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <new>
 #include <vector>
 
@@ -68,7 +66,7 @@ void FillTable(unsigned char* pTable, std::uint32_t uiBits, SRange range)
     for (std::uint32_t uiValue = 0; uiValue <= uiMax; ++uiValue)
     {
         const double dPart = (uiValue - range.m_dLow) * 255.0 / (range.m_dHigh - range.m_dLow);
-        pTable[uiValue] = static_cast<unsigned char>(std::clamp(dPart, 0.0, 255.0) + 0.5);
+        pTable[uiValue] = static_cast<unsigned char>(RoundHalfUp(std::clamp(dPart, 0.0, 255.0)));
     }
 }
 

@@ -15,7 +15,7 @@ constexpr std::size_t BLOCK_ALIGNMENT = 64;
 constexpr std::size_t BLOCK_SLACK = 64;
 
 // No process has this much address space; a shape beyond it is a mistake, not a lack of memory.
-constexpr std::uint64_t MAX_BLOCK_SIZE = std::uint64_t{1} << 46;
+constexpr std::uint64_t MAX_BLOCK_SIZE = std::uint64_t{1} << 47;
 
 // Ahead of the pixels stands the address of the block that holds them, to be freed.
 unsigned char* AllocatePixels(std::size_t uiSize, bool bZero) noexcept

@@ -27,6 +27,13 @@ constexpr std::uint32_t MaxComponentValue(std::uint32_t uiBits) noexcept
     return (1u << uiBits) - 1;
 }
 
+// The nearest whole number, halves going up, of one that isn't negative.
+constexpr std::uint32_t RoundHalfUp(double dValue) noexcept
+{
+    constexpr double HALF = 0.5;
+    return static_cast<std::uint32_t>(dValue + HALF);
+}
+
 // Component number uiIndex of a row. Rows lie where the caller's pitch puts them, so that two-byte components need not
 // be aligned.
 template <typename TComponent>

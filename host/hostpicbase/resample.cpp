@@ -2,7 +2,6 @@
 // sums of such rows.
 #include "host/hostpicbase/resample.h"
 
-#include <cmath>
 #include <limits>
 
 #include "host/hostpicbase/pixelform.h"
@@ -17,14 +16,13 @@ void ResampleRow(double* pdRow, const unsigned char* pSource, std::ptrdiff_t nPi
     {
         double adSum[COMPONENTS] = {};
         const double* pdWeights = columns.m_vWeights.data() + pixel.m_uiWeights;
-        const unsigned char* pPixel = pSource + static_cast<std::ptrdiff_t>(pixel.m_uiFirst) * nPixelStep;
         for (std::uint32_t i = 0; i < pixel.m_uiCount; ++i)
         {
+            const unsigned char* pPixel = pSource + static_cast<std::ptrdiff_t>(pixel.m_uiFirst + i) * nPixelStep;
             for (std::uint32_t c = 0; c < COMPONENTS; ++c)
             {
                 adSum[c] += pdWeights[i] * LoadComponent<TComponent>(pPixel, c);
             }
-            pPixel += nPixelStep;
         }
         for (std::uint32_t c = 0; c < COMPONENTS; ++c)
             *pdRow++ = adSum[c];
@@ -42,9 +40,9 @@ void Resample(const SPixelTarget& target, const SPixelSource& source, const SAxi
     std::vector<double> vSum(uiRowLength);
     const double dTotal = columns.m_dTotal * rows.m_dTotal;
 
-    unsigned char* pTargetRow = target.m_pFirst;
-    for (const SAxisTaps::SPixel& pixel : rows.m_vPixels)
+    for (std::size_t y = 0; y < rows.m_vPixels.size(); ++y)
     {
+        const SAxisTaps::SPixel& pixel = rows.m_vPixels[y];
         vSum.assign(uiRowLength, 0.0);
         for (std::uint32_t i = 0; i < pixel.m_uiCount; ++i)
         {
@@ -61,11 +59,11 @@ void Resample(const SPixelTarget& target, const SPixelSource& source, const SAxi
             for (std::size_t k = 0; k < uiRowLength; ++k)
                 vSum[k] += dWeight * vRow[k];
         }
+        unsigned char* pTargetRow = target.m_pFirst + y * target.m_uiRowStep;
         for (std::size_t k = 0; k < uiRowLength; ++k)
         {
-            StoreComponent(pTargetRow, k, static_cast<TComponent>(vSum[k] / dTotal + 0.5));
+            StoreComponent(pTargetRow, k, static_cast<TComponent>(RoundHalfUp(vSum[k] / dTotal)));
         }
-        pTargetRow += target.m_uiRowStep;
     }
 }
 

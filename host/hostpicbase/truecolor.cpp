@@ -55,16 +55,14 @@ QmStatus CQmPicMemAPI_Base::ConvertToTrueColor(void* pDst, std::uint32_t uiDstWi
         form.m_auiComponent[c] = std::min(c, uiTables - 1);
         form.m_apTables[c] = pLut->m_pTables + form.m_auiComponent[c] * uiTableSize;
     }
-    auto* pDstRow = static_cast<unsigned char*>(pDst);
-    auto* pSrcRow = static_cast<const unsigned char*>(pSrc);
     const auto pfnConvertRow = BytesPerComponent(uiBits) == 1 ? ConvertRow<std::uint8_t> : ConvertRow<std::uint16_t>;
-    for (std::uint64_t uiLeft = uiPixelCount; uiLeft != 0;)
+    std::uint64_t uiLeft = uiPixelCount;
+    for (std::uint64_t y = 0; uiLeft != 0; ++y)
     {
         const std::uint64_t uiPixels = std::min<std::uint64_t>(uiLeft, uiWidth);  // the last row may be short
-        pfnConvertRow(pDstRow, pSrcRow, uiPixels, form);
+        pfnConvertRow(static_cast<unsigned char*>(pDst) + y * uiDstWidthBytes,
+                      static_cast<const unsigned char*>(pSrc) + y * uiSrcWidthBytes, uiPixels, form);
         uiLeft -= uiPixels;
-        pDstRow += uiDstWidthBytes;
-        pSrcRow += uiSrcWidthBytes;
     }
     return QM_OK;
 }

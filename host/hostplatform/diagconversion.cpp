@@ -1,6 +1,8 @@
 #include "host/hostplatform/diagconversion.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cwchar>
 #include <iterator>
 #include <string_view>
@@ -21,6 +23,10 @@ constexpr unsigned int LengthBits(TLength... lengths)
 
 using enum EArgumentLength;
 
+// Of the types that have a letter of their own only long differs between the systems.
+static_assert(sizeof(long long) == 8 && sizeof(std::intmax_t) == 8 && sizeof(std::size_t) == 8 &&
+              sizeof(std::ptrdiff_t) == 8);
+
 // What the letters of one kind may have beside a width.
 struct SConversionKind
 {
@@ -30,7 +36,7 @@ struct SConversionKind
     unsigned int m_uiLengths;
 };
 
-constexpr unsigned int INTEGER_LENGTHS = LengthBits(Default, Char, Short, Long, LongLong, Size, Max, PtrDiff);
+constexpr unsigned int INTEGER_LENGTHS = LengthBits(Default, Char, Short, Long, SixtyFour);
 constexpr unsigned int FLOAT_LENGTHS = LengthBits(Default, Long, LongDouble);
 constexpr unsigned int TEXT_LENGTHS = LengthBits(Default, Short, Long);
 
@@ -82,9 +88,9 @@ const wchar_t* ParseLength(const wchar_t* pwsz, EArgumentLength& eLength)
         const wchar_t* m_pwszName;
         EArgumentLength m_eLength;
     };
-    static constexpr SName NAMES[] = {{L"hh", Char}, {L"h", Short},      {L"ll", LongLong},
-                                      {L"l", Long},  {L"I64", LongLong}, {L"z", Size},
-                                      {L"j", Max},   {L"t", PtrDiff},    {L"L", LongDouble}};
+    static constexpr SName NAMES[] = {{L"hh", Char},     {L"h", Short},       {L"ll", SixtyFour},
+                                      {L"l", Long},      {L"I64", SixtyFour}, {L"j", SixtyFour},
+                                      {L"z", SixtyFour}, {L"t", SixtyFour},   {L"L", LongDouble}};
     for (const SName& name : NAMES)
     {
         const std::size_t uiLength = std::wcslen(name.m_pwszName);

@@ -6,14 +6,11 @@
 enum class EArgumentLength
 {
     Default,
-    Char,      // hh
-    Short,     // h
-    Long,      // l
-    LongLong,  // ll, I64
-    Size,      // z
-    Max,       // j
-    PtrDiff,   // t
-    LongDouble
+    Char,       // hh
+    Short,      // h
+    Long,       // l
+    SixtyFour,  // ll, I64, j, z, t
+    LongDouble  // L
 };
 
 // A width or precision: a number, an argument of its own, or none.

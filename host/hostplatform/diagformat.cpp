@@ -105,13 +105,8 @@ long long TakeSigned(EArgumentLength eLength, SArguments& arguments)
         return static_cast<short>(va_arg(arguments.m_list, int));
     case EArgumentLength::Long:
         return va_arg(arguments.m_list, long);
-    case EArgumentLength::LongLong:
-        return va_arg(arguments.m_list, long long);
-    case EArgumentLength::Size:
-    case EArgumentLength::PtrDiff:
-        return va_arg(arguments.m_list, std::ptrdiff_t);
-    case EArgumentLength::Max:
-        return va_arg(arguments.m_list, std::intmax_t);
+    case EArgumentLength::SixtyFour:
+        return va_arg(arguments.m_list, std::int64_t);
     default:
         return va_arg(arguments.m_list, int);
     }
@@ -127,13 +122,8 @@ unsigned long long TakeUnsigned(EArgumentLength eLength, SArguments& arguments)
         return static_cast<unsigned short>(va_arg(arguments.m_list, unsigned int));
     case EArgumentLength::Long:
         return va_arg(arguments.m_list, unsigned long);
-    case EArgumentLength::LongLong:
-        return va_arg(arguments.m_list, unsigned long long);
-    case EArgumentLength::Size:
-    case EArgumentLength::PtrDiff:
-        return va_arg(arguments.m_list, std::size_t);
-    case EArgumentLength::Max:
-        return va_arg(arguments.m_list, std::uintmax_t);
+    case EArgumentLength::SixtyFour:
+        return va_arg(arguments.m_list, std::uint64_t);
     default:
         return va_arg(arguments.m_list, unsigned int);
     }

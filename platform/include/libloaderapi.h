@@ -36,7 +36,8 @@ extern "C"
     // program.
     WINBASEAPI FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName);
 
-    // Null is the program; a name finds only what LoadLibrary has loaded, by the name it was loaded by. Counts no load.
+    // Null is the program; a name finds only what LoadLibrary has loaded. Directory, case and the ending .dll make no
+    // difference. Counts no load.
     WINBASEAPI HMODULE WINAPI GetModuleHandleA(LPCSTR lpModuleName);
     WINBASEAPI HMODULE WINAPI GetModuleHandleW(LPCWSTR lpModuleName);
     // The full path of the library, of the program for null. Gives its length without the nul; with too small a buffer

@@ -4,6 +4,13 @@
 #include "unknwn.h"
 #include "wtypes.h"
 
+// A record of a user's type; the largest of the values, and so it is here.
+struct BRECORD
+{
+    PVOID pvRecord;
+    struct IRecordInfo* pRecInfo;
+};
+
 struct tagVARIANT
 {
     VARTYPE vt;
@@ -30,11 +37,7 @@ struct tagVARIANT
         BSTR bstrVal;
         IUnknown* punkVal;
         PVOID byref;
-        struct
-        {
-            PVOID pvRecord;
-            void* pRecInfo;
-        } brecVal;
+        BRECORD brecVal;
     };
 };
 using VARIANT = tagVARIANT;

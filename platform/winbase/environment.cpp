@@ -1,3 +1,5 @@
+#include "platform/winbase/environment.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cwchar>
@@ -18,22 +20,30 @@ std::mutex& EnvironmentMutex()
 
 }  // namespace
 
+namespace winbase
+{
+
+std::optional<std::string> EnvironmentVariable(const char* pszName)
+{
+    const std::lock_guard lock(EnvironmentMutex());
+    const char* const pszValue = std::getenv(pszName);
+    return pszValue ? std::optional<std::string>(pszValue) : std::nullopt;
+}
+
+}  // namespace winbase
+
 using namespace winbase;
 
 DWORD WINAPI GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSize)
 {
     return WithoutExceptions<DWORD>(0, [&]() -> DWORD {
-        std::wstring value;
+        const auto narrow = lpName ? EnvironmentVariable(Utf8FromWide(lpName).c_str()) : std::nullopt;
+        if (!narrow)
         {
-            const std::lock_guard lock(EnvironmentMutex());
-            const char* pszValue = lpName ? std::getenv(Utf8FromWide(lpName).c_str()) : nullptr;
-            if (!pszValue)
-            {
-                SetLastError(ERROR_ENVVAR_NOT_FOUND);
-                return 0;
-            }
-            value = WideFromUtf8(pszValue);
+            SetLastError(ERROR_ENVVAR_NOT_FOUND);
+            return 0;
         }
+        const std::wstring value = WideFromUtf8(*narrow);
         const auto nLength = static_cast<DWORD>(value.size());
         if (nLength >= nSize || !lpBuffer)
         {

@@ -150,7 +150,7 @@ HMODULE FindLoaded(const std::string& name)
     Loader& loader = TheLoader();
     const std::lock_guard lock(loader.m_mutex);
     const auto it = std::find_if(loader.m_mapLibraries.begin(), loader.m_mapLibraries.end(),
-                                 [&](const auto& entry) { return entry.second.name == name; });
+                                 [&](const auto& entry) { return IsSameLibraryName(entry.second.name, name); });
     if (it == loader.m_mapLibraries.end())
     {
         SetLastError(ERROR_MOD_NOT_FOUND);

@@ -1,11 +1,10 @@
 #include "platform/winbase/library_search.h"
 
-#include <cstdlib>
 #include <dlfcn.h>
 #include <string_view>
 #include <strings.h>
 
-#include "winbase.h"
+#include "platform/winbase/environment.h"
 
 namespace winbase
 {
@@ -21,14 +20,14 @@ bool EndsWith(const std::string& name, std::string_view ending)
            strncasecmp(name.c_str() + name.size() - ending.size(), ending.data(), ending.size()) == 0;
 }
 
+std::string WithoutDll(const std::string& name)
+{
+    return EndsWith(name, c_dll) ? name.substr(0, name.size() - c_dll.size()) : name;
+}
+
 std::string WithSo(const std::string& name)
 {
-    if (EndsWith(name, c_so))
-    {
-        return name;
-    }
-    const std::string stem = EndsWith(name, c_dll) ? name.substr(0, name.size() - c_dll.size()) : name;
-    return stem + std::string(c_so);
+    return EndsWith(name, c_so) ? name : WithoutDll(name) + std::string(c_so);
 }
 
 // The directory that this library was loaded from; "." if the system doesn't tell.
@@ -47,9 +46,9 @@ std::string OwnDirectory()
 std::vector<std::string> SearchDirectories()
 {
     // A variable that is set to nothing names no directory: nothing is found, as on a machine without any runtime.
-    if (const char* pszDirectory = std::getenv("IMAGEFORMAT_MP4_RUNTIMES"))
+    if (const auto directory = EnvironmentVariable("IMAGEFORMAT_MP4_RUNTIMES"))
     {
-        return *pszDirectory ? std::vector<std::string>{pszDirectory} : std::vector<std::string>{};
+        return directory->empty() ? std::vector<std::string>{} : std::vector<std::string>{*directory};
     }
     const std::string own = OwnDirectory();
     return {own, own + "/runtimes"};
@@ -81,6 +80,14 @@ std::vector<std::string> LibraryCandidates(const std::string& name)
         candidates.push_back(directory + "/lib" + WithSo(name));
     }
     return candidates;
+}
+
+bool IsSameLibraryName(const std::string& left, const std::string& right)
+{
+    const auto stem = [](const std::string& name) {
+        return WithoutDll(name.substr(name.find_last_of("/\\") + 1));  // npos + 1 is 0
+    };
+    return strcasecmp(stem(left).c_str(), stem(right).c_str()) == 0;
 }
 
 }  // namespace winbase

@@ -123,7 +123,8 @@ DWORD WaitForAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD dwMil
 class AllLocks
 {
 public:
-    explicit AllLocks(std::span<const std::shared_ptr<Waitable>> objects) : m_nObjects(objects.size())
+    explicit AllLocks(std::span<const std::shared_ptr<Waitable>> objects)
+        : m_nObjects(static_cast<std::ptrdiff_t>(objects.size()))
     {
         std::transform(objects.begin(), objects.end(), m_aSorted.begin(), [](const auto& p) { return p.get(); });
         std::sort(m_aSorted.begin(), m_aSorted.begin() + m_nObjects, std::less<>());
@@ -242,8 +243,12 @@ void WINAPI Sleep(DWORD dwMilliseconds)
         std::this_thread::yield();
         return;
     }
-    do
+    if (dwMilliseconds == INFINITE)
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(dwMilliseconds));
-    } while (dwMilliseconds == INFINITE);
+        for (;;)
+        {
+            std::this_thread::sleep_for(std::chrono::hours(24));
+        }
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(dwMilliseconds));
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hostapi/hostcore.h"
+#include "mp4_outputfile/growingarray.h"
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -55,4 +56,26 @@ inline Bytes FromByteArray(const CQmByteArray& ba)
 {
     const std::uint8_t* p = ba.GetData(0);
     return {p, p + ba.GetSize()};
+}
+
+template <class T>
+CGrowingArray<T> ToGrowingArray(const std::vector<T>& v)
+{
+    CGrowingArray<T> array;
+    for (const T& value : v)
+    {
+        array.push_back(value);
+    }
+    return array;
+}
+
+template <class T>
+std::vector<T> ToVector(const CGrowingArray<T>& array)
+{
+    std::vector<T> v;
+    for (std::size_t ui = 0; ui < array.size(); ++ui)
+    {
+        v.push_back(array[ui]);
+    }
+    return v;
 }

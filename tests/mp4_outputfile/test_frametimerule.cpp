@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "mp4_outputfile/frametimerule.h"
+#include "tests/mp4_outputfile/bytes.h"
 
 namespace
 {
@@ -16,7 +17,7 @@ std::vector<double> ElapsedTimes(const std::vector<double>& vHostTimes)
         times.m_dFrameTime = dTime;
         ApplyFrameTimeRule(times);
     }
-    return times.m_vecFrameTimes;
+    return ToVector(times.m_vecFrameTimes);
 }
 
 // As the Media Foundation back end uses it.
@@ -29,7 +30,7 @@ std::vector<double> Distances(const std::vector<double>& vHostTimes)
         ApplyFrameTimeRule(times);
         times.m_dPrevElapsed = times.m_dElapsed;
     }
-    return times.m_vecFrameTimes;
+    return ToVector(times.m_vecFrameTimes);
 }
 
 using Times = std::vector<double>;
@@ -80,6 +81,13 @@ TEST(FrameTimeRule, MediaFoundationGetsDistances)
 TEST(FrameTimeRule, ADistanceOfAtMostAMillisecondBecomesOne)
 {
     EXPECT_EQ(Distances({0.0, 10.0, 10.5, 11.5, 13.0}), (Times{0.0, 10.0, 1.0, 1.0, 1.5}));
+}
+
+TEST(FrameTimeRule, UntilTimeHasPassedADistanceMayBeShorter)
+{
+    // As long as the frame before has no time behind it, the time since the first frame is taken as it is.
+    EXPECT_EQ(Distances({10.0, 10.5, 11.0}), (Times{0.0, 0.5, 1.0}));
+    EXPECT_EQ(Distances({10.0, 10.0, 10.0, 10.25, 10.5}), (Times{0.0, 0.0, 0.0, 0.25, 1.0}));
 }
 
 TEST(FrameTimeRule, ATimeThatRunsBackwardsStandsStillOnMediaFoundation)

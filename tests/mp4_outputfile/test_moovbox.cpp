@@ -34,9 +34,9 @@ Bytes MoovOf(const SArguments& arguments)
 {
     const CTempFile file;
     const QmFileHandle hFile = file.Create();
-    WriteMoovBox(hFile, arguments.m_times, arguments.m_sizes, arguments.m_uiWidth, arguments.m_uiHeight,
-                 ToByteArray(arguments.m_vFirstPacket), arguments.m_uiSpsLengthOffset, arguments.m_keySamples,
-                 arguments.m_uiPpsOffset);
+    WriteMoovBox(hFile, ToGrowingArray(arguments.m_times), ToGrowingArray(arguments.m_sizes), arguments.m_uiWidth,
+                 arguments.m_uiHeight, ToByteArray(arguments.m_vFirstPacket), arguments.m_uiSpsLengthOffset,
+                 ToGrowingArray(arguments.m_keySamples), arguments.m_uiPpsOffset);
     QM_CloseFile(hFile);
     return file.Bytes();
 }

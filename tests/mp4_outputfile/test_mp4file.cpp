@@ -38,7 +38,7 @@ struct SMuxer
     void Close(const std::vector<double>& vTimes, std::uint32_t uiSpsLengthOffset)
     {
         WriteNalLengths(m_log, m_nals);
-        FinishMp4File(m_log, vTimes, 320, 240, uiSpsLengthOffset);
+        FinishMp4File(m_log, ToGrowingArray(vTimes), 320, 240, uiSpsLengthOffset);
     }
 
     CTempFile m_file;
@@ -180,7 +180,7 @@ TEST(Mp4File, ThatCouldNotBeOpenedIsLoggedAndNothingIsWritten)
               QM_OK);
     ASSERT_EQ(log.m_hFile, nullptr);
     LogNvencPacket(log, nals, Join({g_vStart4, Nal(0x65, 10)}));
-    EXPECT_EQ(log.m_vecSampleSizes, Numbers{14});
+    EXPECT_EQ(ToVector(log.m_vecSampleSizes), Numbers{14});
     WriteNalLengths(log, nals);
     FinishMp4File(log, {0.0}, 320, 240, g_uiNvencSpsLengthOffset);
     EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));

@@ -1,7 +1,7 @@
 // How the host's time of a frame becomes the entry of that frame in the list of frame times.
 #pragma once
 
-#include <vector>
+#include "mp4_outputfile/growingarray.h"
 
 // The frame-time fields of one output file, all in milliseconds. -1.0 stands for a time that isn't there yet.
 struct SFrameTimes
@@ -11,7 +11,7 @@ struct SFrameTimes
     double m_dFirstFrameTime = -1.0;  // the first frame's time
     double m_dElapsed = -1.0;         // the current frame's time since the first
     double m_dSampleTime = 1.0;       // what the rule made of the current frame
-    std::vector<double> m_vecFrameTimes;
+    CGrowingArray<double> m_vecFrameTimes;
 };
 
 // Runs for every frame, before it is encoded. Appends one entry to m_vecFrameTimes.

@@ -16,9 +16,9 @@ constexpr std::uint32_t g_uiOneFrameDelta = 10;
 // What all boxes of one `moov` are made from.
 struct SMovie
 {
-    const std::vector<double>& m_times;
-    const std::vector<std::uint32_t>& m_sizes;
-    const std::vector<std::uint32_t>& m_keySamples;
+    const CGrowingArray<double>& m_times;
+    const CGrowingArray<std::uint32_t>& m_sizes;
+    const CGrowingArray<std::uint32_t>& m_keySamples;
     std::uint16_t m_uiWidth;
     std::uint16_t m_uiHeight;
     const CQmByteArray& m_firstPacket;
@@ -44,7 +44,7 @@ std::uint32_t ToTicks(double dMilliseconds)
 
 // The last frame lasts as long as the one before it. Each delta is cut on its own, and nothing is carried over to the
 // next; times that run backwards give negative ones.
-std::uint32_t SampleDelta(const std::vector<double>& times, std::size_t uiSample)
+std::uint32_t SampleDelta(const CGrowingArray<double>& times, std::size_t uiSample)
 {
     if (times.size() == 1) return g_uiOneFrameDelta;
     const std::size_t uiFrom = std::min(uiSample, times.size() - 2);
@@ -207,7 +207,7 @@ void AppendStts(CGrowingBox& box, const SMovie& movie)
 }
 
 // How many, then the numbers.
-void AppendNumbers(CGrowingBox& box, const std::vector<std::uint32_t>& numbers)
+void AppendNumbers(CGrowingBox& box, const CGrowingArray<std::uint32_t>& numbers)
 {
     box.Append32(static_cast<std::uint32_t>(numbers.size()));
     AppendTable<1>(box, numbers.size(), [&numbers](std::size_t ui, std::size_t) { return numbers[ui]; });
@@ -247,9 +247,9 @@ void AppendStco(CGrowingBox& box)
 }
 }  // namespace
 
-void WriteMoovBox(QmFileHandle hFile, const std::vector<double>& times, const std::vector<std::uint32_t>& sizes,
+void WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const CGrowingArray<std::uint32_t>& sizes,
                   std::uint16_t uiWidth, std::uint16_t uiHeight, const CQmByteArray& firstPacket,
-                  std::uint32_t uiSpsLengthOffset, const std::vector<std::uint32_t>& keySamples,
+                  std::uint32_t uiSpsLengthOffset, const CGrowingArray<std::uint32_t>& keySamples,
                   std::uint32_t uiPpsOffset)
 {
     const SMovie movie{times, sizes, keySamples, uiWidth, uiHeight, firstPacket, uiSpsLengthOffset, uiPpsOffset};

@@ -48,15 +48,17 @@ void WriteNalLengths(SSampleLog& log, SNalLog& nals)
     if (log.m_hFile == nullptr || nals.m_vecNalPatches.empty()) return;
     const std::uint64_t uiLastLength = log.m_nMdatBytes - nals.m_nLastNalStart - 4;
     nals.m_vecNalPatches.back().m_nLengthBE = ToBigEndian32(static_cast<std::uint32_t>(uiLastLength));
-    for (const SNalPatch& patch : nals.m_vecNalPatches)
+    for (std::size_t ui = 0; ui < nals.m_vecNalPatches.size(); ++ui)
     {
+        const SNalPatch& patch = nals.m_vecNalPatches[ui];
         QM_SeekFile(log.m_hFile, static_cast<std::int64_t>(patch.m_nOffset + g_uiMdatPayloadOffset), QM_SEEK_BEGIN);
         Write(log.m_hFile, &patch.m_nLengthBE, sizeof patch.m_nLengthBE);
         PatchFirstPacket(log.m_baFirstPacket, patch);
     }
+    nals.m_vecNalPatches.Release();
 }
 
-void FinishMp4File(SSampleLog& log, const std::vector<double>& vecFrameTimes, std::uint32_t uiWidth,
+void FinishMp4File(SSampleLog& log, const CGrowingArray<double>& vecFrameTimes, std::uint32_t uiWidth,
                    std::uint32_t uiHeight, std::uint32_t uiSpsLengthOffset)
 {
     if (log.m_hFile != nullptr)
@@ -70,6 +72,6 @@ void FinishMp4File(SSampleLog& log, const std::vector<double>& vecFrameTimes, st
         QM_CloseFile(log.m_hFile);
         log.m_hFile = nullptr;
     }
-    std::vector<std::uint32_t>().swap(log.m_vecSampleSizes);
-    std::vector<std::uint32_t>().swap(log.m_vecKeySamples);
+    log.m_vecSampleSizes.Release();
+    log.m_vecKeySamples.Release();
 }

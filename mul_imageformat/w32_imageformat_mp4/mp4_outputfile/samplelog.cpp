@@ -47,8 +47,10 @@ void AddSample(SSampleLog& log, std::size_t uiSize)
 void WritePacket(const SSampleLog& log, const std::uint8_t* pPacket, std::size_t uiSize)
 {
     if (log.m_hFile == nullptr) return;
+    // The result isn't looked at: encoding goes on over a full disk, and the file stays as long as it is.
     QM_WriteFile(log.m_hFile, pPacket, uiSize, nullptr, nullptr);
 }
+
 // The first 00 00 00 01 at uiFrom or behind, before uiBound, or uiBound when there is none. The packet goes on for at
 // least 3 bytes behind uiBound. Ones are rare in encoded data, and so are looked for first.
 std::size_t FindStartCode(const std::uint8_t* pPacket, std::size_t uiFrom, std::size_t uiBound)

@@ -15,6 +15,7 @@
 
 #include "hostapi/hostcore.h"
 #include "hostapi/hostplatform.h"
+#include "mp4_outputfile/growingarray.h"
 
 inline constexpr std::uint32_t g_uiMdatPayloadOffset = 48;     // in the file
 inline constexpr std::uint32_t g_uiNoPpsOffset = 0xFFFFFFFFU;  // no PPS was seen
@@ -34,19 +35,19 @@ static_assert(sizeof(SNalPatch) == 16, "a long file has millions of them");
 // What one open file remembers of its NALs until their lengths are written.
 struct SNalLog
 {
-    std::vector<SNalPatch> m_vecNalPatches;
+    CGrowingArray<SNalPatch> m_vecNalPatches;
     std::uint64_t m_nLastNalStart = 0;  // the newest NAL's start code
 };
 
 // What one open file remembers of its samples until `moov` is written.
 struct SSampleLog
 {
-    QmFileHandle m_hFile = nullptr;                // null when opening failed; nothing is written then
-    std::vector<std::uint32_t> m_vecSampleSizes;   // bytes as written, one for each packet
-    std::vector<std::uint32_t> m_vecKeySamples;    // for `stss`, in the order found
-    std::uint32_t m_nPpsOffset = g_uiNoPpsOffset;  // of the newest PPS's start code, within its own packet
-    std::uint64_t m_nMdatBytes = 0;                // written to `mdat` so far
-    CQmByteArray m_baFirstPacket;                  // the same patches are applied to it as to the file
+    QmFileHandle m_hFile = nullptr;                 // null when opening failed; nothing is written then
+    CGrowingArray<std::uint32_t> m_vecSampleSizes;  // bytes as written, one for each packet
+    CGrowingArray<std::uint32_t> m_vecKeySamples;   // for `stss`, in the order found
+    std::uint32_t m_nPpsOffset = g_uiNoPpsOffset;   // of the newest PPS's start code, within its own packet
+    std::uint64_t m_nMdatBytes = 0;                 // written to `mdat` so far
+    CQmByteArray m_baFirstPacket;                   // the same patches are applied to it as to the file
 };
 
 // Writes the 48 bytes before the first sample.
@@ -62,11 +63,12 @@ void LogNvencPacket(SSampleLog& log, SNalLog& nals, const std::vector<std::uint8
 void LogAmfPacket(SSampleLog& log, SNalLog& nals, const std::uint8_t* pPacket, std::size_t uiSize,
                   std::uint32_t uiFrameNumber);
 
-// First half of the close: writes every NAL's length over its start code, in the file and in the first packet.
+// First half of the close: writes every NAL's length over its start code, in the file and in the first packet. nals is
+// empty afterwards, so that its memory serves for `moov`.
 void WriteNalLengths(SSampleLog& log, SNalLog& nals);
 
 // Second half: writes the size of `mdat` (its low 32 bits: there is no 64-bit header), appends `moov` and closes the
 // file. vecFrameTimes are in milliseconds, one for each frame. Of width and height the low 16 bits count. The log has
 // no file and no samples afterwards.
-void FinishMp4File(SSampleLog& log, const std::vector<double>& vecFrameTimes, std::uint32_t uiWidth,
+void FinishMp4File(SSampleLog& log, const CGrowingArray<double>& vecFrameTimes, std::uint32_t uiWidth,
                    std::uint32_t uiHeight, std::uint32_t uiSpsLengthOffset);

@@ -47,6 +47,17 @@ TEST(WinbaseLibrary, EveryWayOfLoadingGivesTheSameLibrary)
     EXPECT_FALSE(GetModuleHandleW(c_pwszLibrary));
 }
 
+TEST(WinbaseLibrary, LoadedOneIsFoundByItsNameInAnyForm)
+{
+    const HMODULE hModule = LoadLibraryW(L"winbase_testlibrary");
+    ASSERT_TRUE(hModule);
+    EXPECT_EQ(GetModuleHandleW(L"winbase_testlibrary"), hModule);
+    EXPECT_EQ(GetModuleHandleW(L"winbase_testlibrary.dll"), hModule);
+    EXPECT_EQ(GetModuleHandleW(L"WINBASE_TestLibrary.DLL"), hModule);
+    EXPECT_FALSE(GetModuleHandleW(L"winbase_testlibrar"));
+    EXPECT_TRUE(FreeLibrary(hModule));
+}
+
 TEST(WinbaseLibrary, StaysAsLongAsItsLoadsAreCounted)
 {
     int nDetached = 0;

@@ -64,8 +64,8 @@ public:
     std::uint32_t GetEncodeWidth() const { return m_nWidth; }
     std::uint32_t GetEncodeHeight() const { return m_nHeight; }
 
-    // For entries that this class doesn't wrap. Every entry of the table can be called: what the runtime lacks answers
-    // NV_ENC_ERR_UNIMPLEMENTED. The session is null once it has ended.
+    // For queries that this class doesn't wrap. Entries that a session needs, and those for its presets, can be called
+    // whatever the runtime has: a missing one answers NV_ENC_ERR_UNIMPLEMENTED. The session is null once it has ended.
     const NV_ENCODE_API_FUNCTION_LIST& GetFunctionTable() const { return m_nvenc; }
     void* GetSession() const { return m_hEncoder; }
 

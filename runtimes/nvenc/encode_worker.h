@@ -1,0 +1,78 @@
+// The thread of a session that encodes, so that its caller can go on with the next picture meanwhile.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "runtimes/nvenc/nv12_picture.h"
+#include "runtimes/nvenc/x264_encoder.h"
+
+namespace nvencruntime
+{
+
+// A picture to encode or, without one, the end of the stream.
+struct EncodeJob
+{
+    std::unique_ptr<Nv12Picture> pPicture;
+    PictureKind eKind = PictureKind::Auto;
+    PictureInfo info;
+    void* pCompletionEvent = nullptr;  // of the end of the stream; handed back
+};
+
+struct JobResult
+{
+    std::vector<Packet> packets;
+    NVENCSTATUS eStatus = NV_ENC_SUCCESS;  // once not a success, so for every later job
+    bool bEndOfStream = false;
+    void* pCompletionEvent = nullptr;
+};
+
+class EncodeWorker
+{
+public:
+    // Called on the worker's thread after every job, in the order of the jobs.
+    using OnDone = std::function<void(JobResult&&)>;
+
+    // Opens the encoder, then starts the thread. Throws X264Error for settings that x264 refuses.
+    EncodeWorker(const EncodeSettings& settings, OnDone onDone);
+    ~EncodeWorker() { Stop(); }
+
+    std::unique_ptr<Nv12Picture> TakePicture() { return m_pool.Take(); }
+    void Submit(EncodeJob&& job);
+
+    // Ends the thread after the job it is at; jobs behind that are dropped. Waits for the end, so no lock may be held
+    // that onDone takes. One thread at a time.
+    void Stop();
+
+    const std::vector<std::uint8_t>& Headers() const { return m_headers; }
+    std::uint32_t PictureDelay() const { return m_uiPictureDelay; }
+
+private:
+    void Run();
+    JobResult Work(EncodeJob& job);
+    void Encode(EncodeJob& job, JobResult& result);
+
+    const EncodeSettings m_settings;
+    const X264Settings m_x264Settings;
+    const OnDone m_onDone;
+    Nv12Pool m_pool;
+    std::vector<std::uint8_t> m_headers;
+    std::uint32_t m_uiPictureDelay = 0;
+
+    std::unique_ptr<X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
+    NVENCSTATUS m_eFailure = NV_ENC_SUCCESS;
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<EncodeJob> m_jobs;
+    std::atomic<bool> m_bStop{false};
+    std::thread m_thread;
+};
+
+}  // namespace nvencruntime

@@ -1,0 +1,105 @@
+#include "runtimes/nvenc/input_surface.h"
+
+#include <windows.h>
+
+#include <d3d9.h>
+
+namespace nvencruntime
+{
+namespace
+{
+
+// "NV12" read as four bytes, as Direct3D names such formats.
+constexpr std::uint32_t c_uiFourccNv12 = 0x3231564E;
+
+bool HoldsFormat(D3DFORMAT eSurface, NV_ENC_BUFFER_FORMAT eFormat)
+{
+    switch (eFormat)
+    {
+    case NV_ENC_BUFFER_FORMAT_ARGB:
+        return eSurface == D3DFMT_A8R8G8B8 || eSurface == D3DFMT_X8R8G8B8;
+    case NV_ENC_BUFFER_FORMAT_NV12:
+        return static_cast<std::uint32_t>(eSurface) == c_uiFourccNv12;
+    default:
+        return false;
+    }
+}
+
+class SurfaceLock
+{
+public:
+    explicit SurfaceLock(IDirect3DSurface9* pSurface)
+        : m_pSurface(pSurface),
+          m_bLocked(SUCCEEDED(pSurface->LockRect(&m_rect, nullptr, D3DLOCK_READONLY)) && m_rect.pBits)
+    {}
+    ~SurfaceLock()
+    {
+        if (m_bLocked)
+        {
+            m_pSurface->UnlockRect();
+        }
+    }
+    SurfaceLock(const SurfaceLock&) = delete;
+    SurfaceLock& operator=(const SurfaceLock&) = delete;
+
+    explicit operator bool() const { return m_bLocked; }
+    const std::uint8_t* Bits() const { return static_cast<const std::uint8_t*>(m_rect.pBits); }
+    std::ptrdiff_t Pitch() const { return m_rect.Pitch; }
+
+private:
+    IDirect3DSurface9* const m_pSurface;
+    D3DLOCKED_RECT m_rect{};
+    const bool m_bLocked;
+};
+
+}  // namespace
+
+std::shared_ptr<InputSurface> InputSurface::Open(IDirect3DSurface9* pSurface, NV_ENC_BUFFER_FORMAT eFormat,
+                                                 std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    D3DSURFACE_DESC desc{};
+    if (FAILED(pSurface->GetDesc(&desc)) || !HoldsFormat(desc.Format, eFormat) || desc.Width < uiWidth ||
+        desc.Height < uiHeight)
+    {
+        return nullptr;
+    }
+    return std::shared_ptr<InputSurface>(new InputSurface(pSurface, eFormat, uiWidth, uiHeight, desc.Height));
+}
+
+InputSurface::InputSurface(IDirect3DSurface9* pSurface, NV_ENC_BUFFER_FORMAT eFormat, std::uint32_t uiWidth,
+                           std::uint32_t uiHeight, std::uint32_t uiSurfaceHeight)
+    : m_pSurface(pSurface),
+      m_eFormat(eFormat),
+      m_uiWidth(uiWidth),
+      m_uiHeight(uiHeight),
+      m_uiSurfaceHeight(uiSurfaceHeight)
+{
+    m_pSurface->AddRef();
+}
+
+InputSurface::~InputSurface()
+{
+    m_pSurface->Release();
+}
+
+bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv12View& target) const
+{
+    const SurfaceLock lock(m_pSurface);
+    if (!lock)
+    {
+        return false;
+    }
+    if (m_eFormat == NV_ENC_BUFFER_FORMAT_ARGB)
+    {
+        ConvertBgraToNv12(lock.Bits(), lock.Pitch(), uiWidth, uiHeight, target);
+    }
+    else
+    {
+        // The chroma rows follow the last luma row of the surface.
+        CopyNv12(lock.Bits(), lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(m_uiSurfaceHeight), lock.Pitch(),
+                 uiWidth, uiHeight, target);
+    }
+    return true;
+}
+
+}  // namespace nvencruntime

@@ -1,0 +1,115 @@
+// How a test or a benchmark tells the software encoder runtime to misbehave, and asks what it did.
+//
+// The loaded runtime exports "NvencRuntimeGetScript", which gives the functions below. They may be called from any
+// thread. What is set holds for the whole process and all sessions, until it is changed, Reset is called or the runtime
+// is unloaded: who writes a script holds a load of his own. A runtime that was told nothing is an honest encoder.
+#pragma once
+
+#include <cstdint>
+
+#include "nvEncodeAPI.h"
+
+// The entries of the runtime by their place in the function table, and the two that its file exports.
+enum NvencRuntimeEntry : std::int32_t
+{
+    NVENC_ENTRY_OPEN_ENCODE_SESSION = 0,
+    NVENC_ENTRY_GET_ENCODE_GUID_COUNT = 1,
+    NVENC_ENTRY_GET_ENCODE_PROFILE_GUID_COUNT = 2,
+    NVENC_ENTRY_GET_ENCODE_PROFILE_GUIDS = 3,
+    NVENC_ENTRY_GET_ENCODE_GUIDS = 4,
+    NVENC_ENTRY_GET_INPUT_FORMAT_COUNT = 5,
+    NVENC_ENTRY_GET_INPUT_FORMATS = 6,
+    NVENC_ENTRY_GET_ENCODE_CAPS = 7,
+    NVENC_ENTRY_GET_ENCODE_PRESET_COUNT = 8,
+    NVENC_ENTRY_GET_ENCODE_PRESET_GUIDS = 9,
+    NVENC_ENTRY_GET_ENCODE_PRESET_CONFIG = 10,
+    NVENC_ENTRY_INITIALIZE_ENCODER = 11,
+    NVENC_ENTRY_CREATE_INPUT_BUFFER = 12,
+    NVENC_ENTRY_DESTROY_INPUT_BUFFER = 13,
+    NVENC_ENTRY_CREATE_BITSTREAM_BUFFER = 14,
+    NVENC_ENTRY_DESTROY_BITSTREAM_BUFFER = 15,
+    NVENC_ENTRY_ENCODE_PICTURE = 16,
+    NVENC_ENTRY_LOCK_BITSTREAM = 17,
+    NVENC_ENTRY_UNLOCK_BITSTREAM = 18,
+    NVENC_ENTRY_LOCK_INPUT_BUFFER = 19,
+    NVENC_ENTRY_UNLOCK_INPUT_BUFFER = 20,
+    NVENC_ENTRY_GET_ENCODE_STATS = 21,
+    NVENC_ENTRY_GET_SEQUENCE_PARAMS = 22,
+    NVENC_ENTRY_REGISTER_ASYNC_EVENT = 23,
+    NVENC_ENTRY_UNREGISTER_ASYNC_EVENT = 24,
+    NVENC_ENTRY_MAP_INPUT_RESOURCE = 25,
+    NVENC_ENTRY_UNMAP_INPUT_RESOURCE = 26,
+    NVENC_ENTRY_DESTROY_ENCODER = 27,
+    NVENC_ENTRY_INVALIDATE_REF_FRAMES = 28,
+    NVENC_ENTRY_OPEN_ENCODE_SESSION_EX = 29,
+    NVENC_ENTRY_REGISTER_RESOURCE = 30,
+    NVENC_ENTRY_UNREGISTER_RESOURCE = 31,
+    NVENC_ENTRY_RECONFIGURE_ENCODER = 32,
+    NVENC_ENTRY_CREATE_MV_BUFFER = 34,
+    NVENC_ENTRY_DESTROY_MV_BUFFER = 35,
+    NVENC_ENTRY_RUN_MOTION_ESTIMATION_ONLY = 36,
+
+    NVENC_ENTRY_GET_MAX_SUPPORTED_VERSION = 37,
+    NVENC_ENTRY_CREATE_INSTANCE = 38,
+
+    NVENC_ENTRY_COUNT = 39
+};
+
+// What the sessions of the process hold at this moment.
+struct NvencRuntimeObjects
+{
+    std::uint32_t uiSessions;
+    std::uint32_t uiRegisteredResources;
+    std::uint32_t uiMappedResources;
+    std::uint32_t uiBitstreamBuffers;
+    std::uint32_t uiRegisteredEvents;
+};
+
+// What the encoder of a session was set to, for a peer to be given the same: the names of x264's preset and profile
+// (empty without a restriction), and its options as "name=value:name=value".
+struct NvencRuntimeX264Settings
+{
+    char szPreset[32];
+    char szProfile[32];
+    char szOptions[1024];
+};
+
+struct NvencRuntimeScript
+{
+    // Back to the honest encoder; all counts to zero.
+    void (*Reset)();
+
+    // Of the calls of an entry from now on, the uiFirst-th (1 is the next) and the uiCount - 1 after it do nothing and
+    // answer eStatus. One such rule per entry: a second call replaces the first, uiCount 0 removes it.
+    void (*FailCalls)(NvencRuntimeEntry eEntry, std::uint32_t uiFirst, std::uint32_t uiCount, NVENCSTATUS eStatus);
+
+    // Function tables made from now on hold null for an entry of the table.
+    void (*LackEntry)(NvencRuntimeEntry eEntry);
+
+    // What NvEncodeAPIGetMaxSupportedVersion reports: minor version in the low four bits, major above. Nothing else
+    // follows from it.
+    void (*ReportVersion)(std::uint32_t uiVersion);
+
+    // What nvEncGetEncodeCaps answers. NV_ENC_CAPS_ASYNC_ENCODE_SUPPORT 0 also makes the runtime refuse events, as a
+    // driver without them does.
+    void (*SetCapability)(NV_ENC_CAPS eCapability, std::int32_t nValue);
+
+    // Sessions initialised from now on hold every packet back until uiPictures more pictures came in, or the end of
+    // the stream. The calls that find too few answer NV_ENC_ERR_NEED_MORE_INPUT.
+    void (*DelayPackets)(std::uint32_t uiPictures);
+
+    // With a nonzero value all encoders stand still, after the picture they are at, until it is called with 0. Pictures
+    // are taken in all the while.
+    void (*HoldEncoders)(std::int32_t nHold);
+
+    // Calls of an entry since the last Reset, the failed ones included.
+    std::uint32_t (*CountCalls)(NvencRuntimeEntry eEntry);
+
+    NvencRuntimeObjects (*CountObjects)();
+
+    // Of the session that was initialised last; all empty before the first.
+    void (*GetX264Settings)(NvencRuntimeX264Settings* pSettings);
+};
+
+// Exported as "NvencRuntimeGetScript". The table lives as long as the runtime is loaded.
+using PNVENCRUNTIMEGETSCRIPT = const NvencRuntimeScript* (*)();

@@ -1,0 +1,44 @@
+// Which pictures are key pictures, in the order they are shown.
+#pragma once
+
+#include <cstdint>
+
+#include "nvEncodeAPI.h"
+#include "runtimes/nvenc/settings.h"
+
+namespace nvencruntime
+{
+
+enum class PictureKind
+{
+    Auto,  // P or B, as x264 sees fit
+    P,
+    I,
+    Idr
+};
+
+class PicturePlan
+{
+public:
+    explicit PicturePlan(const EncodeSettings& settings);
+
+    // The next picture's kind. uiFlags is a set of NV_ENC_PIC_FLAGS; eWanted counts when the caller decides, and is
+    // then P, I or IDR. Forced key pictures begin the count anew.
+    PictureKind Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted);
+
+    // The next picture begins a stream.
+    void Restart();
+
+private:
+    PictureKind Decide(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted) const;
+
+    std::uint32_t m_uiGopLength;
+    std::uint32_t m_uiIdrPeriod;
+    bool m_bIntraOnly;
+    bool m_bCallerDecides;
+    bool m_bAtStart = true;
+    std::uint32_t m_uiSinceIntra = 0;
+    std::uint32_t m_uiSinceIdr = 0;
+};
+
+}  // namespace nvencruntime

@@ -1,0 +1,145 @@
+#include "runtimes/nvenc/script.h"
+
+namespace nvencruntime
+{
+namespace
+{
+
+bool IsEntry(NvencRuntimeEntry eEntry)
+{
+    return eEntry >= 0 && eEntry < NVENC_ENTRY_COUNT;
+}
+
+}  // namespace
+
+Script& Script::Get()
+{
+    static Script s_script;
+    return s_script;
+}
+
+void Script::Reset()
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules = Rules{};
+    m_released.notify_all();
+}
+
+void Script::FailCalls(NvencRuntimeEntry eEntry, std::uint32_t uiFirst, std::uint32_t uiCount, NVENCSTATUS eStatus)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!IsEntry(eEntry))
+    {
+        return;
+    }
+    std::optional<Failure>& failure = m_rules.failures[eEntry];
+    failure.reset();
+    if (uiCount != 0)
+    {
+        const std::uint64_t ui64First = std::uint64_t{m_rules.calls[eEntry]} + uiFirst;
+        failure = Failure{ui64First, ui64First + uiCount, eStatus};
+    }
+}
+
+void Script::LackEntry(NvencRuntimeEntry eEntry)
+{
+    const std::lock_guard lock(m_mutex);
+    if (IsEntry(eEntry))
+    {
+        m_rules.lacking[eEntry] = true;
+    }
+}
+
+void Script::ReportVersion(std::uint32_t uiVersion)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.uiVersion = uiVersion;
+}
+
+void Script::SetCapability(NV_ENC_CAPS eCapability, std::int32_t nValue)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.capabilities[eCapability] = nValue;
+}
+
+void Script::DelayPackets(std::uint32_t uiPictures)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.uiPacketDelay = uiPictures;
+}
+
+void Script::HoldEncoders(bool bHold)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.bHold = bHold;
+    m_released.notify_all();
+}
+
+std::uint32_t Script::CountCalls(NvencRuntimeEntry eEntry) const
+{
+    const std::lock_guard lock(m_mutex);
+    return IsEntry(eEntry) ? m_rules.calls[eEntry] : 0;
+}
+
+void Script::GetX264Settings(NvencRuntimeX264Settings& settings) const
+{
+    const std::lock_guard lock(m_mutex);
+    settings = m_settings;
+}
+
+std::optional<NVENCSTATUS> Script::OnCall(NvencRuntimeEntry eEntry)
+{
+    const std::lock_guard lock(m_mutex);
+    const std::uint32_t uiCall = ++m_rules.calls[eEntry];
+    const std::optional<Failure>& failure = m_rules.failures[eEntry];
+    if (failure && uiCall >= failure->ui64First && uiCall < failure->ui64End)
+    {
+        return failure->eStatus;
+    }
+    return std::nullopt;
+}
+
+bool Script::LacksEntry(NvencRuntimeEntry eEntry) const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.lacking[eEntry];
+}
+
+std::uint32_t Script::Version() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.uiVersion;
+}
+
+std::optional<std::int32_t> Script::Capability(NV_ENC_CAPS eCapability) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto it = m_rules.capabilities.find(eCapability);
+    return it == m_rules.capabilities.end() ? std::nullopt : std::optional(it->second);
+}
+
+std::uint32_t Script::PacketDelay() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.uiPacketDelay;
+}
+
+void Script::SetX264Settings(const NvencRuntimeX264Settings& settings)
+{
+    const std::lock_guard lock(m_mutex);
+    m_settings = settings;
+}
+
+void Script::WaitWhileHeld(const std::atomic<bool>& bStop)
+{
+    std::unique_lock lock(m_mutex);
+    m_released.wait(lock, [&] { return !m_rules.bHold || bStop; });
+}
+
+void Script::WakeHeld()
+{
+    const std::lock_guard lock(m_mutex);
+    m_released.notify_all();
+}
+
+}  // namespace nvencruntime

@@ -1,0 +1,184 @@
+#include "runtimes/nvenc/session.h"
+
+#include <cstring>
+
+#include "runtimes/nvenc/script.h"
+
+namespace nvencruntime
+{
+
+Session::~Session()
+{
+    Close();
+}
+
+NVENCSTATUS Session::Initialize(const NV_ENC_INITIALIZE_PARAMS& params)
+{
+    const std::lock_guard submitLock(m_submitMutex);
+    {
+        const std::lock_guard lock(m_mutex);
+        if (IsInitialized())
+        {
+            return NV_ENC_ERR_INVALID_CALL;
+        }
+    }
+    EncodeSettings settings{};
+    const NVENCSTATUS eStatus = ReadSettings(params, settings);
+    if (eStatus != NV_ENC_SUCCESS)
+    {
+        return eStatus;
+    }
+    std::unique_ptr<EncodeWorker> pWorker;
+    try
+    {
+        pWorker =
+            std::make_unique<EncodeWorker>(settings, [this](JobResult&& result) { OnJobDone(std::move(result)); });
+    }
+    catch (const X264Error&)
+    {
+        return NV_ENC_ERR_INVALID_PARAM;
+    }
+
+    m_plan.emplace(settings);
+    const std::lock_guard lock(m_mutex);
+    m_settings.emplace(settings);
+    m_uiPacketDelay = Script::Get().PacketDelay();
+    m_pWorker = std::move(pWorker);
+    return NV_ENC_SUCCESS;
+}
+
+NVENCSTATUS Session::GetSequenceParams(const NV_ENC_SEQUENCE_PARAM_PAYLOAD& record)
+{
+    // The record has a word of its own, but the interface's text names that of another record: callers use either.
+    if (record.version != NV_ENC_SEQUENCE_PARAM_PAYLOAD_VER && record.version != NV_ENC_INITIALIZE_PARAMS_VER)
+    {
+        return NV_ENC_ERR_INVALID_VERSION;
+    }
+    if (!record.spsppsBuffer || !record.outSPSPPSPayloadSize)
+    {
+        return NV_ENC_ERR_INVALID_PTR;
+    }
+    const std::lock_guard lock(m_mutex);
+    if (!IsInitialized())
+    {
+        return NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+    }
+    const std::vector<std::uint8_t>& headers = m_pWorker->Headers();
+    if (record.inBufferSize < headers.size())
+    {
+        return NV_ENC_ERR_NOT_ENOUGH_BUFFER;
+    }
+    std::memcpy(record.spsppsBuffer, headers.data(), headers.size());
+    *record.outSPSPPSPayloadSize = static_cast<std::uint32_t>(headers.size());
+    return NV_ENC_SUCCESS;
+}
+
+NVENCSTATUS Session::RegisterAsyncEvent(const NV_ENC_EVENT_PARAMS& record)
+{
+    if (record.version != NV_ENC_EVENT_PARAMS_VER)
+    {
+        return NV_ENC_ERR_INVALID_VERSION;
+    }
+    if (!record.completionEvent)
+    {
+        return NV_ENC_ERR_INVALID_EVENT;
+    }
+    const std::lock_guard lock(m_mutex);
+    return m_events.insert(record.completionEvent).second ? NV_ENC_SUCCESS : NV_ENC_ERR_INVALID_EVENT;
+}
+
+NVENCSTATUS Session::UnregisterAsyncEvent(const NV_ENC_EVENT_PARAMS& record)
+{
+    if (record.version != NV_ENC_EVENT_PARAMS_VER)
+    {
+        return NV_ENC_ERR_INVALID_VERSION;
+    }
+    if (!record.completionEvent)
+    {
+        return NV_ENC_ERR_INVALID_EVENT;
+    }
+    const std::lock_guard lock(m_mutex);
+    return m_events.erase(record.completionEvent) != 0 ? NV_ENC_SUCCESS : NV_ENC_ERR_EVENT_NOT_REGISTERD;
+}
+
+NVENCSTATUS Session::RegisterResource(NV_ENC_REGISTER_RESOURCE& record)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_inputs.Register(record) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+NVENCSTATUS Session::UnregisterResource(void* pRegistered)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_inputs.Unregister(pRegistered) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+NVENCSTATUS Session::MapInputResource(NV_ENC_MAP_INPUT_RESOURCE& record)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_inputs.Map(record) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+NVENCSTATUS Session::UnmapInputResource(void* pMapped)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_inputs.Unmap(pMapped) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+NVENCSTATUS Session::CreateBitstreamBuffer(NV_ENC_CREATE_BITSTREAM_BUFFER& record)
+{
+    if (record.version != NV_ENC_CREATE_BITSTREAM_BUFFER_VER)
+    {
+        return NV_ENC_ERR_INVALID_VERSION;
+    }
+    const std::lock_guard lock(m_mutex);
+    if (!IsInitialized())
+    {
+        return NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+    }
+    record.bitstreamBuffer = m_outputs.Create();
+    return NV_ENC_SUCCESS;
+}
+
+NVENCSTATUS Session::DestroyBitstreamBuffer(void* pBuffer)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_outputs.Destroy(pBuffer) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+NVENCSTATUS Session::UnlockBitstream(void* pBuffer)
+{
+    const std::lock_guard lock(m_mutex);
+    return IsInitialized() ? m_outputs.Unlock(pBuffer) : NV_ENC_ERR_ENCODER_NOT_INITIALIZED;
+}
+
+void Session::Close()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bClosed = true;
+        m_changed.notify_all();
+    }
+    // A picture that is being read is still handed over; none is after that.
+    const std::lock_guard submitLock(m_submitMutex);
+    if (m_pWorker)
+    {
+        m_pWorker->Stop();
+    }
+    const std::lock_guard lock(m_mutex);
+    m_outputs.Clear();
+    m_inputs.Clear();
+    m_events.clear();
+}
+
+void Session::CountObjects(NvencRuntimeObjects& objects) const
+{
+    const std::lock_guard lock(m_mutex);
+    ++objects.uiSessions;
+    objects.uiRegisteredResources += m_inputs.CountRegistered();
+    objects.uiMappedResources += m_inputs.CountMapped();
+    objects.uiBitstreamBuffers += m_outputs.Count();
+    objects.uiRegisteredEvents += static_cast<std::uint32_t>(m_events.size());
+}
+
+}  // namespace nvencruntime

@@ -1,0 +1,48 @@
+#include "runtimes/nvenc/session_registry.h"
+
+#include "runtimes/nvenc/script.h"
+
+namespace nvencruntime
+{
+
+SessionRegistry& SessionRegistry::Get()
+{
+    // Sessions that nobody closed are closed when the runtime goes, and ask the script while they do.
+    static Script& s_scriptOutlivesSessions = Script::Get();
+    static_cast<void>(s_scriptOutlivesSessions);
+    static SessionRegistry s_registry;
+    return s_registry;
+}
+
+void* SessionRegistry::Open()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_sessions.Add(std::make_shared<Session>());
+}
+
+std::shared_ptr<Session> SessionRegistry::Find(void* pHandle) const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_sessions.Find(pHandle);
+}
+
+std::shared_ptr<Session> SessionRegistry::Remove(void* pHandle)
+{
+    const std::lock_guard lock(m_mutex);
+    std::shared_ptr<Session> pSession = m_sessions.Find(pHandle);
+    m_sessions.Remove(pHandle);
+    return pSession;
+}
+
+NvencRuntimeObjects SessionRegistry::CountObjects() const
+{
+    NvencRuntimeObjects objects{};
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [pHandle, pSession] : m_sessions)
+    {
+        pSession->CountObjects(objects);
+    }
+    return objects;
+}
+
+}  // namespace nvencruntime

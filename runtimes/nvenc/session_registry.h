@@ -1,0 +1,32 @@
+// The sessions of the process by the handles that callers hold.
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "runtimes/nvenc/handles.h"
+#include "runtimes/nvenc/session.h"
+
+namespace nvencruntime
+{
+
+// Any thread. A session that is found lives at least as long as it is held, though its caller may close it meanwhile.
+class SessionRegistry
+{
+public:
+    static SessionRegistry& Get();
+
+    void* Open();
+    // Null for what is no open session.
+    std::shared_ptr<Session> Find(void* pHandle) const;
+    // Removes the session from the registry; the caller closes it. Null as above.
+    std::shared_ptr<Session> Remove(void* pHandle);
+
+    NvencRuntimeObjects CountObjects() const;
+
+private:
+    mutable std::mutex m_mutex;
+    HandleTable<Session> m_sessions;
+};
+
+}  // namespace nvencruntime

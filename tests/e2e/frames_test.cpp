@@ -1,0 +1,142 @@
+// Pictures by index: frame k is the k-th picture of a plain decode, in whatever order the host asks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+#include "support/module_host.h"
+#include "support/picture_definition.h"
+#include "support/video_maker.h"
+#include "video_cases.h"
+
+namespace
+{
+
+using namespace test_support;
+
+// Under a sanitizer every read takes several times as long, and what it looks for shows in far fewer.
+constexpr int g_nRandomReads = QM_SANITIZED ? 200 : 2000;
+
+class Frames : public testing::TestWithParam<e2e::VideoCase>
+{
+protected:
+    void SetUp() override
+    {
+        const auto path = m_dir / "video.mp4";
+        e2e::MakeVideo(GetParam(), path);
+        for (const auto& vPlanar : DecodePlain(path, e2e::g_uiWidth, e2e::g_uiHeight))
+        {
+            m_vExpected.push_back(DeliveredPicture(vPlanar, e2e::g_uiWidth, e2e::g_uiHeight));
+        }
+        m_file = m_host.OpenInput(path);
+        SQmImageAttributes attributes;
+        ASSERT_EQ(QM_OK, m_file->GetImageAttributes(&attributes));
+        ASSERT_EQ(m_vExpected.size(), attributes.m_uiSequenceCount);
+        ASSERT_EQ(FrameRowBytes(e2e::g_uiWidth), attributes.m_uiWidthBytes);
+    }
+
+    std::size_t Count() const { return m_vExpected.size(); }
+
+    // Reads a frame into a buffer of some other content and compares every byte.
+    testing::AssertionResult ReadsRight(std::size_t uiFrame)
+    {
+        std::vector<std::uint8_t> vRead(m_vExpected[uiFrame].size(), 0xA5);
+        const QmStatus nStatus = m_file->ReadFrame(static_cast<std::uint32_t>(uiFrame), vRead.data(), nullptr, nullptr);
+        if (nStatus != QM_OK) return testing::AssertionFailure() << "frame " << uiFrame << " gives " << nStatus;
+        if (vRead == m_vExpected[uiFrame]) return testing::AssertionSuccess();
+        const auto it = std::find(m_vExpected.begin(), m_vExpected.end(), vRead);
+        return testing::AssertionFailure()
+               << "frame " << uiFrame << " is "
+               << (it == m_vExpected.end() ? "no picture of the video"
+                                           : "picture " + std::to_string(it - m_vExpected.begin()));
+    }
+
+    TempDir m_dir;
+    std::vector<std::vector<std::uint8_t>> m_vExpected;
+    ModuleHost m_host;
+    InputFile m_file;
+};
+
+TEST_P(Frames, DifferFromEachOtherSoThatAWrongOneShows)
+{
+    for (std::size_t ui = 1; ui < Count(); ++ui)
+    {
+        ASSERT_NE(m_vExpected[ui - 1], m_vExpected[ui]) << "pictures " << ui - 1 << " and " << ui;
+    }
+}
+
+TEST_P(Frames, ReadInOrder)
+{
+    for (std::size_t ui = 0; ui < Count(); ++ui)
+        ASSERT_TRUE(ReadsRight(ui));
+}
+
+TEST_P(Frames, ReadBackwards)
+{
+    for (std::size_t ui = Count(); ui-- > 0;)
+        ASSERT_TRUE(ReadsRight(ui));
+}
+
+TEST_P(Frames, ReadTwiceEach)
+{
+    for (std::size_t ui = 0; ui < Count(); ui += 7)
+    {
+        ASSERT_TRUE(ReadsRight(ui));
+        ASSERT_TRUE(ReadsRight(ui));
+    }
+}
+
+// Distances around the two windows, forwards and backwards, from frames all over the video.
+TEST_P(Frames, ReadAcrossTheWindowsOf48And8)
+{
+    for (const std::ptrdiff_t nStep : {1, 2, 7, 8, 9, 10, 47, 48, 49, 50, -1, -7, -8, -9, -47, -48, -49})
+    {
+        for (const std::size_t uiFrom : {std::size_t{0}, Count() / 3, Count() / 2, Count() - 1})
+        {
+            ASSERT_TRUE(ReadsRight(uiFrom));
+            const std::ptrdiff_t nTo = static_cast<std::ptrdiff_t>(uiFrom) + nStep;
+            if (nTo < 0 || nTo >= static_cast<std::ptrdiff_t>(Count())) continue;
+            ASSERT_TRUE(ReadsRight(static_cast<std::size_t>(nTo))) << "after frame " << uiFrom;
+        }
+    }
+}
+
+TEST_P(Frames, ReadShuffled)
+{
+    const unsigned int uiSeed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(uiSeed));
+    std::mt19937 random(uiSeed);
+    std::vector<std::size_t> vOrder(Count());
+    std::iota(vOrder.begin(), vOrder.end(), std::size_t{0});
+    std::shuffle(vOrder.begin(), vOrder.end(), random);
+    for (const std::size_t ui : vOrder)
+        ASSERT_TRUE(ReadsRight(ui));
+}
+
+TEST_P(Frames, ReadAtRandomThousandsOfTimesWithoutOneWrongFrame)
+{
+    const unsigned int uiSeed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(uiSeed));
+    std::mt19937 random(uiSeed);
+    std::uniform_int_distribution<std::size_t> frame(0, Count() - 1);
+    for (int n = 0; n < g_nRandomReads; ++n)
+        ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
+}
+
+TEST_P(Frames, PastTheLastFailAtOnceAndTheFileReadsOn)
+{
+    std::vector<std::uint8_t> vBuffer(m_vExpected[0].size(), 0xA5);
+    const std::vector<std::uint8_t> vBefore = vBuffer;
+    for (const std::uint32_t ui : {static_cast<std::uint32_t>(Count()), 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(QM_ERR_FAIL, m_file->ReadFrame(ui, vBuffer.data(), nullptr, nullptr));
+        EXPECT_EQ(vBefore, vBuffer);
+    }
+    EXPECT_TRUE(ReadsRight(Count() - 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Videos, Frames, testing::ValuesIn(e2e::HighProfileCases()),
+                         [](const auto& videoCase) { return videoCase.param.m_strName; });
+
+}  // namespace

@@ -1,0 +1,178 @@
+// Files that nobody vouches for: the open ends with a status, soon and in little memory, and so does every read.
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "support/module_host.h"
+#include "support/mp4_boxes.h"
+#include "support/video_maker.h"
+#include "video_cases.h"
+
+namespace
+{
+
+using namespace test_support;
+
+using Bytes = std::vector<std::uint8_t>;
+using Clock = std::chrono::steady_clock;
+
+// An ordinary open takes a few milliseconds; this is far above it and far below anything that hangs.
+constexpr std::chrono::seconds g_limit{QM_SANITIZED ? 60 : 10};
+
+// Opens, asks for everything and reads some frames. Every answer may be a failure; none may take long, and the
+// object must go afterwards.
+void UseWhole(const ModuleHost& host, const std::filesystem::path& path, const std::string& strWhat)
+{
+    const auto begin = Clock::now();
+    {
+        const InputFile file = host.OpenInput(path);
+        SQmImageAttributes attributes;
+        const QmStatus nOpened = file->GetImageAttributes(&attributes);
+        EXPECT_TRUE(nOpened == QM_OK || nOpened == QM_ERR_FAIL) << strWhat << " gives " << nOpened;
+        if (nOpened == QM_OK)
+        {
+            SQmExperiment experiment;
+            EXPECT_EQ(QM_OK, file->GetExperiment(experiment)) << strWhat;
+            const std::uint64_t uiBytes = std::uint64_t{attributes.m_uiWidthBytes} * attributes.m_uiHeight;
+            if (uiBytes != 0 && uiBytes <= 64u << 20)
+            {
+                std::vector<unsigned char> vBuffer(uiBytes);
+                const std::uint32_t uiCount = attributes.m_uiSequenceCount;
+                for (const std::uint32_t uiFrame : {0u, 1u, 2u, uiCount - 1, uiCount / 2, uiCount, 0u})
+                {
+                    const QmStatus nRead = file->ReadFrame(uiFrame, vBuffer.data(), nullptr, nullptr);
+                    EXPECT_TRUE(nRead == QM_OK || nRead == QM_ERR_FAIL) << strWhat << " gives " << nRead;
+                    if (nRead != QM_OK) break;
+                }
+            }
+        }
+    }
+    EXPECT_LT(Clock::now() - begin, g_limit) << strWhat;
+}
+
+class HostileFiles : public testing::Test
+{
+protected:
+    // About 2 KB: three pictures with reordering, moov behind mdat.
+    Bytes SmallVideo(const std::string& strOptions = "")
+    {
+        const auto path = m_dir / "small.mp4";
+        RunFfmpeg("-f lavfi -i testsrc2=size=32x32:rate=25 -frames:v 3 -c:v libx264 -preset veryfast -profile:v high "
+                  "-pix_fmt yuv420p -bsf:v filter_units=remove_types=6 -fflags +bitexact " +
+                  strOptions + " " + Quoted(path));
+        return ReadBytes(path);
+    }
+
+    void Refused(const Bytes& vFile)
+    {
+        const auto path = m_dir / "refused.mp4";
+        WriteBytes(path, vFile);
+        const InputFile file = m_host.OpenInput(path);
+        SQmImageAttributes attributes;
+        EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&attributes));
+    }
+
+    TempDir m_dir;
+    ModuleHost m_host;
+};
+
+TEST_F(HostileFiles, ADirectoryIsRefused)
+{
+    const InputFile file = m_host.OpenInput(m_dir.Path());
+    SQmImageAttributes attributes;
+    EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&attributes));
+    SQmPictureMetadata metadata;
+    EXPECT_EQ(QM_ERR_FILEOPEN, file->GetPictureMetadata(0, metadata, 0));
+}
+
+TEST_F(HostileFiles, AnEmptyFileIsRefused)
+{
+    Refused({});
+}
+
+TEST_F(HostileFiles, ATextFileIsRefused)
+{
+    const std::string strText = "frame,time_ms\n0,0\n1,40\n2,80\n";
+    Refused(Bytes(strText.begin(), strText.end()));
+}
+
+TEST_F(HostileFiles, RandomBytesAreRefused)
+{
+    Bytes vFile(100000);
+    std::uint32_t uiState = 12345;
+    for (std::uint8_t& ui : vFile)
+    {
+        uiState = uiState * 1664525 + 1013904223;
+        ui = static_cast<std::uint8_t>(uiState >> 24);
+    }
+    Refused(vFile);
+}
+
+TEST_F(HostileFiles, EveryTruncationOfASmallFileEndsWithAStatus)
+{
+    for (const char* const pszOptions : {"", "-movflags +faststart"})
+    {
+        const Bytes vFile = SmallVideo(pszOptions);
+        ASSERT_LT(vFile.size(), 4096u);
+        const auto path = m_dir / "truncated.mp4";
+        for (std::size_t ui = 0; ui < vFile.size(); ui += QM_SANITIZED ? 5 : 1)
+        {
+            WriteBytes(path, Bytes(vFile.begin(), vFile.begin() + static_cast<std::ptrdiff_t>(ui)));
+            UseWhole(m_host, path, std::string("cut at ") + std::to_string(ui) + pszOptions);
+        }
+    }
+}
+
+TEST_F(HostileFiles, EveryReplacedWordOfMoovEndsWithAStatus)
+{
+    const Bytes vFile = SmallVideo();
+    const Mp4Box moov = FindBox(vFile, "moov");
+    const auto path = m_dir / "replaced.mp4";
+    for (std::size_t uiAt = moov.m_uiHeader; uiAt + 4 <= moov.m_uiEnd; uiAt += QM_SANITIZED ? 12 : 4)
+    {
+        for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+        {
+            Bytes vReplaced = vFile;
+            WriteBE32(vReplaced, uiAt, uiWord);
+            WriteBytes(path, vReplaced);
+            UseWhole(m_host, path,
+                     "word " + std::to_string(uiWord) + " at moov + " + std::to_string(uiAt - moov.m_uiHeader));
+        }
+    }
+}
+
+// The word at every place, not only at multiples of four: fields of moov aren't aligned.
+TEST_F(HostileFiles, EveryReplacedWordOfTheTimingBoxesEndsWithAStatus)
+{
+    const Bytes vFile = SmallVideo();
+    const auto path = m_dir / "replaced.mp4";
+    for (const char* const pszBox : {"moov/trak/mdia/mdhd", "moov/trak/mdia/minf/stbl/stts",
+                                     "moov/trak/mdia/minf/stbl/stsz", "moov/trak/mdia/minf/stbl/stsc"})
+    {
+        const Mp4Box box = FindBox(vFile, pszBox);
+        for (std::size_t uiAt = box.m_uiHeader; uiAt + 4 <= box.m_uiEnd; uiAt += QM_SANITIZED ? 3 : 1)
+        {
+            for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+            {
+                Bytes vReplaced = vFile;
+                WriteBE32(vReplaced, uiAt, uiWord);
+                WriteBytes(path, vReplaced);
+                UseWhole(m_host, path,
+                         std::string(pszBox) + " word " + std::to_string(uiWord) + " at " +
+                             std::to_string(uiAt - box.m_uiHeader));
+            }
+        }
+    }
+}
+
+TEST_F(HostileFiles, ASampleCountThatTheFileCantHoldIsRefusedByTheWalk)
+{
+    Bytes vFile = SmallVideo();
+    const Mp4Box stts = FindBox(vFile, "moov/trak/mdia/minf/stbl/stts");
+    WriteBE32(vFile, stts.m_uiPayload + 8, 0xFFFFFFFFu);
+    const auto path = m_dir / "counts.mp4";
+    WriteBytes(path, vFile);
+    UseWhole(m_host, path, "four thousand million samples");
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+// An input object may go in any state: never opened, open, playing, paused, in the middle of a decode.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "support/module_host.h"
+#include "support/video_maker.h"
+
+namespace
+{
+
+using namespace test_support;
+
+class InputLifecycle : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        s_pDir = new TempDir;
+        RunFfmpeg("-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 300 -c:v libx264 -preset veryfast "
+                  "-profile:v high -pix_fmt yuv420p -g 50 " +
+                  Quoted(Video()));
+    }
+    static void TearDownTestSuite() { delete s_pDir; }
+
+    static std::filesystem::path Video() { return *s_pDir / "video.mp4"; }
+
+    InputFile OpenWithAttributes()
+    {
+        InputFile file = m_host.OpenInput(Video());
+        EXPECT_EQ(QM_OK, file->GetImageAttributes(&m_attributes));
+        m_vBuffer.resize(m_attributes.m_uiWidthBytes * std::size_t{m_attributes.m_uiHeight});
+        return file;
+    }
+    QmStatus Read(InputFile& file, std::uint32_t uiFrame)
+    {
+        return file->ReadFrame(uiFrame, m_vBuffer.data(), nullptr, nullptr);
+    }
+
+    static TempDir* s_pDir;
+    ModuleHost m_host;
+    SQmImageAttributes m_attributes;
+    std::vector<unsigned char> m_vBuffer;
+};
+
+TempDir* InputLifecycle::s_pDir = nullptr;
+
+TEST_F(InputLifecycle, GoesWithoutEverBeingOpened)
+{
+    InputFile file = m_host.OpenInput(Video());
+    file.Reset();
+}
+
+TEST_F(InputLifecycle, GoesAfterAFailedOpen)
+{
+    InputFile file = m_host.OpenInput(*s_pDir / "nothing.mp4");
+    EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&m_attributes));
+    EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&m_attributes));
+    m_vBuffer.resize(16);
+    EXPECT_EQ(QM_ERR_FAIL, Read(file, 0));
+    file.Reset();
+}
+
+TEST_F(InputLifecycle, GoesWhenOnlyTheAttributesWereAskedFor)
+{
+    InputFile file = OpenWithAttributes();
+    file.Reset();
+}
+
+TEST_F(InputLifecycle, GoesWhilePlaying)
+{
+    for (int n = 0; n < 20; ++n)
+    {
+        InputFile file = OpenWithAttributes();
+        ASSERT_EQ(QM_OK, Read(file, 0));  // the window behind frame 0 is being decoded at this moment
+        file.Reset();
+    }
+}
+
+TEST_F(InputLifecycle, GoesInTheMiddleOfADecodeAfterASeek)
+{
+    for (const std::uint32_t uiFrame : {299u, 49u, 120u, 1u, 250u})
+    {
+        InputFile file = OpenWithAttributes();
+        ASSERT_EQ(QM_OK, Read(file, 0));
+        ASSERT_EQ(QM_OK, Read(file, uiFrame));
+        file.Reset();
+    }
+}
+
+TEST_F(InputLifecycle, GoesWhilePaused)
+{
+    InputFile file = OpenWithAttributes();
+    ASSERT_EQ(QM_OK, Read(file, 0));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // long enough for 49 small pictures
+    file.Reset();
+}
+
+TEST_F(InputLifecycle, GoesAfterTheLastFrame)
+{
+    InputFile file = OpenWithAttributes();
+    ASSERT_EQ(QM_OK, Read(file, 299));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    file.Reset();
+}
+
+TEST_F(InputLifecycle, SeveralFilesReadAtOnceFromThreadsOfTheirOwn)
+{
+    std::vector<std::thread> vThreads;
+    for (std::uint32_t uiThread = 0; uiThread < 4; ++uiThread)
+    {
+        vThreads.emplace_back([this, uiThread] {
+            InputFile file = m_host.OpenInput(Video());
+            SQmImageAttributes attributes;
+            ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
+            std::vector<unsigned char> vBuffer(attributes.m_uiWidthBytes * std::size_t{attributes.m_uiHeight});
+            for (std::uint32_t ui = 0; ui < 30; ++ui)
+            {
+                ASSERT_EQ(QM_OK, file->ReadFrame((ui * 37 + uiThread * 11) % 300, vBuffer.data(), nullptr, nullptr));
+            }
+        });
+    }
+    for (std::thread& thread : vThreads)
+        thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#include "support/module_host.h"
+
+#include <windows.h>
+
+#include <cstring>
+#include <stdexcept>
+
+namespace test_support
+{
+
+PQmModuleConstructor ModuleHost::Factory()
+{
+    static const PQmModuleConstructor pfnFactory = [] {
+        const HMODULE hModule = LoadLibraryW(std::filesystem::path(QM_MODULE_FILE).wstring().c_str());
+        if (!hModule) throw std::runtime_error("the module file " QM_MODULE_FILE " can't be loaded");
+        const auto pfn = GetProcAddress(hModule, "QM_ConstructorForCQmImageFormatMP4");
+        if (!pfn) throw std::runtime_error("the module has no factory");
+        PQmModuleConstructor pfnConstructor = nullptr;
+        static_assert(sizeof pfnConstructor == sizeof pfn);
+        std::memcpy(&pfnConstructor, &pfn, sizeof pfn);
+        return pfnConstructor;
+    }();
+    return pfnFactory;
+}
+
+ModuleHost::ModuleHost()
+{
+    IQmInterface* const pRoot = Factory()(__FILE__, __LINE__);
+    if (!pRoot) throw std::runtime_error("the factory gave no object");
+    m_pClass = pRoot->GetQmClass();
+    m_pFormat = static_cast<IQmImageFormat*>(m_pClass->QueryInterface("IQmImageFormat"));
+    if (!m_pFormat) throw std::runtime_error("the object is no image format");
+}
+
+ModuleHost::~ModuleHost()
+{
+    m_pClass->Release();
+}
+
+InputFile ModuleHost::OpenInput(const std::filesystem::path& path) const
+{
+    IQmInputImageFile* pFile = nullptr;
+    m_pFormat->CreateInputFileForPath(CQmStringW(path.wstring().c_str()), &pFile);
+    return InputFile(pFile);
+}
+
+OutputFile ModuleHost::OpenOutput(const std::filesystem::path& path) const
+{
+    IQmOutputImageFile* pFile = nullptr;
+    m_pFormat->CreateOutputFileForPath(CQmStringW(path.wstring().c_str()), &pFile);
+    return OutputFile(pFile);
+}
+
+std::vector<double> CachedTimes(IQmInputImageFile* pFile)
+{
+    CQmByteArray block;
+    if (pFile->GetCacheItem(L"AcqTimesCache", &block) != QM_OK) return {};
+    std::vector<double> vTimes(block.GetSize() / sizeof(double));
+    if (!vTimes.empty()) std::memcpy(vTimes.data(), block.GetData(0), vTimes.size() * sizeof(double));
+    return vTimes;
+}
+
+}  // namespace test_support
