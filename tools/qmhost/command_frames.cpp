@@ -39,9 +39,11 @@ FrameList ChooseFrames(const InputFile& file, const std::string& strList)
     if (strList.empty()) return FrameList::All(file.FrameCount());
     FrameList list = FrameList::Parse(strList);
     if (list.Largest() >= file.FrameCount())
+    {
         throw Failure(COMMAND, QM_ERR_RANGE,
                       "there is no frame " + std::to_string(list.Largest()) + " in " + Quoted(file.Path()) +
                           ", only 0 to " + std::to_string(file.FrameCount() - 1));
+    }
     return list;
 }
 
@@ -126,11 +128,17 @@ public:
         const EImageFormat eFormat = m_strFormat == "tiff" ? EImageFormat::Tiff : EImageFormat::Png;
         ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, list.Count());
         if (m_strRaw == "-")
+        {
             WriteRawStdout(file, list, progress);
+        }
         else if (m_strRaw)
+        {
             WriteRawFile(file, list, PathFromUtf8(*m_strRaw), progress);
+        }
         else
+        {
             WritePictures(file, list, PathFromUtf8(m_strFolder), eFormat, progress);
+        }
     }
 
 private:

@@ -62,13 +62,21 @@ std::string AsJson(const FileInfo& info)
     json.Add("mean_period_ms", info.m_dPeriodMs);
     json.Add("stream", std::string_view(info.m_profile.Describe()));
     if (info.m_profile.m_nProfile)
+    {
         json.Add("profile", std::int64_t{*info.m_profile.m_nProfile});
+    }
     else
+    {
         json.AddNull("profile");
+    }
     if (eDelivery == EDelivery::Unknown)
+    {
         json.AddNull("pictures_delivered");
+    }
     else
+    {
         json.Add("pictures_delivered", eDelivery == EDelivery::Pictures);
+    }
     return json.Text();
 }
 

@@ -100,9 +100,11 @@ std::vector<double> InputFile::AllTimesMs()
     std::vector<double> vTimes(block.GetSize() / sizeof(double));
     if (!vTimes.empty()) std::memcpy(vTimes.data(), block.GetData(0), vTimes.size() * sizeof(double));
     if (vTimes.size() != FrameCount())
+    {
         throw Failure("GetCacheItem", QM_ERR_FAIL,
                       Quoted(m_strPath) + " has " + std::to_string(FrameCount()) + " frames, but " +
                           std::to_string(vTimes.size()) + " frame times");
+    }
     return vTimes;
 }
 

@@ -33,8 +33,9 @@ bool IsTerminalOnStderr()
 void PrepareStandardStreams() {}
 
 Library::Library(const std::filesystem::path& path)
-    // An absolute path, since a bare name would be searched for among the system's libraries.
-    : m_hLibrary(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL))
+    // An absolute path, since a bare name would be searched for among the system's libraries. The code stays mapped to
+    // the end of the process, when memory checkers look up who allocated what was never given back.
+    : m_hLibrary(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE))
 {
     if (m_hLibrary) return;
     const char* const pszReason = dlerror();

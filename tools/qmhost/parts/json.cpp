@@ -55,9 +55,13 @@ void JsonObject::Add(std::string_view name, double dValue)
 void JsonObject::Add(std::string_view name, const std::optional<double>& dValue)
 {
     if (dValue)
+    {
         Add(name, *dValue);
+    }
     else
+    {
         AddNull(name);
+    }
 }
 
 std::string JsonObject::Text() const

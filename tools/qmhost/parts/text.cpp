@@ -146,9 +146,13 @@ std::string Quoted(std::string_view text)
     {
         const auto uiByte = static_cast<unsigned char>(c);
         if (uiByte < 0x20 || uiByte == 0x7F)
+        {
             out += {'\\', 'x', DIGITS[uiByte >> 4], DIGITS[uiByte & 15]};
+        }
         else
+        {
             out += c;
+        }
     }
     return out + "'";
 }

@@ -79,7 +79,7 @@ public:
     template <class TAccept>
     std::optional<Box> Find(std::uint64_t uiBegin, std::uint64_t uiEnd, std::string_view type, TAccept accept)
     {
-        while (const auto box = ReadBox(uiBegin, uiEnd))
+        while (auto box = ReadBox(uiBegin, uiEnd))
         {
             if (box->m_strType == type && accept(*box)) return box;
             uiBegin = box->m_uiEnd;
