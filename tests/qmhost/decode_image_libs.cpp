@@ -46,8 +46,10 @@ DecodedImage DecodeTiff(const std::vector<unsigned char>& bytes)
     TIFFClose(pTiff);
     if (nRead != 1 || uiBits != 8 || uiSamples != 3 || bMorePages) throw std::runtime_error("the TIFF is another kind");
     for (const std::uint32_t uiWord : vWords)
+    {
         for (const std::uint32_t uiByte : {TIFFGetB(uiWord), TIFFGetG(uiWord), TIFFGetR(uiWord)})
             decoded.m_vBgr.push_back(static_cast<unsigned char>(uiByte));
+    }
     return decoded;
 }
 

@@ -23,8 +23,10 @@ inline std::string FrameBytes(int nFrame, int nWidth = 3, int nHeight = 2)
 {
     std::string bytes;
     for (int y = 0; y < nHeight; ++y)
+    {
         for (int x = 0; x < 3 * nWidth; ++x)
             bytes += static_cast<char>((7 * nFrame + 5 * y + x) % 251);
+    }
     return bytes;
 }
 

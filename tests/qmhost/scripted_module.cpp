@@ -51,8 +51,10 @@ void Fill(std::uint32_t uiFrame, std::uint32_t uiWidth, std::uint32_t uiHeight, 
 {
     auto* pByte = static_cast<unsigned char*>(pBuffer);
     for (std::uint32_t y = 0; y < uiHeight; ++y)
+    {
         for (std::uint32_t x = 0; x < uiPitch; ++x)
             *pByte++ = x < 3 * uiWidth ? static_cast<unsigned char>((7 * uiFrame + 5 * y + x) % 251) : 0xEE;
+    }
 }
 
 // Tells on standard error of objects that outlive the program's use of them.

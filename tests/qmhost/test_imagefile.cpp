@@ -37,8 +37,10 @@ std::vector<unsigned char> WithoutPadding(const Picture& picture)
 {
     std::vector<unsigned char> bytes;
     for (std::uint32_t y = 0; y < picture.m_view.m_uiHeight; ++y)
+    {
         for (std::uint32_t x = 0; x < 3 * picture.m_view.m_uiWidth; ++x)
             bytes.push_back(picture.m_vPixels[y * picture.m_view.m_uiWidthBytes + x]);
+    }
     return bytes;
 }
 

@@ -14,9 +14,13 @@ std::wstring MixedWide()
 {
     std::wstring text = L"A\u00E9\u20AC";
     if (sizeof(wchar_t) == 2)
+    {
         text += {static_cast<wchar_t>(0xD83D), static_cast<wchar_t>(0xDE00)};
+    }
     else
+    {
         text += static_cast<wchar_t>(0x1F600);
+    }
     return text;
 }
 

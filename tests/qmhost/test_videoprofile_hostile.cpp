@@ -49,12 +49,14 @@ TEST(HostileProfile, EveryWordReplaced)
 {
     const std::string file = GoodFile();
     for (std::size_t uiPosition = 0; uiPosition + 4 <= file.size(); ++uiPosition)
+    {
         for (const std::uint32_t uiWord : {0u, 1u, 7u, 8u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         {
             std::string hostile = file;
             hostile.replace(uiPosition, 4, Bytes32(uiWord));
             ProfileWithinBounds(hostile);
         }
+    }
 }
 
 TEST(HostileProfile, RandomBytes)

@@ -57,12 +57,6 @@ std::string MakeVideoFile(const VideoKind& kind)
     return path.string();
 }
 
-std::string DecodedByFfmpeg(const std::string& strPath)
-{
-    return Succeed("ffmpeg", {"-v", "fatal", "-i", strPath, "-fps_mode", "passthrough", "-sws_flags",
-                              "accurate_rnd+full_chroma_int", "-f", "rawvideo", "-pix_fmt", "bgr24", "-"});
-}
-
 std::vector<std::int64_t> TimesByFfprobe(const std::string& strPath)
 {
     const auto probe = [&](const std::string& strEntries) {

@@ -19,8 +19,5 @@ inline constexpr std::size_t VIDEO_FRAME_BYTES = std::size_t{3} * VIDEO_WIDTH * 
 // The path of such a video, UTF-8. Every frame differs clearly from every other.
 std::string MakeVideoFile(const VideoKind& kind);
 
-// All pictures of a file as ffmpeg decodes it from the start: tight rows B, G, R.
-std::string DecodedByFfmpeg(const std::string& strPath);
-
 // The file's frame times in whole milliseconds, worked out from the packets that ffprobe lists in decoding order.
 std::vector<std::int64_t> TimesByFfprobe(const std::string& strPath);

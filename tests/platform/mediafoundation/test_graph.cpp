@@ -1,7 +1,8 @@
 #include "test_graph.h"
 
+#include <filesystem>
+
 #include "propvarutil.h"
-#include "windows.h"
 
 namespace mftest
 {
@@ -55,11 +56,7 @@ HRESULT TestGrabber::Note(const char* pszCall)
 
 std::wstring Widen(const std::string& path)
 {
-    const int nBytes = static_cast<int>(path.size());
-    std::wstring wide(path.size(), L'\0');
-    wide.resize(static_cast<std::size_t>(
-        MultiByteToWideChar(CP_UTF8, 0, path.data(), nBytes, wide.data(), static_cast<int>(wide.size()))));
-    return wide;
+    return std::filesystem::path(path).wstring();
 }
 
 TestGraph::TestGraph()
