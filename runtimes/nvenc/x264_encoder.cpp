@@ -210,20 +210,20 @@ bool X264Encoder::WantsHeaders(const x264_picture_t& out, const PictureInfo& inf
 
 std::uint32_t X264Encoder::ConstantQuantiser(int nType) const
 {
-    const NV_ENC_RC_PARAMS& rc = m_settings.config.rcParams;
-    if (rc.rateControlMode != NV_ENC_PARAMS_RC_CONSTQP || m_settings.IsLossless())
+    if (m_settings.config.rcParams.rateControlMode != NV_ENC_PARAMS_RC_CONSTQP || m_settings.IsLossless())
     {
         return 0;
     }
+    const NV_ENC_QP qp = EffectiveQuantisers(m_settings);
     switch (PictureType(nType))
     {
     case NV_ENC_PIC_TYPE_IDR:
     case NV_ENC_PIC_TYPE_I:
-        return rc.constQP.qpIntra;
+        return qp.qpIntra;
     case NV_ENC_PIC_TYPE_B:
-        return rc.constQP.qpInterB;
+        return qp.qpInterB;
     default:
-        return rc.constQP.qpInterP;
+        return qp.qpInterP;
     }
 }
 

@@ -81,20 +81,18 @@ void SetGroupOfPictures(OptionList& options, const EncodeSettings& settings)
 // x264 has one quantiser, for P, and what those of I and B are to it: half as large a step for each six.
 void SetConstantQuantisers(OptionList& options, const EncodeSettings& settings)
 {
-    const NV_ENC_QP& qp = settings.config.rcParams.constQP;
+    const NV_ENC_QP qp = EffectiveQuantisers(settings);
     if (settings.IsLossless())
     {
         options.Set("qp", 0u);
         return;
     }
-    // A quantiser of 0 would switch x264 to lossless coding, another profile.
-    const std::uint32_t uiP = std::max(qp.qpInterP, 1u);
     const auto steps = [](std::uint32_t uiCoarse, std::uint32_t uiFine) {
         return std::exp2((static_cast<double>(uiCoarse) - static_cast<double>(uiFine)) / 6.0);
     };
-    options.Set("qp", uiP);
-    options.SetReal("ipratio", steps(uiP, qp.qpIntra));
-    options.SetReal("pbratio", steps(qp.qpInterB, uiP));
+    options.Set("qp", qp.qpInterP);
+    options.SetReal("ipratio", steps(qp.qpInterP, qp.qpIntra));
+    options.SetReal("pbratio", steps(qp.qpInterB, qp.qpInterP));
 }
 
 std::uint32_t Kilobits(std::uint64_t ui64Bits)
@@ -275,9 +273,16 @@ std::string X264Settings::OptionsText() const
     std::string text;
     for (const auto& [name, value] : options)
     {
-        text += (text.empty() ? "" : ":") + name + "=" + value;
+        text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
     }
     return text;
+}
+
+NV_ENC_QP EffectiveQuantisers(const EncodeSettings& settings)
+{
+    NV_ENC_QP qp = settings.config.rcParams.constQP;
+    qp.qpInterP = settings.IsLossless() ? 0 : std::max(qp.qpInterP, 1u);
+    return qp;
 }
 
 X264Settings MakeX264Settings(const EncodeSettings& settings)

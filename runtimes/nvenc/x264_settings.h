@@ -24,4 +24,7 @@ struct X264Settings
 
 X264Settings MakeX264Settings(const EncodeSettings& settings);
 
+// The constant quantisers as x264 is given them: one of 0 would switch it to lossless coding, another profile.
+NV_ENC_QP EffectiveQuantisers(const EncodeSettings& settings);
+
 }  // namespace nvencruntime

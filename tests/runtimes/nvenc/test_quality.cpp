@@ -80,6 +80,19 @@ TEST_F(NvencRuntime, AFinerQuantiserIsNearerAndLonger)
               Psnr(original, DecodeWithFfmpeg(coarse, c_uiWidth, c_uiHeight).at(2)) + 3);
 }
 
+TEST_F(NvencRuntime, AQuantiserOfNoughtIsntLosslessCodingUnlessThatIsAskedFor)
+{
+    SessionSetup setup(c_uiWidth, c_uiHeight);
+    UseQuantisers(setup, 0, 0, 0);
+    const std::vector<ReadPacket> packets = EncodeNatural(setup, 2);
+    const annexb::SequenceHeader header = annexb::ReadSequenceHeader(annexb::Split(packets[0].bytes).at(0));
+    EXPECT_EQ(header.nProfile, 100);
+    EXPECT_FALSE(header.bLossless);
+    EXPECT_EQ(packets[0].record.frameAvgQP, 0u);
+    EXPECT_EQ(packets[1].record.frameAvgQP, 1u);
+    EXPECT_EQ(DecodeWithFfmpeg(Join(packets), c_uiWidth, c_uiHeight).size(), 2u);
+}
+
 TEST_F(NvencRuntime, LosslessCodingLosesNothingOfNv12)
 {
     for (const GUID& preset : {NV_ENC_PRESET_LOSSLESS_DEFAULT_GUID, NV_ENC_PRESET_LOSSLESS_HP_GUID})
