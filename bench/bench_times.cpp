@@ -9,7 +9,7 @@ extern "C"
 #include <stdexcept>
 
 #include "measure.h"
-#include "mp4filesimpl/frametimes.h"
+#include "mp4filesimpl/boxwalk.h"
 #include "support/module_host.h"
 #include "support/video_maker.h"
 

@@ -215,6 +215,7 @@ Sample ContainerFile::Describe(const AVPacket& packet) const
 
 HRESULT ContainerFile::Read(AVPacket* pPacket)
 {
+    av_packet_unref(pPacket);
     if (m_bPacketPending)
     {
         m_bPacketPending = false;
@@ -223,11 +224,11 @@ HRESULT ContainerFile::Read(AVPacket* pPacket)
     }
     for (;;)
     {
-        av_packet_unref(pPacket);
         const int nError = av_read_frame(m_context.get(), pPacket);
         if (nError == AVERROR(ENOMEM)) return E_OUTOFMEMORY;
         if (nError < 0) return S_FALSE;
         if (pPacket->stream_index == static_cast<int>(m_uiSelected)) return S_OK;
+        av_packet_unref(pPacket);
     }
 }
 

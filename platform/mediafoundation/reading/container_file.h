@@ -39,8 +39,8 @@ public:
     // The sample that the packet holds, as a table keeps it.
     Sample Describe(const AVPacket& packet) const;
 
-    // Reads the next sample of the stream in decoding order. S_FALSE behind the last one. A sample that can't be read
-    // is the end as well: nobody could number what comes behind it.
+    // Reads the next sample of the stream in decoding order into a packet, whose old content goes. S_FALSE behind the
+    // last one. A sample that can't be read is the end as well: nobody could number what comes behind it.
     HRESULT Read(AVPacket* pPacket);
     // Makes the next Read give the table's sample of that number, exactly: containers seek by time, and times can be
     // equal, so it looks for the sample's place in the file.

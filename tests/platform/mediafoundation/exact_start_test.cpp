@@ -20,6 +20,7 @@ struct Case
 {
     std::string m_name;
     Recipe m_recipe;
+    std::uint32_t m_uiTimescaleFactor = 1;
 };
 
 void PrintTo(const Case& testCase, std::ostream* pStream)
@@ -68,6 +69,7 @@ std::vector<Case> Cases()
         {"OpenGroups", With("-bf 3 -x264-params keyint=12:min-keyint=12:open-gop=1:scenecut=0:b-adapt=0")},
         {"IntraRefresh", With("-bf 2 -x264-params keyint=20:intra-refresh=1")},
         {"NoEditList", With("-bf 3 -g 12", "-use_editlist 0")},
+        {"FourPicturesToAMillisecond", With("-bf 3 -g 12"), 160},
         {"TimescaleOf1", With("-bf 0 -g 12", "-video_track_timescale 1")},
         {"TimescaleOf1WithBPictures", With("-bf 3 -g 12", "-video_track_timescale 1")},
         {"TimescaleOf90000", With("-bf 3 -g 12", "-video_track_timescale 90000")},
@@ -93,6 +95,7 @@ protected:
         const Recipe& recipe = GetParam().m_recipe;
         m_path = m_directory.File("video.mp4");
         MakeVideo(m_path, recipe);
+        if (GetParam().m_uiTimescaleFactor > 1) MultiplyTimescale(m_path, GetParam().m_uiTimescaleFactor);
         const Size size = {recipe.m_nWidth, recipe.m_nHeight};
         const bool bInterlaced = GetParam().m_name == "Interlaced";
         for (const std::string& picture : PlainDecode(m_path, size))

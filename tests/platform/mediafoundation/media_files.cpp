@@ -12,6 +12,17 @@
 
 namespace mftest
 {
+namespace
+{
+
+// Only MP4's reader knows the option.
+std::string IgnoreEditList(const std::string& path)
+{
+    const std::string extension = std::filesystem::path(path).extension();
+    return extension == ".mp4" || extension == ".mov" ? "-ignore_editlist 1 " : "";
+}
+
+}  // namespace
 
 TemporaryDirectory::TemporaryDirectory()
 {
@@ -55,7 +66,7 @@ void MakeVideo(const std::string& path, const Recipe& recipe)
 
 std::vector<std::string> PlainDecode(const std::string& path, Size size)
 {
-    const std::string all = Run("ffmpeg -nostdin -v fatal -ignore_editlist 1 -i '" + path +
+    const std::string all = Run("ffmpeg -nostdin -v fatal " + IgnoreEditList(path) + "-i '" + path +
                                 "' -map 0:v:0 -vsync passthrough -f rawvideo -pix_fmt yuv420p -");
     const auto uiLuma = static_cast<std::size_t>(size.m_nWidth) * size.m_nHeight;
     const auto uiChroma = static_cast<std::size_t>((size.m_nWidth + 1) / 2) * ((size.m_nHeight + 1) / 2);
@@ -71,7 +82,7 @@ std::vector<std::string> PlainDecode(const std::string& path, Size size)
 
 std::vector<std::int64_t> FrameTimes(const std::string& path)
 {
-    const std::string probe = "ffprobe -v error -ignore_editlist 1 -select_streams v:0 -of csv=p=0 ";
+    const std::string probe = "ffprobe -v error " + IgnoreEditList(path) + "-select_streams v:0 -of csv=p=0 ";
     std::istringstream base(Run(probe + "-show_entries stream=time_base '" + path + "'"));
     std::int64_t nNumerator = 0;
     std::int64_t nDenominator = 0;
@@ -116,6 +127,25 @@ std::string ToYuy2(const std::string& picture, Size size, bool bInterlaced)
         }
     }
     return sample;
+}
+
+void MultiplyTimescale(const std::string& path, std::uint32_t uiFactor)
+{
+    std::string file = ReadFile(path);
+    const std::size_t uiBox = file.find("mdhd");
+    if (uiBox == std::string::npos || file[uiBox + 4] != 0) throw std::runtime_error("no mdhd of version 0");
+    const std::size_t uiAt = uiBox + 4 + 4 + 8;  // behind type, version and flags, and two times
+    std::uint32_t uiTimescale = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        uiTimescale = uiTimescale * 256 + static_cast<unsigned char>(file[uiAt + i]);
+    }
+    uiTimescale *= uiFactor;
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        file[uiAt + i] = static_cast<char>(uiTimescale >> (24 - 8 * i));
+    }
+    WriteFile(path, file);
 }
 
 std::string ReadFile(const std::string& path)

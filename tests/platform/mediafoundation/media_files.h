@@ -56,6 +56,9 @@ std::vector<std::int64_t> FrameTimes(const std::string& path);
 // A yuv420p picture as YUY2, worked out pixel by pixel.
 std::string ToYuy2(const std::string& picture, Size size, bool bInterlaced = false);
 
+// Makes all times of an MP4 file's first track smaller by writing a larger timescale into it.
+void MultiplyTimescale(const std::string& path, std::uint32_t uiFactor);
+
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& contents);
 

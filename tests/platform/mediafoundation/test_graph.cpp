@@ -1,8 +1,7 @@
 #include "test_graph.h"
 
-#include <filesystem>
-
 #include "propvarutil.h"
+#include "windows.h"
 
 namespace mftest
 {
@@ -56,7 +55,11 @@ HRESULT TestGrabber::Note(const char* pszCall)
 
 std::wstring Widen(const std::string& path)
 {
-    return std::filesystem::path(path).wstring();
+    const int nBytes = static_cast<int>(path.size());
+    std::wstring wide(path.size(), L'\0');
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, path.data(), nBytes, wide.data(), static_cast<int>(wide.size()))));
+    return wide;
 }
 
 TestGraph::TestGraph()

@@ -108,6 +108,7 @@ private:
     ComPtr<IMFTopology> m_topology;
 };
 
+// From UTF-8.
 std::wstring Widen(const std::string& path);
 
 }  // namespace mftest

@@ -1,0 +1,158 @@
+// Files that aren't what they should be end with a status, soon and without asking for much memory.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "media_files.h"
+#include "test_graph.h"
+
+namespace mftest
+{
+namespace
+{
+
+constexpr auto TIME_LIMIT = std::chrono::seconds(20);  // per file, far more than any of them takes
+
+// Opens the file and, if that works, plays it from the beginning and from the middle. That it returns is the test; what
+// it gives is up to the file.
+HRESULT PlayWhatThereIs(const std::string& path, REFGUID subtype = MFVideoFormat_YUY2)
+{
+    TestGraph graph;
+    HRESULT hr = graph.Open(path, subtype);
+    if (FAILED(hr)) return hr;
+    hr = graph.WaitFor(MESessionTopologySet);
+    if (FAILED(hr)) return hr;
+    graph.Start();
+    hr = graph.WaitFor(MESessionEnded);
+    graph.StartAt(200);
+    graph.WaitFor(MESessionEnded);
+    return hr;
+}
+
+class HostileFiles : public ::testing::Test
+{
+protected:
+    std::string MakeSmallFile(const std::string& options = "")
+    {
+        Recipe recipe;
+        recipe.m_nWidth = 32;
+        recipe.m_nHeight = 32;
+        recipe.m_nFrames = 8;
+        recipe.m_encoder = "-c:v libx264 -profile:v high -preset ultrafast -bf 1 -g 4";
+        recipe.m_output = options;
+        const std::string path = m_directory.File("small.mp4");
+        MakeVideo(path, recipe);
+        return ReadFile(path);
+    }
+
+    void ExpectEnd(const std::string& contents, const std::string& what)
+    {
+        const std::string path = m_directory.File("hostile.mp4");
+        WriteFile(path, contents);
+        const auto start = std::chrono::steady_clock::now();
+        (void)PlayWhatThereIs(path);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, TIME_LIMIT) << what;
+    }
+
+    TemporaryDirectory m_directory;
+};
+
+TEST_F(HostileFiles, WhatIsNoVideoFileDoesNotOpen)
+{
+    TestGraph graph;
+    EXPECT_LT(graph.OpenSource(m_directory.File("missing.mp4")), 0);
+    EXPECT_LT(graph.OpenSource(""), 0);
+    EXPECT_LT(graph.OpenSource("/"), 0);
+
+    const std::string path = m_directory.File("file.mp4");
+    WriteFile(path, "");
+    EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
+    WriteFile(path, "This is a text, and no video.\n");
+    EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
+    WriteFile(path, std::string(100000, '\x5a'));
+    EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
+}
+
+TEST_F(HostileFiles, APipeDoesNotHoldItUp)
+{
+    const std::string path = m_directory.File("pipe.mp4");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    TestGraph graph;
+    EXPECT_LT(graph.OpenSource(path), 0);
+}
+
+TEST_F(HostileFiles, AListOfOtherFilesIsNotFollowed)
+{
+    MakeSmallFile();
+    TestGraph graph;
+    const std::string list = m_directory.File("list.mp4");
+    WriteFile(list, "ffconcat version 1.0\nfile small.mp4\n");
+    EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
+    WriteFile(list, "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nsmall.mp4\n#EXT-X-ENDLIST\n");
+    EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
+}
+
+TEST_F(HostileFiles, CutOffAnywhere)
+{
+    const std::string whole = MakeSmallFile("-movflags +faststart");
+    // The head at every byte; of the samples, where any byte is like the next, one cut in seven.
+    const std::size_t uiHead = whole.find("mdat") + 64;
+    for (std::size_t uiLength = 0; uiLength < whole.size(); uiLength += uiLength < uiHead ? 1 : 7)
+    {
+        ExpectEnd(whole.substr(0, uiLength), "cut at " + std::to_string(uiLength));
+    }
+}
+
+TEST_F(HostileFiles, CutOffAnywhereInFragments)
+{
+    const std::string whole = MakeSmallFile("-movflags frag_keyframe+empty_moov");
+    for (std::size_t uiLength = 0; uiLength < whole.size(); uiLength += 1 + whole.size() / 300)
+    {
+        ExpectEnd(whole.substr(0, uiLength), "cut at " + std::to_string(uiLength));
+    }
+}
+
+class HostileWords : public HostileFiles, public ::testing::WithParamInterface<std::uint32_t>
+{
+};
+
+TEST_P(HostileWords, EveryWordOfTheMoovReplaced)
+{
+    const std::string whole = MakeSmallFile();
+    const std::size_t uiMoov = whole.find("moov");
+    ASSERT_NE(uiMoov, std::string::npos);
+    for (std::size_t uiAt = uiMoov - 4; uiAt + 4 <= whole.size(); uiAt += 4)
+    {
+        std::string broken = whole;
+        for (std::size_t i = 0; i < 4; ++i)
+        {
+            broken[uiAt + i] = static_cast<char>(GetParam() >> (24 - 8 * i));
+        }
+        ExpectEnd(broken, "word at " + std::to_string(uiAt));
+    }
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    constexpr long KIB_PER_GIB = 1L << 20;
+    EXPECT_LT(usage.ru_maxrss, KIB_PER_GIB);
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, HostileWords, ::testing::Values(0U, 1U, 0x7fffffffU, 0xffffffffU));
+
+TEST_F(HostileFiles, GarbageForSamples)
+{
+    std::string broken = MakeSmallFile();
+    const std::size_t uiMdat = broken.find("mdat");
+    const std::size_t uiMoov = broken.find("moov");
+    for (std::size_t i = uiMdat + 4; i + 4 < uiMoov; ++i)
+    {
+        broken[i] = static_cast<char>(i * 7919 >> 3);
+    }
+    ExpectEnd(broken, "garbage");
+}
+
+}  // namespace
+}  // namespace mftest

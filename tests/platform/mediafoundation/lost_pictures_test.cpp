@@ -1,0 +1,327 @@
+// A picture that can't be decoded ends the play. It never makes another one come under its number.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "media_files.h"
+#include "test_graph.h"
+
+namespace mftest
+{
+namespace
+{
+
+constexpr Size SIZE = {96, 64};
+constexpr int MS_PER_FRAME = 40;
+
+struct PacketPlace
+{
+    std::size_t m_uiPosition = 0;
+    std::size_t m_uiSize = 0;
+    std::int64_t m_nTime = 0;  // of presentation
+};
+
+std::vector<PacketPlace> Packets(const std::string& path)
+{
+    std::istringstream lines(Run("ffprobe -v error -ignore_editlist 1 -select_streams v:0 "
+                                 "-show_entries packet=pts,size,pos -of csv=p=0 '" +
+                                 path + "'"));
+    std::vector<PacketPlace> packets;
+    for (std::string line; std::getline(lines, line);)
+    {
+        if (line.empty()) continue;
+        std::replace(line.begin(), line.end(), ',', ' ');
+        std::istringstream fields(line);
+        PacketPlace place;
+        fields >> place.m_nTime >> place.m_uiSize >> place.m_uiPosition;
+        packets.push_back(place);
+    }
+    return packets;
+}
+
+class LostPictures : public ::testing::Test
+{
+protected:
+    void Make(const std::string& encoderOptions)
+    {
+        Recipe recipe;
+        recipe.m_encoder += " " + encoderOptions;
+        m_path = m_directory.File("video.mp4");
+        MakeVideo(m_path, recipe);
+        for (const std::string& picture : PlainDecode(m_path, SIZE))
+        {
+            m_pictures.push_back(ToYuy2(picture, SIZE));
+        }
+        m_packets = Packets(m_path);
+        ASSERT_EQ(m_packets.size(), m_pictures.size());
+    }
+
+    // The number under which the sample at that place in decoding order is presented.
+    std::size_t NumberOf(std::size_t uiSample) const
+    {
+        return static_cast<std::size_t>(
+            std::count_if(m_packets.begin(), m_packets.end(),
+                          [&](const PacketPlace& packet) { return packet.m_nTime < m_packets[uiSample].m_nTime; }));
+    }
+
+    // Overwrites the sample's NAL units with ones of a kind that no decoder knows: there is no picture in it then.
+    void Destroy(std::size_t uiSample)
+    {
+        std::string file = ReadFile(m_path);
+        const PacketPlace& packet = m_packets[uiSample];
+        const std::uint32_t uiLength = static_cast<std::uint32_t>(packet.m_uiSize - 4);
+        for (std::size_t i = 0; i < 4; ++i)
+        {
+            file[packet.m_uiPosition + i] = static_cast<char>(uiLength >> (24 - 8 * i));
+        }
+        file[packet.m_uiPosition + 4] = 30;  // a NAL unit type without a meaning
+        WriteFile(m_path, file);
+    }
+
+    // Whatever is delivered under a number is that picture, or the play ends.
+    void ExpectNoneUnderAnothersNumber(std::size_t uiFirst, const std::vector<GrabbedSample>& samples,
+                                       std::size_t uiLost)
+    {
+        for (std::size_t i = 0; i < samples.size(); ++i)
+        {
+            const std::size_t k = uiFirst + i;
+            EXPECT_NE(k, uiLost);
+            // Pictures that refer to the lost one may look different, but never like another picture.
+            const auto it = std::find(m_pictures.begin(), m_pictures.end(), samples[i].m_bytes);
+            const bool bOther = it != m_pictures.end() && static_cast<std::size_t>(it - m_pictures.begin()) != k;
+            EXPECT_FALSE(bOther) << "picture " << it - m_pictures.begin() << " came as " << k;
+        }
+    }
+
+    void ExpectEndAtLoss(std::size_t uiLost)
+    {
+        for (const std::size_t uiFirst : {std::size_t{0}, uiLost - 3, uiLost})
+        {
+            TestGraph graph;
+            ASSERT_EQ(graph.Open(m_path), S_OK);
+            ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+            ASSERT_EQ(graph.StartAt(static_cast<std::int64_t>(uiFirst) * MS_PER_FRAME), S_OK);
+            EXPECT_EQ(graph.WaitFor(MEError), MF_E_INVALID_STREAM_DATA) << uiFirst;
+            EXPECT_EQ(graph.WaitFor(MESessionEnded), MF_E_INVALID_STREAM_DATA) << uiFirst;
+            const auto samples = graph.Grabber().TakeSamples();
+            EXPECT_LE(samples.size(), uiLost - uiFirst);
+            ExpectNoneUnderAnothersNumber(uiFirst, samples, uiLost);
+        }
+    }
+
+    TemporaryDirectory m_directory;
+    std::string m_path;
+    std::vector<std::string> m_pictures;
+    std::vector<PacketPlace> m_packets;
+};
+
+TEST_F(LostPictures, EndThePlayWhereTheyAreMissing)
+{
+    Make("-bf 2 -g 12 -x264-params b-adapt=0");
+    constexpr std::size_t SAMPLE = 20;
+    const std::size_t uiLost = NumberOf(SAMPLE);
+    Destroy(SAMPLE);
+    ExpectEndAtLoss(uiLost);
+}
+
+TEST_F(LostPictures, AllBeforeThemStillCome)
+{
+    Make("-bf 2 -g 12 -x264-params b-adapt=0");
+    constexpr std::size_t SAMPLE = 20;
+    const std::size_t uiLost = NumberOf(SAMPLE);
+    Destroy(SAMPLE);
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    const auto samples = graph.PlayFrom(0, m_pictures.size());
+    EXPECT_EQ(samples.size(), uiLost);
+}
+
+TEST_F(LostPictures, ThoseBehindTheNextKeyPictureAreThereUnderTheirNumbers)
+{
+    Make("-bf 2 -g 12 -x264-params b-adapt=0");
+    Destroy(20);
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    for (const std::size_t k : {std::size_t{36}, std::size_t{40}, std::size_t{24}, std::size_t{59}, std::size_t{3}})
+    {
+        const auto samples = graph.PlayFrom(static_cast<std::int64_t>(k) * MS_PER_FRAME, 1);
+        ASSERT_FALSE(samples.empty()) << k;
+        EXPECT_TRUE(samples.front().m_bytes == m_pictures[k]) << k;
+    }
+}
+
+TEST_F(LostPictures, WithoutReorderingToo)
+{
+    Make("-bf 0 -g 12");
+    Destroy(20);
+    ExpectEndAtLoss(20);
+}
+
+// An MP4 file whose composition offsets are gone although its pictures are reordered: the times say nothing, and the
+// pictures are counted.
+class UselessTimes : public LostPictures
+{
+protected:
+    void RenameCompositionOffsets()
+    {
+        std::string file = ReadFile(m_path);
+        const std::size_t uiBox = file.find("ctts");
+        ASSERT_NE(uiBox, std::string::npos);
+        file.replace(uiBox, 4, "free");
+        WriteFile(m_path, file);
+    }
+
+    // All samples get the offsets of others: a file that lies.
+    void ReverseCompositionOffsets()
+    {
+        std::string file = ReadFile(m_path);
+        const std::size_t uiBox = file.find("ctts");
+        ASSERT_NE(uiBox, std::string::npos);
+        const auto word = [&file](std::size_t uiAt) {
+            std::uint32_t uiValue = 0;
+            for (std::size_t i = 0; i < 4; ++i)
+            {
+                uiValue = uiValue * 256 + static_cast<unsigned char>(file[uiAt + i]);
+            }
+            return uiValue;
+        };
+        const std::size_t uiEntries = word(uiBox + 8);
+        ASSERT_GT(uiEntries, 10U);
+        for (std::size_t i = 0; i < uiEntries / 2; ++i)
+        {
+            const std::size_t uiLeft = uiBox + 12 + 8 * i;
+            const std::size_t uiRight = uiBox + 12 + 8 * (uiEntries - 1 - i);
+            std::swap_ranges(file.begin() + static_cast<std::ptrdiff_t>(uiLeft),
+                             file.begin() + static_cast<std::ptrdiff_t>(uiLeft) + 8,
+                             file.begin() + static_cast<std::ptrdiff_t>(uiRight));
+        }
+        WriteFile(m_path, file);
+    }
+
+    void ExpectEveryPicture()
+    {
+        TestGraph graph;
+        ASSERT_EQ(graph.Open(m_path), S_OK);
+        for (const std::size_t uiStep : {7U, 1U, 23U})
+        {
+            for (std::size_t i = 0; i < m_pictures.size(); ++i)
+            {
+                const std::size_t k = i * uiStep % m_pictures.size();
+                ASSERT_EQ(graph.SetRate(0), S_OK);
+                const auto samples = graph.PlayFrom(static_cast<std::int64_t>(k) * MS_PER_FRAME, 2);
+                ASSERT_FALSE(samples.empty()) << k;
+                for (std::size_t j = 0; j < samples.size(); ++j)
+                {
+                    ASSERT_TRUE(samples[j].m_bytes == m_pictures[k + j]) << k << " + " << j;
+                }
+            }
+        }
+    }
+};
+
+TEST_F(UselessTimes, PicturesAreCountedWithoutCompositionOffsets)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0");
+    RenameCompositionOffsets();
+    ExpectEveryPicture();
+}
+
+TEST_F(UselessTimes, PicturesAreCountedWhereTheDecoderContradictsTheTimes)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0");
+    ReverseCompositionOffsets();
+    ExpectEveryPicture();
+}
+
+TEST_F(UselessTimes, ALostPictureIsNoticedByCounting)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0");
+    constexpr std::size_t SAMPLE = 20;
+    const std::size_t uiLost = NumberOf(SAMPLE);
+    RenameCompositionOffsets();
+    Destroy(SAMPLE);
+    for (const std::size_t uiFirst : {std::size_t{0}, uiLost - 3})
+    {
+        TestGraph graph;
+        ASSERT_EQ(graph.Open(m_path), S_OK);
+        ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+        ASSERT_EQ(graph.StartAt(static_cast<std::int64_t>(uiFirst) * MS_PER_FRAME), S_OK);
+        EXPECT_EQ(graph.WaitFor(MESessionEnded), MF_E_INVALID_STREAM_DATA);
+        ExpectNoneUnderAnothersNumber(uiFirst, graph.Grabber().TakeSamples(), uiLost);
+    }
+}
+
+std::string ExpGolomb(unsigned int uiValue)
+{
+    std::string bits;
+    for (unsigned int i = uiValue + 1; i > 0; i /= 2)
+    {
+        bits.insert(bits.begin(), i % 2 == 0 ? '0' : '1');
+    }
+    return std::string(bits.size() - 1, '0') + bits;
+}
+
+// A stream that doesn't say how far it reorders, as many encoders write it: the flag before the bitstream restriction
+// in the sequence parameter set is cleared, and what follows it means nothing then.
+TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
+    std::string file = ReadFile(m_path);
+    const std::size_t uiSps = file.find("avcC") + 4 + 8;
+    const std::size_t uiLength = static_cast<unsigned char>(file[uiSps - 1]);
+    std::string bits;
+    for (std::size_t i = 0; i < 8 * uiLength; ++i)
+    {
+        bits += (file[uiSps + i / 8] >> (7 - i % 8) & 1) != 0 ? '1' : '0';
+    }
+    std::size_t uiFlag = std::string::npos;
+    for (unsigned int uiMotion = 7; uiMotion <= 16 && uiFlag == std::string::npos; ++uiMotion)
+    {
+        // The flag; vectors over borders; no limits on bytes and bits; lengths of vectors; two pictures reordered.
+        const std::string motion = ExpGolomb(uiMotion);
+        uiFlag = bits.rfind("1"
+                            "1" +
+                            ExpGolomb(0) + ExpGolomb(0) + motion + motion + ExpGolomb(2));
+    }
+    ASSERT_NE(uiFlag, std::string::npos);
+    file[uiSps + uiFlag / 8] = static_cast<char>(file[uiSps + uiFlag / 8] & ~(0x80 >> uiFlag % 8));
+    WriteFile(m_path, file);
+
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    const auto samples = graph.PlayFrom(0, m_pictures.size() + 1);
+    ASSERT_EQ(samples.size(), m_pictures.size());
+    for (std::size_t k = 0; k < samples.size(); ++k)
+    {
+        EXPECT_TRUE(samples[k].m_bytes == m_pictures[k]) << k;
+    }
+}
+
+// A file that was cut off in the middle of its samples.
+TEST_F(LostPictures, ACutOffFileEndsWithAnError)
+{
+    Recipe recipe;
+    recipe.m_encoder += " -bf 2 -g 12";
+    recipe.m_output = "-movflags +faststart";
+    m_path = m_directory.File("video.mp4");
+    MakeVideo(m_path, recipe);
+    for (const std::string& picture : PlainDecode(m_path, SIZE))
+    {
+        m_pictures.push_back(ToYuy2(picture, SIZE));
+    }
+    const std::string whole = ReadFile(m_path);
+    WriteFile(m_path, whole.substr(0, whole.size() * 3 / 4));
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ASSERT_EQ(graph.Start(), S_OK);
+    EXPECT_LT(graph.WaitFor(MESessionEnded), 0);
+    const auto samples = graph.Grabber().TakeSamples();
+    ASSERT_GT(samples.size(), m_pictures.size() / 3);
+    ASSERT_LT(samples.size(), m_pictures.size());
+    ExpectNoneUnderAnothersNumber(0, samples, m_pictures.size());
+}
+
+}  // namespace
+}  // namespace mftest

@@ -1,0 +1,504 @@
+// What a session tells by events, and what it does when it is asked for things in unusual moments.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "media_files.h"
+#include "test_graph.h"
+
+namespace mftest
+{
+namespace
+{
+
+using ::testing::ElementsAre;
+
+constexpr Size SIZE = {96, 64};
+constexpr int FRAMES = 60;
+constexpr int MS_PER_FRAME = 40;
+
+class Session : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        s_pDirectory = new TemporaryDirectory();
+        Recipe recipe;
+        recipe.m_nFrames = FRAMES;
+        recipe.m_encoder += " -bf 2 -g 12";
+        MakeVideo(Path(), recipe);
+    }
+    static void TearDownTestSuite() { delete s_pDirectory; }
+    static std::string Path() { return s_pDirectory->File("video.mp4"); }
+
+    std::vector<std::string> Pictures() const
+    {
+        std::vector<std::string> pictures;
+        for (const std::string& picture : PlainDecode(Path(), SIZE))
+        {
+            pictures.push_back(ToYuy2(picture, SIZE));
+        }
+        return pictures;
+    }
+
+    // Lets the session play into a callback that asks for a pause at its n-th sample, and waits for the pause.
+    void PlayUntilPaused(std::size_t uiSamples, const std::function<HRESULT()>& start)
+    {
+        const std::size_t uiBefore = m_graph.Grabber().Count();
+        IMFMediaSession* pSession = &m_graph.Session();
+        m_graph.Grabber().SetHook([=](std::size_t uiCount) {
+            if (uiCount == uiBefore + uiSamples) pSession->Pause();
+        });
+        ASSERT_EQ(start(), S_OK);
+        ASSERT_EQ(m_graph.WaitFor(MESessionPaused), S_OK);
+        m_graph.Grabber().SetHook(nullptr);
+    }
+
+    static TemporaryDirectory* s_pDirectory;
+    TestGraph m_graph;
+};
+
+TemporaryDirectory* Session::s_pDirectory = nullptr;
+
+using Event = TestGraph::Event;
+
+TEST_F(Session, TellsOfItsTopologyAndThenOfPlayingToTheEnd)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 101, S_OK}));
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 111, S_OK}));
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 103, S_OK}));
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 211, S_OK}));
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 107, S_OK}));
+    EXPECT_EQ(m_graph.Grabber().Count(), std::size_t{FRAMES});
+}
+
+TEST_F(Session, SaysThatTheTopologyIsReady)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologySet), S_OK);
+    ComPtr<IMFMediaEvent> event;
+    ASSERT_EQ(m_graph.Session().GetEvent(0, event.Put()), S_OK);
+    UINT32 unStatus = 0;
+    ASSERT_EQ(event->GetUINT32(MF_EVENT_TOPOLOGY_STATUS, &unStatus), S_OK);
+    EXPECT_EQ(unStatus, 100U);
+}
+
+TEST_F(Session, PausesStopsAndCloses)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    PlayUntilPaused(1, [this] { return m_graph.Start(); });
+    ASSERT_EQ(m_graph.Session().Stop(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 105, S_OK}));
+    ASSERT_EQ(m_graph.Session().Close(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 106, S_OK}));
+}
+
+TEST_F(Session, NoSampleComesBehindThePause)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    PlayUntilPaused(5, [this] { return m_graph.Start(); });
+    const std::size_t uiAtPause = m_graph.Grabber().Count();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(m_graph.Grabber().Count(), uiAtPause);
+    // Asked for from the callback of the fifth, the pause comes before a sixth.
+    EXPECT_EQ(uiAtPause, 5U);
+}
+
+TEST_F(Session, GoesOnBehindAPauseWithoutLosingOrRepeatingAPicture)
+{
+    const std::vector<std::string> pictures = Pictures();
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    PlayUntilPaused(7, [this] { return m_graph.Start(); });
+    PlayUntilPaused(9, [this] { return m_graph.Start(); });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionEnded), S_OK);
+    const std::vector<GrabbedSample> samples = m_graph.Grabber().TakeSamples();
+    ASSERT_EQ(samples.size(), pictures.size());
+    for (std::size_t i = 0; i < samples.size(); ++i)
+    {
+        EXPECT_TRUE(samples[i].m_bytes == pictures[i]) << i;
+    }
+    EXPECT_THAT(m_graph.Grabber().Calls(), ElementsAre("start", "pause", "restart", "pause", "restart", "stop"));
+}
+
+TEST_F(Session, PlaysOnWindowAfterWindow)
+{
+    const std::vector<std::string> pictures = Pictures();
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    std::size_t uiNext = 0;
+    while (uiNext < pictures.size())
+    {
+        const auto samples = m_graph.PlayFrom(static_cast<std::int64_t>(uiNext) * MS_PER_FRAME, 8);
+        ASSERT_FALSE(samples.empty());
+        for (const GrabbedSample& sample : samples)
+        {
+            EXPECT_TRUE(sample.m_bytes == pictures[uiNext]) << uiNext;
+            ++uiNext;
+        }
+    }
+}
+
+TEST_F(Session, StartsAnewFromEveryState)
+{
+    const std::vector<std::string> pictures = Pictures();
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    // New, stopped, ended, and ended by a place behind the last picture
+    EXPECT_TRUE(m_graph.PlayFrom(30 * MS_PER_FRAME, 1).front().m_bytes == pictures[30]);
+    ASSERT_EQ(m_graph.Session().Stop(), S_OK);
+    EXPECT_TRUE(m_graph.PlayFrom(10 * MS_PER_FRAME, 1).front().m_bytes == pictures[10]);
+    EXPECT_EQ(m_graph.PlayFrom(58 * MS_PER_FRAME, 10).size(), 2U);
+    EXPECT_TRUE(m_graph.PlayFrom(5 * MS_PER_FRAME, 1).front().m_bytes == pictures[5]);
+    EXPECT_TRUE(m_graph.PlayFrom(60 * MS_PER_FRAME, 1).empty());
+    EXPECT_TRUE(m_graph.PlayFrom(59 * MS_PER_FRAME, 1).front().m_bytes == pictures[59]);
+    EXPECT_TRUE(m_graph.PlayFrom(-1, 1).front().m_bytes == pictures[0]);
+}
+
+TEST_F(Session, BeginsAgainWithoutAPositionOnceItHasEnded)
+{
+    const std::vector<std::string> pictures = Pictures();
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    EXPECT_EQ(m_graph.PlayFrom(58 * MS_PER_FRAME, 10).size(), 2U);
+    PlayUntilPaused(1, [this] { return m_graph.Start(); });
+    EXPECT_TRUE(m_graph.Grabber().TakeSamples().front().m_bytes == pictures[0]);
+}
+
+TEST_F(Session, AStartWhileItPlaysGoesToTheNewPlace)
+{
+    const std::vector<std::string> pictures = Pictures();
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    TestGraph* pGraph = &m_graph;
+    m_graph.Grabber().SetHook([=](std::size_t uiCount) {
+        if (uiCount == 3) pGraph->StartAt(40 * MS_PER_FRAME);
+        if (uiCount == 5) pGraph->Session().Pause();
+    });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionPaused), S_OK);
+    const std::vector<GrabbedSample> samples = m_graph.Grabber().TakeSamples();
+    ASSERT_EQ(samples.size(), 5U);
+    EXPECT_TRUE(samples[2].m_bytes == pictures[2]);
+    EXPECT_TRUE(samples[3].m_bytes == pictures[40]);
+    EXPECT_TRUE(samples[4].m_bytes == pictures[41]);
+}
+
+TEST_F(Session, TimesAreThoseOfTheContainer)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionEnded), S_OK);
+    const std::vector<GrabbedSample> samples = m_graph.Grabber().TakeSamples();
+    for (std::size_t i = 0; i < samples.size(); ++i)
+    {
+        EXPECT_EQ(samples[i].m_nTime, static_cast<std::int64_t>(i) * MS_PER_FRAME * 10000);
+        EXPECT_EQ(samples[i].m_nDuration, MS_PER_FRAME * 10000);
+    }
+}
+
+TEST_F(Session, AStartWithoutATopologyFailsByItsEvent)
+{
+    ASSERT_EQ(m_graph.OpenSource(Path()), S_OK);
+    ComPtr<IMFMediaSession> session;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, session.Put()), S_OK);
+    PROPVARIANT position;
+    PropVariantInit(&position);
+    ASSERT_EQ(session->Start(&GUID_NULL, &position), S_OK);
+    ComPtr<IMFMediaEvent> event;
+    ASSERT_EQ(session->GetEvent(0, event.Put()), S_OK);
+    MediaEventType type = MEUnknown;
+    HRESULT hrStatus = S_OK;
+    event->GetType(&type);
+    event->GetStatus(&hrStatus);
+    EXPECT_EQ(type, 103U);
+    EXPECT_LT(hrStatus, 0);
+    session->Shutdown();
+}
+
+TEST_F(Session, ATypeThatNothingCanMakeFailsByEvents)
+{
+    ASSERT_EQ(m_graph.Open(Path(), MFVideoFormat_WVC1), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 101, MF_E_INVALIDMEDIATYPE}));
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 103, MF_E_INVALIDMEDIATYPE}));
+    EXPECT_EQ(m_graph.Grabber().Count(), 0U);
+}
+
+TEST_F(Session, AnEmptyTopologyFailsByEvents)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ComPtr<IMFTopology> empty;
+    ASSERT_EQ(MFCreateTopology(empty.Put()), S_OK);
+    ASSERT_EQ(m_graph.Session().SetTopology(0, empty.Get()), S_OK);
+    EXPECT_LT(m_graph.WaitFor(MESessionTopologySet), 0);
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_LT(m_graph.WaitFor(MESessionStarted), 0);
+}
+
+TEST_F(Session, APauseOfAStoppedSessionFails)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.Session().Pause(), S_OK);
+    EXPECT_EQ(m_graph.WaitFor(MESessionPaused), MF_E_SESSION_PAUSEWHILESTOPPED);
+}
+
+// A good status would be taken for the pause of the start that follows.
+TEST_F(Session, ASecondPauseIsNotTakenForThePauseOfTheNextStart)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    PlayUntilPaused(3, [this] { return m_graph.Start(); });
+    ASSERT_EQ(m_graph.Session().Pause(), S_OK);
+    EXPECT_LT(m_graph.WaitFor(MESessionPaused), 0);
+}
+
+TEST_F(Session, TellsOfItsRate)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ASSERT_EQ(m_graph.SetRate(0), S_OK);
+    ComPtr<IMFMediaEvent> event;
+    ASSERT_EQ(m_graph.Session().GetEvent(0, event.Put()), S_OK);
+    MediaEventType type = MEUnknown;
+    event->GetType(&type);
+    EXPECT_EQ(type, 108U);
+    PROPVARIANT value;
+    ASSERT_EQ(event->GetValue(&value), S_OK);
+    EXPECT_EQ(value.vt, VT_R4);
+    EXPECT_EQ(value.fltVal, 0.0F);
+
+    ComPtr<IMFRateControl> rate;
+    ASSERT_EQ(MFGetService(&m_graph.Session(), MF_RATE_CONTROL_SERVICE, IID_IMFRateControl, rate.PutVoid()), S_OK);
+    BOOL fThin = TRUE;
+    float fRate = 1;
+    EXPECT_EQ(rate->GetRate(&fThin, &fRate), S_OK);
+    EXPECT_EQ(fThin, FALSE);
+    EXPECT_EQ(fRate, 0.0F);
+    EXPECT_EQ(rate->SetRate(TRUE, 1), MF_E_THINNING_UNSUPPORTED);
+    EXPECT_EQ(rate->SetRate(FALSE, -1), MF_E_REVERSE_UNSUPPORTED);
+}
+
+TEST_F(Session, WithoutWaitingThereMayBeNoEvent)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(MF_EVENT_FLAG_NO_WAIT).m_hrGet, MF_E_NO_EVENTS_AVAILABLE);
+}
+
+TEST_F(Session, ShutdownEndsAWaitForEvents)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    auto waiting = std::async(std::launch::async, [this] { return m_graph.NextEvent().m_hrGet; });
+    EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    ASSERT_EQ(m_graph.Session().Shutdown(), S_OK);
+    EXPECT_EQ(waiting.get(), MF_E_SHUTDOWN);
+    EXPECT_EQ(m_graph.NextEvent().m_hrGet, MF_E_SHUTDOWN);
+    EXPECT_EQ(m_graph.Start(), MF_E_SHUTDOWN);
+    EXPECT_EQ(m_graph.Session().Pause(), MF_E_SHUTDOWN);
+}
+
+TEST_F(Session, ShutdownWhileItPlaysReturnsAndNoSampleFollows)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    std::promise<void> playing;
+    m_graph.Grabber().SetHook([&](std::size_t uiCount) {
+        if (uiCount == 2) playing.set_value();
+    });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    playing.get_future().wait();
+    ASSERT_EQ(m_graph.Session().Shutdown(), S_OK);
+    const std::size_t uiThen = m_graph.Grabber().Count();
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(m_graph.Grabber().Count(), uiThen);
+    EXPECT_EQ(m_graph.Grabber().Calls().back(), "shutdown");
+}
+
+TEST_F(Session, TheSourceMayBeShutDownFirst)
+{
+    for (const int nSamples : {0, 1, 20})
+    {
+        TestGraph graph;
+        ASSERT_EQ(graph.Open(Path()), S_OK);
+        std::promise<void> playing;
+        graph.Grabber().SetHook([&](std::size_t uiCount) {
+            if (uiCount == static_cast<std::size_t>(nSamples)) playing.set_value();
+        });
+        if (nSamples > 0)
+        {
+            ASSERT_EQ(graph.Start(), S_OK);
+            playing.get_future().wait();
+        }
+        EXPECT_EQ(graph.Source().Shutdown(), S_OK);
+        EXPECT_EQ(graph.Session().Shutdown(), S_OK);
+    }
+}
+
+TEST_F(Session, AStartBehindTheSourcesShutdownFails)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ASSERT_EQ(m_graph.Source().Shutdown(), S_OK);
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 103, MF_E_SHUTDOWN}));
+}
+
+// A callback runs on the session's own thread.
+TEST_F(Session, StopAndPauseInsideTheCallbackDoNotWaitForThemselves)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    IMFMediaSession* pSession = &m_graph.Session();
+    m_graph.Grabber().SetHook([=](std::size_t) {
+        pSession->Pause();
+        pSession->Stop();
+    });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_EQ(m_graph.WaitFor(MESessionPaused), S_OK);
+    EXPECT_EQ(m_graph.WaitFor(MESessionStopped), S_OK);
+    EXPECT_EQ(m_graph.Grabber().Count(), 1U);
+}
+
+TEST_F(Session, ShutdownInsideTheCallbackReturns)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    IMFMediaSession* pSession = &m_graph.Session();
+    m_graph.Grabber().SetHook([=](std::size_t) { pSession->Shutdown(); });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    while (SUCCEEDED(m_graph.NextEvent().m_hrGet))
+    {}
+    EXPECT_EQ(m_graph.NextEvent().m_hrGet, MF_E_SHUTDOWN);
+    EXPECT_EQ(m_graph.Grabber().Count(), 1U);
+    // The session's thread lets go of the callback when it ends.
+    while (m_graph.Grabber().Calls().back() != "shutdown")
+    {
+        std::this_thread::yield();
+    }
+}
+
+TEST_F(Session, ReleasedWithoutShutdownItEndsAllTheSame)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    std::promise<void> playing;
+    m_graph.Grabber().SetHook([&](std::size_t uiCount) {
+        if (uiCount == 1) playing.set_value();
+    });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    playing.get_future().wait();
+    const ComPtr<TestGrabber> grabber(&m_graph.Grabber());
+    m_graph.ReleaseAll();
+    EXPECT_EQ(grabber->Calls().back(), "shutdown");
+}
+
+TEST_F(Session, LeavesTheSinkAloneIfItIsToldSo)
+{
+    ASSERT_EQ(m_graph.OpenSource(Path()), S_OK);
+    ASSERT_EQ(m_graph.BuildTopology(MFVideoFormat_YUY2, true), S_OK);
+    ComPtr<IMFMediaSession> session;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, session.Put()), S_OK);
+    ASSERT_EQ(session->SetTopology(0, &m_graph.Topology()), S_OK);
+    ComPtr<IMFMediaEvent> event;
+    ASSERT_EQ(session->GetEvent(0, event.Put()), S_OK);
+    ASSERT_EQ(session->Shutdown(), S_OK);
+    EXPECT_TRUE(m_graph.Grabber().Calls().empty());
+}
+
+TEST_F(Session, ASourceServesOneSessionAtATime)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologySet), S_OK);
+    ComPtr<IMFMediaSession> second;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, second.Put()), S_OK);
+    ASSERT_EQ(second->SetTopology(0, &m_graph.Topology()), S_OK);
+    ComPtr<IMFMediaEvent> event;
+    ASSERT_EQ(second->GetEvent(0, event.Put()), S_OK);
+    HRESULT hrStatus = S_OK;
+    event->GetStatus(&hrStatus);
+    EXPECT_EQ(hrStatus, MF_E_MEDIA_SOURCE_WRONGSTATE);
+    second->Shutdown();
+}
+
+TEST_F(Session, RefusesPositionsItDoesNotKnow)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    PROPVARIANT position;
+    PropVariantInit(&position);
+    position.vt = VT_R8;
+    position.dblVal = 1;
+    EXPECT_EQ(m_graph.Session().Start(&GUID_NULL, &position), MF_E_UNSUPPORTED_TIME_FORMAT);
+    PropVariantInit(&position);
+    EXPECT_EQ(m_graph.Session().Start(&MFMediaType_Video, &position), MF_E_UNSUPPORTED_TIME_FORMAT);
+    EXPECT_EQ(m_graph.Session().Start(&GUID_NULL, nullptr), E_INVALIDARG);
+}
+
+// Four pictures in every millisecond.
+class EqualTimes : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Recipe recipe;
+        recipe.m_nFrames = 60;
+        recipe.m_encoder += " -bf 0 -g 12";
+        const std::string path = m_directory.File("video.mp4");
+        MakeVideo(path, recipe);
+        MultiplyTimescale(path, 160);
+        for (const std::string& picture : PlainDecode(path, SIZE))
+        {
+            m_pictures.push_back(ToYuy2(picture, SIZE));
+        }
+        m_times = FrameTimes(path);
+        ASSERT_EQ(m_times[20], 5);
+        ASSERT_EQ(m_times[23], 5);
+        ASSERT_EQ(m_graph.Open(path), S_OK);
+    }
+
+    std::size_t FirstAt(std::int64_t nMilliseconds) const
+    {
+        return static_cast<std::size_t>(std::find(m_times.begin(), m_times.end(), nMilliseconds) - m_times.begin());
+    }
+    std::size_t IndexOf(const GrabbedSample& sample) const
+    {
+        return static_cast<std::size_t>(std::find(m_pictures.begin(), m_pictures.end(), sample.m_bytes) -
+                                        m_pictures.begin());
+    }
+
+    TemporaryDirectory m_directory;
+    std::vector<std::string> m_pictures;
+    std::vector<std::int64_t> m_times;
+    TestGraph m_graph;
+};
+
+TEST_F(EqualTimes, AStartInTheSameMillisecondGoesOn)
+{
+    const std::size_t uiFirst = FirstAt(5);
+    const auto before = m_graph.PlayFrom(5, 3);
+    ASSERT_EQ(IndexOf(before.front()), uiFirst);
+    const std::size_t uiNext = uiFirst + before.size();
+    ASSERT_EQ(m_times[uiNext], 5);
+    const auto behind = m_graph.PlayFrom(5, 2);
+    EXPECT_EQ(IndexOf(behind.front()), uiNext);
+}
+
+TEST_F(EqualTimes, AStartBehindASetRateGoesBackToTheFirstOfTheMillisecond)
+{
+    const std::size_t uiFirst = FirstAt(5);
+    ASSERT_EQ(m_graph.PlayFrom(5, 3).size(), 3U);
+    ASSERT_EQ(m_graph.SetRate(0), S_OK);
+    EXPECT_EQ(IndexOf(m_graph.PlayFrom(5, 2).front()), uiFirst);
+    // The rate counts for one start only.
+    EXPECT_EQ(IndexOf(m_graph.PlayFrom(5, 2).front()), uiFirst + 2);
+}
+
+TEST_F(EqualTimes, AStoppedSessionGoesToTheFirstOfTheMillisecond)
+{
+    const std::size_t uiFirst = FirstAt(5);
+    ASSERT_EQ(m_graph.PlayFrom(5, 3).size(), 3U);
+    ASSERT_EQ(m_graph.Session().Stop(), S_OK);
+    EXPECT_EQ(IndexOf(m_graph.PlayFrom(5, 2).front()), uiFirst);
+}
+
+}  // namespace
+}  // namespace mftest
