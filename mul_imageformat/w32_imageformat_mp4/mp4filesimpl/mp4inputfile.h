@@ -115,12 +115,12 @@ protected:
     bool m_bOpen;                                // m_Attributes is valid
     double m_dJulianDay;                         // of the file's last writing; -1.0 until found
     std::vector<std::uint64_t> m_vFrameTimesMs;  // start of each frame in milliseconds; fixed once the file is open
-    IMFMediaSession* m_pSession;                 // one reference each, from here on
-    IMFMediaSource* m_pSource;                   //
-    SampleGrabberCB* m_pGrabber;                 //
-    IMFActivate* m_pSinkActivate;                //
-    IMFTopology* m_pTopology;                    //
-    IMFMediaType* m_pMediaType;                  //
+    IMFMediaSession* m_pSession;                 // this and the five below: one reference each, null without a graph
+    IMFMediaSource* m_pSource;                   // the file; stays after a failed open, which then isn't tried again
+    SampleGrabberCB* m_pGrabber;                 // counts samples, or holds the frames
+    IMFActivate* m_pSinkActivate;                // makes the sink that calls the grabber
+    IMFTopology* m_pTopology;                    // from the video stream to the sink
+    IMFMediaType* m_pMediaType;                  // what the sink asks for
     bool m_bTopologySet;                         // the session has m_pTopology
     HANDLE m_hWorkerThread;                      // null until the first frame is asked for
     HANDLE m_hPumpThread;                        // likewise

@@ -65,7 +65,7 @@ public:
     bool SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::uint64_t uiEnd, std::uint64_t uiLast,
                    std::uint32_t uiWidth, std::uint32_t uiHeight);
 
-    // The stored frame of that index, or null. The store keeps it.
+    // The stored frame of that index, or null. The store keeps it; a trim takes its pixels and leaves the record.
     SQmGrabbedFrame* FindFrame(std::uint64_t uiIndex) const;
 
     // Whether the frame is one of the newest uiWindow stored ones, and more frames are to come behind the newest.
@@ -114,7 +114,7 @@ public:
     bool m_bNV12;                          // samples are NV12 and don't become pictures
     std::atomic<std::int32_t> m_nRunning;  // the session plays
     EPauseState m_ePause;                  // of the current play
-    std::uint64_t m_uiRequestNumber;       // counts the requests that found their frame not stored
+    std::uint64_t m_uiRequestNumber;       // of the current request, from 1; 0 before the first
     bool m_bRequestFailed;                 // the frame of the current request can't be had
     bool m_bWorkerEnded;                   // nobody will set up another play
 };
