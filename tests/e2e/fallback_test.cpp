@@ -191,4 +191,20 @@ TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
     EXPECT_EQ(uiListed, attributes.m_uiSequenceCount);
 }
 
+// Nothing to count: the fragments are cut off, and what is left says that there is a track.
+TEST(FallbackNotTaken, AFragmentedFileWithoutAnyFragmentIsRefused)
+{
+    const TempDir dir;
+    const auto path = dir / "video.mp4";
+    RunFfmpeg(Input(false) + "-movflags frag_keyframe+empty_moov " + Quoted(path));
+    Bytes vFile = ReadBytes(path);
+    vFile.resize(FindBox(vFile, "moov").m_uiEnd);
+    WriteBytes(path, vFile);
+
+    const ModuleHost host;
+    const InputFile file = host.OpenInput(path);
+    SQmImageAttributes attributes;
+    EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&attributes));
+}
+
 }  // namespace

@@ -244,7 +244,7 @@ void CScriptedSession::DeliverNext()
     if (uiPicture >= m_script.m_uiSlowFrom) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const std::vector<unsigned char> vSample =
         MakeNumberedSample(m_script.m_uiWidth, m_script.m_uiHeight, static_cast<std::uint32_t>(uiPicture));
-    const std::size_t uiBytes = uiPicture == m_script.m_uiShortSample ? vSample.size() - 1 : vSample.size();
+    const std::size_t uiBytes = uiPicture == m_script.m_uiShortSample ? vSample.size() / 2 : vSample.size();
     {
         const std::lock_guard lock(m_mtx);
         m_uiNext = uiPicture + 1;

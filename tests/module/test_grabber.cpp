@@ -142,12 +142,34 @@ TEST_F(Grabber, ASampleThatIsTooShortLeavesAFrameWithoutPixels)
 {
     Play(0);
     std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
-    vSample.pop_back();
+    vSample.resize(32 * (HEIGHT - 1) + 2 * WIDTH - 1);  // the last pixel's last byte is missing
     Feed(vSample);
     Deliver(1);
     EXPECT_EQ(Stored(), Range(0, 1));
     EXPECT_EQ(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
     EXPECT_NE(m_pGrabber->FindFrame(1)->m_Picture.m_pData, nullptr);
+}
+
+TEST_F(Grabber, ASampleMayEndWithTheLastPixelOfItsLastRow)
+{
+    Play(0);
+    std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
+    vSample.resize(32 * (HEIGHT - 1) + 2 * WIDTH);
+    Feed(vSample);
+    ASSERT_NE(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
+    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(0)->m_Picture.m_pData), 5);
+}
+
+TEST_F(Grabber, AFrameWithoutPixelsGetsThemWhenItComesAgain)
+{
+    Play(0);
+    std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
+    Feed(std::vector<unsigned char>(vSample.begin(), vSample.begin() + 4));
+    ASSERT_EQ(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
+    Play(0);
+    Feed(vSample);
+    ASSERT_NE(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
+    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(0)->m_Picture.m_pData), 5);
 }
 
 TEST_F(Grabber, ALongerSampleIsTakenFromItsBeginning)

@@ -309,6 +309,25 @@ TEST_F(Worker, APromiseOfFramesBehindTheEndDoesNotKeepTheSessionStarting)
     EXPECT_EQ(file.ReadNumber(3), 3);
 }
 
+// The session has ended and can't go on behind the stored frames; looking for their millisecond anew brings old ones.
+TEST_F(Worker, FramesPromisedBehindTheEndInAMillisecondThatOthersShareAreRefused)
+{
+    SScript script;
+    script.m_vTimesMs.assign(30, 5);
+    CScriptedFile file(m_format.Get(), script, std::vector<std::uint64_t>(60, 5));
+    for (const int nIndex : {0, 28, 29, 29})
+        EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
+    for (const std::uint32_t uiIndex : {30U, 31U, 45U, 59U})
+        EXPECT_EQ(file.ReadNumber(uiIndex), QM_ERR_FAIL) << uiIndex;
+    for (const int nIndex : {29, 28, 3, 29})
+        EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
+    file.WaitForRest();
+    Sleep(100);
+    const int nStarts = file.Session().CountCalls("Start");
+    Sleep(100);
+    EXPECT_EQ(file.Session().CountCalls("Start"), nStarts);
+}
+
 TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
 {
     SScript script = EvenScript(100);

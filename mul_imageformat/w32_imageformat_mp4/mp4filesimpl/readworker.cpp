@@ -109,6 +109,7 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     }
     if (eEnd == EPlayEnd::None) return;
     m_ePlayEnd = eEnd;
+    m_bPaused = eEnd == EPlayEnd::Paused;
     pGrabber->m_nRunning = 0;
 }
 
@@ -135,7 +136,7 @@ bool CReadWorker::ServeRequest()
     const std::uint32_t uiWindow = pGrabber->GetWindowSize();
     const bool bNearTail = pGrabber->IsNearTail(static_cast<std::uint32_t>(pGrabber->m_uiRequested), uiWindow,
                                                 static_cast<std::uint32_t>(LastFrame()));
-    if (pRequested != nullptr && !bNearTail) return true;
+    if (pRequested != nullptr && (!bNearTail || !CanGoOnBehindTail())) return true;
     if (m_nFruitless >= MAX_FRUITLESS_PLAYS)
     {
         if (pRequested == nullptr)
@@ -170,7 +171,10 @@ void CReadWorker::JudgeLastPlay(bool bFrameStored)
     const std::uint64_t uiNext = pGrabber->m_uiNextFrame;
     const bool bDelivered = uiNext > m_uiPlayStart;
     m_bResumable = !bFrameStored && bDelivered && eEnd == EPlayEnd::Paused && uiNext <= pGrabber->m_uiRequested;
-    m_nFruitless = bDelivered && (bFrameStored || m_bResumable) ? 0 : m_nFruitless + 1;
+    if (bDelivered && bFrameStored)
+        m_nFruitless = 0;
+    else if (!m_bResumable)
+        ++m_nFruitless;
 }
 
 // Frames that share a millisecond share a position, and a seek lands on the first of them. It is numbered as that one,
@@ -182,7 +186,7 @@ CReadWorker::SPlay CReadWorker::ChoosePlay(const SQmGrabbedFrame* pRequested, bo
     const std::vector<std::uint64_t>& vTimes = m_graph.m_vFrameTimesMs;
     if (pRequested != nullptr && bNearTail)
     {
-        return {true, false, std::min(LastFrame(), pGrabber->m_lstFrames.back()->m_uiFrameIndex + 1)};
+        return {true, false, NextBehindTail()};
     }
     const std::uint64_t uiRequested = pGrabber->m_uiRequested;
     if (m_bResumable && vTimes[pGrabber->m_uiNextFrame] == vTimes[uiRequested])
@@ -193,6 +197,20 @@ CReadWorker::SPlay CReadWorker::ChoosePlay(const SQmGrabbedFrame* pRequested, bo
     while (uiFirst > 0 && vTimes[uiFirst - 1] == vTimes[uiRequested])
         --uiFirst;
     return {false, true, uiFirst};
+}
+
+std::uint64_t CReadWorker::NextBehindTail() const
+{
+    return std::min(LastFrame(), m_graph.m_pGrabber->m_lstFrames.back()->m_uiFrameIndex + 1);
+}
+
+// Only a paused session goes on in the middle of a millisecond; one that ended would look for its first frame again,
+// and old pictures would be taken for new ones.
+bool CReadWorker::CanGoOnBehindTail() const
+{
+    const std::uint64_t uiNext = NextBehindTail();
+    const std::vector<std::uint64_t>& vTimes = m_graph.m_vFrameTimesMs;
+    return m_bPaused || uiNext == 0 || vTimes[uiNext - 1] != vTimes[uiNext];
 }
 
 // Makes the grabber ready for a play. The caller holds its lock.

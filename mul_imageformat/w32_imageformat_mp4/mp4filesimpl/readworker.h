@@ -61,6 +61,8 @@ private:
     bool ServeRequest();
     void JudgeLastPlay(bool bFrameStored);
     SPlay ChoosePlay(const SQmGrabbedFrame* pRequested, bool bNearTail) const;
+    std::uint64_t NextBehindTail() const;
+    bool CanGoOnBehindTail() const;
     void SetUpPlay(const SPlay& play, std::uint32_t uiWindow);
     HRESULT StartPlay(const SPlay& play);
 
@@ -71,6 +73,7 @@ private:
     bool m_bStarted = false;               // the session has told that the current play began
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged
     std::uint64_t m_uiPlayRequest = 0;     // number of the request that the last play was for; 0 for none
+    bool m_bPaused = false;                // the last play to end was paused, and the session can resume there
     std::uint64_t m_uiPlayStart = 0;       // first frame of the last play
     bool m_bResumable = false;             // the last play was paused on its way to the frame requested now
     std::uint64_t m_uiJudgedRequest = 0;   // number of the request that m_nFruitless counts for

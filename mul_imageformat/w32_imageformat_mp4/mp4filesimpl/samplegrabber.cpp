@@ -17,6 +17,14 @@ std::uint32_t GetSamplePitch(std::uint32_t uiWidth)
     return ((2 * uiWidth - 1) & ~31U) + 32;
 }
 
+// Bytes up to the last pair of pixels; nothing is read of what pads the last row.
+std::uint64_t GetSampleSize(const SQmPicBuf& sample)
+{
+    if (sample.m_uiHeight == 0) return 0;
+    return std::uint64_t{sample.m_uiWidthBytes} * (sample.m_uiHeight - 1) +
+           (std::uint64_t{sample.m_uiWidth} + 1) / 2 * 4;
+}
+
 }  // namespace
 
 // --- life ---
@@ -184,8 +192,8 @@ void SampleGrabberCB::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
 
     SQmPicBuf sample = pFrame->m_Picture;
     sample.m_pData = const_cast<BYTE*>(pSampleBuffer);
-    sample.m_uiWidthBytes = GetSamplePitch(m_uiWidth);
-    if (std::uint64_t{sample.m_uiWidthBytes} * m_uiHeight > dwSampleSize)
+    sample.m_uiWidthBytes = GetSamplePitch(sample.m_uiWidth);
+    if (GetSampleSize(sample) > dwSampleSize)
     {
         // Not the picture that was announced. Whoever asks for this frame is refused it.
         SQmPicBufAPI_Base::Free(&pFrame->m_Picture);
@@ -194,23 +202,27 @@ void SampleGrabberCB::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
     ConvertYuy2ToBgr(pFrame->m_Picture, sample);
 }
 
-// A frame that is stored already comes again when a play starts before the store's tail; its record is used again.
+// A frame that is stored already comes again when a play starts before the store's tail; its record is used again, and
+// gets pixels if an earlier sample took them away.
 //
 // Null when there is no memory for it. The numbering of the samples goes on all the same.
 SQmGrabbedFrame* SampleGrabberCB::FindOrAppendFrame(std::uint64_t uiIndex)
 try
 {
     SQmGrabbedFrame* pFrame = FindFrame(uiIndex);
-    if (pFrame != nullptr) return pFrame;
-
-    m_lstFrames.push_back(nullptr);
-    pFrame = AllocateFrameRecord();
-    m_lstFrames.back() = pFrame;
-    if (pFrame == nullptr) return nullptr;
-
-    pFrame->m_uiFrameIndex = uiIndex;
-    SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
-    SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, 8, 3, false);
+    if (pFrame == nullptr)
+    {
+        m_lstFrames.push_back(nullptr);
+        pFrame = AllocateFrameRecord();
+        m_lstFrames.back() = pFrame;
+        if (pFrame == nullptr) return nullptr;
+        pFrame->m_uiFrameIndex = uiIndex;
+        SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
+    }
+    if (pFrame->m_Picture.m_pData == nullptr)
+    {
+        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, 8, 3, false);
+    }
     return pFrame;
 }
 catch (const std::bad_alloc&)
