@@ -143,6 +143,18 @@ TEST_F(InputFile, AFragmentedFileIsCountedFromItsSamples)
     EXPECT_FALSE(file.Read(59).empty());
 }
 
+// Cut in front of its first fragment, the file still plays, and there is nothing in it to count.
+TEST_F(InputFile, ACountingPassWithoutSamplesFails)
+{
+    const auto path =
+        MakeVideo("fragments.mp4", TestPicture(60) + "-profile:v high -bf 0 -g 12 -movflags +frag_keyframe+empty_moov");
+    std::string strBytes = BytesOf(path);
+    strBytes.resize(strBytes.find("moof") - 4);
+    CVideoFile file(m_format.Get(), WriteBeside(path, ".empty.mp4", strBytes));
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(file.Read(0), Pixels());
+}
+
 // A box of the movie has its size in 64 bits, which players understand and the walk doesn't. The frames come at
 // irregular times.
 TEST_F(InputFile, AMovieWithABrokenBoxIsCountedFromItsSamplesAndEntry0IsZero)
