@@ -1,6 +1,10 @@
 // An input file that is open from the start, over a scripted session instead of a file.
 #pragma once
 
+#include <chrono>
+
+#include <gtest/gtest.h>
+
 #include "mp4filesimpl/imageformatmp4.h"
 #include "mp4filesimpl/mp4inputfile.h"
 #include "numberedpicture.h"
@@ -72,13 +76,32 @@ public:
         return m_pGrabber->m_lstFrames.size();
     }
 
-    // Waits until the current play is over and the worker rests.
+    // Waits until the current play is over and the worker has seen, twice, that no other is called for. It looks at
+    // the request whenever nothing plays, tells each time that the frame is there, and decides under the same lock.
+    // For use behind a read that gave its frame.
     void WaitForRest() const
     {
-        for (int nRest = 0; nRest < 8;)
+        constexpr DWORD LIMIT_MS = 30'000;
+        const auto begin = std::chrono::steady_clock::now();
+        const auto IsLate = [&] {
+            return std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(LIMIT_MS);
+        };
+        for (int nSeen = 0; nSeen < 2;)
         {
-            Sleep(5);
-            nRest = m_pGrabber->m_nRunning == 0 ? nRest + 1 : 0;
+            const std::size_t uiCalls = m_pScripted->Calls().size();
+            bool bRests = PrepareToSeeTheWorkerLook();
+            if (bRests)
+            {
+                bRests = WaitForSingleObject(m_pGrabber->m_hFrameReady, LIMIT_MS) == WAIT_OBJECT_0;
+                CGrabberLock lock(m_pGrabber);
+                bRests = bRests && m_pGrabber->m_nRunning == 0 && m_pScripted->Calls().size() == uiCalls;
+            }
+            else
+            {
+                Sleep(1);
+            }
+            nSeen = bRests ? nSeen + 1 : 0;
+            ASSERT_FALSE(IsLate()) << "the worker doesn't come to rest";
         }
     }
 
@@ -95,6 +118,15 @@ public:
     using CQmMP4InputFile::m_vFrameTimesMs;
 
 private:
+    // False while something plays.
+    bool PrepareToSeeTheWorkerLook() const
+    {
+        CGrabberLock lock(m_pGrabber);
+        if (m_pGrabber->m_nRunning != 0) return false;
+        ResetEvent(m_pGrabber->m_hFrameReady);
+        return true;
+    }
+
     CScriptedSession* m_pScripted;
 };
 

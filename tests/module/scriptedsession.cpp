@@ -242,8 +242,8 @@ void CScriptedSession::DeliverNext()
         return;
     }
     if (uiPicture >= m_script.m_uiSlowFrom) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    const std::vector<unsigned char> vSample =
-        MakeNumberedSample(m_script.m_uiWidth, m_script.m_uiHeight, static_cast<std::uint32_t>(uiPicture));
+    const std::uint32_t uiNumber = m_script.m_uiFirstNumber + static_cast<std::uint32_t>(uiPicture);
+    const std::vector<unsigned char> vSample = MakeNumberedSample(m_script.m_uiWidth, m_script.m_uiHeight, uiNumber);
     const std::size_t uiBytes = uiPicture == m_script.m_uiShortSample ? vSample.size() / 2 : vSample.size();
     {
         const std::lock_guard lock(m_mtx);

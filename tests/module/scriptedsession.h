@@ -24,6 +24,7 @@ struct SScript
     std::vector<std::uint64_t> m_vTimesMs;  // position of each picture
     std::uint32_t m_uiWidth = 4;
     std::uint32_t m_uiHeight = 2;
+    std::uint32_t m_uiFirstNumber = 0;       // that the first picture carries
     std::size_t m_uiShortSample = SIZE_MAX;  // number of a picture that comes too short
     std::size_t m_uiSlowFrom = SIZE_MAX;     // pictures from here on take 1 ms each
     int m_nLate = 2;                         // pictures still delivered after a pause was asked for

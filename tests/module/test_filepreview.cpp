@@ -51,14 +51,18 @@ TEST_F(Preview, InNativeSizeWithoutContrastItIsTheFrameAtTheFrameStoresPitch)
     EXPECT_EQ(m_vPixels[2 * 16 + 6], GreyOf(18));  // third pixel of the third row
 }
 
+// Every row has a dark pixel and a bright one, which contrast makes black and white. Padding isn't written.
 TEST_F(Preview, AWidthOf2WithContrastHasRows8BytesApart)
 {
-    CScriptedFile file(m_format.Get(), ScriptOf(2, 3));
+    SScript script = ScriptOf(2, 3);
+    script.m_uiFirstNumber = 150 * 200 + 50;
+    CScriptedFile file(m_format.Get(), script);
     ASSERT_EQ(Draw(file, 2, 3, true, m_vPixels, 24), QM_OK);
-    for (const std::size_t uiRow : {0U, 1U, 2U})
+    const std::vector<unsigned char> vRow = {0, 0, 0, 255, 255, 255, 0x5A, 0x5A};
+    for (const std::ptrdiff_t nRow : {0, 1, 2})
     {
-        EXPECT_EQ(m_vPixels[uiRow * 8 + 6], 0x5A) << uiRow;  // padding isn't written
-        EXPECT_EQ(m_vPixels[uiRow * 8 + 7], 0x5A) << uiRow;
+        const auto itRow = m_vPixels.begin() + nRow * 8;
+        EXPECT_EQ(std::vector<unsigned char>(itRow, itRow + 8), vRow) << nRow;
     }
 }
 

@@ -1,6 +1,5 @@
 // The format object, through the module's file and the host's interfaces.
-#include <cwchar>
-#include <mutex>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -91,8 +90,10 @@ TEST_F(Format, ListsSixCodecsInTheirOrder)
     EXPECT_EQ(m_format->BuildCodecTable(), 6U);
     for (std::uint32_t i = 0; i < 6; ++i)
     {
-        SQmCodecInfo info;
+        SQmCodecInfo info = {0x5A5A5A5A, 0xA5A5A5A5, {}, {}};
         EXPECT_EQ(m_format->GetCodecInfo(i, &info), QM_OK);
+        EXPECT_EQ(info.m_uiReserved1, 0U);
+        EXPECT_EQ(info.m_uiReserved2, 0U);
         EXPECT_STREQ(info.m_wszCode, apwszRows[i][0]);
         EXPECT_STREQ(info.m_wszName, apwszRows[i][1]);
     }
@@ -100,21 +101,24 @@ TEST_F(Format, ListsSixCodecsInTheirOrder)
 
 TEST_F(Format, GetCodecInfo6IsAcceptedAndGivesTheRowThatWasNeverFilled)
 {
-    SQmCodecInfo info;
-    std::wcscpy(info.m_wszCode, L"before");
+    SQmCodecInfo info = {0x5A5A5A5A, 0xA5A5A5A5, L"before", L"before"};
     EXPECT_EQ(m_format->GetCodecInfo(6, &info), QM_OK);
+    EXPECT_EQ(info.m_uiReserved1, 0U);
+    EXPECT_EQ(info.m_uiReserved2, 0U);
     EXPECT_STREQ(info.m_wszCode, L"");
     EXPECT_STREQ(info.m_wszName, L"");
 }
 
 TEST_F(Format, GetCodecInfo7IsRefused)
 {
-    SQmCodecInfo info;
-    std::wcscpy(info.m_wszCode, L"before");
+    SQmCodecInfo info = {0x5A5A5A5A, 0xA5A5A5A5, L"before", L"before"};
     EXPECT_EQ(m_format->GetCodecInfo(7, &info), QM_ERR_RANGE);
     EXPECT_EQ(m_format->GetCodecInfo(255, &info), QM_ERR_RANGE);
     EXPECT_EQ(m_format->GetCodecInfo(0xFFFFFFFE, &info), QM_ERR_RANGE);
+    EXPECT_EQ(info.m_uiReserved1, 0x5A5A5A5AU);
+    EXPECT_EQ(info.m_uiReserved2, 0xA5A5A5A5U);
     EXPECT_STREQ(info.m_wszCode, L"before");
+    EXPECT_STREQ(info.m_wszName, L"before");
 }
 
 TEST_F(Format, GetCodecInfoOfNoCodecGivesTheFirstRow)
@@ -124,19 +128,25 @@ TEST_F(Format, GetCodecInfoOfNoCodecGivesTheFirstRow)
     EXPECT_STREQ(info.m_wszCode, L"HQ");
 }
 
-TEST_F(Format, GetActiveCodecAfterConstructionGivesNoneAndBuildsTheTable)
+TEST_F(Format, GetActiveCodecAfterConstructionGivesNone)
 {
     std::uint32_t uiIndex = 3;
     EXPECT_EQ(m_format->GetActiveCodec(&uiIndex), QM_OK);
     EXPECT_EQ(uiIndex, NONE);
-    SQmCodecInfo info;
-    EXPECT_EQ(m_format->GetCodecInfo(5, &info), QM_OK);
-    EXPECT_STREQ(info.m_wszCode, L"NVENC1");
 }
 
-TEST_F(Format, SetActiveCodecKeepsEveryIndexUpTo6)
+// The table is needed to judge an index, and nobody has asked for it before.
+TEST_F(Format, SetActiveCodec6IsAcceptedOnANewObject)
 {
-    for (std::uint32_t i = 0; i <= 6; ++i)
+    EXPECT_EQ(m_format->SetActiveCodec(6), QM_OK);
+    std::uint32_t uiIndex = NONE;
+    EXPECT_EQ(m_format->GetActiveCodec(&uiIndex), QM_OK);
+    EXPECT_EQ(uiIndex, 6U);
+}
+
+TEST_F(Format, SetActiveCodecKeepsTheIndexOfEveryCodec)
+{
+    for (std::uint32_t i = 0; i < 6; ++i)
     {
         EXPECT_EQ(m_format->SetActiveCodec(i), QM_OK);
         std::uint32_t uiIndex = NONE;
@@ -370,6 +380,74 @@ TEST_F(Format, FilesAreCopiedMovedMeasuredAndRemovedByTheHost)
     EXPECT_EQ(uiSize, 12U);
     EXPECT_EQ(m_format->RemoveImageFile(strMoved.c_str(), 0), QM_OK);
     EXPECT_NE(m_format->GetImageFileSize(strMoved.c_str(), &uiSize), QM_OK);
+}
+
+TEST_F(Format, AFileIsCopiedOrMovedOverAnotherOnlyWhenThatIsAllowed)
+{
+    const CTemporaryFile shortFile("four");
+    const CTemporaryFile longFile("twelve bytes");
+    const std::wstring strShort = shortFile.Path();
+    const std::wstring strLong = longFile.Path();
+    const auto SizeOf = [&](const std::wstring& strPath) {
+        std::uint64_t uiSize = 0;
+        EXPECT_EQ(m_format->GetImageFileSize(strPath.c_str(), &uiSize), QM_OK);
+        return uiSize;
+    };
+    EXPECT_EQ(m_format->CopyImageFile(strLong.c_str(), strShort.c_str(), false, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
+    EXPECT_EQ(m_format->MoveImageFile(strLong.c_str(), strShort.c_str(), false, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
+    EXPECT_EQ(SizeOf(strShort), 4U);
+
+    const CTemporaryFile copied("x");
+    EXPECT_EQ(m_format->CopyImageFile(strLong.c_str(), copied.Path().c_str(), true, nullptr, nullptr, 0), QM_OK);
+    EXPECT_EQ(SizeOf(copied.Path()), 12U);
+    EXPECT_EQ(m_format->MoveImageFile(strLong.c_str(), strShort.c_str(), true, nullptr, nullptr, 0), QM_OK);
+    EXPECT_EQ(SizeOf(strShort), 12U);
+    std::uint64_t uiGone = 0;
+    EXPECT_NE(m_format->GetImageFileSize(strLong.c_str(), &uiGone), QM_OK);
+}
+
+// What a progress call-back was told, and what it answers.
+struct SProgressNotes
+{
+    bool m_bGoOn;
+    std::vector<std::uint64_t> m_vDone;
+    std::uint64_t m_uiTotal = 0;
+};
+
+bool NoteProgress(std::uint64_t uiDone, std::uint64_t uiTotal, void* pUser)
+{
+    auto* pNotes = static_cast<SProgressNotes*>(pUser);
+    pNotes->m_vDone.push_back(uiDone);
+    pNotes->m_uiTotal = uiTotal;
+    return pNotes->m_bGoOn;
+}
+
+TEST_F(Format, TheProgressOfACopyAndOfAMoveIsToldToTheHostsPointerAndTheHostMayStopIt)
+{
+    const CTemporaryFile file("twelve bytes");
+    const std::wstring strTarget = file.Path() + L".target";
+    const auto Transfer = [&](bool bMove, SProgressNotes& notes) {
+        const std::wstring strFrom = file.Path();
+        return bMove ? m_format->MoveImageFile(strFrom.c_str(), strTarget.c_str(), false, NoteProgress, &notes, 0)
+                     : m_format->CopyImageFile(strFrom.c_str(), strTarget.c_str(), false, NoteProgress, &notes, 0);
+    };
+    for (const bool bMove : {false, true})
+    {
+        SProgressNotes stopping = {false, {}, 0};
+        EXPECT_EQ(Transfer(bMove, stopping), QM_ERR_FAIL);
+        EXPECT_EQ(stopping.m_vDone, std::vector<std::uint64_t>{0});
+        EXPECT_EQ(stopping.m_uiTotal, 12U);
+        EXPECT_FALSE(std::filesystem::exists(strTarget));
+        EXPECT_TRUE(std::filesystem::exists(file.NativePath()));
+
+        SProgressNotes notes = {true, {}, 0};
+        EXPECT_EQ(Transfer(bMove, notes), QM_OK);
+        ASSERT_GE(notes.m_vDone.size(), 2U);
+        EXPECT_EQ(notes.m_vDone.front(), 0U);
+        EXPECT_EQ(notes.m_vDone.back(), 12U);
+        EXPECT_EQ(notes.m_uiTotal, 12U);
+        EXPECT_EQ(m_format->RemoveImageFile(strTarget.c_str(), 0), QM_OK);
+    }
 }
 
 }  // namespace

@@ -38,6 +38,7 @@ public:
     }
 
     using CQmMP4InputFile::m_Attributes;
+    using CQmMP4InputFile::m_bOpen;
     using CQmMP4InputFile::m_bTopologySet;
     using CQmMP4InputFile::m_hPumpThread;
     using CQmMP4InputFile::m_hWorkerThread;
@@ -178,7 +179,11 @@ TEST_F(InputFile, AMovieWithABrokenBoxIsCountedFromItsSamplesAndEntry0IsZero)
     ASSERT_EQ(clean.Open(), QM_OK);
     EXPECT_EQ(clean.m_vFrameTimesMs, vExpected);
     for (std::uint32_t i = 20; i-- > 0;)
-        EXPECT_EQ(broken.Read(i), clean.Read(i)) << i;
+    {
+        const Pixels vPixels = clean.Read(i);
+        ASSERT_FALSE(vPixels.empty()) << i;
+        EXPECT_EQ(broken.Read(i), vPixels) << i;
+    }
 }
 
 // --- what doesn't open ---
@@ -306,7 +311,7 @@ TEST_F(InputFile, APreviewOpensTheFileAndHasItsSize)
     EXPECT_GT(*std::max_element(vPixels.begin(), vPixels.end()), 200);
 }
 
-TEST_F(InputFile, ExperimentMetadataAndBlockOfTimesOpenTheFileAndAgree)
+TEST_F(InputFile, ExperimentAndMetadataOpenTheFileAndAgreeWithTheBlockOfTimes)
 {
     CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
     SQmExperiment experiment;
@@ -323,6 +328,28 @@ TEST_F(InputFile, ExperimentMetadataAndBlockOfTimesOpenTheFileAndAgree)
     double dLast = 0;
     std::memcpy(&dLast, data.GetData(29 * 8), 8);
     EXPECT_EQ(dLast, 1160.0);
+}
+
+TEST_F(InputFile, TheMetadataOfAFrameOpensTheFile)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    SQmPictureMetadata metadata;
+    EXPECT_EQ(file.GetPictureMetadata(29, metadata, 0), QM_OK);
+    EXPECT_EQ(metadata.m_dTime, 1160.0);
+}
+
+TEST_F(InputFile, TheBlockOfTimesDoesNotOpenTheFile)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    CQmByteArray data;
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    EXPECT_EQ(data.GetSize(), 0U);
+    EXPECT_EQ(file.m_pSource, nullptr);
+    EXPECT_FALSE(file.m_bOpen);
+
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    EXPECT_EQ(data.GetSize(), 30U * 8);
 }
 
 // --- the end, in every state ---
@@ -366,9 +393,19 @@ TEST_F(InputFile, TwoFilesAreReadAtOnce)
     CVideoFile second(m_format.Get(), path);
     ASSERT_EQ(first.Open(), QM_OK);
     ASSERT_EQ(second.Open(), QM_OK);
+    Pixels vBefore;
     for (std::uint32_t i = 0; i < 60; ++i)
-        ASSERT_EQ(first.Read(i), second.Read(i)) << i;
-    EXPECT_EQ(first.Read(199), second.Read(199));
+    {
+        const Pixels vPixels = first.Read(i);
+        ASSERT_FALSE(vPixels.empty()) << i;
+        ASSERT_NE(vPixels, vBefore) << i;
+        ASSERT_EQ(second.Read(i), vPixels) << i;
+        vBefore = vPixels;
+    }
+    const Pixels vLast = first.Read(199);
+    ASSERT_FALSE(vLast.empty());
+    EXPECT_NE(vLast, vBefore);
+    EXPECT_EQ(second.Read(199), vLast);
 }
 
 }  // namespace
