@@ -43,6 +43,25 @@ HRESULT RequireRegularFile(const std::string& path)
     return std::filesystem::is_regular_file(status) ? S_OK : MF_E_UNSUPPORTED_BYTESTREAM_TYPE;
 }
 
+bool FindTopLevelBox(AVIOContext* pIo, std::uint32_t uiWanted)
+{
+    const std::int64_t nSize = avio_size(pIo);
+    std::int64_t nAt = 0;
+    for (int i = 0; i < MAX_TOP_LEVEL_BOXES && nAt + 8 <= nSize; ++i)
+    {
+        if (avio_seek(pIo, nAt, SEEK_SET) < 0) return false;
+        std::int64_t nBox = avio_rb32(pIo);
+        if (avio_rl32(pIo) == uiWanted) return true;
+        if (nBox == 1)
+        {
+            nBox = static_cast<std::int64_t>(avio_rb64(pIo));
+        }
+        if (nBox < 8 || nBox > nSize - nAt) return false;
+        nAt += nBox;
+    }
+    return false;
+}
+
 bool LacksSize(const AVStream& stream)
 {
     return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
@@ -105,6 +124,9 @@ HRESULT ContainerFile::OpenContext()
         // Times and marks as the container holds them, not as a guess would have them.
         pContext->flags |= AVFMT_FLAG_NOFILLIN | AVFMT_FLAG_NOPARSE;
     }
+    m_bIndexComplete = IsMp4() && !HasFragments();
+    // What was looked at is kept and comes first, but in an MP4 file its times were guessed at.
+    m_bAtStart = !(IsMp4() && bLookInside);
     return S_OK;
 }
 
@@ -137,29 +159,17 @@ void ContainerFile::Select(unsigned int uiStream)
 bool ContainerFile::HasFragments()
 {
     AVIOContext* pIo = m_context->pb;
-    const std::int64_t nSize = avio_size(pIo);
-    std::int64_t nAt = 0;
-    for (int i = 0; i < MAX_TOP_LEVEL_BOXES && nAt >= 0 && nAt + 8 <= nSize; ++i)
-    {
-        if (avio_seek(pIo, nAt, SEEK_SET) < 0) return false;
-        std::int64_t nBox = avio_rb32(pIo);
-        const std::uint32_t uiType = avio_rl32(pIo);
-        if (uiType == MKTAG('m', 'o', 'o', 'f')) return true;
-        if (nBox == 1)
-        {
-            nBox = static_cast<std::int64_t>(avio_rb64(pIo));
-        }
-        if (nBox < 8 || nBox > nSize - nAt) return false;
-        nAt += nBox;
-    }
-    return false;
+    const std::int64_t nBefore = avio_tell(pIo);
+    const bool bFound = FindTopLevelBox(pIo, MKTAG('m', 'o', 'o', 'f'));
+    avio_seek(pIo, nBefore, SEEK_SET);
+    return bFound;
 }
 
 std::unique_ptr<SampleTable> ContainerFile::TableFromIndex()
 {
     AVStream& stream = Selected();
     const int nCount = avformat_index_get_entries_count(&stream);
-    if (!IsMp4() || nCount <= 0 || HasFragments()) return nullptr;
+    if (!m_bIndexComplete || nCount <= 0) return nullptr;
 
     auto table = std::make_unique<SampleTable>();
     table->Reserve(static_cast<std::size_t>(nCount));
@@ -183,13 +193,16 @@ std::unique_ptr<SampleTable> ContainerFile::TableFromIndex()
 HRESULT ContainerFile::Rewind()
 {
     m_bPacketPending = false;
-    if (IsMp4())
+    if (m_bAtStart) return S_OK;
+    if (m_bIndexComplete)
     {
         const bool bDone = av_seek_frame(m_context.get(), static_cast<int>(m_uiSelected), INT64_MIN / 2,
                                          AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY) >= 0;
+        m_bAtStart = bDone;
         if (bDone) return S_OK;
     }
-    // Elsewhere a seek to the start may land behind the first sample; a file opened afresh doesn't.
+    // Elsewhere a seek to the start may land behind the first sample, and with fragments that aren't known yet it makes
+    // the reader forget them; a file opened afresh doesn't.
     const HRESULT hr = OpenContext();
     if (FAILED(hr)) return hr;
     if (m_uiSelected >= m_context->nb_streams) return MF_E_INVALID_FILE_FORMAT;
@@ -224,9 +237,15 @@ HRESULT ContainerFile::Read(AVPacket* pPacket)
     }
     for (;;)
     {
+        m_bAtStart = false;
         const int nError = av_read_frame(m_context.get(), pPacket);
         if (nError == AVERROR(ENOMEM)) return E_OUTOFMEMORY;
-        if (nError < 0) return S_FALSE;
+        if (nError < 0)
+        {
+            // All fragments have been met then.
+            m_bIndexComplete = m_bIndexComplete || (IsMp4() && nError == AVERROR_EOF);
+            return S_FALSE;
+        }
         if (pPacket->stream_index == static_cast<int>(m_uiSelected)) return S_OK;
         av_packet_unref(pPacket);
     }
@@ -236,7 +255,7 @@ HRESULT ContainerFile::SeekTo(const SampleTable& table, std::uint64_t uiSample)
 {
     m_bPacketPending = false;
     if (uiSample == 0) return Rewind();
-    if (SeekByTime(table, uiSample)) return S_OK;
+    if ((m_bIndexComplete || !IsMp4()) && SeekByTime(table, uiSample)) return S_OK;
 
     // The sample isn't to be told from others by its time and place: it is counted from the first one.
     HRESULT hr = Rewind();
@@ -258,6 +277,7 @@ bool ContainerFile::SeekByTime(const SampleTable& table, std::uint64_t uiSample)
     if (nTime == AV_NOPTS_VALUE) return false;
 
     // Strictly before the sample: of several with its time, the seek could take a later one.
+    m_bAtStart = false;
     if (av_seek_frame(m_context.get(), static_cast<int>(m_uiSelected), nTime - 1,
                       AVSEEK_FLAG_BACKWARD | (bMp4 ? AVSEEK_FLAG_ANY : 0)) < 0)
     {

@@ -61,7 +61,9 @@ private:
     std::vector<StreamFormat> m_streams;
     unsigned int m_uiSelected = 0;
     NalLayout m_nal;
+    bool m_bIndexComplete = false;  // MP4: the reader knows every sample, so that it can seek
     Packet m_packet{av_packet_alloc()};
+    bool m_bAtStart = false;        // the next packet is the file's first
     bool m_bPacketPending = false;  // m_packet holds the sample that SeekTo found
 };
 

@@ -21,6 +21,7 @@ struct Case
     std::string m_name;
     Recipe m_recipe;
     std::uint32_t m_uiTimescaleFactor = 1;
+    std::size_t m_uiWithoutDuration = 0;  // so many samples from the 20th on
 };
 
 void PrintTo(const Case& testCase, std::ostream* pStream)
@@ -51,8 +52,8 @@ Recipe WithAudioFirst()
 }
 
 // Gaps between 9 ms and 300 ms without a pattern.
-const char* const IRREGULAR = "settb=1/90000,setpts='if(eq(N,0),0,PREV_OUTPTS+810+mod(N*N*7919,26000))'";
-const char* const IRREGULAR_OUTPUT = "-vsync passthrough -video_track_timescale 90000";
+const char* const IRREGULAR = "settb=1/90000,setpts='if(eq(N,0),0,PREV_OUTPTS+810+mod(N*7919,26000))'";
+const char* const IRREGULAR_OUTPUT = "-vsync passthrough -enc_time_base 1:90000 -video_track_timescale 90000";
 
 std::vector<Case> Cases()
 {
@@ -66,6 +67,8 @@ std::vector<Case> Cases()
         {"BPicturesWithoutPyramid", With("-bf 4 -g 20 -x264-params b-pyramid=none:b-adapt=0")},
         {"IrregularTimes", With("-bf 0 -g 12", IRREGULAR_OUTPUT, IRREGULAR)},
         {"IrregularTimesWithBPictures", With("-bf 3 -g 12 -x264-params b-adapt=0", IRREGULAR_OUTPUT, IRREGULAR)},
+        // A key picture among them, so that the way back to it is found among equal times
+        {"SamplesWithoutDuration", With("-bf 0 -g 12", IRREGULAR_OUTPUT, IRREGULAR), 1, 8},
         {"OpenGroups", With("-bf 3 -x264-params keyint=12:min-keyint=12:open-gop=1:scenecut=0:b-adapt=0")},
         {"IntraRefresh", With("-bf 2 -x264-params keyint=20:intra-refresh=1")},
         {"NoEditList", With("-bf 3 -g 12", "-use_editlist 0")},
@@ -75,6 +78,9 @@ std::vector<Case> Cases()
         {"TimescaleOf90000", With("-bf 3 -g 12", "-video_track_timescale 90000")},
         {"Fragments", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov")},
         {"FragmentsBehindSamples", With("-bf 3 -g 12", "-movflags frag_keyframe")},
+        {"FragmentsWithoutIndex", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov+skip_trailer")},
+        {"FragmentsBehindSamplesWithoutIndex", With("-bf 3 -g 12", "-movflags frag_keyframe+skip_trailer")},
+        {"FragmentsWithAnIndexEach", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov+dash")},
         {"MoovBeforeMdat", With("-bf 3 -g 12", "-movflags +faststart")},
         {"AudioTrackFirst", WithAudioFirst()},
         {"Interlaced", With("-bf 2 -g 12 -flags +ilme+ildct -x264-params tff=1")},
@@ -95,6 +101,7 @@ protected:
         const Recipe& recipe = GetParam().m_recipe;
         m_path = m_directory.File("video.mp4");
         MakeVideo(m_path, recipe);
+        if (GetParam().m_uiWithoutDuration > 0) ClearDurations(m_path, 20, GetParam().m_uiWithoutDuration);
         if (GetParam().m_uiTimescaleFactor > 1) MultiplyTimescale(m_path, GetParam().m_uiTimescaleFactor);
         const Size size = {recipe.m_nWidth, recipe.m_nHeight};
         const bool bInterlaced = GetParam().m_name == "Interlaced";
@@ -107,6 +114,10 @@ protected:
         ASSERT_EQ(m_pictures.size(), static_cast<std::size_t>(recipe.m_nFrames));
         // Or one picture could be taken for another unnoticed.
         ASSERT_EQ(std::set<std::string>(m_pictures.begin(), m_pictures.end()).size(), m_pictures.size());
+        if (recipe.m_filter == IRREGULAR)
+        {
+            ASSERT_NE(m_times[2] - m_times[1], m_times[1]);
+        }
         ASSERT_EQ(m_graph.Open(m_path), S_OK);
     }
 

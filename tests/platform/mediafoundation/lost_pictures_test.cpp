@@ -70,11 +70,7 @@ protected:
     {
         std::string file = ReadFile(m_path);
         const PacketPlace& packet = m_packets[uiSample];
-        const std::uint32_t uiLength = static_cast<std::uint32_t>(packet.m_uiSize - 4);
-        for (std::size_t i = 0; i < 4; ++i)
-        {
-            file[packet.m_uiPosition + i] = static_cast<char>(uiLength >> (24 - 8 * i));
-        }
+        SetWordAt(file, packet.m_uiPosition, static_cast<std::uint32_t>(packet.m_uiSize - 4));
         file[packet.m_uiPosition + 4] = 30;  // a NAL unit type without a meaning
         WriteFile(m_path, file);
     }
@@ -172,30 +168,28 @@ protected:
         WriteFile(m_path, file);
     }
 
-    // All samples get the offsets of others: a file that lies.
-    void ReverseCompositionOffsets()
+    // Lets neighbours in decoding order swap their times of presentation: distinct times, and a file that lies.
+    void SwapPresentationTimes()
     {
         std::string file = ReadFile(m_path);
+        const std::size_t uiDuration = WordAt(file, file.find("stts") + 16);
         const std::size_t uiBox = file.find("ctts");
         ASSERT_NE(uiBox, std::string::npos);
-        const auto word = [&file](std::size_t uiAt) {
-            std::uint32_t uiValue = 0;
-            for (std::size_t i = 0; i < 4; ++i)
-            {
-                uiValue = uiValue * 256 + static_cast<unsigned char>(file[uiAt + i]);
-            }
-            return uiValue;
-        };
-        const std::size_t uiEntries = word(uiBox + 8);
-        ASSERT_GT(uiEntries, 10U);
-        for (std::size_t i = 0; i < uiEntries / 2; ++i)
+        const std::size_t uiEntries = WordAt(file, uiBox + 8);
+        int nSwapped = 0;
+        for (std::size_t i = 0; i + 1 < uiEntries; ++i)
         {
-            const std::size_t uiLeft = uiBox + 12 + 8 * i;
-            const std::size_t uiRight = uiBox + 12 + 8 * (uiEntries - 1 - i);
-            std::swap_ranges(file.begin() + static_cast<std::ptrdiff_t>(uiLeft),
-                             file.begin() + static_cast<std::ptrdiff_t>(uiLeft) + 8,
-                             file.begin() + static_cast<std::ptrdiff_t>(uiRight));
+            const std::size_t uiEntry = uiBox + 12 + 8 * i;
+            const std::uint32_t uiFirst = WordAt(file, uiEntry + 4);
+            const std::uint32_t uiSecond = WordAt(file, uiEntry + 12);
+            const bool bSingle = WordAt(file, uiEntry) == 1 && WordAt(file, uiEntry + 8) == 1;
+            if (!bSingle || uiFirst < uiDuration || uiFirst == uiSecond + uiDuration) continue;
+            SetWordAt(file, uiEntry + 4, static_cast<std::uint32_t>(uiSecond + uiDuration));
+            SetWordAt(file, uiEntry + 12, static_cast<std::uint32_t>(uiFirst - uiDuration));
+            ++nSwapped;
+            ++i;
         }
+        ASSERT_GT(nSwapped, 5);
         WriteFile(m_path, file);
     }
 
@@ -230,7 +224,7 @@ TEST_F(UselessTimes, PicturesAreCountedWithoutCompositionOffsets)
 TEST_F(UselessTimes, PicturesAreCountedWhereTheDecoderContradictsTheTimes)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0");
-    ReverseCompositionOffsets();
+    SwapPresentationTimes();
     ExpectEveryPicture();
 }
 
@@ -262,12 +256,11 @@ std::string ExpGolomb(unsigned int uiValue)
     return std::string(bits.size() - 1, '0') + bits;
 }
 
-// A stream that doesn't say how far it reorders, as many encoders write it: the flag before the bitstream restriction
-// in the sequence parameter set is cleared, and what follows it means nothing then.
-TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
+// Sets or clears one bit of the bitstream restriction in the sequence parameter set: 0 is the flag that it is there,
+// nReorderBit the first bit of the number of pictures reordered, which is 2.
+void PatchRestriction(const std::string& path, bool bReorder)
 {
-    Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
-    std::string file = ReadFile(m_path);
+    std::string file = ReadFile(path);
     const std::size_t uiSps = file.find("avcC") + 4 + 8;
     const std::size_t uiLength = static_cast<unsigned char>(file[uiSps - 1]);
     std::string bits;
@@ -275,17 +268,29 @@ TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
     {
         bits += (file[uiSps + i / 8] >> (7 - i % 8) & 1) != 0 ? '1' : '0';
     }
-    std::size_t uiFlag = std::string::npos;
-    for (unsigned int uiMotion = 7; uiMotion <= 16 && uiFlag == std::string::npos; ++uiMotion)
+    for (unsigned int uiMotion = 7; uiMotion <= 16; ++uiMotion)
     {
-        // The flag; vectors over borders; no limits on bytes and bits; lengths of vectors; two pictures reordered.
+        // The flag; vectors over borders; no limits on bytes and bits; lengths of vectors.
         const std::string motion = ExpGolomb(uiMotion);
-        uiFlag = bits.rfind("1"
-                            "1" +
-                            ExpGolomb(0) + ExpGolomb(0) + motion + motion + ExpGolomb(2));
+        const std::string head = "11" + ExpGolomb(0) + ExpGolomb(0) + motion + motion;
+        const std::size_t uiFlag = bits.rfind(head + ExpGolomb(2));
+        if (uiFlag == std::string::npos) continue;
+        const std::size_t uiBit = uiFlag + (bReorder ? head.size() : 0);
+        file[uiSps + uiBit / 8] = static_cast<char>(file[uiSps + uiBit / 8] ^ (0x80 >> uiBit % 8));
+        WriteFile(path, file);
+        return;
     }
-    ASSERT_NE(uiFlag, std::string::npos);
-    file[uiSps + uiFlag / 8] = static_cast<char>(file[uiSps + uiFlag / 8] & ~(0x80 >> uiFlag % 8));
+    throw std::runtime_error("no bitstream restriction");
+}
+
+// A stream that doesn't say how far it reorders, as many encoders write it, in a container that doesn't either. What
+// follows the cleared flag means nothing.
+TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
+    PatchRestriction(m_path, false);
+    std::string file = ReadFile(m_path);
+    file.replace(file.find("ctts"), 4, "free");
     WriteFile(m_path, file);
 
     TestGraph graph;
@@ -296,6 +301,21 @@ TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
     {
         EXPECT_TRUE(samples[k].m_bytes == m_pictures[k]) << k;
     }
+}
+
+// A stream that says it doesn't reorder, and does: the decoder gives the first pictures as they are decoded, and drops
+// without a word what comes too late. The first one that it owes ends the play, before another could take its number.
+TEST_F(UselessTimes, APictureThatTheDecoderDropsSilentlyIsNoticedAtOnce)
+{
+    Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
+    PatchRestriction(m_path, true);
+    RenameCompositionOffsets();
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ASSERT_EQ(graph.Start(), S_OK);
+    EXPECT_EQ(graph.WaitFor(MESessionEnded), MF_E_INVALID_STREAM_DATA);
+    EXPECT_LE(graph.Grabber().Count(), 2U);
 }
 
 // A file that was cut off in the middle of its samples.

@@ -129,21 +129,42 @@ std::string ToYuy2(const std::string& picture, Size size, bool bInterlaced)
     return sample;
 }
 
+std::uint32_t WordAt(const std::string& file, std::size_t uiAt)
+{
+    std::uint32_t uiValue = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        uiValue = uiValue * 256 + static_cast<unsigned char>(file.at(uiAt + i));
+    }
+    return uiValue;
+}
+
+void SetWordAt(std::string& file, std::size_t uiAt, std::uint32_t uiValue)
+{
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        file.at(uiAt + i) = static_cast<char>(uiValue >> (24 - 8 * i));
+    }
+}
+
 void MultiplyTimescale(const std::string& path, std::uint32_t uiFactor)
 {
     std::string file = ReadFile(path);
     const std::size_t uiBox = file.find("mdhd");
     if (uiBox == std::string::npos || file[uiBox + 4] != 0) throw std::runtime_error("no mdhd of version 0");
     const std::size_t uiAt = uiBox + 4 + 4 + 8;  // behind type, version and flags, and two times
-    std::uint32_t uiTimescale = 0;
-    for (std::size_t i = 0; i < 4; ++i)
+    SetWordAt(file, uiAt, WordAt(file, uiAt) * uiFactor);
+    WriteFile(path, file);
+}
+
+void ClearDurations(const std::string& path, std::size_t uiFirst, std::size_t uiCount)
+{
+    std::string file = ReadFile(path);
+    const std::size_t uiEntries = file.find("stts") + 12;  // behind type, version and flags, and the count
+    for (std::size_t i = uiFirst; i < uiFirst + uiCount; ++i)
     {
-        uiTimescale = uiTimescale * 256 + static_cast<unsigned char>(file[uiAt + i]);
-    }
-    uiTimescale *= uiFactor;
-    for (std::size_t i = 0; i < 4; ++i)
-    {
-        file[uiAt + i] = static_cast<char>(uiTimescale >> (24 - 8 * i));
+        if (WordAt(file, uiEntries + 8 * i) != 1) throw std::runtime_error("durations share an entry");
+        SetWordAt(file, uiEntries + 8 * i + 4, 0);
     }
     WriteFile(path, file);
 }

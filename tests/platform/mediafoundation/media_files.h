@@ -56,8 +56,15 @@ std::vector<std::int64_t> FrameTimes(const std::string& path);
 // A yuv420p picture as YUY2, worked out pixel by pixel.
 std::string ToYuy2(const std::string& picture, Size size, bool bInterlaced = false);
 
+// A 32-bit big-endian word of a file's contents.
+std::uint32_t WordAt(const std::string& file, std::size_t uiAt);
+void SetWordAt(std::string& file, std::size_t uiAt, std::uint32_t uiValue);
+
 // Makes all times of an MP4 file's first track smaller by writing a larger timescale into it.
 void MultiplyTimescale(const std::string& path, std::uint32_t uiFactor);
+
+// Sets the durations of samples of an MP4 file to 0. Each has to have an entry of its own in the table of durations.
+void ClearDurations(const std::string& path, std::size_t uiFirst, std::size_t uiCount);
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& contents);
