@@ -338,19 +338,24 @@ TEST_F(Format, AnInputFileOfEveryFormHoldsAReferenceToTheFormat)
     EXPECT_EQ(m_format.Class()->Release(), 1);
 }
 
-TEST_F(Format, OutputFilesAreRefusedAndStoreNull)
+TEST_F(Format, AnOutputFileOfEveryFormHoldsAReferenceToTheFormat)
 {
-    for (int i = 0; i < 4; ++i)
+    IQmOutputImageFile* apFiles[4] = {};
+    EXPECT_EQ(m_format->CreateOutputFile(nullptr, &apFiles[0]), QM_OK);
+    EXPECT_EQ(m_format->CreateOutputFileForPath(CQmStringW(L"out.mp4"), &apFiles[1]), QM_OK);
+    EXPECT_EQ(m_format->OpenOutputFile(nullptr, &apFiles[2]), QM_OK);
+    EXPECT_EQ(m_format->OpenOutputFileForPath(CQmStringW(L"out.mp4"), &apFiles[3]), QM_OK);
+    EXPECT_EQ(m_format.Class()->AddRef(), 6);
+    for (IQmOutputImageFile* pFile : apFiles)
     {
-        IQmOutputImageFile* pFile = reinterpret_cast<IQmOutputImageFile*>(&pFile);
-        QmStatus nStatus = 1;
-        if (i == 0) nStatus = m_format->CreateOutputFile(nullptr, &pFile);
-        if (i == 1) nStatus = m_format->CreateOutputFileForPath(CQmStringW(L"out.mp4"), &pFile);
-        if (i == 2) nStatus = m_format->OpenOutputFile(nullptr, &pFile);
-        if (i == 3) nStatus = m_format->OpenOutputFileForPath(CQmStringW(L"out.mp4"), &pFile);
-        EXPECT_EQ(nStatus, QM_ERR_FAIL);
-        EXPECT_EQ(pFile, nullptr);
+        ASSERT_NE(pFile, nullptr);
+        EXPECT_EQ(pFile->GetFormat(), m_format.Get());
+        m_format.Class()->Release();
+        EXPECT_EQ(pFile->AddRef(), 2);  // the creator's was the first
+        EXPECT_EQ(pFile->Release(), 1);
+        EXPECT_EQ(pFile->Release(), 0);
     }
+    EXPECT_EQ(m_format.Class()->Release(), 1);
 }
 
 TEST_F(Format, PlacesWithoutUseGiveTheirFixedResults)

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "mp4_outputfile/mp4outputfile.h"
 #include "mp4filesimpl/capabilities.h"
 #include "mp4filesimpl/codectable.h"
 #include "mp4filesimpl/modulestate.h"
@@ -35,12 +36,25 @@ void CopyText(wchar_t (&wszTarget)[N], const wchar_t* pwszSource)
 }
 
 // Hands a new file object out with one reference for the caller.
-QmStatus GiveFile(CQmMP4InputFile* pNew, IQmInputImageFile** ppFile)
+template <typename TFile, typename IFile>
+QmStatus GiveFile(TFile* pNew, IFile** ppFile)
 {
     *ppFile = pNew;
     if (pNew == nullptr) return QM_ERR_FAIL;
     pNew->AddRef();
     return QM_OK;
+}
+
+// Null when there is no memory for the object or for what it sets aside.
+template <typename TTarget>
+CQmMP4OutputFile* MakeOutputFile(CQmImageFormatMP4* pFormat, const TTarget& target)
+try
+{
+    return new CQmMP4OutputFile(pFormat, target);
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
 }
 
 }  // namespace
@@ -219,17 +233,14 @@ QmStatus CQmImageFormatMP4::FillAttributes(SQmImageAttributes* pAttributes)
 
 // --- file objects ---
 
-// There is no writing side in this module: it fails as it would without memory for the object.
-QmStatus CQmImageFormatMP4::CreateOutputFile(void*, IQmOutputImageFile** ppFile)
+QmStatus CQmImageFormatMP4::CreateOutputFile(void* pValue, IQmOutputImageFile** ppFile)
 {
-    *ppFile = nullptr;
-    return QM_ERR_FAIL;
+    return GiveFile(MakeOutputFile(this, pValue), ppFile);
 }
 
-QmStatus CQmImageFormatMP4::CreateOutputFileForPath(CQmStringW, IQmOutputImageFile** ppFile)
+QmStatus CQmImageFormatMP4::CreateOutputFileForPath(CQmStringW strPath, IQmOutputImageFile** ppFile)
 {
-    *ppFile = nullptr;
-    return QM_ERR_FAIL;
+    return GiveFile(MakeOutputFile(this, strPath), ppFile);
 }
 
 QmStatus CQmImageFormatMP4::OpenOutputFile(void* pValue, IQmOutputImageFile** ppFile)

@@ -1,0 +1,202 @@
+#include "mp4_outputfile/mp4outputfile.h"
+
+#include <cwchar>
+#include <new>
+
+#include "mp4filesimpl/imageformatmp4.h"
+#include "mp4filesimpl/modulestate.h"
+#include "mp4filesimpl/mp4inputfile.h"
+
+namespace
+{
+
+constexpr std::uint32_t g_uiOpenEndedSequence = 0xFFFFFFFF;
+
+std::uint32_t RoundUpToEven(std::uint32_t uiPixels)
+{
+    return ((uiPixels - 1) & ~1U) + 2;
+}
+
+// Bytes of a row, rounded up to a multiple of 4.
+std::uint32_t CalcRowBytes(std::uint32_t uiBits, std::uint32_t uiWidth, std::uint32_t uiComponents)
+{
+    return (((uiBits * uiWidth * uiComponents + 7) / 8 - 1) & ~3U) + 4;
+}
+
+}  // namespace
+
+CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* /*hValue*/)
+    : CQmMP4OutputFile(pFormat, CQmStringW())
+{}
+
+CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName)
+    : m_bAmf(false),
+      m_bNvenc(false),
+      m_nRefCount(0),
+      m_nFrameCounter(0),
+      m_pFormat(pFormat),
+      m_pReader(nullptr),
+      m_strFileName(strFileName),
+      m_attrEncoded{},
+      m_attrSource{},
+      m_bFrameTimeSet(false)
+{
+    m_attrSource.m_uiCompression = 2;
+    ++g_uiInputFileCount;
+    m_pFormat->AddRef();
+}
+
+CQmMP4OutputFile::~CQmMP4OutputFile()
+{
+    m_pFormat->Release();
+    m_pFormat = nullptr;
+    CloseOutput();  // finds nothing left to do when the host has closed the file itself
+}
+
+// Not atomic: the host counts on the thread that writes.
+std::int32_t CQmMP4OutputFile::AddRef()
+{
+    return static_cast<std::int32_t>(++m_nRefCount);
+}
+
+std::int32_t CQmMP4OutputFile::Release()
+{
+    const std::uint32_t nRefCount = --m_nRefCount;
+    if (nRefCount == 0) delete this;
+    return static_cast<std::int32_t>(nRefCount);
+}
+
+IQmImageFormat* CQmMP4OutputFile::GetFormat()
+{
+    if (m_pFormat != nullptr) m_pFormat->AddRef();
+    return m_pFormat;
+}
+
+// --- what the host says about the pictures ---
+
+// The reference that GetFormat adds here is never given back: hosts have come to rely on it that the format object of
+// a file that they wrote stays.
+QmStatus CQmMP4OutputFile::SetImageAttributes(const SQmImageAttributes* pAttributes)
+{
+    if (GetFormat() == nullptr || pAttributes == nullptr) return QM_ERR_FAIL;
+
+    m_attrSource = *pAttributes;
+    m_attrEncoded = *pAttributes;
+    for (SQmImageAttributes* pCopy : {&m_attrSource, &m_attrEncoded})
+    {
+        if (pCopy->m_uiSequenceCount == 0) pCopy->m_uiSequenceCount = g_uiOpenEndedSequence;
+    }
+    m_attrSource.m_uiWidthBytes =
+        CalcRowBytes(m_attrSource.m_uiBitsInMemory, m_attrSource.m_uiWidth, m_attrSource.m_uiComponents);
+
+    // A refused picture leaves the copies as they are, not rounded.
+    if (m_attrSource.m_uiBitsInMemory != 8 || m_attrSource.m_uiComponents != 3) return QM_ERR_RANGE;
+
+    m_attrEncoded.m_uiWidth = RoundUpToEven(m_attrSource.m_uiWidth);
+    m_attrEncoded.m_uiHeight = RoundUpToEven(m_attrSource.m_uiHeight);
+    m_attrEncoded.m_uiTileWidth = RoundUpToEven(m_attrSource.m_uiTileWidth);
+    m_attrEncoded.m_uiTileHeight = RoundUpToEven(m_attrSource.m_uiTileHeight);
+    m_attrEncoded.m_uiWidthBytes =
+        CalcRowBytes(m_attrEncoded.m_uiBitsInMemory, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiComponents);
+    return QM_OK;
+}
+
+QmStatus CQmMP4OutputFile::SetPictureMetadata(std::uint32_t /*uiIndex*/, const SQmPictureMetadata* pMetadata)
+{
+    return pMetadata == nullptr ? QM_ERR_FAIL : SetFrameTime(pMetadata->m_dTime);
+}
+
+QmStatus CQmMP4OutputFile::SetFrameTime(double dTimeMs)
+{
+    m_bFrameTimeSet = true;
+    m_times.m_dFrameTime = dTimeMs;
+    return QM_OK;
+}
+
+// --- writing ---
+
+// The index moves on whatever became of the frame.
+QmStatus CQmMP4OutputFile::WriteNextFrame(const void* pPixels)
+{
+    const QmStatus nStatus = WriteFrame(m_nFrameCounter, pPixels, nullptr, nullptr);
+    ++m_nFrameCounter;
+    return nStatus;
+}
+
+QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t /*uiIndex*/, const void* pPixels, void* /*pPass1*/,
+                                      void* /*pPass2*/)
+{
+    try
+    {
+        ApplyFrameTimeRule(m_times);  // for every frame, also one that fails below
+        return EncodeFrame(pPixels);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return QM_ERR_FAIL;
+    }
+}
+
+QmStatus CQmMP4OutputFile::EncodeFrame(const void* pPixels)
+{
+    if (pPixels == nullptr) return QM_ERR_FAIL;
+    const bool bChosen = m_bAmf || m_bNvenc;
+    if (!bChosen && GetActiveBackEnd() != EBackEnd::MediaFoundation && InitEncoder() != S_OK) return QM_ERR_FAIL;
+    if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
+    return QM_ERR_FAIL;  // the other back ends have no encoder in this build
+}
+
+// A host that never set a codec gets the first row of the table.
+CQmMP4OutputFile::EBackEnd CQmMP4OutputFile::GetActiveBackEnd()
+{
+    if (m_pFormat == nullptr) return EBackEnd::MediaFoundation;
+    std::uint32_t uiCodec = 0;
+    SQmCodecInfo codec{};
+    m_pFormat->GetActiveCodec(&uiCodec);
+    m_pFormat->GetCodecInfo(uiCodec, &codec);
+    if (std::wcscmp(codec.m_wszCode, L"AMF1") == 0) return EBackEnd::Amf;
+    if (std::wcscmp(codec.m_wszCode, L"NVENC1") == 0) return EBackEnd::Nvenc;
+    return EBackEnd::MediaFoundation;
+}
+
+HRESULT CQmMP4OutputFile::InitEncoder()
+{
+    switch (GetActiveBackEnd())
+    {
+    case EBackEnd::Nvenc:
+        m_bNvenc = true;
+        return m_nvenc.InitNvencEncoder(m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight, m_strFileName);
+
+    case EBackEnd::Amf:
+        m_bAmf = true;
+        return E_FAIL;
+
+    case EBackEnd::MediaFoundation:
+        break;
+    }
+    return E_FAIL;
+}
+
+QmStatus CQmMP4OutputFile::CloseOutput()
+{
+    try
+    {
+        if (m_bNvenc) m_nvenc.Close(m_times.m_vecFrameTimes, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The file stays as it is, and its placeholder tells that it was never finished.
+    }
+    return QM_OK;
+}
+
+// The reader keeps no tie to this object. When there is no memory for one, whatever the caller's pointer holds already
+// is given out once more.
+QmStatus CQmMP4OutputFile::GetWrittenFileReader(void* /*pValue*/, IQmInputImageFile** ppReader)
+{
+    m_pReader = new (std::nothrow) CQmMP4InputFile(m_pFormat, m_strFileName, true, this);
+    if (m_pReader != nullptr) *ppReader = m_pReader;
+    if (*ppReader == nullptr) return QM_ERR_FAIL;
+    (*ppReader)->AddRef();
+    return QM_OK;
+}

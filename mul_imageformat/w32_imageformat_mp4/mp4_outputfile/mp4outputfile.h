@@ -1,0 +1,88 @@
+// One MP4 file that the host writes: 24-bit pictures, each with its acquisition time.
+#pragma once
+
+#include <cstdint>
+
+#include "hostapi/hostcore.h"
+#include "hostapi/iqmoutputimagefile.h"
+#include "mp4_outputfile/frametimerule.h"
+#include "mp4_outputfile/nvencwriter.h"
+
+class CQmImageFormatMP4;
+class CQmMP4InputFile;
+
+// Nothing is decided before the first frame: the back end follows from the format object's active codec at that moment,
+// and device, encoder and target file are set up inside that call. The target file is opened under its final name, no
+// back end stands in for another, and a file whose writing broke off stays as it is.
+//
+// Every failure of a back end is QM_ERR_FAIL to the host; what went wrong goes to the diagnostics. One thread at a
+// time.
+class CQmMP4OutputFile : public IQmOutputImageFile
+{
+public:
+    // Without a path there is no file to write, though frames are taken. hValue isn't looked at.
+    CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* hValue);
+    CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName);
+    ~CQmMP4OutputFile() override;
+
+    CQmMP4OutputFile(const CQmMP4OutputFile&) = delete;
+    CQmMP4OutputFile& operator=(const CQmMP4OutputFile&) = delete;
+
+    std::int32_t AddRef() override;
+    std::int32_t Release() override;
+    QmStatus CloseOutput() override;
+    QmStatus OutputOperationA() override { return QM_OK; }
+    QmStatus OutputOperationB() override { return QM_OK; }
+    IQmImageFormat* GetFormat() override;
+    QmStatus SetPictureMetadata(std::uint32_t uiIndex, const SQmPictureMetadata* pMetadata) override;
+    QmStatus OutputOperationC() override { return QM_OK; }
+    QmStatus OutputOperationD() override { return QM_ERR_NOTSUPPORTED; }
+    QmStatus OutputOperationE() override { return QM_OK; }
+    QmStatus OutputOperationF() override { return QM_OK; }
+    QmStatus OutputOperationG() override { return QM_OK; }
+    QmStatus SetImageAttributes(const SQmImageAttributes* pAttributes) override;
+    QmStatus OutputOperationH() override { return QM_OK; }
+    QmStatus SetFrameTime(double dTimeMs) override;
+    QmStatus OutputOperationI() override { return QM_ERR_NOTIMPL; }
+    QmStatus OutputOperationJ() override { return QM_OK; }
+    QmStatus OutputOperationK() override { return QM_OK; }
+    QmStatus OutputOperationL() override { return QM_ERR_NOTIMPL; }
+    QmStatus WriteNextFrame(const void* pPixels) override;
+    QmStatus WriteFrame(std::uint32_t uiIndex, const void* pPixels, void* pPass1, void* pPass2) override;
+    QmStatus OutputOperationM() override { return QM_ERR_NOTSUPPORTED; }
+    QmStatus OutputOperationN() override { return QM_ERR_NOTSUPPORTED; }
+    QmStatus OutputOperationO() override { return QM_ERR_NOTSUPPORTED; }
+    QmStatus OutputOperationP() override { return QM_ERR_NOTIMPL; }
+    QmStatus OutputOperationQ() override { return QM_ERR_NOTIMPL; }
+    QmStatus OutputOperationR() override { return QM_ERR_NOTIMPL; }
+    QmStatus OutputOperationS() override { return QM_ERR_NOTIMPL; }
+    QmStatus GetWrittenFileReader(void* pValue, IQmInputImageFile** ppReader) override;
+    QmStatus OutputOperationT() override { return QM_OK; }
+
+private:
+    enum class EBackEnd
+    {
+        MediaFoundation,
+        Amf,
+        Nvenc
+    };
+    EBackEnd GetActiveBackEnd();
+
+    // Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
+    HRESULT InitEncoder();
+    QmStatus EncodeFrame(const void* pPixels);
+
+    bool m_bAmf;    // the AMF back end was chosen
+    bool m_bNvenc;  // the NVENC back end was chosen
+    CNvencWriter m_nvenc;
+
+    std::uint32_t m_nRefCount;         // starts at 0
+    std::uint32_t m_nFrameCounter;     // the index that WriteNextFrame passes on
+    CQmImageFormatMP4* m_pFormat;      // one reference
+    CQmMP4InputFile* m_pReader;        // the reader given out last; stored, not read, and no reference
+    CQmStringW m_strFileName;          // empty in the form without a path
+    SQmImageAttributes m_attrEncoded;  // the picture as it is encoded: even width and height
+    SQmImageAttributes m_attrSource;   // the picture as the host describes it
+    bool m_bFrameTimeSet;              // stored, not read
+    SFrameTimes m_times;
+};
