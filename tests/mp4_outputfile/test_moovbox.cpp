@@ -7,7 +7,7 @@
 #include "mp4_outputfile/moovbox.h"
 #include "mp4_outputfile/samplelog.h"
 #include "tests/mp4_outputfile/bytes.h"
-#include "tests/mp4_outputfile/muxedfile.h"
+#include "tests/support/muxed_file.h"
 #include "tests/mp4_outputfile/tempfile.h"
 
 namespace

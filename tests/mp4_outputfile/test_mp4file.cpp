@@ -6,7 +6,7 @@
 
 #include "mp4_outputfile/samplelog.h"
 #include "tests/mp4_outputfile/bytes.h"
-#include "tests/mp4_outputfile/muxedfile.h"
+#include "tests/support/muxed_file.h"
 #include "tests/mp4_outputfile/tempfile.h"
 
 namespace

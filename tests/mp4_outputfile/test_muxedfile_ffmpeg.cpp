@@ -2,41 +2,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "mp4_outputfile/samplelog.h"
 #include "tests/mp4_outputfile/bytes.h"
 #include "tests/mp4_outputfile/tempfile.h"
+#include "tests/support/ffmpeg_judge.h"
 
 namespace
 {
-// What a command prints, to both outputs. It must succeed.
-std::string Run(const std::string& strCommand)
-{
-    FILE* pPipe = popen((strCommand + " 2>&1").c_str(), "r");
-    if (pPipe == nullptr) return "no pipe";
-    std::string strText;
-    std::array<char, 4096> aBuffer;
-    for (std::size_t uiRead = 0; (uiRead = fread(aBuffer.data(), 1, aBuffer.size(), pPipe)) != 0;)
-    {
-        strText.append(aBuffer.data(), uiRead);
-    }
-    EXPECT_EQ(pclose(pPipe), 0) << strCommand << "\n" << strText;
-    return strText;
-}
+using namespace test_support;
 
 // An Annex B stream of nFrames pictures, one packet each, without B pictures.
 Bytes Encode(int nFrames, const std::string& strOptions)
 {
     const CTempFile stream(".h264");
-    Run("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x240:rate=25 -frames:v " + std::to_string(nFrames) +
-        " -pix_fmt yuv420p -c:v libx264 -preset veryfast -bf 0 -g 12 -threads 1 " + strOptions + " -f h264 " +
-        stream.Path());
+    RunAndListen("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x240:rate=25 -frames:v " +
+                 std::to_string(nFrames) + " -pix_fmt yuv420p -c:v libx264 -preset veryfast -bf 0 -g 12 -threads 1 " +
+                 strOptions + " -f h264 " + stream.Path());
     return stream.Bytes();
 }
 
@@ -123,43 +108,6 @@ void Mux(const CTempFile& file, const std::vector<Bytes>& vUnits, const std::vec
                   eLayout == ELayout::Nvenc ? g_uiNvencSpsLengthOffset : g_uiAmfSpsLengthOffset);
 }
 
-// The times of all packets in ticks of 0.1 ms, one a line: the sums of the cut distances.
-std::string ExpectedTimes(const std::vector<double>& vTimes)
-{
-    std::ostringstream text;
-    long long nTicks = 0;
-    for (std::size_t ui = 0; ui < vTimes.size(); ++ui)
-    {
-        text << nTicks << "," << nTicks << "\n";
-        if (ui + 1 < vTimes.size()) nTicks += static_cast<long long>((vTimes[ui + 1] - vTimes[ui]) * 10000.0 / 1000.0);
-    }
-    return text.str();
-}
-
-// Of the track's edit the file says a tenth of its true length, as it does of the track's duration. Programs that keep
-// to edits show that tenth and go on to the next key picture at most; the whole track is seen without edits.
-const std::string g_strWholeTrack = " -ignore_editlist 1 -i ";
-// Decoding alone, in the file's own ticks: the program would otherwise round times to a frame rate that it guesses.
-const std::string g_strDecode = " -enc_time_base -1 -f null -";
-
-std::string PacketTimes(const std::string& strInput)
-{
-    return Run("ffprobe -v warning -select_streams v -show_entries packet=pts,dts -of csv=p=0" + strInput);
-}
-
-// K for each packet that begins with a key picture, _ for the others.
-std::string KeyPackets(const std::string& strInput)
-{
-    return Run("ffprobe -v warning -select_streams v -show_entries packet=flags -of csv=p=0" + strInput + " | cut -c1");
-}
-
-// A checksum for each decoded picture.
-std::string DecodedPictures(const std::string& strInput)
-{
-    return Run("ffmpeg -nostdin -v error" + strInput +
-               " -vsync passthrough -f framemd5 - | grep -v '^#' | sed 's/.*,//'");
-}
-
 std::size_t Lines(const std::string& strText)
 {
     return static_cast<std::size_t>(std::count(strText.begin(), strText.end(), '\n'));
@@ -176,24 +124,11 @@ void ExpectAGoodFile(const Bytes& vStream, ELayout eLayout, std::size_t uiFrames
     const CTempFile file;
     Mux(file, vUnits, vTimes, eLayout);
 
-    EXPECT_EQ(
-        Run("ffprobe -v warning -show_entries stream=codec_name,width,height,time_base -of csv=p=0 " + file.Path()),
-        "h264,320,240,1/10000\n");
-    EXPECT_EQ(PacketTimes(g_strWholeTrack + file.Path()), ExpectedTimes(vTimes));
-    EXPECT_EQ(KeyPackets(g_strWholeTrack + file.Path()), KeyPackets(" -i " + stream.Path()));
-    EXPECT_EQ(Run("ffmpeg -nostdin -v warning" + g_strWholeTrack + file.Path() + g_strDecode), "");
-    const std::string strPictures = DecodedPictures(g_strWholeTrack + file.Path());
+    ExpectReadByFfmpeg(file.Path(), 320, 240, vTimes);
+    EXPECT_EQ(KeyPackets(WholeTrack(file.Path())), KeyPackets(" -i " + stream.Path()));
+    const std::string strPictures = DecodedPictures(WholeTrack(file.Path()));
     EXPECT_EQ(Lines(strPictures), uiFrames);
     EXPECT_EQ(strPictures, DecodedPictures(" -i " + stream.Path())) << "every picture, and the right ones";
-
-    const std::string strEditTimes = PacketTimes(" -i " + file.Path());
-    EXPECT_FALSE(strEditTimes.empty());
-    EXPECT_EQ(strEditTimes, ExpectedTimes(vTimes).substr(0, strEditTimes.size()));
-    // The edit of a single picture lasts no time, and a program that keeps to it has nothing to show.
-    if (uiFrames > 1)
-    {
-        EXPECT_EQ(Run("ffmpeg -nostdin -v warning -i " + file.Path() + g_strDecode), "");
-    }
 }
 }  // namespace
 

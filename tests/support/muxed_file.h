@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/mp4_outputfile/bytes.h"
+#include "support/bytes.h"
 
 struct SMuxedMoov
 {

@@ -1,4 +1,4 @@
-#include "tests/mp4_outputfile/muxedfile.h"
+#include "support/muxed_file.h"
 
 #include <gtest/gtest.h>
 
