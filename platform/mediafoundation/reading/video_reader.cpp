@@ -322,6 +322,8 @@ SampleReader::Progress VideoReader::OnLost()
 
 SampleReader::Progress VideoReader::Deliver(std::uint64_t uiSample)
 {
+    // A stream whose samples hold more than one picture each: there is no number for those that are left over.
+    if (m_uiNext >= Table().Count()) return OnLost();
     const HRESULT hr = m_converter.Convert(*m_frame);
     if (FAILED(hr))
     {

@@ -318,6 +318,54 @@ TEST_F(UselessTimes, APictureThatTheDecoderDropsSilentlyIsNoticedAtOnce)
     EXPECT_LE(graph.Grabber().Count(), 2U);
 }
 
+// Joins two samples of VP9 to one that holds two pictures, as the codec allows: an index behind them tells their sizes.
+void JoinSamples(const std::string& path, const PacketPlace& first, const PacketPlace& second, std::size_t uiSample)
+{
+    std::string index = "\xC9";  // two sizes of two bytes each
+    for (const std::size_t uiSize : {first.m_uiSize, second.m_uiSize})
+    {
+        index += static_cast<char>(uiSize & 0xff);
+        index += static_cast<char>(uiSize >> 8);
+    }
+    index += "\xC9";
+    std::string file = ReadFile(path);
+    const auto grow = [&file, &index](std::size_t uiAt) {
+        SetWordAt(file, uiAt, WordAt(file, uiAt) + static_cast<std::uint32_t>(index.size()));
+    };
+    file.insert(second.m_uiPosition + second.m_uiSize, index);
+    grow(file.find("mdat") - 4);
+    const std::size_t uiBox = file.find("stsz");
+    const std::uint32_t uiCount = WordAt(file, uiBox + 12);
+    SetWordAt(file, uiBox + 12, uiCount - 1);
+    const std::size_t uiEntry = uiBox + 16 + 4 * uiSample;
+    SetWordAt(file, uiEntry, static_cast<std::uint32_t>(first.m_uiSize + second.m_uiSize + index.size()));
+    file.erase(uiEntry + 4, 4).insert(uiBox + 12 + 4 * uiCount, 4, '\0');
+    WriteFile(path, file);
+}
+
+// The decoder gives more pictures than the file has samples: there are numbers for as many as those, and no more.
+TEST(SurplusPictures, AreNotDelivered)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("video.mp4");
+    Recipe recipe;
+    recipe.m_nFrames = 20;
+    recipe.m_encoder = "-c:v libvpx-vp9 -deadline realtime -lag-in-frames 0 -auto-alt-ref 0 -g 250";
+    MakeVideo(path, recipe);
+    const std::vector<PacketPlace> packets = Packets(path);
+    ASSERT_EQ(packets.size(), 20U);
+    JoinSamples(path, packets[4], packets[5], 4);
+    ASSERT_EQ(Packets(path).size(), 19U);
+    ASSERT_EQ(PlainDecode(path, SIZE).size(), 20U);
+
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(path), S_OK);
+    ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+    ASSERT_EQ(graph.Start(), S_OK);
+    EXPECT_EQ(graph.WaitFor(MESessionEnded), MF_E_INVALID_STREAM_DATA);
+    EXPECT_EQ(graph.Grabber().Count(), 19U);
+}
+
 // A file that was cut off in the middle of its samples.
 TEST_F(LostPictures, ACutOffFileEndsWithAnError)
 {
