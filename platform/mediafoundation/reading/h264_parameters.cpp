@@ -21,15 +21,15 @@ bool HasChromaFormat(std::uint32_t uiProfile)
 
 void SkipScalingList(BitReader& bits, int nEntries)
 {
-    std::int32_t nLast = 8;
-    std::int32_t nNext = 8;
+    std::uint32_t uiLast = 8;
+    std::uint32_t uiNext = 8;
     for (int i = 0; i < nEntries && !bits.HasOverrun(); ++i)
     {
-        if (nNext != 0)
+        if (uiNext != 0)
         {
-            nNext = (nLast + bits.Se() + 256) & 0xff;
+            uiNext = (uiLast + static_cast<std::uint32_t>(bits.Se())) & 0xff;  // wraps, also for deltas out of range
         }
-        nLast = nNext == 0 ? nLast : nNext;
+        uiLast = uiNext == 0 ? uiLast : uiNext;
     }
 }
 

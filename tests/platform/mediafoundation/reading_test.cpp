@@ -110,6 +110,7 @@ struct SpsRecipe
     std::uint32_t m_uiLevel = 40;
     std::uint32_t m_uiChroma = 1;
     bool m_bScalingMatrix = false;
+    std::int32_t m_nFirstScale = 1;  // delta in the matrix
     std::uint32_t m_uiOrderType = 0;
     std::uint32_t m_uiColumns = 120;  // 1920
     std::uint32_t m_uiRows = 68;      // 1088
@@ -130,8 +131,8 @@ std::vector<std::uint8_t> WriteSps(const SpsRecipe& recipe)
         if (recipe.m_bScalingMatrix)
         {
             // The first list in full, the second ended by its first delta, the others absent.
-            bits.U(1, 1);
-            for (int i = 0; i < 16; ++i)
+            bits.U(1, 1).Se(recipe.m_nFirstScale);
+            for (int i = 1; i < 16; ++i)
             {
                 bits.Se(1);
             }
@@ -218,6 +219,22 @@ TEST(SequenceParameterSet, TellsHowFarItReorders)
     recipe.m_bScalingMatrix = true;
     recipe.m_uiOrderType = 1;
     EXPECT_EQ(Parse(recipe)->m_nReorder, 2);
+}
+
+// Deltas are 8 bits wide. The sums of any others are taken modulo 256 as well: 8 + 2147483647 is 7, and the list goes
+// on.
+TEST(SequenceParameterSet, AScaleOutOfRangeIsPassedOver)
+{
+    SpsRecipe recipe;
+    recipe.m_bScalingMatrix = true;
+    for (const std::int32_t nScale :
+         {std::numeric_limits<std::int32_t>::max(), -std::numeric_limits<std::int32_t>::max()})
+    {
+        recipe.m_nFirstScale = nScale;
+        const auto parameters = Parse(recipe);
+        ASSERT_TRUE(parameters) << nScale;
+        EXPECT_EQ(parameters->m_uiWidth, 1920U);
+    }
 }
 
 // Level 4 holds 32768 macroblocks, which is four pictures of 120 x 68.
