@@ -1,11 +1,17 @@
 #include "platform/mediafoundation/reading/nal_units.h"
 
-#include <vector>
+#include <algorithm>
+#include <array>
 
 namespace mediafoundation
 {
 namespace
 {
+
+// What is read of a sample at a time in search of start codes. The size that a broken file tells of a sample may be
+// any, and the first slice stands near the beginning.
+constexpr std::size_t WINDOW = 4096;
+constexpr std::size_t START_CODE = 3;
 
 constexpr int AVC_SLICE = 1;
 constexpr int AVC_IDR_SLICE = 5;
@@ -76,23 +82,39 @@ void NalLayout::Visit(const std::uint8_t* pSample, std::size_t uiSize,
     }
 }
 
-bool NalLayout::IsFreshStart(const std::uint8_t* pSample, std::size_t uiSize) const
+NalLayout::Answer NalLayout::FirstAnswer(const std::uint8_t* pSample, std::size_t uiSize) const
 {
     Answer answer = Answer::LookOn;
     Visit(pSample, uiSize, [&](std::uint8_t uiHeader) {
         answer = FreshStartAt(uiHeader);
         return answer == Answer::LookOn;
     });
-    return answer == Answer::Yes;
+    return answer;
+}
+
+bool NalLayout::IsFreshStart(const std::uint8_t* pSample, std::size_t uiSize) const
+{
+    return FirstAnswer(pSample, uiSize) == Answer::Yes;
+}
+
+bool NalLayout::FindFreshStartCode(const Read& read, std::size_t uiSize) const
+{
+    std::array<std::uint8_t, WINDOW> aWindow;
+    std::size_t uiAt = 0;
+    while (uiSize - uiAt > START_CODE)
+    {
+        const std::size_t uiPart = std::min(aWindow.size(), uiSize - uiAt);
+        if (!read(uiAt, aWindow.data(), uiPart)) return false;
+        const Answer answer = FirstAnswer(aWindow.data(), uiPart);
+        if (answer != Answer::LookOn) return answer == Answer::Yes;
+        uiAt += uiPart - START_CODE;  // a code may begin at the window's end
+    }
+    return false;
 }
 
 bool NalLayout::IsFreshStart(const Read& read, std::size_t uiSize) const
 {
-    if (m_uiLengthBytes == 0)
-    {
-        std::vector<std::uint8_t> sample(uiSize);
-        return read(0, sample.data(), uiSize) && IsFreshStart(sample.data(), uiSize);
-    }
+    if (m_uiLengthBytes == 0) return FindFreshStartCode(read, uiSize);
     std::size_t uiAt = 0;
     std::uint8_t aHead[5] = {};
     while (uiSize - uiAt > m_uiLengthBytes)

@@ -42,6 +42,8 @@ private:
         LookOn
     };
     Answer FreshStartAt(std::uint8_t uiHeader) const;
+    Answer FirstAnswer(const std::uint8_t* pSample, std::size_t uiSize) const;
+    bool FindFreshStartCode(const Read& read, std::size_t uiSize) const;
     // Calls visit with the header byte of each NAL unit until it gives false.
     void Visit(const std::uint8_t* pSample, std::size_t uiSize, const std::function<bool(std::uint8_t)>& visit) const;
 

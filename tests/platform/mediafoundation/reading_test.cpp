@@ -1,6 +1,7 @@
 // The parts that reading is made of, each by itself.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -345,6 +346,35 @@ TEST_F(Nal, StartCodesAreFoundToo)
     const NalLayout layout = Layout(AV_CODEC_ID_H264, {});
     EXPECT_TRUE(IsFresh(layout, {0, 0, 0, 1, 0x09, 0x10, 0, 0, 1, 0x65, 0x88, 0x80}));
     EXPECT_FALSE(IsFresh(layout, {0, 0, 1, 0x41, 0x88, 0, 0, 1, 0x65, 0x88}));
+}
+
+TEST_F(Nal, StartCodesAreFoundWhereverTheyStand)
+{
+    const NalLayout layout = Layout(AV_CODEC_ID_H264, {});
+    for (std::size_t uiPlace = 0; uiPlace < 9000; ++uiPlace)
+    {
+        std::vector<std::uint8_t> sample(uiPlace + 4, 0xaa);
+        sample[uiPlace] = sample[uiPlace + 1] = 0;
+        sample[uiPlace + 2] = 1;
+        sample[uiPlace + 3] = 0x65;
+        ASSERT_TRUE(IsFresh(layout, sample)) << uiPlace;
+    }
+}
+
+// The size of a sample is what the file says, and the file may say anything.
+TEST_F(Nal, ASampleOfUntrueSizeIsNotAskedForAtOnce)
+{
+    const NalLayout layout = Layout(AV_CODEC_ID_H264, {});
+    constexpr std::size_t THERE = 100'000;
+    std::size_t uiLargest = 0;
+    const auto read = [&](std::size_t uiOffset, std::uint8_t* pTarget, std::size_t uiSize) {
+        uiLargest = std::max(uiLargest, uiSize);
+        if (uiOffset + uiSize > THERE) return false;
+        std::fill_n(pTarget, uiSize, std::uint8_t{0xaa});
+        return true;
+    };
+    EXPECT_FALSE(layout.IsFreshStart(read, 0x3fffffff));
+    EXPECT_LE(uiLargest, THERE);
 }
 
 TEST_F(Nal, LengthsThatLieEndTheSearch)
