@@ -139,11 +139,10 @@ SampleReader::Progress VideoReader::LearnTimes()
     }
     if (m_uiLearned == uiReach) return BeginDecoding();
 
-    m_bFilePlaced = false;
-    HRESULT hr = File().SeekTo(Table(), m_uiLearned);
+    HRESULT hr = S_OK;
     for (int i = 0; i < PACKETS_PER_STEP && m_uiLearned < uiReach && hr == S_OK; ++i)
     {
-        hr = File().Read(m_packet.get());
+        hr = ReadSample(m_uiLearned);
         // A sample without a time, or an end before the last sample: the pictures will be counted.
         if (hr == S_FALSE || (hr == S_OK && m_packet->pts == AV_NOPTS_VALUE)) return BeginDecoding();
         if (hr == S_OK) MutableTable().At(m_uiLearned++).m_nPresentationTime = m_packet->pts;
@@ -191,7 +190,16 @@ void VideoReader::FlushTo(std::uint64_t uiSample)
     m_bDecoding = true;
     m_bDraining = false;
     m_bErrors = false;
-    m_bFilePlaced = false;
+}
+
+// Into m_packet; S_FALSE behind the file's last sample. Seeking may mean counting from the first sample on, so it is
+// done only where the file stands elsewhere.
+HRESULT VideoReader::ReadSample(std::uint64_t uiSample)
+{
+    HRESULT hr = m_uiFileNext == uiSample ? S_OK : File().SeekTo(Table(), uiSample);
+    if (SUCCEEDED(hr)) hr = File().Read(m_packet.get());
+    m_uiFileNext = hr == S_OK ? std::optional(uiSample + 1) : std::nullopt;
+    return hr;
 }
 
 SampleReader::Progress VideoReader::DecodeStep()
@@ -218,10 +226,8 @@ SampleReader::Progress VideoReader::Feed()
 {
     if (m_uiFeed < Table().Count())
     {
-        HRESULT hr = m_bFilePlaced ? S_OK : File().SeekTo(Table(), m_uiFeed);
-        if (SUCCEEDED(hr)) hr = File().Read(m_packet.get());
+        const HRESULT hr = ReadSample(m_uiFeed);
         if (FAILED(hr)) return Fail(hr);
-        m_bFilePlaced = true;
         if (hr == S_OK) return FeedSample();
     }
     // The end of the table, or of a file that was cut off: what the decoder holds comes out.

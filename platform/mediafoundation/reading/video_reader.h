@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "platform/mediafoundation/reading/picture_converter.h"
 #include "platform/mediafoundation/reading/presentation_order.h"
@@ -50,6 +51,7 @@ private:
     Progress LearnTimes();
     Progress BeginDecoding();
     void FlushTo(std::uint64_t uiSample);
+    HRESULT ReadSample(std::uint64_t uiSample);
 
     Progress DecodeStep();
     Progress Feed();
@@ -74,7 +76,8 @@ private:
     std::uint64_t m_uiCandidate = 0;  // FindStart: the sample to look at next
     std::uint64_t m_uiStart = 0;      // the fresh start found
     std::uint64_t m_uiLearned = 0;    // LearnTimes: the sample to read next
-    bool m_bFilePlaced = false;       // the file's next sample is m_uiFeed
+
+    std::optional<std::uint64_t> m_uiFileNext;  // the sample that the file gives next, if that is known
 
     // The decoder's state
     bool m_bDecoding = false;  // fed since the last flush, and going on makes sense
