@@ -275,9 +275,11 @@ void SessionEngine::Deliver()
 {
     SampleReader& reader = m_topology->Reader();
     const MediaSample& sample = reader.Current();
-    (void)m_topology->Callback().OnProcessSample(m_topology->MajorType(), 0, sample.m_nTime, sample.m_nDuration,
-                                                 sample.m_pData, static_cast<DWORD>(sample.m_uiSize));
+    const HRESULT hr =
+        m_topology->Callback().OnProcessSample(m_topology->MajorType(), 0, sample.m_nTime, sample.m_nDuration,
+                                               sample.m_pData, static_cast<DWORD>(sample.m_uiSize));
     reader.MarkDelivered();
+    if (FAILED(hr)) EndWithError(hr);
 }
 
 void SessionEngine::EndPresentation()

@@ -5,7 +5,6 @@
 // wait for itself.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -42,6 +41,11 @@ struct SessionCommand
 class SessionEngine : public std::enable_shared_from_this<SessionEngine>
 {
 public:
+    SessionEngine();
+    ~SessionEngine();
+    SessionEngine(const SessionEngine&) = delete;
+    SessionEngine& operator=(const SessionEngine&) = delete;
+
     EventQueue& Events() { return m_events; }
 
     // From any thread. MF_E_SHUTDOWN after Shutdown.
@@ -99,12 +103,6 @@ private:
     HRESULT m_hrTopology;
     std::optional<PendingStart> m_pending;
     bool m_bRateWasSet = false;
-
-public:
-    SessionEngine();
-    ~SessionEngine();
-    SessionEngine(const SessionEngine&) = delete;
-    SessionEngine& operator=(const SessionEngine&) = delete;
 };
 
 }  // namespace mediafoundation

@@ -110,6 +110,20 @@ TEST_F(Session, NoSampleComesBehindThePause)
     EXPECT_EQ(uiAtPause, 5U);
 }
 
+TEST_F(Session, ASampleThatTheCallbackRefusesEndsThePlay)
+{
+    ASSERT_EQ(m_graph.Open(Path()), S_OK);
+    ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
+    m_graph.Grabber().SetHook([this](std::size_t uiCount) {
+        if (uiCount == 3) m_graph.Grabber().SetAnswer(E_OUTOFMEMORY);
+    });
+    ASSERT_EQ(m_graph.Start(), S_OK);
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 103, S_OK}));
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 1, E_OUTOFMEMORY}));
+    EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 107, E_OUTOFMEMORY}));
+    EXPECT_EQ(m_graph.Grabber().Count(), 3U);
+}
+
 TEST_F(Session, GoesOnBehindAPauseWithoutLosingOrRepeatingAPicture)
 {
     const std::vector<std::string> pictures = Pictures();

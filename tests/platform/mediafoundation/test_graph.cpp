@@ -12,6 +12,12 @@ void TestGrabber::SetHook(Hook hook)
     m_hook = std::move(hook);
 }
 
+void TestGrabber::SetAnswer(HRESULT hr)
+{
+    const std::lock_guard lock(m_lock);
+    m_hrAnswer = hr;
+}
+
 std::vector<GrabbedSample> TestGrabber::TakeSamples()
 {
     const std::lock_guard lock(m_lock);
@@ -43,7 +49,8 @@ HRESULT TestGrabber::OnProcessSample(REFGUID, DWORD, LONGLONG llSampleTime, LONG
         hook = m_hook;
     }
     if (hook) hook(uiCount);
-    return S_OK;
+    const std::lock_guard lock(m_lock);
+    return m_hrAnswer;
 }
 
 HRESULT TestGrabber::Note(const char* pszCall)

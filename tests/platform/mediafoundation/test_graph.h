@@ -34,6 +34,8 @@ public:
 
     // Called on the session's thread behind every sample, with the number of samples so far.
     void SetHook(Hook hook);
+    // What samples are answered with from now on, the one whose hook sets it included.
+    void SetAnswer(HRESULT hr);
     std::vector<GrabbedSample> TakeSamples();
     std::size_t Count() const;
     // The clock's calls and the shut-down so far, a word each.
@@ -55,6 +57,7 @@ private:
 
     mutable std::mutex m_lock;
     Hook m_hook;
+    HRESULT m_hrAnswer = S_OK;
     std::vector<GrabbedSample> m_samples;
     std::vector<std::string> m_calls;
     std::size_t m_uiCount = 0;
