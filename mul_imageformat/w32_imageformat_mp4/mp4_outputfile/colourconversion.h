@@ -21,7 +21,8 @@ extern std::atomic<std::uint8_t> g_bYuvToRgbLutReady;
 
 // Turns YUY2 into 24-bit colour, both pixels of a pair with the pair's chroma as it stands. target gives the size and
 // must have 3 components; source's own size is not looked at, only its pixels and pitch, which must hold whole pairs.
-// The process's first call builds the table; others that come meanwhile wait for it.
+// The process's first call builds the table; others that come meanwhile wait for it. It is built where vector code
+// converts without a look into it, too: whoever comes after a conversion finds the table.
 //
 // With an odd width the last pair's second pixel has no place in the picture: those of its bytes that lie within
 // target's pitch are written, and none behind it.
