@@ -150,8 +150,7 @@ TEST(WinbaseWait, SleepLastsAsLongAsAskedFor)
     Sleep(0);
 }
 
-// Several threads wait for any of three events while others set them: as many waits succeed as there were sets that
-// found the event clear, and an event is never taken twice.
+// Three threads wait for either of two semaphores while two others post them: every post ends one wait, and no post two.
 TEST(WinbaseWait, EveryPostIsTakenOnceUnderContention)
 {
     constexpr LONG c_nPosts = 600;
