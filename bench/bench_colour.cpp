@@ -1,4 +1,4 @@
-// The colour conversions beside libswscale, the widening copy beside memcpy, and the building of the look-up table.
+// The colour conversions beside libswscale, and the building of the look-up table.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -88,35 +88,6 @@ void Swscale(benchmark::State& state, AVPixelFormat eFrom, AVPixelFormat eTo, in
     for (auto _ : state)
     {
         sws_scale(pContext.get(), apSource, anSourcePitch, 0, g_uiHeight, apTarget, anTargetPitch);
-        benchmark::ClobberMemory();
-    }
-    CountPictures(state);
-}
-
-void BgrToBgra(benchmark::State& state)
-{
-    const SPicture source(3);
-    SPicture target(4);
-    for (auto _ : state)
-    {
-        CopyBgrToBgra(target.m_pic.m_pData, g_uiWidth * 4, source.m_pic.m_pData, g_uiWidth * 3, g_uiWidth, g_uiHeight);
-        benchmark::ClobberMemory();
-    }
-    CountPictures(state);
-}
-
-// The same bytes written, row by row as the conversion does.
-void Memcpy(benchmark::State& state)
-{
-    const SPicture source(4);
-    SPicture target(4);
-    for (auto _ : state)
-    {
-        for (std::size_t uiRow = 0; uiRow < g_uiHeight; ++uiRow)
-        {
-            const std::size_t uiAt = uiRow * g_uiWidth * 4;
-            std::memcpy(target.m_pic.m_pData + uiAt, source.m_pic.m_pData + uiAt, g_uiWidth * std::size_t{4});
-        }
         benchmark::ClobberMemory();
     }
     CountPictures(state);
@@ -225,8 +196,6 @@ int main(int argc, char** argv)
     RegisterSwscale("swscale_Yuy2ToBgr", AV_PIX_FMT_YUYV422, AV_PIX_FMT_BGR24);
     Register("BgrToYuy2", BgrToYuy2);
     RegisterSwscale("swscale_BgrToYuy2", AV_PIX_FMT_BGR24, AV_PIX_FMT_YUYV422);
-    Register("BgrToBgra", BgrToBgra);
-    Register("memcpy", Memcpy);
     CReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
@@ -237,7 +206,5 @@ int main(int argc, char** argv)
                 BestSwscale(reporter, "swscale_Yuy2ToBgr") / reporter.Median("Yuy2ToBgr"));
     std::printf("BgrToYuy2 / swscale bgr24 to yuyv422: %.2f\n",
                 BestSwscale(reporter, "swscale_BgrToYuy2") / reporter.Median("BgrToYuy2"));
-    std::printf("BgrToBgra / memcpy of the bytes written: %.2f\n",
-                reporter.Median("memcpy") / reporter.Median("BgrToBgra"));
     return 0;
 }

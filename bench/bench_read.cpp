@@ -15,7 +15,7 @@ namespace
 
 using namespace test_support;
 
-constexpr std::uint32_t g_uiFrames = 300;
+constexpr std::uint32_t g_uiFrames = 1500;  // a minute, so that what an opening costs weighs as it does in use
 constexpr int g_nRandomReads = 60;
 constexpr int g_nRounds = 5;
 

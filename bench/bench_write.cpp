@@ -1,0 +1,155 @@
+// Writing with NVENC1: its parts by themselves, then the whole next to the ffmpeg program with the same encoder, set
+// the same.
+//
+// bench_write [PACKETS]: muxing is measured with 1,000,000 packets unless told otherwise. It takes 6 GB of the folder
+// for temporary files, and gives them back.
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+
+#include <windows.h>
+
+#include "bench/measure.h"
+#include "bench/muxing.h"
+#include "mp4_outputfile/colourconversion.h"
+#include "runtimes/nvenc/nvenc_script.h"
+#include "support/module_host.h"
+#include "support/video_maker.h"
+
+namespace
+{
+
+using namespace test_support;
+
+constexpr std::uint32_t g_uiWidth = 1920;
+constexpr std::uint32_t g_uiHeight = 1080;
+constexpr std::size_t g_uiPictureSize = std::size_t{3} * g_uiWidth * g_uiHeight;
+constexpr int g_nPictures = 150;
+constexpr int g_nRounds = 5;
+
+void Check(bool bOk, const char* pszWhat)
+{
+    if (!bOk) throw std::runtime_error(pszWhat);
+}
+
+void MeasureWidening()
+{
+    constexpr int nTimes = 100;
+    constexpr std::size_t uiWideRow = g_uiWidth * std::size_t{4};
+    std::mt19937 random(1);
+    std::vector<std::uint8_t> vSource(uiWideRow * g_uiHeight);
+    for (std::uint8_t& byte : vSource)
+        byte = static_cast<std::uint8_t>(random());
+    std::vector<std::uint8_t> vTarget(vSource.size());
+    bench::Compare(
+        "widening 100 pictures from 24 to 32 bits", g_nRounds,
+        [&] {
+            return bench::SecondsOf([&] {
+                for (int n = 0; n < nTimes; ++n)
+                    CopyBgrToBgra(vTarget.data(), uiWideRow, vSource.data(), g_uiWidth * 3, g_uiWidth, g_uiHeight);
+            });
+        },
+        "memcpy of as many bytes",
+        [&] {
+            return bench::SecondsOf([&] {
+                for (int n = 0; n < nTimes; ++n)
+                {
+                    for (std::size_t y = 0; y < g_uiHeight; ++y)
+                        std::memcpy(&vTarget[y * uiWideRow], &vSource[y * uiWideRow], uiWideRow);
+                }
+            });
+        });
+}
+
+void ChooseNvenc(const ModuleHost& host)
+{
+    const std::uint32_t uiCodecs = host.Format()->BuildCodecTable();
+    for (std::uint32_t ui = 0; ui < uiCodecs; ++ui)
+    {
+        SQmCodecInfo codec{};
+        host.Format()->GetCodecInfo(ui, &codec);
+        if (std::wstring(codec.m_wszCode) == L"NVENC1") Check(host.Format()->SetActiveCodec(ui) == QM_OK, "the codec");
+    }
+}
+
+void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frames, const std::filesystem::path& path)
+{
+    std::ifstream stream(frames, std::ios::binary);
+    const OutputFile file = host.OpenOutput(path);
+    SQmImageAttributes attributes{};
+    attributes.m_uiWidth = g_uiWidth;
+    attributes.m_uiHeight = g_uiHeight;
+    attributes.m_uiComponents = 3;
+    attributes.m_uiBitsInMemory = 8;
+    attributes.m_uiBitsSignificant = 8;
+    Check(file->SetImageAttributes(&attributes) == QM_OK, "the pictures are refused");
+    std::vector<char> vPicture(g_uiPictureSize);
+    for (int n = 0; n < g_nPictures; ++n)
+    {
+        Check(bool(stream.read(vPicture.data(), static_cast<std::streamsize>(vPicture.size()))), "no more pictures");
+        file->SetFrameTime(n * 1000.0 / 30.0);
+        Check(file->WriteNextFrame(vPicture.data()) == QM_OK, "a frame isn't written");
+    }
+    file->CloseOutput();
+}
+
+// How the runtime set its encoder for the file that was written last, as ffmpeg's arguments.
+std::string EncoderArguments()
+{
+    const HMODULE hRuntime = LoadLibraryW(L"nvEncodeAPI64.dll");
+    Check(hRuntime != nullptr, "the encoder runtime isn't there");
+    const auto pfnGetScript = reinterpret_cast<PNVENCRUNTIMEGETSCRIPT>(
+        reinterpret_cast<void*>(GetProcAddress(hRuntime, "NvencRuntimeGetScript")));
+    Check(pfnGetScript != nullptr, "the encoder runtime isn't the software one");
+    NvencRuntimeX264Settings settings{};
+    pfnGetScript()->GetX264Settings(&settings);
+    FreeLibrary(hRuntime);
+    std::string strArguments = std::string(" -c:v libx264 -preset ") + settings.szPreset;
+    if (settings.szProfile[0] != '\0') strArguments += std::string(" -profile:v ") + settings.szProfile;
+    return strArguments + " -x264-params '" + settings.szOptions + "' ";
+}
+
+void MeasureWriting(const std::filesystem::path& directory)
+{
+    const auto frames = directory / "frames.bgr";
+    const auto ours = directory / "ours.mp4";
+    const auto peers = directory / "peers.mp4";
+    RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
+              std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
+
+    // Held over all files, so that what the runtime remembers lasts.
+    const HMODULE hRuntime = LoadLibraryW(L"nvEncodeAPI64.dll");
+    const ModuleHost host;
+    ChooseNvenc(host);
+    WriteThroughHost(host, frames, ours);
+    const std::string strArguments = "-f rawvideo -pix_fmt bgr24 -video_size 1920x1080 -framerate 30 -i " +
+                                     Quoted(frames) + EncoderArguments() + "-pix_fmt yuv420p ";
+    bench::Compare(
+        "writing 150 pictures of 1920 x 1080", g_nRounds,
+        [&] { return bench::SecondsOf([&] { WriteThroughHost(host, frames, ours); }); }, "ffmpeg, libx264 set the same",
+        [&] { return bench::SecondsOf([&] { RunFfmpeg(strArguments + Quoted(peers)); }); });
+    std::printf("    files of %.1f and %.1f MB; the encoder:%s\n",
+                static_cast<double>(std::filesystem::file_size(ours)) / 1e6,
+                static_cast<double>(std::filesystem::file_size(peers)) / 1e6,
+                strArguments.substr(strArguments.find(" -c:v")).c_str());
+    FreeLibrary(hRuntime);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+try
+{
+    const TempDir dir;
+    bench::MeasureMuxing(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000, dir.Path());
+    MeasureWidening();
+    MeasureWriting(dir.Path());
+    return EXIT_SUCCESS;
+}
+catch (const std::exception& error)
+{
+    std::fprintf(stderr, "bench_write: %s\n", error.what());
+    return EXIT_FAILURE;
+}

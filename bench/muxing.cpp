@@ -1,0 +1,139 @@
+#include "bench/muxing.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "bench/measure.h"
+#include "mp4_outputfile/samplelog.h"
+#include "support/video_maker.h"
+
+namespace
+{
+using Bytes = std::vector<std::uint8_t>;
+constexpr std::size_t g_uiPacketSize = 2048;
+
+double FfmpegCpuSeconds(const std::string& strArguments)
+{
+    return bench::CpuSecondsOf([&] { test_support::RunFfmpeg(strArguments); });
+}
+
+std::size_t ResidentBytes()
+{
+    std::ifstream stream("/proc/self/statm");
+    std::size_t uiSize = 0;
+    std::size_t uiResident = 0;
+    stream >> uiSize >> uiResident;
+    return uiResident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Access units of a real encoder, one for each of 250 pictures. The last NAL of each is made longer, so that all are of
+// one size; nobody decodes them here.
+std::vector<Bytes> MakePackets(const std::filesystem::path& directory)
+{
+    const std::filesystem::path path = directory / "source.h264";
+    test_support::RunFfmpeg(
+        "-f lavfi -i testsrc2=size=64x64:rate=25 -frames:v 250 -pix_fmt yuv420p -c:v libx264 -qp 40 -bf 0 -g 250 "
+        "-x264-params aud=1 -f h264 " +
+        test_support::Quoted(path));
+    std::ifstream stream(path, std::ios::binary);
+    const Bytes vStream((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    std::filesystem::remove(path);
+
+    // A delimiter begins every access unit; the muxer's layout begins with the SPS, so it is left out.
+    const Bytes vDelimiter = {0, 0, 0, 1, 9};
+    std::vector<Bytes> vPackets;
+    for (std::size_t ui = 0; ui < vStream.size(); ++ui)
+    {
+        const bool bDelimiter =
+            ui + 6 <= vStream.size() && std::equal(vDelimiter.begin(), vDelimiter.end(), &vStream[ui]);
+        if (bDelimiter)
+        {
+            vPackets.emplace_back();
+            ui += 5;
+            continue;
+        }
+        vPackets.back().push_back(vStream[ui]);
+    }
+    for (Bytes& vPacket : vPackets)
+    {
+        vPacket.resize(std::max(vPacket.size(), g_uiPacketSize), 0xFF);
+    }
+    return vPackets;
+}
+
+struct SMuxing
+{
+    double m_dCpu = 0.0;
+    double m_dMemory = 0.0;  // bytes that each packet of the second half added
+    std::size_t m_uiNals = 0;
+};
+
+SMuxing Mux(const std::vector<Bytes>& vPackets, std::size_t uiCount, const std::filesystem::path& path)
+{
+    SMuxing muxing;
+    muxing.m_dCpu = bench::CpuSecondsOf([&] {
+        SSampleLog log;
+        SNalLog nals;
+        CGrowingArray<double> vecTimes;
+        QM_OpenFile(path.wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &log.m_hFile);
+        if (log.m_hFile == nullptr) throw std::runtime_error("can't write " + path.string());
+        WriteMp4Preamble(log.m_hFile);
+        std::size_t uiHalfway = 0;
+        for (std::size_t ui = 0; ui < uiCount; ++ui)
+        {
+            if (ui == uiCount / 2) uiHalfway = ResidentBytes();
+            vecTimes.push_back(static_cast<double>(ui) * 40.0);
+            LogNvencPacket(log, nals, vPackets[ui % vPackets.size()]);
+        }
+        muxing.m_dMemory =
+            static_cast<double>(ResidentBytes() - uiHalfway) / static_cast<double>(uiCount - uiCount / 2);
+        muxing.m_uiNals = nals.m_vecNalPatches.size();
+        WriteNalLengths(log, nals);
+        FinishMp4File(log, vecTimes, 64, 64, g_uiNvencSpsLengthOffset);
+    });
+    return muxing;
+}
+
+void WriteStream(const std::vector<Bytes>& vPackets, std::size_t uiCount, const std::filesystem::path& path)
+{
+    std::ofstream stream(path, std::ios::binary);
+    for (std::size_t ui = 0; ui < uiCount; ++ui)
+    {
+        const Bytes& vPacket = vPackets[ui % vPackets.size()];
+        stream.write(reinterpret_cast<const char*>(vPacket.data()), static_cast<std::streamsize>(vPacket.size()));
+    }
+}
+}  // namespace
+
+void bench::MeasureMuxing(std::size_t uiPackets, const std::filesystem::path& directory)
+{
+    const std::filesystem::path stream = directory / "stream.h264";
+    const std::filesystem::path muxed = directory / "muxed.mp4";
+    const std::filesystem::path copied = directory / "copied.mp4";
+
+    const std::vector<Bytes> vPackets = MakePackets(directory);
+    const SMuxing muxing = Mux(vPackets, uiPackets, muxed);
+    const std::string strCopy = " -c copy -f mp4 " + test_support::Quoted(copied);
+    const double dFromMp4 = FfmpegCpuSeconds("-ignore_editlist 1 -i " + test_support::Quoted(muxed) + strCopy);
+    std::filesystem::remove(muxed);
+    WriteStream(vPackets, uiPackets, stream);
+    const double dFromStream = FfmpegCpuSeconds("-framerate 25 -i " + test_support::Quoted(stream) + strCopy);
+    std::filesystem::remove(stream);
+    std::filesystem::remove(copied);
+
+    const double dNals = static_cast<double>(muxing.m_uiNals) / static_cast<double>(uiPackets);
+    std::printf("muxing %zu packets of %zu bytes, %.2f NALs each: %.2f s CPU\n", uiPackets, g_uiPacketSize, dNals,
+                muxing.m_dCpu);
+    std::printf("    %.2f of ffmpeg -c copy from MP4, %.2f s CPU\n", muxing.m_dCpu / dFromMp4, dFromMp4);
+    std::printf("    %.2f of ffmpeg -c copy from Annex B, %.2f s CPU\n", muxing.m_dCpu / dFromStream, dFromStream);
+    std::printf("    memory grows by %.2f bytes a packet; 4 and 16 a NAL and 8 make %.2f\n", muxing.m_dMemory,
+                4.0 + 16.0 * dNals + 8.0);
+}
