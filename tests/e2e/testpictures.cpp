@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <random>
 #include <stdexcept>
 
 #include "support/video_maker.h"
@@ -43,6 +44,15 @@ std::uint32_t NumberIn(const HostPicture& picture)
         if (*picture.Pixel(uiX, uiY) > 125) uiNumber |= 1U << uiBit;
     }
     return uiNumber;
+}
+
+HostPicture NoisyPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiNumber)
+{
+    HostPicture picture(uiWidth, uiHeight);
+    std::mt19937 random(uiNumber);
+    for (std::uint8_t& byte : picture.m_vBytes)
+        byte = static_cast<std::uint8_t>(random());
+    return picture;
 }
 
 std::vector<HostPicture> FilmedPictures(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiCount)

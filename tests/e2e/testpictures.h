@@ -16,6 +16,9 @@ HostPicture NumberedPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::
 // The number in a picture that may have become a column and a row larger.
 std::uint32_t NumberIn(const HostPicture& picture);
 
+// A picture of nothing but noise, the same for the same number: the largest packets that its size can have.
+HostPicture NoisyPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiNumber);
+
 // Pictures with the statistics of filmed ones, made by ffmpeg: smooth shades and structure of every size down to single
 // pixels (a fractal that is zoomed into, over moving gradients), with a sensor's noise. Where a picture's even size is
 // larger than its size, the last column and row are repeated.

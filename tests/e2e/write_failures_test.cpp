@@ -1,0 +1,320 @@
+// Machines on which a file can't be written, and writers that never come to the end of one. What the single calls of
+// the encoder's runtime do when they fail stands in a program of its own.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <windows.h>
+
+#include <csignal>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "encoderscript.h"
+#include "support/muxed_file.h"
+#include "support/video_maker.h"
+#include "testpictures.h"
+#include "writinghost.h"
+
+namespace
+{
+
+using namespace test_support;
+
+constexpr std::uint32_t g_uiFrames = 12;
+constexpr int g_nOpenSession = 2409;
+constexpr int g_nCreateEncoder = 2440;
+
+class WritingFails : public testing::Test
+{
+protected:
+    WritingFails() { ChooseCodec(m_host, L"NVENC1"); }
+
+    static HostPicture Picture(std::uint32_t ui) { return NoisyPicture(160, 96, ui); }
+
+    // A file as it is when nothing goes wrong.
+    Bytes GoodFile() const
+    {
+        const std::filesystem::path path = m_dir / "good.mp4";
+        WriteFile(m_host, path, EvenTimes(g_uiFrames), Picture);
+        const Bytes vFile = ReadBytes(path);
+        std::filesystem::remove(path);
+        return vFile;
+    }
+
+    // Every frame gets this status, and the file can be closed and written to no more.
+    void ExpectFrames(const std::filesystem::path& path, QmStatus nStatus) const
+    {
+        const OutputFile file = OpenForPictures(m_host, path, 160, 96);
+        for (std::uint32_t ui = 0; ui < g_uiFrames; ++ui)
+            EXPECT_EQ(WriteAt(file, 40.0 * ui, Picture(ui)), nStatus) << "frame " << ui;
+        EXPECT_EQ(file->CloseOutput(), QM_OK);
+    }
+
+    std::size_t FilesInFolder() const
+    {
+        const std::filesystem::directory_iterator begin(m_dir.Path());
+        return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+    }
+
+    const TempDir m_dir;
+    const ModuleHost m_host;
+};
+
+// --- the runtime ---
+
+TEST_F(WritingFails, WithoutARuntime)
+{
+    const TempDir empty;
+    const std::wstring wszVariable = L"IMAGEFORMAT_MP4_RUNTIMES";
+    ASSERT_TRUE(SetEnvironmentVariableW(wszVariable.c_str(), empty.Path().wstring().c_str()));
+    {
+        const DiagnosticLines lines;
+        ExpectFrames(m_dir / "written.mp4", QM_ERR_FAIL);
+        EXPECT_EQ(lines.At(g_nOpenSession),
+                  std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : NVENC library file is not found. "
+                                            L"Please ensure NV driver is installed\n"});
+    }
+    EXPECT_EQ(FilesInFolder(), 0U);
+    // The runtime is there again, and a new file finds it.
+    ASSERT_TRUE(SetEnvironmentVariableW(wszVariable.c_str(), nullptr));
+    ExpectFrames(m_dir / "written.mp4", QM_OK);
+    EXPECT_EQ(ReadBytes(m_dir / "written.mp4"), GoodFile());
+}
+
+TEST_F(WritingFails, WithARuntimeThatReports143)
+{
+    const EncoderScript script;
+    script->ReportVersion(143);
+    const DiagnosticLines lines;
+    ExpectFrames(m_dir / "written.mp4", QM_ERR_FAIL);
+    EXPECT_EQ(lines.At(g_nOpenSession),
+              std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : Current Driver Version does not support this "
+                                        L"NvEncodeAPI version, please upgrade driver\n"});
+    EXPECT_EQ(FilesInFolder(), 0U);
+}
+
+TEST_F(WritingFails, NotWithARuntimeThatReports144OrMore)
+{
+    const EncoderScript script;
+    for (const std::uint32_t uiVersion : {144U, 145U, 160U, 0xFFFFFFFFU})
+    {
+        script->ReportVersion(uiVersion);
+        ExpectFrames(m_dir / "written.mp4", QM_OK);
+        EXPECT_EQ(ReadBytes(m_dir / "written.mp4"), GoodFile()) << uiVersion;
+    }
+}
+
+TEST_F(WritingFails, WithPicturesThatTheEncoderCannotTake)
+{
+    const std::pair<std::uint32_t, std::uint32_t> aSizes[] = {{0, 96}, {160, 0}, {0xFFFFFFFF, 96}, {16384, 16}};
+    for (const auto& [uiWidth, uiHeight] : aSizes)
+    {
+        const OutputFile file = OpenForPictures(m_host, m_dir / "written.mp4", uiWidth, uiHeight);
+        const HostPicture picture = Picture(0);  // not looked at
+        EXPECT_EQ(WriteAt(file, 0.0, picture), QM_ERR_FAIL) << uiWidth << "x" << uiHeight;
+        EXPECT_EQ(WriteAt(file, 40.0, picture), QM_ERR_FAIL);
+        EXPECT_EQ(file->CloseOutput(), QM_OK);
+    }
+    EXPECT_EQ(FilesInFolder(), 0U);
+}
+
+// A refused description is kept, unrounded. The encoder has no use for odd sizes.
+TEST_F(WritingFails, WithPicturesThatWereRefusedAndHaveAnOddSize)
+{
+    SQmImageAttributes attributes = PictureAttributes(161, 96);
+    attributes.m_uiBitsInMemory = 16;
+    const OutputFile file = m_host.OpenOutput(m_dir / "written.mp4");
+    EXPECT_EQ(file->SetImageAttributes(&attributes), QM_ERR_RANGE);
+    m_host.Format()->GetQmClass()->Release();  // as TellSize says
+    const DiagnosticLines lines;
+    EXPECT_EQ(WriteAt(file, 0.0, NoisyPicture(162, 96, 0)), QM_ERR_FAIL);
+    EXPECT_FALSE(lines.At(g_nCreateEncoder).empty());
+    EXPECT_EQ(FilesInFolder(), 0U);
+}
+
+TEST_F(WritingFails, WithoutAnyFrameThereIsNoFile)
+{
+    const OutputFile file = OpenForPictures(m_host, m_dir / "written.mp4", 160, 96);
+    EXPECT_EQ(file->CloseOutput(), QM_OK);
+    EXPECT_EQ(FilesInFolder(), 0U);
+}
+
+// --- the target: frames are encoded and go nowhere ---
+
+// The thread does without the right to write where it may not, which the system's administrator has.
+class WithoutOverride
+{
+public:
+    WithoutOverride()
+    {
+        Get(m_before);
+        Data without = m_before;
+        without.m_a[0].effective &= ~(1U << CAP_DAC_OVERRIDE);
+        Set(without);
+    }
+    ~WithoutOverride() { Set(m_before); }
+    WithoutOverride(const WithoutOverride&) = delete;
+    WithoutOverride& operator=(const WithoutOverride&) = delete;
+
+private:
+    struct Data
+    {
+        __user_cap_data_struct m_a[_LINUX_CAPABILITY_U32S_3] = {};
+    };
+    static void Get(Data& data)
+    {
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        EXPECT_EQ(syscall(SYS_capget, &header, data.m_a), 0);
+    }
+    static void Set(const Data& data)
+    {
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        EXPECT_EQ(syscall(SYS_capset, &header, data.m_a), 0);
+    }
+    Data m_before;
+};
+
+TEST_F(WritingFails, SilentlyToAFolder)
+{
+    std::filesystem::create_directory(m_dir / "written.mp4");
+    ExpectFrames(m_dir / "written.mp4", QM_OK);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir / "written.mp4"));
+    EXPECT_EQ(FilesInFolder(), 1U);
+}
+
+TEST_F(WritingFails, SilentlyIntoAFolderThatDoesNotExist)
+{
+    ExpectFrames(m_dir / "nowhere/written.mp4", QM_OK);
+    EXPECT_EQ(FilesInFolder(), 0U);
+}
+
+TEST_F(WritingFails, SilentlyToAFileThatMayOnlyBeRead)
+{
+    const Bytes vContent = {'k', 'e', 'p', 't'};
+    WriteBytes(m_dir / "written.mp4", vContent);
+    std::filesystem::permissions(m_dir / "written.mp4", std::filesystem::perms::owner_read);
+    {
+        const WithoutOverride without;
+        ExpectFrames(m_dir / "written.mp4", QM_OK);
+    }
+    EXPECT_EQ(ReadBytes(m_dir / "written.mp4"), vContent);
+}
+
+TEST_F(WritingFails, SilentlyIntoAFolderThatMayOnlyBeRead)
+{
+    const std::filesystem::path folder = m_dir / "folder";
+    std::filesystem::create_directory(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    {
+        const WithoutOverride without;
+        ExpectFrames(folder / "written.mp4", QM_OK);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST_F(WritingFails, SilentlyWithoutATarget)
+{
+    IQmOutputImageFile* pFile = nullptr;
+    ASSERT_EQ(m_host.Format()->CreateOutputFile(nullptr, &pFile), QM_OK);
+    const OutputFile file(pFile);
+    TellSize(m_host, file, 160, 96);
+    for (std::uint32_t ui = 0; ui < g_uiFrames; ++ui)
+        EXPECT_EQ(WriteAt(file, 40.0 * ui, Picture(ui)), QM_OK);
+    EXPECT_EQ(file->CloseOutput(), QM_OK);
+}
+
+// --- the disk, and the writer's end ---
+
+TEST_F(WritingFails, SilentlyToADeviceThatIsFull)
+{
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no such device here";
+    ExpectFrames("/dev/full", QM_OK);
+    ExpectFrames(m_dir / "written.mp4", QM_OK);
+    EXPECT_EQ(ReadBytes(m_dir / "written.mp4"), GoodFile());
+}
+
+// A process of its own that writes as the program of that name says; gives its wait status.
+int RunWriter(const std::vector<std::string>& vArguments)
+{
+    std::vector<char*> vPointers = {const_cast<char*>(QM_WRITER)};
+    for (const std::string& strArgument : vArguments)
+        vPointers.push_back(const_cast<char*>(strArgument.c_str()));
+    vPointers.push_back(nullptr);
+    const pid_t nChild = fork();
+    if (nChild == 0)
+    {
+        alarm(120);  // a writer that hangs is no writer that failed
+        execv(QM_WRITER, vPointers.data());
+        _exit(127);
+    }
+    int nStatus = -1;
+    EXPECT_EQ(waitpid(nChild, &nStatus, 0), nChild);
+    return nStatus;
+}
+
+// The same pictures as in GoodFile, to a disk that has room for so many bytes.
+TEST_F(WritingFails, SilentlyOnADiskThatIsFull)
+{
+    const Bytes vGood = GoodFile();
+    const std::uint32_t uiMdatEnd = 40 + Number32(&vGood[40]);
+    for (const std::size_t uiRoom : {std::size_t{0}, std::size_t{20}, std::size_t{48}, std::size_t{5000},
+                                     std::size_t{100000}, std::size_t{uiMdatEnd}, vGood.size() - 1})
+    {
+        SCOPED_TRACE(uiRoom);
+        const std::filesystem::path path = m_dir / "written.mp4";
+        const int nStatus = RunWriter({"full", path.string(), std::to_string(g_uiFrames), std::to_string(uiRoom)});
+        EXPECT_TRUE(WIFEXITED(nStatus)) << "signal " << WTERMSIG(nStatus);
+        EXPECT_EQ(WEXITSTATUS(nStatus), 0);
+        const Bytes vFile = ReadBytes(path);
+        EXPECT_LE(vFile.size(), uiRoom);
+        // What came before the disk was full is what a writer puts there, and it never came to the size.
+        if (uiRoom == 5000)
+        {
+            ASSERT_GE(vFile.size(), 48U);
+            EXPECT_EQ(Bytes(vFile.begin() + 40, vFile.begin() + 44), (Bytes{0x1A, 0xBE, 0xCE, 0xDA}));
+        }
+        EXPECT_EQ(ReadBytes(path.string() + ".later"), vGood) << "the same process, when there is room again";
+    }
+}
+
+// The samples of a file as they were before it was closed: behind start codes.
+Bytes WithStartCodes(Bytes vMdat)
+{
+    for (std::size_t uiOffset = 0; uiOffset + 4 <= vMdat.size();)
+    {
+        const std::uint32_t uiLength = Number32(&vMdat[uiOffset]);
+        const Bytes vStartCode = {0, 0, 0, 1};
+        std::copy(vStartCode.begin(), vStartCode.end(), vMdat.begin() + static_cast<std::ptrdiff_t>(uiOffset));
+        uiOffset += 4 + uiLength;
+    }
+    return vMdat;
+}
+
+TEST_F(WritingFails, WhenTheWriterDiesTheFileTellsThatItIsUnfinished)
+{
+    const Bytes vGood = GoodFile();
+    const std::filesystem::path path = m_dir / "written.mp4";
+    const int nStatus = RunWriter({"die", path.string(), std::to_string(g_uiFrames)});
+    ASSERT_TRUE(WIFSIGNALED(nStatus));
+    ASSERT_EQ(WTERMSIG(nStatus), SIGKILL);
+
+    const Bytes vFile = ReadBytes(path);
+    ASSERT_GT(vFile.size(), 1000U) << "nothing had reached the disk";
+    Bytes vBegin(vGood.begin(), vGood.begin() + 48);
+    const Bytes vMarker = {0x1A, 0xBE, 0xCE, 0xDA};
+    std::copy(vMarker.begin(), vMarker.end(), vBegin.begin() + 40);
+    EXPECT_EQ(Bytes(vFile.begin(), vFile.begin() + 48), vBegin);
+    const Bytes vStream = WithStartCodes(ReadMuxedFile(vGood).m_vMdat);
+    ASSERT_LE(vFile.size() - 48, vStream.size());
+    EXPECT_TRUE(std::equal(vFile.begin() + 48, vFile.end(), vStream.begin()));
+
+    // Nobody takes it for a file.
+    const InputFile reader = m_host.OpenInput(path);
+    SQmImageAttributes attributes;
+    EXPECT_EQ(reader->GetImageAttributes(&attributes), QM_ERR_FAIL);
+}
+
+}  // namespace

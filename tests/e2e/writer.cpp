@@ -1,0 +1,66 @@
+// A host that writes a file in a process of its own, for tests in which that process comes to grief.
+//
+//   die PATH FRAMES          ends by a signal when it has written the frames, before it closes the file
+//   full PATH FRAMES BYTES   no file of the process may become longer; then, without that, writes PATH.later
+//
+// Exit code 0 when every frame was taken.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include <sys/resource.h>
+
+#include "testpictures.h"
+#include "writinghost.h"
+
+namespace
+{
+
+using namespace test_support;
+
+HostPicture Picture(std::uint32_t uiFrame)
+{
+    return NoisyPicture(160, 96, uiFrame);
+}
+
+void Die(const ModuleHost& host, const std::string& strPath, std::uint32_t uiFrames)
+{
+    const OutputFile file = OpenForPictures(host, strPath, 160, 96);
+    for (std::uint32_t ui = 0; ui < uiFrames; ++ui)
+        WriteAt(file, 40.0 * ui, Picture(ui));
+    std::raise(SIGKILL);
+}
+
+void FillDisk(const ModuleHost& host, const std::string& strPath, std::uint32_t uiFrames, rlim_t nBytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);  // writing fails instead, as it does on a disk
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit full{nBytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    WriteFile(host, strPath, EvenTimes(uiFrames), Picture);
+    setrlimit(RLIMIT_FSIZE, &before);
+    WriteFile(host, strPath + ".later", EvenTimes(uiFrames), Picture);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const std::string strTask = argc > 3 ? argv[1] : "";
+    try
+    {
+        const ModuleHost host;
+        ChooseCodec(host, L"NVENC1");
+        if (strTask == "die") Die(host, argv[2], static_cast<std::uint32_t>(std::stoul(argv[3])));
+        if (strTask != "full" || argc != 5) return 2;
+        FillDisk(host, argv[2], static_cast<std::uint32_t>(std::stoul(argv[3])), std::stoul(argv[4]));
+        return 0;
+    }
+    catch (const std::exception& exception)
+    {
+        std::fprintf(stderr, "%s\n", exception.what());
+        return 1;
+    }
+}
