@@ -1,10 +1,12 @@
 #include "platform/mediafoundation/reading/container_file.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "mferror.h"
+#include "platform/mediafoundation/reading/claimed_samples.h"
 
 namespace mediafoundation
 {
@@ -43,6 +45,18 @@ HRESULT RequireRegularFile(const std::string& path)
     return std::filesystem::is_regular_file(status) ? S_OK : MF_E_UNSUPPORTED_BYTESTREAM_TYPE;
 }
 
+// A file whose tables claim more samples than it has bytes is refused before an index is made of them.
+HRESULT RequireBelievableTables(const std::string& url)
+{
+    AVIOContext* pIo = nullptr;
+    const int nError = avio_open(&pIo, url.c_str(), AVIO_FLAG_READ);
+    if (nError < 0) return FromFfmpeg(nError);
+    const bool bBelievable =
+        CountClaimedSamples(pIo) <= static_cast<std::uint64_t>(std::max<std::int64_t>(avio_size(pIo), 0));
+    avio_closep(&pIo);
+    return bBelievable ? S_OK : MF_E_INVALID_FILE_FORMAT;
+}
+
 bool FindTopLevelBox(AVIOContext* pIo, std::uint32_t uiWanted)
 {
     const std::int64_t nSize = avio_size(pIo);
@@ -78,7 +92,8 @@ HRESULT ContainerFile::Open(const std::string& path, std::unique_ptr<ContainerFi
 
     std::unique_ptr<ContainerFile> file(new ContainerFile(path));
     if (!file->m_packet) return E_OUTOFMEMORY;
-    hr = file->OpenContext();
+    hr = RequireBelievableTables(file->Url());
+    if (SUCCEEDED(hr)) hr = file->OpenContext();
     if (FAILED(hr)) return hr;
 
     AVFormatContext& context = *file->m_context;
@@ -103,7 +118,7 @@ HRESULT ContainerFile::OpenContext()
 
     m_context.reset();
     AVFormatContext* pContext = nullptr;
-    const int nError = avformat_open_input(&pContext, ("file:" + m_path).c_str(), nullptr, &pOptions);
+    const int nError = avformat_open_input(&pContext, Url().c_str(), nullptr, &pOptions);
     av_dict_free(&pOptions);
     if (nError < 0) return FromFfmpeg(nError);
     m_context.reset(pContext);

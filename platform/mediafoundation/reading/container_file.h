@@ -51,6 +51,7 @@ public:
 private:
     explicit ContainerFile(std::string path) : m_path(std::move(path)) {}
 
+    std::string Url() const { return "file:" + m_path; }
     HRESULT OpenContext();
     bool SeekByTime(const SampleTable& table, std::uint64_t uiSample);
     bool HasFragments();

@@ -96,6 +96,60 @@ TEST_F(HostileFiles, AListOfOtherFilesIsNotFollowed)
     EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
 }
 
+// Samples of one common size take no room in the table of sizes, and neither do more samples in a chunk: a few bytes
+// can claim any number, and every sample would get its place in an index.
+TEST_F(HostileFiles, MoreSamplesThanTheFileHasBytesAreRefused)
+{
+    const std::string whole = MakeSmallFile();
+    const std::string path = m_directory.File("hostile.mp4");
+    const std::size_t uiSizes = whole.find("stsz");
+    const std::size_t uiChunks = whole.find("stsc");
+    constexpr std::uint32_t MANY = 20'000'000;
+    TestGraph graph;
+
+    std::string broken = whole;
+    SetWordAt(broken, uiSizes + 8, 1);
+    SetWordAt(broken, uiSizes + 12, MANY);
+    SetWordAt(broken, uiChunks + 16, MANY);
+    WriteFile(path, broken);
+    EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
+
+    // In the second of two tracks, each of which the file could hold
+    broken = whole;
+    SetWordAt(broken, uiSizes + 8, 1);
+    SetWordAt(broken, uiSizes + 12, static_cast<std::uint32_t>(whole.size() - 100));
+    const std::size_t uiTrack = whole.find("trak") - 4;
+    const std::size_t uiTrackSize = WordAt(whole, uiTrack);
+    const std::string track = broken.substr(uiTrack, uiTrackSize);
+    const std::size_t uiMovie = whole.find("moov") - 4;
+    SetWordAt(broken, uiMovie, WordAt(whole, uiMovie) + static_cast<std::uint32_t>(uiTrackSize));
+    broken.insert(uiTrack, track);
+    WriteFile(path, broken);
+    EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
+
+    broken = whole;
+    SetWordAt(broken, uiChunks + 16, 0x7fffffff);
+    WriteFile(path, broken);
+    EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
+}
+
+TEST_F(HostileFiles, SamplesOfOneSizeThatAreThereAreNotTakenForAClaim)
+{
+    const std::string path = m_directory.File("sound.mov");
+    Recipe recipe;
+    recipe.m_nWidth = 32;
+    recipe.m_nHeight = 32;
+    recipe.m_nFrames = 100;
+    recipe.m_input = "-f lavfi -i sine=d=4";
+    recipe.m_output = "-c:a pcm_u8 -map 0:v -map 1:a";
+    MakeVideo(path, recipe);
+    const std::string file = ReadFile(path);
+    const std::size_t uiSizes = file.rfind("stsz");
+    ASSERT_EQ(WordAt(file, uiSizes + 8), 1U);
+    ASSERT_GT(WordAt(file, uiSizes + 12), file.size() / 2);
+    EXPECT_EQ(PlayWhatThereIs(path), S_OK);
+}
+
 TEST_F(HostileFiles, CutOffAnywhere)
 {
     const std::string whole = MakeSmallFile("-movflags +faststart");
