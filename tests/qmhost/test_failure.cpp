@@ -23,6 +23,12 @@ TEST(Failure, EveryStatusHasItsMeaning)
     EXPECT_EQ(StatusMeaning(-77), "unknown status");
 }
 
+TEST(Failure, ReasonStandsOnALineOfItsOwn)
+{
+    EXPECT_STREQ(Failure("WriteNextFrame", QM_ERR_FAIL, "frame 3", "no device").what(),
+                 "WriteNextFrame failed with status -9 (general failure): frame 3\n  no device");
+}
+
 TEST(Failure, RequireLetsSuccessPass)
 {
     EXPECT_NO_THROW(Require(QM_OK, "ReadFrame", "frame 1"));

@@ -79,6 +79,16 @@ TEST(Text, PathsKeepTheirText)
     EXPECT_EQ(Utf8FromPath(PathFromUtf8(MIXED_UTF8)), MIXED_UTF8);
 }
 
+TEST(Text, NumbersAreTheWholeText)
+{
+    EXPECT_EQ(NumberFromText<std::uint32_t>("4294967295"), 4294967295u);
+    EXPECT_EQ(NumberFromText<double>("1e-1"), 0.1);
+    for (const char* pszText : {"", " 1", "1 ", "+1", "1x", "x", "-1", "4294967296", "1.5"})
+        EXPECT_FALSE(NumberFromText<std::uint32_t>(pszText)) << pszText;
+    for (const char* pszText : {"", "1,5", "0x1", "1e999"})
+        EXPECT_FALSE(NumberFromText<double>(pszText)) << pszText;
+}
+
 TEST(Text, QuotedStaysOneLine)
 {
     EXPECT_EQ(Quoted("plain name.mp4"), "'plain name.mp4'");

@@ -21,7 +21,7 @@ public:
         pApp->add_option("--size", m_strSize, "Width and height in pixels, such as 320x180")
             ->type_name("WxH")
             ->required()
-            ->check([](const std::string& text) { return ParsePictureSize(text) ? "" : SizeProblem(text); }, "");
+            ->check(PictureSizeProblem, "");
         pApp->add_option("--out", m_strOut, "Image file, named *.png, *.tif or *.tiff")
             ->type_name("FILE.png")
             ->required()
@@ -40,10 +40,6 @@ public:
     }
 
 private:
-    static std::string SizeProblem(const std::string& text)
-    {
-        return Quoted(text) + " is no size such as 320x180, with sides of 1 to " + std::to_string(LARGEST_SIDE);
-    }
     static std::string NameProblem(const std::string& text)
     {
         return Quoted(text) + " doesn't end in .png, .tif or .tiff";

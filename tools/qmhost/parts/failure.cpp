@@ -24,9 +24,10 @@ std::string_view StatusMeaning(QmStatus nStatus)
     }
 }
 
-Failure::Failure(std::string_view operation, QmStatus nStatus, std::string_view detail)
+Failure::Failure(std::string_view operation, QmStatus nStatus, std::string_view detail, std::string_view reason)
     : std::runtime_error(std::string(operation) + " failed with status " + std::to_string(nStatus) + " (" +
-                         std::string(StatusMeaning(nStatus)) + "): " + std::string(detail))
+                         std::string(StatusMeaning(nStatus)) + "): " + std::string(detail) +
+                         (reason.empty() ? "" : "\n  ") + std::string(reason))
 {}
 
 void Require(QmStatus nStatus, std::string_view operation, std::string_view detail)

@@ -14,11 +14,12 @@ namespace qmhost
 std::string_view StatusMeaning(QmStatus nStatus);
 
 // An operation that gave a status other than 0, or that this program had to give up with one. Its text is the whole
-// line: "GetImageAttributes failed with status -9 (general failure): 'x.mp4' can't be opened as MP4 video".
+// line: "GetImageAttributes failed with status -9 (general failure): 'x.mp4' can't be opened as MP4 video". A reason
+// that the module gave beside its status follows on a line of its own, indented.
 class Failure : public std::runtime_error
 {
 public:
-    Failure(std::string_view operation, QmStatus nStatus, std::string_view detail);
+    Failure(std::string_view operation, QmStatus nStatus, std::string_view detail, std::string_view reason = {});
 };
 
 // Throws the Failure unless nStatus is 0.

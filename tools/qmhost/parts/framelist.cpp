@@ -1,7 +1,6 @@
 #include "parts/framelist.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <string>
 
@@ -39,10 +38,9 @@ std::string_view TakePiece(std::string_view& text, char cSeparator, bool& bMore)
 template <class TNumber>
 TNumber ParseNumber(std::string_view text, std::string_view item, std::string_view why)
 {
-    TNumber number{};
-    const auto [pEnd, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || pEnd != text.data() + text.size()) Refuse(item, why);
-    return number;
+    const auto number = NumberFromText<TNumber>(text);
+    if (!number) Refuse(item, why);
+    return *number;
 }
 
 FrameRange ParseItem(std::string_view item)

@@ -1,6 +1,6 @@
 #include "parts/picturesize.h"
 
-#include <charconv>
+#include "parts/text.h"
 
 namespace qmhost
 {
@@ -9,10 +9,8 @@ namespace
 
 std::optional<std::uint32_t> ParseSide(std::string_view text)
 {
-    std::uint32_t uiSide = 0;
-    const auto [pEnd, error] = std::from_chars(text.data(), text.data() + text.size(), uiSide);
-    if (error != std::errc() || pEnd != text.data() + text.size()) return std::nullopt;
-    if (uiSide == 0 || uiSide > LARGEST_SIDE) return std::nullopt;
+    const auto uiSide = NumberFromText<std::uint32_t>(text);
+    if (!uiSide || *uiSide == 0 || *uiSide > LARGEST_SIDE) return std::nullopt;
     return uiSide;
 }
 
@@ -26,6 +24,12 @@ std::optional<PictureSize> ParsePictureSize(std::string_view text)
     const auto height = ParseSide(text.substr(uiCross + 1));
     if (!width || !height) return std::nullopt;
     return PictureSize{*width, *height};
+}
+
+std::string PictureSizeProblem(const std::string& text)
+{
+    if (ParsePictureSize(text)) return {};
+    return Quoted(text) + " is no size such as 320x180, with sides of 1 to " + std::to_string(LARGEST_SIDE);
 }
 
 std::vector<unsigned char> TightRows(const PictureView& picture)

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,9 @@ inline constexpr std::uint32_t LARGEST_SIDE = 16384;
 
 // "640x360" (also with a capital X). Nothing for anything else and for sides out of 1 to LARGEST_SIDE.
 std::optional<PictureSize> ParsePictureSize(std::string_view text);
+
+// Why the text is no such size, for a message; "" when it is one.
+std::string PictureSizeProblem(const std::string& text);
 
 // Bytes from row to row of the 24-bit pictures that the host's interfaces hand out: whole groups of 4 bytes.
 constexpr std::uint32_t RowPitch(std::uint32_t uiWidth)

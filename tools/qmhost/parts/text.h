@@ -1,6 +1,7 @@
 // Text between its three forms: UTF-8 (the command line, messages), the host's wide text, and the system's paths.
 #pragma once
 
+#include <charconv>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,6 +21,16 @@ std::string Utf8FromWide(std::wstring_view text);
 // throws std::exception.
 std::filesystem::path PathFromUtf8(std::string_view text);
 std::string Utf8FromPath(const std::filesystem::path& path);
+
+// The number that the whole text is, in the same way in every locale. Nothing for other texts and for what doesn't fit.
+template <class TNumber>
+std::optional<TNumber> NumberFromText(std::string_view text)
+{
+    TNumber number{};
+    const auto [pEnd, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || pEnd != text.data() + text.size()) return std::nullopt;
+    return number;
+}
 
 // The text in single quotes, control characters as \xNN, so that a message stays one line whatever a file is called.
 std::string Quoted(std::string_view text);

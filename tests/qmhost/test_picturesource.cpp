@@ -1,0 +1,222 @@
+#include "parts/picturesource.h"
+
+#include <fstream>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include "image_builder.h"
+#include "parts/bytesource.h"
+#include "parts/imagefile.h"
+#include "parts/text.h"
+#include "temporary_folder.h"
+
+namespace qmhost
+{
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+class PictureSources : public testing::Test
+{
+protected:
+    fs::path File(const char* pszName, const std::string& bytes)
+    {
+        const fs::path path = m_folder / pszName;
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    }
+    std::string Name(const char* pszName) const { return Quoted(Utf8FromPath(m_folder / pszName)); }
+
+    static std::string ReadNext(PictureSource& source)
+    {
+        const auto [uiWidth, uiHeight] = source.Size();
+        std::string pixels(std::size_t{3} * uiWidth * uiHeight, '\0');
+        source.ReadNext(reinterpret_cast<unsigned char*>(pixels.data()), std::size_t{3} * uiWidth);
+        return pixels;
+    }
+
+    template <class TCall>
+    static std::string Problem(TCall call)
+    {
+        try
+        {
+            call();
+            return "none";
+        }
+        catch (const std::runtime_error& e)
+        {
+            return e.what();
+        }
+    }
+
+    TemporaryFolder m_folder;
+};
+
+// One pixel of red, green and blue, written as red, green, blue.
+std::string Png(const std::string& rgb)
+{
+    return MakePng(1, 1, 2, 8, rgb);
+}
+
+TiffPage Page(const std::string& rgb)
+{
+    return {1, 1, TIFF_RGB, 8, 3, rgb};
+}
+
+TEST_F(PictureSources, ImageFilesAndTheirPagesInOrder)
+{
+    const auto pSource = OpenImageFiles(
+        {File("b.png", Png("abc")), File("a.tif", MakeTiff({Page("def"), Page("ghi")})), File("c.png", Png("jkl"))});
+    EXPECT_EQ(pSource->Count(), 4u);
+    EXPECT_EQ(pSource->Size().m_uiWidth, 1u);
+    EXPECT_THAT(pSource->Warnings(), IsEmpty());
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+    EXPECT_EQ(ReadNext(*pSource), "fed");
+    EXPECT_EQ(ReadNext(*pSource), "ihg");
+    EXPECT_EQ(ReadNext(*pSource), "lkj");
+}
+
+TEST_F(PictureSources, OneFileMayComeTwice)
+{
+    const fs::path path = File("a.png", Png("abc"));
+    const auto pSource = OpenImageFiles({path, path});
+    EXPECT_EQ(pSource->Count(), 2u);
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+}
+
+TEST_F(PictureSources, SizesThatDiffer)
+{
+    const fs::path pathFirst = File("a.png", Png("abc"));
+    EXPECT_EQ(Problem([&] {
+                  OpenImageFiles({pathFirst, File("b.png", MakePng(2, 1, 0, 8, "xy"))});
+              }),
+              Name("b.png") + " is 2 x 1, unlike " + Name("a.png") + ", which is 1 x 1");
+    EXPECT_EQ(Problem([&] {
+                  OpenImageFiles({pathFirst, File("c.tif", MakeTiff({Page("abc"), {1, 2, TIFF_RGB, 8, 3, "abcdef"}}))});
+              }),
+              "page 2 of " + Name("c.tif") + " is 1 x 2, unlike " + Name("a.png") + ", which is 1 x 1");
+}
+
+TEST_F(PictureSources, EveryKindOfConversionIsWarnedOfOnce)
+{
+    const std::string deep = MakePng(1, 1, 2, 16, "aabbcc");
+    const std::string grey = MakePng(1, 1, 0, 8, "a");
+    const auto pSource = OpenImageFiles({File("colour.png", Png("abc")), File("deep1.png", deep),
+                                         File("grey.png", grey), File("deep2.png", deep), File("deep3.png", deep)});
+    EXPECT_THAT(pSource->Warnings(),
+                ElementsAre(Name("deep1.png") + " is converted: 16-bit reduced to 8-bit (and so are 2 more)",
+                            Name("grey.png") + " is converted: grey widened to colour"));
+}
+
+TEST_F(PictureSources, AllFilesAreLookedAtBeforeTheFirstIsRead)
+{
+    const fs::path pathFirst = File("a.png", Png("abc"));
+    EXPECT_EQ(Problem([&] { OpenImageFiles({pathFirst, m_folder / "b.png"}); }), Name("b.png") + " doesn't exist");
+    EXPECT_EQ(Problem([&] {
+                  OpenImageFiles({pathFirst, File("c.png", "text")});
+              }),
+              Name("c.png") + " is neither PNG nor TIFF");
+}
+
+TEST_F(PictureSources, FilesThatChangeMeanwhile)
+{
+    const fs::path pathFirst = File("a.png", Png("abc"));
+    const fs::path pathSecond = File("b.tif", MakeTiff({Page("def"), Page("ghi")}));
+    {
+        const auto pSource = OpenImageFiles({pathFirst, pathSecond});
+        File("a.png", MakePng(2, 1, 0, 8, "xy"));
+        EXPECT_EQ(Problem([&] { ReadNext(*pSource); }),
+                  Name("a.png") + " is 2 x 1, unlike " + Name("a.png") + ", which is 1 x 1");
+    }
+    File("a.png", Png("abc"));
+    const auto pSource = OpenImageFiles({pathFirst, pathSecond});
+    File("b.tif", MakeTiff({Page("def")}));
+    ReadNext(*pSource);
+    ReadNext(*pSource);
+    EXPECT_EQ(Problem([&] { ReadNext(*pSource); }), "an image file lost pages meanwhile");
+}
+
+TEST_F(PictureSources, RawFrames)
+{
+    const auto pSource = OpenRawPictures(File("r.bgr", "abcdefghijkl"), {2, 1});
+    EXPECT_EQ(pSource->Count(), 2u);
+    EXPECT_EQ(pSource->Size().m_uiWidth, 2u);
+    EXPECT_EQ(pSource->Size().m_uiHeight, 1u);
+    EXPECT_EQ(ReadNext(*pSource), "abcdef");
+    EXPECT_EQ(ReadNext(*pSource), "ghijkl");
+}
+
+TEST_F(PictureSources, RawRowsGoToTheirPlaces)
+{
+    const auto pSource = OpenRawPictures(File("r.bgr", "abcdef"), {1, 2});
+    std::string pixels = "--------";
+    pSource->ReadNext(reinterpret_cast<unsigned char*>(pixels.data()), 4);
+    EXPECT_EQ(pixels, "abc-def-");
+}
+
+TEST_F(PictureSources, RawFileThatIsNoWholeNumberOfFrames)
+{
+    EXPECT_EQ(Problem([&] {
+                  OpenRawPictures(File("r.bgr", "abcdefg"), {1, 2});
+              }),
+              Name("r.bgr") + " has 7 bytes, which is no whole number of frames of 1 x 2 pixels, 6 bytes each");
+    EXPECT_EQ(Problem([&] {
+                  OpenRawPictures(File("r.bgr", "abcde"), {1, 2});
+              }),
+              Name("r.bgr") + " has 5 bytes, which is no whole number of frames of 1 x 2 pixels, 6 bytes each");
+}
+
+TEST_F(PictureSources, RawFileThatIsEmptyOrNone)
+{
+    EXPECT_EQ(Problem([&] { OpenRawPictures(File("r.bgr", ""), {1, 2}); }), Name("r.bgr") + " is empty");
+    EXPECT_EQ(Problem([&] { OpenRawPictures(m_folder / "missing", {1, 2}); }), Name("missing") + " doesn't exist");
+    EXPECT_EQ(Problem([&] {
+                  OpenRawPictures(m_folder.Path(), {1, 2});
+              }),
+              Quoted(Utf8FromPath(m_folder.Path())) + " is a directory");
+}
+
+TEST_F(PictureSources, RawFileThatShrinksMeanwhile)
+{
+    const fs::path path = File("r.bgr", "abcdef");
+    const auto pSource = OpenRawPictures(path, {1, 1});
+    ReadNext(*pSource);
+    fs::resize_file(path, 4);
+    EXPECT_EQ(Problem([&] { ReadNext(*pSource); }), "frame 1 can't be read from " + Name("r.bgr"));
+}
+
+TEST_F(PictureSources, RawFileWithMoreFramesThanAFileCanHave)
+{
+    const fs::path path = File("r.bgr", "");
+    fs::resize_file(path, 3 * std::uintmax_t{0xFFFFFFFF});  // sparse
+    EXPECT_EQ(Problem([&] {
+                  OpenRawPictures(path, {1, 1});
+              }),
+              Name("r.bgr") + " has too many frames of 1 x 1 pixels, 3 bytes each");
+    fs::resize_file(path, 3 * std::uintmax_t{0xFFFFFFFE});
+    EXPECT_EQ(OpenRawPictures(path, {1, 1})->Count(), 0xFFFFFFFEu);
+}
+
+TEST_F(PictureSources, BytesBeyondFourGigabytesAreRead)
+{
+    const fs::path path = File("r.bgr", "start");
+    constexpr std::uint64_t END = (std::uint64_t{5} << 30) + 3;
+    fs::resize_file(path, END - 3);  // sparse
+    std::ofstream(path, std::ios::binary | std::ios::app) << "end";
+    FileBytes bytes(path);
+    EXPECT_EQ(bytes.Size(), END);
+    char acText[4] = "";
+    EXPECT_TRUE(bytes.ReadAt(END - 3, acText, 3));
+    EXPECT_STREQ(acText, "end");
+    EXPECT_TRUE(bytes.ReadAt(0, acText, 3));
+    EXPECT_STREQ(acText, "sta");
+    EXPECT_FALSE(bytes.ReadAt(END - 2, acText, 3));
+}
+
+}  // namespace
+}  // namespace qmhost

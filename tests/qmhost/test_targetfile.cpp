@@ -1,0 +1,90 @@
+#include "parts/targetfile.h"
+
+#include <fstream>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include "parts/text.h"
+#include "temporary_folder.h"
+
+namespace qmhost
+{
+namespace
+{
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+std::string Problem(const fs::path& path)
+{
+    try
+    {
+        const TargetFile target(path);
+        return "none";
+    }
+    catch (const std::runtime_error& e)
+    {
+        return e.what();
+    }
+}
+
+TEST(TargetFile, FileThatCanBeMadeIsNotMade)
+{
+    const TemporaryFolder folder;
+    const TargetFile target(folder / u8"n\u00EBw.mp4");
+    EXPECT_FALSE(target.Exists());
+    EXPECT_EQ(target.AfterFailure(), "no file was made");
+    EXPECT_EQ(folder.EntryCount(), 0u);
+}
+
+TEST(TargetFile, NameAloneIsInTheCurrentFolder)
+{
+    EXPECT_EQ(Problem("a-file-that-is-not-here.mp4"), "none");
+}
+
+TEST(TargetFile, ExistingFileIsLeftAlone)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder / "old.mp4") << "old";
+    const TargetFile target(folder / "old.mp4");
+    EXPECT_TRUE(target.Exists());
+    EXPECT_EQ(FileText(folder / "old.mp4"), "old");
+    EXPECT_EQ(target.AfterFailure(), "the file that was there is as before");
+}
+
+TEST(TargetFile, FileThatWasBegun)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder / "old.mp4") << "old";
+    const TargetFile targetOld(folder / "old.mp4");
+    const TargetFile targetNew(folder / "new.mp4");
+    std::ofstream(folder / "old.mp4") << "something else";
+    std::ofstream(folder / "new.mp4") << "something";
+    EXPECT_EQ(targetOld.AfterFailure(), "the file is left as it is, incomplete");
+    EXPECT_EQ(targetNew.AfterFailure(), "the file is left as it is, incomplete");
+}
+
+TEST(TargetFile, PlacesThatTakeNoFile)
+{
+    const TemporaryFolder folder;
+    EXPECT_THAT(Problem(folder.Path()), HasSubstr(Quoted(Utf8FromPath(folder.Path())) + " can't be written: "));
+    EXPECT_EQ(Problem(folder / "missing" / "new.mp4"),
+              "there is no folder " + Quoted(Utf8FromPath(folder / "missing")) + " to write to");
+    std::ofstream(folder / "file") << "x";
+    EXPECT_EQ(Problem(folder / "file" / "new.mp4"),
+              "there is no folder " + Quoted(Utf8FromPath(folder / "file")) + " to write to");
+}
+
+TEST(TargetFile, FileThatMayNotBeChanged)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder / "old.mp4") << "old";
+    fs::permissions(folder / "old.mp4", fs::perms::owner_read);
+    if (std::ofstream(folder / "old.mp4", std::ios::app)) GTEST_SKIP() << "this user may change every file";
+    EXPECT_THAT(Problem(folder / "old.mp4"), HasSubstr("old.mp4' can't be written: "));
+    fs::permissions(folder / "old.mp4", fs::perms::owner_all);
+}
+
+}  // namespace
+}  // namespace qmhost

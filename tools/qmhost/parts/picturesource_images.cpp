@@ -1,0 +1,117 @@
+// Image files as pictures.
+#include <limits>
+#include <map>
+#include <stdexcept>
+
+#include "parts/imagereader.h"
+#include "parts/picturesource.h"
+#include "parts/text.h"
+
+namespace qmhost
+{
+namespace
+{
+
+std::string SizeText(PictureSize size)
+{
+    return std::to_string(size.m_uiWidth) + " x " + std::to_string(size.m_uiHeight);
+}
+
+std::string PageName(const std::filesystem::path& path, std::uint32_t uiPage)
+{
+    return (uiPage > 0 ? "page " + std::to_string(uiPage + 1) + " of " : std::string()) + Quoted(Utf8FromPath(path));
+}
+
+class ImageFiles : public PictureSource
+{
+public:
+    explicit ImageFiles(std::vector<std::filesystem::path> vPaths) : m_vPaths(std::move(vPaths))
+    {
+        for (const auto& path : m_vPaths)
+            LookAtFile(path);
+        for (const auto& [uiConversions, pictures] : m_converted)
+        {
+            std::string text = pictures.m_strFirst + " is converted: " + ConversionText(uiConversions);
+            if (pictures.m_uiCount > 1) text += " (and so are " + std::to_string(pictures.m_uiCount - 1) + " more)";
+            m_vWarnings.push_back(std::move(text));
+        }
+    }
+
+    PictureSize Size() const override { return m_size; }
+    std::uint32_t Count() const override { return m_uiCount; }
+    const std::vector<std::string>& Warnings() const override { return m_vWarnings; }
+
+    void ReadNext(unsigned char* pPixels, std::size_t uiWidthBytes) override
+    {
+        if (m_pFile && m_pFile->NextPage())
+        {
+            ++m_uiPage;
+        }
+        else
+        {
+            if (m_uiNextFile == m_vPaths.size()) throw std::runtime_error("an image file lost pages meanwhile");
+            m_pFile = OpenImage(m_vPaths[m_uiNextFile++]);
+            m_uiPage = 0;
+        }
+        RequireSize(m_vPaths[m_uiNextFile - 1], m_uiPage, m_pFile->Page().m_size);  // it may have changed meanwhile
+        m_pFile->Read(pPixels, uiWidthBytes);
+    }
+
+private:
+    struct Pictures
+    {
+        std::string m_strFirst;
+        std::uint64_t m_uiCount = 0;
+    };
+
+    void LookAtFile(const std::filesystem::path& path)
+    {
+        const auto pFile = OpenImage(path);
+        std::uint32_t uiPage = 0;
+        do
+        {
+            const ImagePage& page = pFile->Page();
+            if (m_uiCount == 0)
+            {
+                m_size = page.m_size;
+                m_strFirst = PageName(path, uiPage);
+            }
+            RequireSize(path, uiPage, page.m_size);
+            if (page.m_uiConversions != CONVERT_NOTHING)
+            {
+                Pictures& pictures = m_converted[page.m_uiConversions];
+                if (pictures.m_uiCount++ == 0) pictures.m_strFirst = PageName(path, uiPage);
+            }
+            if (++m_uiCount == std::numeric_limits<std::uint32_t>::max())  // that number would mean an unknown length
+                throw std::runtime_error("there are too many pictures");
+            ++uiPage;
+        } while (pFile->NextPage());
+    }
+
+    void RequireSize(const std::filesystem::path& path, std::uint32_t uiPage, PictureSize size) const
+    {
+        if (size.m_uiWidth == m_size.m_uiWidth && size.m_uiHeight == m_size.m_uiHeight) return;
+        throw std::runtime_error(PageName(path, uiPage) + " is " + SizeText(size) + ", unlike " + m_strFirst +
+                                 ", which is " + SizeText(m_size));
+    }
+
+    std::vector<std::filesystem::path> m_vPaths;
+    PictureSize m_size{};
+    std::string m_strFirst;  // name of the picture whose size all others have
+    std::uint32_t m_uiCount = 0;
+    std::map<unsigned, Pictures> m_converted;  // by EConversion
+    std::vector<std::string> m_vWarnings;
+
+    std::unique_ptr<ImageReader> m_pFile;  // at the picture that was read last
+    std::size_t m_uiNextFile = 0;
+    std::uint32_t m_uiPage = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureSource> OpenImageFiles(std::vector<std::filesystem::path> vPaths)
+{
+    return std::make_unique<ImageFiles>(std::move(vPaths));
+}
+
+}  // namespace qmhost
