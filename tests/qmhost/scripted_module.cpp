@@ -1,11 +1,12 @@
-// A file-format module for tests: it opens every file that exists, and does what the environment variable
-// QMHOST_SCRIPT says: items "name=number" separated by blanks, where a name is an operation, to give that status, or
+// A file-format module for tests: it opens every file that exists, records in every file that it writes what it was
+// given (scripted_output.cpp), and does what the environment variable QMHOST_SCRIPT says: items "name=number" separated
+// by blanks, where a name is an operation, to give that status, or
 //   frames, width, height    what the file has
-//   frame                    the one frame for which ReadFrame gives its status; without it all frames
-//   times                    the number of entries in the block of times, when it differs from frames
-//   factory                  0 for a factory that gives null
-//   interface                0 for an object without the format interface
-//   badperiod                1 for a mean period that is no number
+//   frame                    the one frame for which ReadFrame or WriteNextFrame gives its status; without it all
+//   frames times                    the number of entries in the block of times, when it differs from frames factory 0
+//   for a factory that gives null interface                0 for an object without the format interface badperiod 1 for
+//   a mean period that is no number makesfile                0 for an output object that doesn't say that it couldn't
+//   open its file reason                   0 for a frame that fails without a word to the diagnostics
 //
 // Byte x of row y of frame f is (7f + 5y + x) mod 251, padding is 0xEE, frame f is at 40f + f mod 3 milliseconds.
 #include <cstdio>
@@ -19,9 +20,7 @@
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqminputimagefile.h"
 #include "hostapi/iqmoutputimagefile.h"
-
-namespace
-{
+#include "scripted.h"
 
 int Scripted(const std::string& name, int nDefault)
 {
@@ -42,6 +41,15 @@ std::uint32_t Number(const char* pszName, int nDefault)
     return static_cast<std::uint32_t>(Scripted(pszName, nDefault));
 }
 
+ObjectCount::~ObjectCount()
+{
+    if (m_nObjects != 0) std::fprintf(stderr, "scripted module: %d objects are left\n", m_nObjects);
+}
+ObjectCount g_objects;
+
+namespace
+{
+
 double TimeMs(std::uint32_t uiFrame)
 {
     return 40.0 * uiFrame + uiFrame % 3;
@@ -56,17 +64,6 @@ void Fill(std::uint32_t uiFrame, std::uint32_t uiWidth, std::uint32_t uiHeight, 
             *pByte++ = x < 3 * uiWidth ? static_cast<unsigned char>((7 * uiFrame + 5 * y + x) % 251) : 0xEE;
     }
 }
-
-// Tells on standard error of objects that outlive the program's use of them.
-struct ObjectCount
-{
-    int m_nObjects = 0;
-    ~ObjectCount()
-    {
-        if (m_nObjects != 0) std::fprintf(stderr, "scripted module: %d objects are left\n", m_nObjects);
-    }
-};
-ObjectCount g_objects;
 
 class ScriptedInputFile : public IQmInputImageFile
 {
@@ -232,8 +229,20 @@ public:
         return QM_OK;
     }
 
+    QmStatus SetActiveCodec(std::uint32_t uiIndex) override
+    {
+        m_uiCodec = uiIndex;
+        return Status("SetActiveCodec");
+    }
+    QmStatus CreateOutputFileForPath(CQmStringW strPath, IQmOutputImageFile** ppFile) override
+    {
+        *ppFile = nullptr;
+        const QmStatus nStatus = Status("CreateOutputFileForPath");
+        if (nStatus == QM_OK) *ppFile = MakeScriptedOutput(this, strPath, m_uiCodec);
+        return nStatus;
+    }
+
     void SetClassFlag(bool) override {}
-    QmStatus SetActiveCodec(std::uint32_t) override { return QM_ERR_NOTIMPL; }
     QmStatus GetActiveCodec(std::uint32_t*) override { return QM_ERR_NOTIMPL; }
     QmStatus HasCapability(std::int32_t) override { return QM_ERR_NOTIMPL; }
     QmStatus CheckPixelFormat(std::uint32_t, std::uint32_t, std::uint8_t, std::uint32_t) override
@@ -247,7 +256,6 @@ public:
     QmStatus CheckAttributes(const SQmImageAttributes*) override { return QM_ERR_NOTIMPL; }
     QmStatus FillAttributes(SQmImageAttributes*) override { return QM_ERR_NOTIMPL; }
     QmStatus CreateOutputFile(void*, IQmOutputImageFile**) override { return QM_ERR_NOTIMPL; }
-    QmStatus CreateOutputFileForPath(CQmStringW, IQmOutputImageFile**) override { return QM_ERR_NOTIMPL; }
     QmStatus OpenOutputFile(void*, IQmOutputImageFile**) override { return QM_ERR_NOTIMPL; }
     QmStatus OpenOutputFileForPath(CQmStringW, IQmOutputImageFile**) override { return QM_ERR_NOTIMPL; }
     QmStatus CreateInputFileFromMemory(const void*, std::uint64_t, IQmInputImageFile**) override
@@ -270,6 +278,9 @@ public:
     QmStatus GetImageFileSize(const wchar_t*, std::uint64_t*) override { return QM_ERR_NOTIMPL; }
     QmStatus UnusedOperationB() override { return QM_ERR_NOTIMPL; }
     QmStatus UnusedOperationC() override { return QM_ERR_NOTIMPL; }
+
+private:
+    std::uint32_t m_uiCodec = 0xFFFFFFFF;
 };
 
 }  // namespace

@@ -27,5 +27,6 @@ std::unique_ptr<Command> MakeInfoCommand();
 std::unique_ptr<Command> MakeTimesCommand();
 std::unique_ptr<Command> MakeFramesCommand();
 std::unique_ptr<Command> MakePreviewCommand();
+std::unique_ptr<Command> MakeWriteCommand();
 
 }  // namespace qmhost

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "command.h"
-#include "hostapi/hostplatform.h"
+#include "diagnostics.h"
 #include "parts/failure.h"
 #include "parts/text.h"
 
@@ -18,27 +18,6 @@ enum EExitStatus
     SUCCEEDED = 0,
     FAILED = 1,
     WRONG_COMMAND_LINE = 2
-};
-
-// The module's diagnostics on standard error, as long as the object lives.
-class DiagnosticsOnStderr
-{
-public:
-    explicit DiagnosticsOnStderr(bool bOn)
-    {
-        if (bOn) QM_SetDiagSink(&DiagnosticsOnStderr::Print, nullptr);
-    }
-    ~DiagnosticsOnStderr() { QM_SetDiagSink(nullptr, nullptr); }
-    DiagnosticsOnStderr(const DiagnosticsOnStderr&) = delete;
-    DiagnosticsOnStderr& operator=(const DiagnosticsOnStderr&) = delete;
-
-private:
-    static void Print(const char* pszFile, int nLine, const wchar_t* pwszText, void*)
-    {
-        std::string line = Utf8FromWide(pwszText) + '\n';
-        if (*pszFile) line = std::string(pszFile) + ':' + std::to_string(nLine) + ": " + line;
-        std::cerr << line;
-    }
 };
 
 struct DeclaredCommand
@@ -61,7 +40,8 @@ public:
         m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line.");
         m_app.require_subcommand(1);
         m_app.fallthrough();  // these options may also stand behind the command
-        for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand})
+        for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand,
+                          MakeWriteCommand})
         {
             auto pCommand = make();
             CLI::App* const pApp = pCommand->Declare(m_app);
@@ -104,8 +84,9 @@ private:
         const std::string strCommand = command.m_pApp->get_name();
         try
         {
-            const DiagnosticsOnStderr diagnostics(m_bVerbose);
-            const Session session(m_strModule.empty() ? ProgramFolder() / ModuleFileName() : PathFromUtf8(m_strModule));
+            Diagnostics diagnostics(m_bVerbose);
+            const Session session(m_strModule.empty() ? ProgramFolder() / ModuleFileName() : PathFromUtf8(m_strModule),
+                                  diagnostics);
             command.m_pCommand->Run(session);
             if (!std::cout.flush()) throw std::runtime_error("standard output can't be written");
             return SUCCEEDED;
@@ -130,7 +111,8 @@ private:
         return FAILED;
     }
 
-    CLI::App m_app{"Opens MP4 files through the host's interfaces and the module that implements them.", "qmhost"};
+    CLI::App m_app{"Opens and writes MP4 files through the host's interfaces and the module that implements them.",
+                   "qmhost"};
     std::string m_strModule;
     bool m_bVerbose = false;
     std::vector<DeclaredCommand> m_vCommands;

@@ -44,13 +44,6 @@ IQmImageFormat* MakeFormat(const Library& library, const std::filesystem::path& 
     return pFormat;
 }
 
-std::wstring HostPath(const std::string& strPath)
-{
-    auto wide = WideFromUtf8(strPath);
-    if (!wide) throw Failure("CreateInputFileForPath", QM_ERR_FILEOPEN, Quoted(strPath) + " isn't UTF-8");
-    return *std::move(wide);
-}
-
 // What the system says of a path that didn't open, to go with the module's answer.
 std::string WhyNotOpen(const std::string& strPath)
 {
@@ -63,14 +56,22 @@ std::string WhyNotOpen(const std::string& strPath)
 
 }  // namespace
 
-Session::Session(const std::filesystem::path& pathModule)
-    : m_library(LoadModule(pathModule)), m_pFormat(MakeFormat(m_library, pathModule))
+Session::Session(const std::filesystem::path& pathModule, Diagnostics& diagnostics)
+    : m_diagnostics(diagnostics), m_library(LoadModule(pathModule)), m_pFormat(MakeFormat(m_library, pathModule))
 {}
+
+std::wstring HostPath(const std::string& strPath, std::string_view operation)
+{
+    auto wide = WideFromUtf8(strPath);
+    if (!wide) throw Failure(operation, QM_ERR_FILEOPEN, Quoted(strPath) + " isn't UTF-8");
+    return *std::move(wide);
+}
 
 InputFile::InputFile(const Session& session, std::string strPath) : m_strPath(std::move(strPath))
 {
     IQmInputImageFile* pFile = nullptr;
-    const QmStatus nStatus = session.Format().CreateInputFileForPath(CQmStringW(HostPath(m_strPath).c_str()), &pFile);
+    const QmStatus nStatus = session.Format().CreateInputFileForPath(
+        CQmStringW(HostPath(m_strPath, "CreateInputFileForPath").c_str()), &pFile);
     m_pFile.reset(pFile);
     Require(nStatus, "CreateInputFileForPath", Quoted(m_strPath));
 

@@ -18,24 +18,31 @@
 namespace qmhost
 {
 
+class Diagnostics;
+
 // A file-format module in this process, and the format object that its factory gave. Everything made from it must be
 // gone before it goes itself.
 class Session
 {
 public:
-    // Throws Failure when the library doesn't load or isn't such a module.
-    explicit Session(const std::filesystem::path& pathModule);
+    // Throws Failure when the library doesn't load or isn't such a module. diagnostics must outlive the session.
+    Session(const std::filesystem::path& pathModule, Diagnostics& diagnostics);
 
     IQmImageFormat& Format() const { return *m_pFormat; }
+    Diagnostics& Diag() const { return m_diagnostics; }
 
 private:
     struct ReleaseFormat
     {
         void operator()(IQmImageFormat* pFormat) const { pFormat->GetQmClass()->Release(); }
     };
-    Library m_library;  // first, so that it goes last
+    Diagnostics& m_diagnostics;
+    Library m_library;  // before what it made, so that it goes last
     std::unique_ptr<IQmImageFormat, ReleaseFormat> m_pFormat;
 };
+
+// A path for the host's interfaces. Throws Failure of that operation for text that isn't UTF-8.
+std::wstring HostPath(const std::string& strPath, std::string_view operation);
 
 // One file that is read. Whatever the module refuses is thrown as Failure.
 class InputFile

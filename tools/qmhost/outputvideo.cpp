@@ -1,0 +1,77 @@
+#include "outputvideo.h"
+
+#include "diagnostics.h"
+#include "parts/failure.h"
+#include "parts/text.h"
+
+namespace qmhost
+{
+
+OutputVideo::OutputVideo(const Session& session, std::string strPath, std::uint32_t uiCodec,
+                         const SQmImageAttributes& attributes)
+    : m_session(session), m_strPath(std::move(strPath)), m_target(PathFromUtf8(m_strPath))
+{
+    const CQmStringW strHostPath(HostPath(m_strPath, "CreateOutputFileForPath").c_str());
+    IQmImageFormat& format = session.Format();
+    Do("SetActiveCodec", "codec " + std::to_string(uiCodec), [&] { return format.SetActiveCodec(uiCodec); });
+    Do("CreateOutputFileForPath", Quoted(m_strPath), [&] {
+        IQmOutputImageFile* pFile = nullptr;
+        const QmStatus nStatus = format.CreateOutputFileForPath(strHostPath, &pFile);
+        m_pFile.reset(pFile);
+        return nStatus;
+    });
+    Do("SetImageAttributes",
+       std::to_string(attributes.m_uiWidth) + " x " + std::to_string(attributes.m_uiHeight) + " pixels for " +
+           Quoted(m_strPath),
+       [&] { return m_pFile->SetImageAttributes(&attributes); });
+}
+
+void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
+{
+    const std::string strWhat = "frame " + std::to_string(m_uiFrames) + " of " + Quoted(m_strPath);
+    Do("SetFrameTime", strWhat, [&] { return m_pFile->SetFrameTime(dTimeMs); });
+    Do("WriteNextFrame", strWhat, [&] { return m_pFile->WriteNextFrame(pPixels); });
+    // A module may go on without a file when it couldn't open one. Better to hear of it now than at the end.
+    if (m_uiFrames++ == 0 && !m_target.Exists())
+        throw Failure("write", QM_ERR_FILEOPEN, "the first frame made no file " + Quoted(m_strPath));
+}
+
+void OutputVideo::Close()
+{
+    Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
+    m_pFile.reset();
+    const std::string strProblem = ReadBack();
+    if (strProblem.empty()) return;
+    throw Failure("write", QM_ERR_FAIL,
+                  Quoted(m_strPath) + " doesn't hold the " + std::to_string(m_uiFrames) +
+                      " frames written: " + strProblem + "; " + m_target.AfterFailure());
+}
+
+std::string OutputVideo::ReadBack() const
+try
+{
+    const std::uint32_t uiThere = InputFile(m_session, m_strPath).FrameCount();
+    return uiThere == m_uiFrames ? "" : "it has " + std::to_string(uiThere);
+}
+catch (const Failure& e)
+{
+    return e.what();
+}
+
+std::string OutputVideo::Abandon()
+{
+    m_pFile.reset();
+    return m_target.AfterFailure();
+}
+
+template <class TCall>
+void OutputVideo::Do(const char* pszOperation, const std::string& strWhat, TCall call)
+{
+    m_session.Diag().Forget();
+    const QmStatus nStatus = call();
+    if (nStatus == QM_OK) return;
+    const std::string strReason = m_session.Diag().LastText();  // before the object goes, which may say more
+    throw Failure(pszOperation, nStatus, strWhat + "; " + Abandon(), strReason);
+}
+
+}  // namespace qmhost

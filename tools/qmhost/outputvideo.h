@@ -1,0 +1,54 @@
+// A video file that the module writes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "hostapi/iqmoutputimagefile.h"
+#include "parts/targetfile.h"
+#include "session.h"
+
+namespace qmhost
+{
+
+// One file that is written. Whatever the module refuses is thrown as Failure, which also says what is left at the path:
+// the module opens the file under its own name, and a broken one stays.
+class OutputVideo
+{
+public:
+    // Makes the module's object; the file itself is opened by the first frame. strPath is UTF-8; uiCodec is a row of
+    // the format's codec table. The session must outlive the object.
+    OutputVideo(const Session& session, std::string strPath, std::uint32_t uiCodec,
+                const SQmImageAttributes& attributes);
+
+    // Writes the next frame: rows as the attributes tell.
+    void WriteFrame(double dTimeMs, const void* pPixels);
+
+    // Finishes the file, and looks whether it holds every frame: the module doesn't tell when a write to disk fails.
+    void Close();
+
+    // Gives the file up, and says in a few words what is left of it.
+    std::string Abandon();
+
+private:
+    struct ReleaseFile
+    {
+        void operator()(IQmOutputImageFile* pFile) const { pFile->Release(); }
+    };
+
+    // Runs one operation of the module's object.
+    template <class TCall>
+    void Do(const char* pszOperation, const std::string& strWhat, TCall call);
+
+    // What is wrong with the file that was written, "" for nothing.
+    std::string ReadBack() const;
+
+    const Session& m_session;
+    std::string m_strPath;
+    TargetFile m_target;
+    std::unique_ptr<IQmOutputImageFile, ReleaseFile> m_pFile;
+    std::uint32_t m_uiFrames = 0;  // written
+};
+
+}  // namespace qmhost
