@@ -183,7 +183,7 @@ TEST_F(WrittenFile, OfTimesThatRunBackwardsHoldsNegativeDistances)
     const std::vector<double> vTimes = {0.0, 100.0, 50.0, 150.0, 149.9};
     WriteFile(m_host, path, vTimes, [](std::uint32_t ui) { return NumberedPicture(64, 48, ui); });
     ExpectFile(path, 64, 48, vTimes);
-    EXPECT_EQ(ReadMuxedFile(ReadBytes(path)).m_moov.m_vDeltas[1], 0xFFFFFE0CU);  // -500
+    EXPECT_EQ(ReadMuxedFile(ReadBytes(path)).m_moov.m_vDeltas.at(1), 0xFFFFFE0CU);  // -500
 }
 
 TEST_F(WrittenFile, OfEqualTimesHoldsDistancesOfNought)
