@@ -28,6 +28,7 @@ struct FakeEntries
         Offer("nvEncOpenEncodeSessionEx", list->nvEncOpenEncodeSessionEx, &OpenEncodeSessionEx);
         Offer("nvEncGetEncodeCaps", list->nvEncGetEncodeCaps, &GetEncodeCaps);
         Offer("nvEncGetEncodePresetCount", list->nvEncGetEncodePresetCount, &GetEncodePresetCount);
+        Offer("nvEncGetEncodePresetGUIDs", list->nvEncGetEncodePresetGUIDs, &GetEncodePresetGUIDs);
         Offer("nvEncGetEncodePresetConfig", list->nvEncGetEncodePresetConfig, &GetEncodePresetConfig);
         Offer("nvEncInitializeEncoder", list->nvEncInitializeEncoder, &InitializeEncoder);
         Offer("nvEncRegisterAsyncEvent", list->nvEncRegisterAsyncEvent, &RegisterAsyncEvent);
@@ -79,6 +80,17 @@ struct FakeEntries
     {
         if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodePresetCount", encoder)) return eStatus;
         *count = 9;
+        return NV_ENC_SUCCESS;
+    }
+
+    static NVENCSTATUS GetEncodePresetGUIDs(void* encoder, GUID, GUID* presets, std::uint32_t size,
+                                            std::uint32_t* count)
+    {
+        if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodePresetGUIDs", encoder)) return eStatus;
+        g_pRuntime->m_vPresetListSizes.push_back(size);
+        g_pRuntime->Expect(std::all_of(presets, presets + size, [](const GUID& guid) { return guid == GUID{}; }),
+                           "the list of presets isn't cleared");
+        *count = 0;
         return NV_ENC_SUCCESS;
     }
 
@@ -254,6 +266,7 @@ std::vector<std::string> FakeRuntime::CallsFrom(std::size_t uiPosition) const
 NVENCSTATUS FakeRuntime::Enter(const char* pszEntry)
 {
     m_vCalls.emplace_back(pszEntry);
+    if (m_funcEntered) m_funcEntered(pszEntry);
     const int nCall = ++m_mapCounts[pszEntry];
     const auto& mapFailures = m_mapFailures[pszEntry];
     if (const auto it = mapFailures.find(nCall); it != mapFailures.end()) return it->second;
@@ -277,7 +290,7 @@ NVENCSTATUS FakeRuntime::EncodePicture(const NV_ENC_PIC_PARAMS& picture)
     Expect(m_mapMapped.count(picture.inputBuffer) == 1, "a picture that isn't mapped");
     Expect(m_setBuffers.count(picture.outputBitstream) == 1, "a picture without a buffer for its packet");
     Expect(m_setLocked.count(picture.outputBitstream) == 0, "a picture sent to a locked buffer");
-    m_mapPackets[picture.outputBitstream] = PacketOf(m_nSent++);
+    m_mapPackets[picture.outputBitstream] = m_funcPacket(m_nSent++);
     if (picture.completionEvent && m_funcSignal) m_funcSignal(picture.completionEvent);
     return m_nSent <= m_nKeptPictures ? NV_ENC_ERR_NEED_MORE_INPUT : NV_ENC_SUCCESS;
 }

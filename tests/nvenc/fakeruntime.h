@@ -40,6 +40,10 @@ public:
     NV_ENC_CONFIG m_presetConfig = {};  // what every preset stands for
     // What happens to the event of a picture that was sent.
     std::function<void(void* hEvent)> m_funcSignal;
+    // The packet of the picture that was iPicture-th to be sent.
+    std::function<std::vector<std::uint8_t>(std::int32_t iPicture)> m_funcPacket = PacketOf;
+    // Runs at the head of every call. What it throws leaves the call.
+    std::function<void(const std::string& strEntry)> m_funcEntered;
 
     // --- what it saw
     std::vector<std::string> m_vCalls;  // every call, in order
@@ -54,7 +58,8 @@ public:
     std::vector<NV_ENC_PIC_PARAMS> m_vPictures;  // those that were sent, failed or not, without ends of stream
     std::vector<NV_ENC_PIC_PARAMS> m_vEnds;
     std::vector<GUID> m_vPresetsAsked;
-    std::vector<std::string> m_vComplaints;  // rules broken by the caller
+    std::vector<std::uint32_t> m_vPresetListSizes;  // the room in each array of preset GUIDs; all of it was cleared
+    std::vector<std::string> m_vComplaints;         // rules broken by the caller
 
     // --- what is alive
     std::set<void*> m_setSessions;

@@ -180,4 +180,29 @@ public:
     IDLE(CreateQuery, (D3DQUERYTYPE, IDirect3DQuery9**))
 };
 
+class IdleDirect3D : public IdleUnknown<IDirect3D9Ex>
+{
+public:
+    IDLE(RegisterSoftwareDevice, (void*))
+    UINT STDMETHODCALLTYPE GetAdapterCount() override { return {}; }
+    IDLE(GetAdapterIdentifier, (UINT, DWORD, D3DADAPTER_IDENTIFIER9*))
+    UINT STDMETHODCALLTYPE GetAdapterModeCount(UINT, D3DFORMAT) override { return {}; }
+    IDLE(EnumAdapterModes, (UINT, D3DFORMAT, UINT, D3DDISPLAYMODE*))
+    IDLE(GetAdapterDisplayMode, (UINT, D3DDISPLAYMODE*))
+    IDLE(CheckDeviceType, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT, BOOL))
+    IDLE(CheckDeviceFormat, (UINT, D3DDEVTYPE, D3DFORMAT, DWORD, D3DRESOURCETYPE, D3DFORMAT))
+    IDLE(CheckDeviceMultiSampleType, (UINT, D3DDEVTYPE, D3DFORMAT, BOOL, D3DMULTISAMPLE_TYPE, DWORD*))
+    IDLE(CheckDepthStencilMatch, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT, D3DFORMAT))
+    IDLE(CheckDeviceFormatConversion, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT))
+    IDLE(GetDeviceCaps, (UINT, D3DDEVTYPE, D3DCAPS9*))
+    HMONITOR STDMETHODCALLTYPE GetAdapterMonitor(UINT) override { return {}; }
+    IDLE(CreateDevice, (UINT, D3DDEVTYPE, HWND, DWORD, D3DPRESENT_PARAMETERS*, IDirect3DDevice9**))
+    UINT STDMETHODCALLTYPE GetAdapterModeCountEx(UINT, const D3DDISPLAYMODEFILTER*) override { return {}; }
+    IDLE(EnumAdapterModesEx, (UINT, const D3DDISPLAYMODEFILTER*, UINT, D3DDISPLAYMODEEX*))
+    IDLE(GetAdapterDisplayModeEx, (UINT, D3DDISPLAYMODEEX*, D3DDISPLAYROTATION*))
+    IDLE(CreateDeviceEx,
+         (UINT, D3DDEVTYPE, HWND, DWORD, D3DPRESENT_PARAMETERS*, D3DDISPLAYMODEEX*, IDirect3DDevice9Ex**))
+    IDLE(GetAdapterLUID, (UINT, LUID*))
+};
+
 #undef IDLE

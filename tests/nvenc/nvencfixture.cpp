@@ -41,45 +41,6 @@ void NvencTest::SetUp()
 void NvencTest::TearDown()
 {
     EXPECT_THAT(m_runtime.m_vComplaints, testing::IsEmpty());
-    ReleaseRuntimeFile();
-    // A session whose constructor throws keeps the runtime loaded. The next test is to find its own.
-    while (HMODULE hLeft = GetModuleHandleW(m_wszRuntimeFile.c_str()))
-        FreeLibrary(hLeft);
-}
-
-void NvencTest::UseRuntimeFile(const std::string& strBuild)
-{
-    ReleaseRuntimeFile();
-
-    wchar_t szProgram[4096];
-    const DWORD uiLength = GetModuleFileNameW(nullptr, szProgram, 4096);
-    std::wstring wszFolder(szProgram, uiLength);
-    wszFolder.resize(wszFolder.find_last_of(L"/\\") + 1);
-    wszFolder += L"fakeruntimes/" + std::wstring(strBuild.begin(), strBuild.end());
-    m_wszRuntimeFile = wszFolder + L"/nvEncodeAPI64.dll";
-
-    // The search for the bare name ends in this folder, or, where Windows searches, at the file that is loaded already.
-    ASSERT_TRUE(SetEnvironmentVariableW(L"IMAGEFORMAT_MP4_RUNTIMES", wszFolder.c_str()));
-    if (strBuild == "none") return;
-    m_hRuntime = LoadLibraryW(m_wszRuntimeFile.c_str());
-    ASSERT_TRUE(m_hRuntime);
-    const auto pfnConnect = reinterpret_cast<FakeRuntimeConnectFunction>(
-        reinterpret_cast<void*>(GetProcAddress(m_hRuntime, "FakeRuntimeConnect")));
-    ASSERT_TRUE(pfnConnect);
-    const SFakeRuntimeEntries entries = FakeRuntime::GetEntries();
-    pfnConnect(&entries);
-}
-
-void NvencTest::ReleaseRuntimeFile()
-{
-    if (m_hRuntime) FreeLibrary(m_hRuntime);
-    m_hRuntime = nullptr;
-}
-
-bool NvencTest::IsRuntimeStillLoaded()
-{
-    ReleaseRuntimeFile();
-    return GetModuleHandleW(m_wszRuntimeFile.c_str()) != nullptr;
 }
 
 std::unique_ptr<TestEncoder> NvencTest::MakeEncoder(const TestEncoder::SSettings& settings)

@@ -12,6 +12,7 @@
 
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoder.h"
 #include "fakeruntime.h"
+#include "fakeruntimeloader.h"
 
 using Packets = std::vector<std::vector<std::uint8_t>>;
 
@@ -77,10 +78,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Has NvEncoder find that build of the runtime ("full", "noversion", "nocreate"), or none ("none").
-    void UseRuntimeFile(const std::string& strBuild);
-    // Whether the runtime is loaded once the test itself has let go of it.
-    bool IsRuntimeStillLoaded();
+    void UseRuntimeFile(const std::string& strBuild) { m_runtimeFile.Use(strBuild); }
+    bool IsRuntimeStillLoaded() { return m_runtimeFile.IsLoadedByOthers(); }
 
     // A session on which CreateEncoder succeeded, by default with a ring of 4.
     std::unique_ptr<TestEncoder> MakeEncoder(const TestEncoder::SSettings& settings = {});
@@ -92,10 +91,7 @@ protected:
     NV_ENC_CONFIG m_config = {};
 
 private:
-    void ReleaseRuntimeFile();
-
-    std::wstring m_wszRuntimeFile;
-    HMODULE m_hRuntime = nullptr;
+    FakeRuntimeLoader m_runtimeFile;
 };
 
 // Runs the action and holds the exception against the two. strText: all of it but the newline at the end.

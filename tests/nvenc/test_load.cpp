@@ -176,6 +176,7 @@ TEST_F(LoadTest, TheFunctionTableServesCallsThatTheSessionDoesNotWrap)
 TEST_F(LoadTest, AnEntryThatTheRuntimeLacksAnswersUnimplemented)
 {
     m_runtime.Lack("nvEncGetEncodePresetCount");
+    m_runtime.Lack("nvEncGetEncodePresetGUIDs");
     TestEncoder encoder({});
     std::uint32_t uiCount = 0;
     EXPECT_EQ(
