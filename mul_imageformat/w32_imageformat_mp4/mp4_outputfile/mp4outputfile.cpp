@@ -140,8 +140,12 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t /*uiIndex*/, const void* pPi
 QmStatus CQmMP4OutputFile::EncodeFrame(const void* pPixels)
 {
     if (pPixels == nullptr) return QM_ERR_FAIL;
+
+    // The format object is asked before every frame, and its answer counts until a back end is chosen.
+    const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
     const bool bChosen = m_bAmf || m_bNvenc;
-    if (!bChosen && GetActiveBackEnd() != EBackEnd::MediaFoundation && InitEncoder() != S_OK) return QM_ERR_FAIL;
+    if (bSetsUpEarly && !bChosen && InitEncoder() != S_OK) return QM_ERR_FAIL;
+
     if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
     return QM_ERR_FAIL;  // the other back ends have no encoder in this build
 }

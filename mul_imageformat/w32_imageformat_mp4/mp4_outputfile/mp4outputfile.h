@@ -59,7 +59,7 @@ public:
     QmStatus GetWrittenFileReader(void* pValue, IQmInputImageFile** ppReader) override;
     QmStatus OutputOperationT() override { return QM_OK; }
 
-private:
+protected:
     enum class EBackEnd
     {
         MediaFoundation,

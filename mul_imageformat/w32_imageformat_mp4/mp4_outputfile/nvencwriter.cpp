@@ -53,6 +53,7 @@ CNvencWriter::CNvencWriter()
 
 CNvencWriter::~CNvencWriter()
 {
+    if (m_log.m_hFile != nullptr) QM_CloseFile(m_log.m_hFile);
     delete m_pEncoder;
     SafeRelease(&m_pD3DSurface);
     SafeRelease(&m_pD3D);

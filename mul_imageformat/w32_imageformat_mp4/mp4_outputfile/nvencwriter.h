@@ -23,7 +23,7 @@ class CNvencWriter
 {
 public:
     CNvencWriter();
-    // The Direct3D objects live until here.
+    // The Direct3D objects live until here. A file that Close had no memory to finish is closed as it is.
     ~CNvencWriter();
 
     CNvencWriter(const CNvencWriter&) = delete;
@@ -46,7 +46,7 @@ public:
     // Again, or without an encoder and a file: nothing.
     void Close(const CGrowingArray<double>& vecFrameTimes, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
-private:
+protected:
     HRESULT MakeDevice(std::uint32_t uiWidth, std::uint32_t uiHeight);
     HRESULT OpenSession(std::uint32_t uiWidth, std::uint32_t uiHeight);
     HRESULT CreateEncoder();
