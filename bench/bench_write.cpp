@@ -9,14 +9,12 @@
 #include <random>
 #include <stdexcept>
 
-#include <windows.h>
-
 #include "bench/measure.h"
 #include "bench/muxing.h"
 #include "mp4_outputfile/colourconversion.h"
-#include "runtimes/nvenc/nvenc_script.h"
-#include "support/module_host.h"
+#include "support/encoder_script.h"
 #include "support/video_maker.h"
+#include "support/writing_host.h"
 
 namespace
 {
@@ -63,28 +61,10 @@ void MeasureWidening()
         });
 }
 
-void ChooseNvenc(const ModuleHost& host)
-{
-    const std::uint32_t uiCodecs = host.Format()->BuildCodecTable();
-    for (std::uint32_t ui = 0; ui < uiCodecs; ++ui)
-    {
-        SQmCodecInfo codec{};
-        host.Format()->GetCodecInfo(ui, &codec);
-        if (std::wstring(codec.m_wszCode) == L"NVENC1") Check(host.Format()->SetActiveCodec(ui) == QM_OK, "the codec");
-    }
-}
-
 void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frames, const std::filesystem::path& path)
 {
     std::ifstream stream(frames, std::ios::binary);
-    const OutputFile file = host.OpenOutput(path);
-    SQmImageAttributes attributes{};
-    attributes.m_uiWidth = g_uiWidth;
-    attributes.m_uiHeight = g_uiHeight;
-    attributes.m_uiComponents = 3;
-    attributes.m_uiBitsInMemory = 8;
-    attributes.m_uiBitsSignificant = 8;
-    Check(file->SetImageAttributes(&attributes) == QM_OK, "the pictures are refused");
+    const OutputFile file = OpenForPictures(host, path, g_uiWidth, g_uiHeight);
     std::vector<char> vPicture(g_uiPictureSize);
     for (int n = 0; n < g_nPictures; ++n)
     {
@@ -96,16 +76,10 @@ void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frame
 }
 
 // How the runtime set its encoder for the file that was written last, as ffmpeg's arguments.
-std::string EncoderArguments()
+std::string EncoderArguments(const EncoderScript& script)
 {
-    const HMODULE hRuntime = LoadLibraryW(L"nvEncodeAPI64.dll");
-    Check(hRuntime != nullptr, "the encoder runtime isn't there");
-    const auto pfnGetScript = reinterpret_cast<PNVENCRUNTIMEGETSCRIPT>(
-        reinterpret_cast<void*>(GetProcAddress(hRuntime, "NvencRuntimeGetScript")));
-    Check(pfnGetScript != nullptr, "the encoder runtime isn't the software one");
     NvencRuntimeX264Settings settings{};
-    pfnGetScript()->GetX264Settings(&settings);
-    FreeLibrary(hRuntime);
+    script->GetX264Settings(&settings);
     std::string strArguments = std::string(" -c:v libx264 -preset ") + settings.szPreset;
     if (settings.szProfile[0] != '\0') strArguments += std::string(" -profile:v ") + settings.szProfile;
     return strArguments + " -x264-params '" + settings.szOptions + "' ";
@@ -119,13 +93,12 @@ void MeasureWriting(const std::filesystem::path& directory)
     RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
               std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
 
-    // Held over all files, so that what the runtime remembers lasts.
-    const HMODULE hRuntime = LoadLibraryW(L"nvEncodeAPI64.dll");
+    const EncoderScript script;  // holds the runtime over all files, so that what it remembers lasts
     const ModuleHost host;
-    ChooseNvenc(host);
+    ChooseCodec(host, L"NVENC1");
     WriteThroughHost(host, frames, ours);
     const std::string strArguments = "-f rawvideo -pix_fmt bgr24 -video_size 1920x1080 -framerate 30 -i " +
-                                     Quoted(frames) + EncoderArguments() + "-pix_fmt yuv420p ";
+                                     Quoted(frames) + EncoderArguments(script) + "-pix_fmt yuv420p ";
     bench::Compare(
         "writing 150 pictures of 1920 x 1080", g_nRounds,
         [&] { return bench::SecondsOf([&] { WriteThroughHost(host, frames, ours); }); }, "ffmpeg, libx264 set the same",
@@ -134,7 +107,6 @@ void MeasureWriting(const std::filesystem::path& directory)
                 static_cast<double>(std::filesystem::file_size(ours)) / 1e6,
                 static_cast<double>(std::filesystem::file_size(peers)) / 1e6,
                 strArguments.substr(strArguments.find(" -c:v")).c_str());
-    FreeLibrary(hRuntime);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "writinghost.h"
+#include "support/writing_host.h"
 
 namespace test_support
 {

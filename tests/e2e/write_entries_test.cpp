@@ -6,13 +6,13 @@
 
 #include <d3d9.h>
 
-#include "encoderscript.h"
 #include "platform/d3d9/d3d9_script.h"
+#include "support/encoder_script.h"
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
+#include "support/writing_host.h"
 #include "testpictures.h"
 #include "writeoutcomes.h"
-#include "writinghost.h"
 
 namespace
 {

@@ -12,11 +12,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "encoderscript.h"
+#include "support/encoder_script.h"
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
+#include "support/writing_host.h"
 #include "testpictures.h"
-#include "writinghost.h"
 
 namespace
 {

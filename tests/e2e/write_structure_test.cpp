@@ -8,8 +8,8 @@
 #include "support/ffmpeg_judge.h"
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
+#include "support/writing_host.h"
 #include "testpictures.h"
-#include "writinghost.h"
 
 namespace
 {

@@ -6,8 +6,8 @@
 #include <random>
 
 #include "support/video_maker.h"
+#include "support/writing_host.h"
 #include "testpictures.h"
-#include "writinghost.h"
 
 namespace
 {

@@ -11,8 +11,8 @@
 
 #include <sys/resource.h>
 
+#include "support/writing_host.h"
 #include "testpictures.h"
-#include "writinghost.h"
 
 namespace
 {

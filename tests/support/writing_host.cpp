@@ -1,4 +1,4 @@
-#include "writinghost.h"
+#include "support/writing_host.h"
 
 #include <cstring>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "encoderscript.h"
+#include "support/encoder_script.h"
 
 #include <cstring>
 #include <stdexcept>
