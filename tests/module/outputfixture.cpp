@@ -78,7 +78,7 @@ void OutputTest::TearDown()
         EXPECT_EQ(pSurface->m_uiReferences, 0U);
 
     EXPECT_EQ(m_pFormat->CountReferences(), 1 + m_nLostReferences);
-    for (; m_nLostReferences > 0; --m_nLostReferences)
+    while (m_pFormat->CountReferences() > 1)
         m_pFormat->Release();
     m_pFormat->Release();
 }
