@@ -80,6 +80,28 @@ TEST_F(PictureSources, ImageFilesAndTheirPagesInOrder)
     EXPECT_EQ(ReadNext(*pSource), "lkj");
 }
 
+TEST_F(PictureSources, FolderStandsForItsImagesInTheOrderOfNames)
+{
+    fs::create_directory(m_folder / "d");
+    File("d/10.png", Png("abc"));
+    File("d/02.TIF", MakeTiff({Page("def"), Page("ghi")}));
+    File("d/times.csv", "no image");
+    const auto pSource = OpenImageFiles({File("z.png", Png("jkl")), m_folder / "d"});
+    EXPECT_EQ(pSource->Count(), 4u);
+    EXPECT_EQ(ReadNext(*pSource), "lkj");
+    EXPECT_EQ(ReadNext(*pSource), "fed");
+    EXPECT_EQ(ReadNext(*pSource), "ihg");
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+}
+
+TEST_F(PictureSources, FolderWithoutImages)
+{
+    fs::create_directory(m_folder / "d");
+    File("d/times.csv", "no image");
+    EXPECT_EQ(Problem([&] { OpenImageFiles({m_folder / "d"}); }),
+              Name("d") + " has no files named *.png, *.tif or *.tiff");
+}
+
 TEST_F(PictureSources, OneFileMayComeTwice)
 {
     const fs::path path = File("a.png", Png("abc"));

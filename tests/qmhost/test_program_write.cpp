@@ -117,15 +117,10 @@ TEST_F(WriteProgram, WhatFramesWritesCanBeWrittenAgain)
     {
         const std::string strFolder = Target(strFormat.c_str());
         ASSERT_EQ(Run({"frames", m_strVideo, "--out", strFolder, "--format", strFormat}, strScript).m_nStatus, 0);
-        std::vector<std::string> vArguments = {"--codec", "ONE", "--times", strFolder + "/times.csv"};
         std::string expected = "codec 0\nattributes 4(12)x2 3x8/8 count 5\n";
         for (int i = 0; i < 5; ++i)
-        {
-            vArguments.push_back(strFolder + "/frame_00000" + std::to_string(i) +
-                                 (strFormat == "png" ? ".png" : ".tif"));
             expected += "frame " + std::to_string(40 * i + i % 3) + " " + Hex(FrameBytes(i, 4, 2)) + "\n";
-        }
-        EXPECT_EQ(Written(vArguments, strScript), expected);
+        EXPECT_EQ(Written({"--codec", "ONE", strFolder, "--times", strFolder + "/times.csv"}, strScript), expected);
     }
 }
 

@@ -137,7 +137,9 @@ public:
             ->required();
 
         CLI::Option_group* pPictures = pApp->add_option_group("pictures", "What is written (exactly one)");
-        pPictures->add_option("IMAGES", m_vImages, "PNG and TIFF files of one size; every page of a file is a frame")
+        pPictures
+            ->add_option("IMAGES", m_vImages,
+                         "PNG and TIFF files of one size, or folders of such; every page is a frame")
             ->type_name("");
         CLI::Option* pRaw =
             pPictures->add_option("--raw", m_strRaw, "File of bare 24-bit rows B, G, R, frame after frame")
@@ -188,7 +190,7 @@ private:
         std::vector<std::filesystem::path> vPaths;
         for (const std::string& strImage : m_vImages)
             vPaths.push_back(PathFromUtf8(strImage));
-        return OpenImageFiles(std::move(vPaths));
+        return OpenImageFiles(vPaths);
     }
 
     std::string m_strOut;

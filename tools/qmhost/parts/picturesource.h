@@ -29,10 +29,10 @@ public:
     virtual void ReadNext(unsigned char* pPixels, std::size_t uiWidthBytes) = 0;
 };
 
-// PNG and TIFF files in this order, every page of a file in turn. All of them are looked at before the first is read:
-// throws std::runtime_error for a file that isn't there or is no image, and for a picture whose size differs from the
-// first one's.
-std::unique_ptr<PictureSource> OpenImageFiles(std::vector<std::filesystem::path> vPaths);
+// PNG and TIFF files in this order, every page of a file in turn. A folder stands for its files named *.png, *.tif and
+// *.tiff, in the order of names. All of them are looked at before the first is read: throws std::runtime_error for a
+// file that isn't there or is no image, and for a picture whose size differs from the first one's.
+std::unique_ptr<PictureSource> OpenImageFiles(const std::vector<std::filesystem::path>& vPaths);
 
 // Bare rows B, G, R without padding, frame after frame, of any length. Throws std::runtime_error for a file that isn't
 // there or that isn't a whole number of frames.

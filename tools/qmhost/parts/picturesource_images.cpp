@@ -1,8 +1,11 @@
 // Image files as pictures.
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <stdexcept>
+#include <system_error>
 
+#include "parts/imagefile.h"
 #include "parts/imagereader.h"
 #include "parts/picturesource.h"
 #include "parts/text.h"
@@ -22,11 +25,32 @@ std::string PageName(const std::filesystem::path& path, std::uint32_t uiPage)
     return (uiPage > 0 ? "page " + std::to_string(uiPage + 1) + " of " : std::string()) + Quoted(Utf8FromPath(path));
 }
 
+// The image files in a folder, by their names' endings, in the order of names.
+std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    std::vector<std::filesystem::path> vFiles;
+    for (std::filesystem::directory_iterator i(folder, error), end; !error && i != end; i.increment(error))
+        if (ImageFormatOf(Utf8FromPath(i->path().filename()))) vFiles.push_back(i->path());
+    if (error) throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " can't be read: " + error.message());
+    if (vFiles.empty())
+        throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " has no files named *.png, *.tif or *.tiff");
+    std::sort(vFiles.begin(), vFiles.end());
+    return vFiles;
+}
+
 class ImageFiles : public PictureSource
 {
 public:
-    explicit ImageFiles(std::vector<std::filesystem::path> vPaths) : m_vPaths(std::move(vPaths))
+    explicit ImageFiles(const std::vector<std::filesystem::path>& vPaths)
     {
+        for (const auto& path : vPaths)
+        {
+            std::error_code ignored;
+            const bool bFolder = std::filesystem::is_directory(path, ignored);
+            const auto vFiles = bFolder ? FilesIn(path) : std::vector{path};
+            m_vPaths.insert(m_vPaths.end(), vFiles.begin(), vFiles.end());
+        }
         for (const auto& path : m_vPaths)
             LookAtFile(path);
         for (const auto& [uiConversions, pictures] : m_converted)
@@ -109,9 +133,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenImageFiles(std::vector<std::filesystem::path> vPaths)
+std::unique_ptr<PictureSource> OpenImageFiles(const std::vector<std::filesystem::path>& vPaths)
 {
-    return std::make_unique<ImageFiles>(std::move(vPaths));
+    return std::make_unique<ImageFiles>(vPaths);
 }
 
 }  // namespace qmhost
