@@ -43,6 +43,7 @@ public:
     }
     QmStatus SetImageAttributes(const SQmImageAttributes* p) override
     {
+        m_pFormat->GetQmClass()->AddRef();  // left with the host
         m_uiFrameBytes = std::size_t{p->m_uiWidthBytes} * p->m_uiHeight;
         char acLine[120];
         std::snprintf(acLine, sizeof acLine, "attributes %u(%u)x%u %ux%u/%u count %u\n", p->m_uiWidth,

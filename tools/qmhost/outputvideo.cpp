@@ -6,10 +6,24 @@
 
 namespace qmhost
 {
+namespace
+{
+
+std::int32_t References(IQmImageFormat& format)
+{
+    CQmClass* const pClass = format.GetQmClass();
+    pClass->AddRef();
+    return pClass->Release();
+}
+
+}  // namespace
 
 OutputVideo::OutputVideo(const Session& session, std::string strPath, std::uint32_t uiCodec,
                          const SQmImageAttributes& attributes)
-    : m_session(session), m_strPath(std::move(strPath)), m_target(PathFromUtf8(m_strPath))
+    : m_session(session),
+      m_strPath(std::move(strPath)),
+      m_target(PathFromUtf8(m_strPath)),
+      m_nFormatReferences(References(session.Format()))
 {
     const CQmStringW strHostPath(HostPath(m_strPath, "CreateOutputFileForPath").c_str());
     IQmImageFormat& format = session.Format();
@@ -18,12 +32,17 @@ OutputVideo::OutputVideo(const Session& session, std::string strPath, std::uint3
         IQmOutputImageFile* pFile = nullptr;
         const QmStatus nStatus = format.CreateOutputFileForPath(strHostPath, &pFile);
         m_pFile.reset(pFile);
-        return nStatus;
+        return nStatus == QM_OK && !pFile ? QM_ERR_FAIL : nStatus;
     });
     Do("SetImageAttributes",
        std::to_string(attributes.m_uiWidth) + " x " + std::to_string(attributes.m_uiHeight) + " pixels for " +
            Quoted(m_strPath),
        [&] { return m_pFile->SetImageAttributes(&attributes); });
+}
+
+OutputVideo::~OutputVideo()
+{
+    Release();
 }
 
 void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
@@ -39,7 +58,7 @@ void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
 void OutputVideo::Close()
 {
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
-    m_pFile.reset();
+    Release();
     const std::string strProblem = ReadBack();
     if (strProblem.empty()) return;
     throw Failure("write", QM_ERR_FAIL,
@@ -60,8 +79,18 @@ catch (const Failure& e)
 
 std::string OutputVideo::Abandon()
 {
-    m_pFile.reset();
+    Release();
     return m_target.AfterFailure();
+}
+
+void OutputVideo::Release()
+{
+    m_pFile.reset();
+    // A module may have left references on its format object with the host: SetImageAttributes does. Whatever is left
+    // over once the file's object is gone is given back here, so that the module can be closed in order.
+    IQmImageFormat& format = m_session.Format();
+    for (std::int32_t n = References(format); n > m_nFormatReferences; --n)
+        format.GetQmClass()->Release();
 }
 
 template <class TCall>

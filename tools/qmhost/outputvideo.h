@@ -21,6 +21,9 @@ public:
     // the format's codec table. The session must outlive the object.
     OutputVideo(const Session& session, std::string strPath, std::uint32_t uiCodec,
                 const SQmImageAttributes& attributes);
+    ~OutputVideo();
+    OutputVideo(const OutputVideo&) = delete;
+    OutputVideo& operator=(const OutputVideo&) = delete;
 
     // Writes the next frame: rows as the attributes tell.
     void WriteFrame(double dTimeMs, const void* pPixels);
@@ -41,12 +44,16 @@ private:
     template <class TCall>
     void Do(const char* pszOperation, const std::string& strWhat, TCall call);
 
+    // Lets the module's object go, once.
+    void Release();
+
     // What is wrong with the file that was written, "" for nothing.
     std::string ReadBack() const;
 
     const Session& m_session;
     std::string m_strPath;
     TargetFile m_target;
+    std::int32_t m_nFormatReferences;  // without the module's object
     std::unique_ptr<IQmOutputImageFile, ReleaseFile> m_pFile;
     std::uint32_t m_uiFrames = 0;  // written
 };
