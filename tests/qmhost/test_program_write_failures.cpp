@@ -166,6 +166,7 @@ TEST_F(FailingWrite, TimesFileThatIsMissingOrMalformed)
 {
     ExpectRefusal({Target("a.png"), "--codec", "ONE", "--times", Target("missing.csv")},
                   "'" + Target("missing.csv") + "' doesn't exist");
+    ExpectRefusal({Target("a.png"), "--codec", "ONE", "--times", ""}, "'' doesn't exist");
     ExpectRefusal({Target("a.png"), "--codec", "ONE", "--times", File("t.csv", "frame,time_ms\n0;0\n")},
                   "'" + Target("t.csv") + "', line 2: '0;0' is no frame and time such as 7,280.5");
 }

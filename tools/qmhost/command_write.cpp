@@ -45,19 +45,20 @@ std::uint32_t FindCodec(IQmImageFormat& format, const std::string& strCode)
 class FrameTimes
 {
 public:
-    FrameTimes(const std::string& strFile, double dPeriodMs, std::uint32_t uiCount) : m_dPeriodMs(dPeriodMs)
+    FrameTimes(const std::optional<std::string>& strFile, double dPeriodMs, std::uint32_t uiCount)
+        : m_dPeriodMs(dPeriodMs)
     {
-        if (strFile.empty()) return;
-        m_vTimes = ReadTimesFile(PathFromUtf8(strFile));
+        if (!strFile) return;
+        m_vTimes = ReadTimesFile(PathFromUtf8(*strFile));
         if (m_vTimes.size() != uiCount)
         {
-            throw std::runtime_error(Quoted(strFile) + " has " + std::to_string(m_vTimes.size()) + " times for " +
+            throw std::runtime_error(Quoted(*strFile) + " has " + std::to_string(m_vTimes.size()) + " times for " +
                                      std::to_string(uiCount) + " pictures");
         }
         for (std::size_t i = 1; i < m_vTimes.size(); ++i)
         {
             if (m_vTimes[i] >= m_vTimes[i - 1]) continue;
-            Warn("times of " + Quoted(strFile) + " run backwards at entry " + std::to_string(i));
+            Warn("times of " + Quoted(*strFile) + " run backwards at entry " + std::to_string(i));
             break;
         }
     }
@@ -198,7 +199,7 @@ private:
     std::vector<std::string> m_vImages;
     std::optional<std::string> m_strRaw;
     std::string m_strSize;
-    std::string m_strTimes;
+    std::optional<std::string> m_strTimes;
     double m_dPeriodMs = 0;
 };
 
