@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "shortmemory.h"
+#include "tests/support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -3,7 +3,7 @@
 
 #include "mp4filesimpl/modulestate.h"
 #include "mp4filesimpl/mp4inputfile.h"
-#include "shortmemory.h"
+#include "tests/support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,4 +1,4 @@
-#include "shortmemory.h"
+#include "tests/support/short_memory.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -11,7 +11,17 @@ constexpr std::size_t g_uiNone = std::numeric_limits<std::size_t>::max();
 
 std::atomic<std::size_t> g_uiLeast{g_uiNone};
 std::atomic<std::size_t> g_uiMost{0};
+std::atomic<unsigned> g_uiRequestsLeft{0};  // up to the one that is refused; 0: none is for its number
 std::atomic<unsigned> g_uiRefused{0};
+
+bool IsRefused(std::size_t uiSize)
+{
+    if (uiSize >= g_uiLeast && uiSize <= g_uiMost) return true;
+    unsigned uiLeft = g_uiRequestsLeft;
+    while (uiLeft != 0 && !g_uiRequestsLeft.compare_exchange_weak(uiLeft, uiLeft - 1))
+    {}
+    return uiLeft == 1;
+}
 }  // namespace
 
 CShortMemory::CShortMemory(std::size_t uiLeast, std::size_t uiMost)
@@ -21,9 +31,16 @@ CShortMemory::CShortMemory(std::size_t uiLeast, std::size_t uiMost)
     g_uiLeast = uiLeast;
 }
 
+CShortMemory::CShortMemory(unsigned uiRequest)
+{
+    g_uiRefused = 0;
+    g_uiRequestsLeft = uiRequest;
+}
+
 CShortMemory::~CShortMemory()
 {
     g_uiLeast = g_uiNone;
+    g_uiRequestsLeft = 0;
 }
 
 unsigned CShortMemory::GetRefused() const
@@ -35,7 +52,7 @@ unsigned CShortMemory::GetRefused() const
 
 void* operator new(std::size_t uiSize, const std::nothrow_t&) noexcept
 {
-    if (uiSize >= g_uiLeast && uiSize <= g_uiMost)
+    if (IsRefused(uiSize))
     {
         ++g_uiRefused;
         return nullptr;

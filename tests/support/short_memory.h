@@ -3,11 +3,14 @@
 
 #include <cstddef>
 
-// As long as it lives, requests of uiLeast to uiMost bytes find no memory. One at a time.
+// As long as it lives, some requests find no memory. One at a time.
 class CShortMemory
 {
 public:
+    // Those of uiLeast to uiMost bytes.
     CShortMemory(std::size_t uiLeast, std::size_t uiMost);
+    // The uiRequest-th, counted from 1, and no other.
+    explicit CShortMemory(unsigned uiRequest);
     ~CShortMemory();
     CShortMemory(const CShortMemory&) = delete;
     CShortMemory& operator=(const CShortMemory&) = delete;
