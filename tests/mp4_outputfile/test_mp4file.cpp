@@ -6,8 +6,9 @@
 
 #include "mp4_outputfile/samplelog.h"
 #include "tests/mp4_outputfile/bytes.h"
-#include "tests/support/muxed_file.h"
 #include "tests/mp4_outputfile/tempfile.h"
+#include "tests/support/muxed_file.h"
+#include "tests/support/short_memory.h"
 
 namespace
 {
@@ -51,6 +52,70 @@ struct SMuxer
 Bytes Prefixed(const Bytes& vNal)
 {
     return Join({Bytes32(static_cast<std::uint32_t>(vNal.size())), vNal});
+}
+
+Bytes Repeat(const Bytes& vBytes, std::size_t uiCount)
+{
+    Bytes vAll;
+    for (std::size_t ui = 0; ui < uiCount; ++ui)
+    {
+        vAll.insert(vAll.end(), vBytes.begin(), vBytes.end());
+    }
+    return vAll;
+}
+
+// Logs a packet for which memory runs out at its uiCall-th allocation, and one more; before them uiFilling NALs in two
+// packets, if any. Gives whether it did; the file is held against what it should be in either case.
+bool ExpectWholeFile(bool bAmf, std::size_t uiFilling, unsigned uiCall)
+{
+    const Bytes vKey = {0x09, 0x10};
+    const Bytes vBegin = bAmf ? Join({g_vStart4, vKey}) : Bytes();
+    const Bytes vPrefixedBegin = bAmf ? Prefixed(vKey) : Bytes();
+    const std::size_t uiNals = bAmf ? 4 : 3;
+    const Bytes vPacket = Join({vBegin, g_vStart4, g_vSps, g_vStart4, g_vPps, g_vStart4, Nal(0x65, 90)});
+    const Bytes vPrefixed = Join({vPrefixedBegin, Prefixed(g_vSps), Prefixed(g_vPps), Prefixed(Nal(0x65, 90))});
+
+    SMuxer muxer;
+    Bytes vMdat;
+    Numbers vSizes;
+    Numbers vKeySamples;
+    const auto log = [&](const Bytes& vBytes) { bAmf ? muxer.Amf(vBytes) : muxer.Nvenc(vBytes); };
+    const auto expect = [&](const Bytes& vBytes, bool bKey) {
+        vMdat.insert(vMdat.end(), vBytes.begin(), vBytes.end());
+        // AMF's frames are counted by the caller, also one that is lost.
+        if (bKey) vKeySamples.push_back(bAmf ? muxer.m_uiFrame : static_cast<std::uint32_t>(vSizes.size()));
+        vSizes.push_back(static_cast<std::uint32_t>(vBytes.size()));
+    };
+    if (uiFilling != 0)
+    {
+        log(vPacket);
+        expect(vPrefixed, true);
+        log(Repeat(Join({g_vStart4, Nal(0x41, 3)}), uiFilling - uiNals));
+        expect(Repeat(Prefixed(Nal(0x41, 3)), uiFilling - uiNals), false);
+    }
+
+    bool bFailed = false;
+    {
+        const CShortMemory memory(uiCall);
+        try
+        {
+            log(vPacket);
+        }
+        catch (const std::bad_alloc&)
+        {
+            bFailed = true;
+        }
+    }
+    if (!bFailed) expect(vPrefixed, true);
+    log(Join({vBegin, g_vStart4, Nal(0x65, 200)}));
+    expect(Join({vPrefixedBegin, Prefixed(Nal(0x65, 200))}), true);
+
+    muxer.Close(std::vector<double>(vSizes.size(), 0.0), bAmf ? g_uiAmfSpsLengthOffset : g_uiNvencSpsLengthOffset);
+    const SMuxedFile file = ReadMuxedFile(muxer.m_file.Bytes());
+    EXPECT_TRUE(file.m_vMdat == vMdat);
+    EXPECT_EQ(file.m_moov.m_vSizes, vSizes);
+    EXPECT_EQ(file.m_moov.m_vKeySamples, vKeySamples);
+    return bFailed;
 }
 }  // namespace
 
@@ -184,6 +249,24 @@ TEST(Mp4File, ThatCouldNotBeOpenedIsLoggedAndNothingIsWritten)
     WriteNalLengths(log, nals);
     FinishMp4File(log, {0.0}, 320, 240, g_uiNvencSpsLengthOffset);
     EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
+}
+
+// At every allocation of the first packet of a file, and of one in whose middle the list of NALs needs another block.
+TEST(Mp4File, IsWholeWithoutAPacketThatThereWasNoMemoryFor)
+{
+    for (const bool bAmf : {false, true})
+    {
+        const std::size_t uiNals = bAmf ? 4 : 3;
+        for (const std::size_t uiFilling : {std::size_t{0}, 65536 - (uiNals - 1)})
+        {
+            unsigned uiCall = 1;
+            while (ExpectWholeFile(bAmf, uiFilling, uiCall))
+            {
+                ++uiCall;
+            }
+            EXPECT_GT(uiCall, 1U);
+        }
+    }
 }
 
 // Packets whose bodies are holes of a sparse file: each is logged with its first bytes, then the log and the file are

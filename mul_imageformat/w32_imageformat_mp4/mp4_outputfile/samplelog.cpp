@@ -2,6 +2,7 @@
 #include "mp4_outputfile/samplelog.h"
 
 #include <cstring>
+#include <new>
 
 #include "mp4_outputfile/bigendian.h"
 #include "mp4_outputfile/startcodes.h"
@@ -20,8 +21,20 @@ constexpr std::uint32_t g_uiFurtherNalPlaceholder = 0xFFFFFFFFU;
 void KeepFirstPacket(SSampleLog& log, const std::uint8_t* pPacket, std::size_t uiSize)
 {
     if (log.m_nMdatBytes != 0) return;
-    log.m_baFirstPacket.SetSize(uiSize);
-    log.m_baFirstPacket.SetData(pPacket, uiSize, EQmByteArrayModeOp::Replace, EQmByteArrayModeAlloc::Default);
+    if (log.m_baFirstPacket.SetData(pPacket, uiSize, EQmByteArrayModeOp::Replace, EQmByteArrayModeAlloc::Default) !=
+        QM_OK)
+    {
+        throw std::bad_alloc();  // without its parameter sets no picture of the file could be decoded
+    }
+}
+
+// Room for all that one packet adds. Memory that runs out later would leave NALs of a packet that isn't in the file,
+// and their lengths would be written into the packet that comes next.
+void MakeRoom(SSampleLog& log, SNalLog& nals, std::size_t uiNals)
+{
+    log.m_vecSampleSizes.reserve(log.m_vecSampleSizes.size() + 1);
+    log.m_vecKeySamples.reserve(log.m_vecKeySamples.size() + uiNals);
+    nals.m_vecNalPatches.reserve(nals.m_vecNalPatches.size() + uiNals);
 }
 
 // A NAL begins at uiOffset of the packet being logged: the one before it ends there.
@@ -51,19 +64,24 @@ void WritePacket(const SSampleLog& log, const std::uint8_t* pPacket, std::size_t
     QM_WriteFile(log.m_hFile, pPacket, uiSize, nullptr, nullptr);
 }
 
-// The first 00 00 00 01 at uiFrom or behind, before uiBound, or uiBound when there is none. The packet goes on for at
-// least 3 bytes behind uiBound. Ones are rare in encoded data, and so are looked for first.
-std::size_t FindStartCode(const std::uint8_t* pPacket, std::size_t uiFrom, std::size_t uiBound)
+// Where 00 00 00 01 stands in a packet of AMF. The search ends 6 bytes before the packet does; one of 6 bytes or fewer
+// has nothing to be searched. Ones are rare in encoded data, and so are looked for first.
+std::vector<std::size_t> FindStartCodes(const std::uint8_t* pPacket, std::size_t uiSize)
 {
-    while (uiFrom < uiBound)
+    std::vector<std::size_t> offsets;
+    if (uiSize <= 6) return offsets;
+    const std::uint8_t* pSearch = pPacket + 3;
+    const std::uint8_t* const pEnd = pPacket + uiSize - 3;
+    while (const void* pFound = std::memchr(pSearch, 1, static_cast<std::size_t>(pEnd - pSearch)))
     {
-        const void* const pFound = std::memchr(pPacket + uiFrom + 3, 1, uiBound - uiFrom);
-        if (pFound == nullptr) return uiBound;
         const std::uint8_t* const pOne = static_cast<const std::uint8_t*>(pFound);
-        if (pOne[-1] == 0 && pOne[-2] == 0 && pOne[-3] == 0) return static_cast<std::size_t>(pOne - pPacket) - 3;
-        uiFrom = static_cast<std::size_t>(pOne - pPacket) - 2;
+        pSearch = pOne + 1;
+        if (pOne[-1] == 0 && pOne[-2] == 0 && pOne[-3] == 0)
+        {
+            offsets.push_back(static_cast<std::size_t>(pOne - pPacket) - 3);
+        }
     }
-    return uiBound;
+    return offsets;
 }
 }  // namespace
 
@@ -74,6 +92,7 @@ void LogNvencPacket(SSampleLog& log, SNalLog& nals, const std::vector<std::uint8
     NormalizeStartCodes(packet, out, nalOffsets);
     if (out.empty()) return;
 
+    MakeRoom(log, nals, nalOffsets.size());
     KeepFirstPacket(log, out.data(), out.size());
     const std::uint32_t uiSample = static_cast<std::uint32_t>(log.m_vecSampleSizes.size());
     for (const std::size_t uiOffset : nalOffsets)
@@ -91,19 +110,16 @@ void LogNvencPacket(SSampleLog& log, SNalLog& nals, const std::vector<std::uint8
 void LogAmfPacket(SSampleLog& log, SNalLog& nals, const std::uint8_t* pPacket, std::size_t uiSize,
                   std::uint32_t uiFrameNumber)
 {
+    const std::vector<std::size_t> nalOffsets = FindStartCodes(pPacket, uiSize);
+    MakeRoom(log, nals, nalOffsets.size());
     KeepFirstPacket(log, pPacket, uiSize);
-
-    // The search ends 6 bytes before the packet does. A packet of 6 bytes or fewer has nothing to be searched.
-    const std::size_t uiBound = uiSize > 6 ? uiSize - 6 : 0;
-    bool bFirst = true;
-    for (std::size_t uiOffset = FindStartCode(pPacket, 0, uiBound); uiOffset < uiBound;
-         uiOffset = FindStartCode(pPacket, uiOffset + 4, uiBound))
+    for (const std::size_t uiOffset : nalOffsets)
     {
         const std::uint8_t* const pNal = pPacket + uiOffset + 4;
+        const bool bFirst = uiOffset == nalOffsets.front();
         if (pNal[0] == g_bPps) log.m_nPpsOffset = static_cast<std::uint32_t>(uiOffset);
         if (bFirst && pNal[0] == g_bDelimiter && pNal[1] == g_bIntraOnly) log.m_vecKeySamples.push_back(uiFrameNumber);
         BeginNal(log, nals, uiOffset, bFirst);
-        bFirst = false;
     }
     WritePacket(log, pPacket, uiSize);
     AddSample(log, uiSize);

@@ -53,6 +53,9 @@ struct SSampleLog
 // Writes the 48 bytes before the first sample.
 void WriteMp4Preamble(QmFileHandle hFile);
 
+// The two loggers throw std::bad_alloc with nothing logged and nothing written: the file is whole without that packet,
+// and the next one can be logged.
+//
 // Logs a packet of NVENC, with start codes of 3 and 4 bytes, and writes it with 4 bytes each. An empty packet leaves no
 // trace. Every NAL that begins with 65 marks the sample as a key, so that an IDR picture of several slices is listed
 // once for each; samples count from 0.
