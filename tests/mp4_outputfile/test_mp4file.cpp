@@ -105,6 +105,7 @@ bool ExpectWholeFile(bool bAmf, std::size_t uiFilling, unsigned uiCall)
         {
             bFailed = true;
         }
+        EXPECT_EQ(bFailed, memory.GetRefused() != 0);
     }
     if (!bFailed) expect(vPrefixed, true);
     log(Join({vBegin, g_vStart4, Nal(0x65, 200)}));

@@ -202,6 +202,7 @@ struct FakeEntries
         if (it == g_pRuntime->m_mapPackets.end()) return NV_ENC_ERR_INVALID_CALL;
         params->bitstreamBufferPtr = it->second.data();
         params->bitstreamSizeInBytes = static_cast<std::uint32_t>(it->second.size());
+        if (g_pRuntime->m_funcLocked) g_pRuntime->m_funcLocked();
         return NV_ENC_SUCCESS;
     }
 

@@ -44,6 +44,8 @@ public:
     std::function<std::vector<std::uint8_t>(std::int32_t iPicture)> m_funcPacket = PacketOf;
     // Runs at the head of every call. What it throws leaves the call.
     std::function<void(const std::string& strEntry)> m_funcEntered;
+    // Called when a buffer has been locked.
+    std::function<void()> m_funcLocked;
 
     // --- what it saw
     std::vector<std::string> m_vCalls;  // every call, in order

@@ -3,6 +3,7 @@
 
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
 #include "idled3d9.h"
+#include "tests/support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -347,6 +348,34 @@ TEST_F(D3D9Test, ARegistrationThatFailsLeavesNoSurfaceBehind)
         EXPECT_THAT(device.GetReferences(), ElementsAre(0u, 0u, 0u, 0u));
         EXPECT_TRUE(runtime.m_mapRegistered.empty());
         EXPECT_THAT(runtime.m_vComplaints, IsEmpty());
+    }
+}
+
+TEST_F(D3D9Test, MemoryThatRunsOutLeavesNoSurfaceBehind)
+{
+    bool bFailed = true;
+    for (unsigned uiCall = 1; bFailed; ++uiCall)
+    {
+        FakeRuntime runtime;  // whose memory runs out too, so that what it complains of is no matter here
+        FakeDevice device;
+        device.m_vRequests.reserve(8);
+        device.m_vSurfaces.reserve(8);
+        const auto pEncoder = std::make_unique<OpenEncoder>(&device, 64, 48, NV_ENC_BUFFER_FORMAT_ARGB);
+        FillParams(*pEncoder);
+        {
+            const CShortMemory memory(uiCall);
+            try
+            {
+                pEncoder->CreateEncoder(&m_params);
+            }
+            catch (const std::bad_alloc&)
+            {}
+            bFailed = memory.GetRefused() != 0;
+        }
+        EXPECT_THAT(device.GetReferences(), testing::Each(1u)) << uiCall;
+        pEncoder->DestroyEncoder();
+        EXPECT_THAT(device.GetReferences(), testing::Each(0u)) << uiCall;
+        EXPECT_EQ(device.m_uiReferences, 1u) << uiCall;
     }
 }
 

@@ -1,6 +1,10 @@
 // Entries of the runtime that fail in the middle of the work, at their first and at a later call.
 #include "nvencfixture.h"
 
+#include <optional>
+
+#include "tests/support/short_memory.h"
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -104,6 +108,32 @@ TEST_F(FailuresTest, AFailedUnlockIsReportedWithThePacketRead)
         EXPECT_THAT(m_vPacket, ElementsAre(FakeRuntime::PacketOf(nCall - 1)));
         runtime.m_setLocked.clear();
         pEncoder->DestroyEncoder();
+    }
+}
+
+TEST_F(FailuresTest, APacketThatThereIsNoMemoryForIsUnlockedAndNotCounted)
+{
+    for (const unsigned uiCall : {1u, 2u})  // for its place in the list, and for its bytes
+    {
+        FakeRuntime runtime;
+        const auto pEncoder = MakeEncoder();
+        for (int i = 0; i < 3; ++i)
+            pEncoder->EncodeFrame(m_vPacket);
+        std::optional<CShortMemory> memory;
+        runtime.m_funcLocked = [&] { memory.emplace(uiCall); };
+        Packets vPacket;
+        EXPECT_THROW(pEncoder->EncodeFrame(vPacket), std::bad_alloc);
+        memory.reset();
+        runtime.m_funcLocked = nullptr;
+        EXPECT_TRUE(runtime.m_setLocked.empty());
+        EXPECT_EQ(pEncoder->m_iGot, 0);
+        EXPECT_EQ(pEncoder->m_iToSend, 4);
+
+        // It can be asked for again, and nothing behind it is out of place.
+        EXPECT_NO_THROW(pEncoder->EndEncode(vPacket));
+        EXPECT_EQ(pEncoder->m_iGot, 4);
+        EXPECT_EQ(vPacket.back(), FakeRuntime::PacketOf(3));
+        EXPECT_THAT(runtime.m_vComplaints, IsEmpty());
     }
 }
 

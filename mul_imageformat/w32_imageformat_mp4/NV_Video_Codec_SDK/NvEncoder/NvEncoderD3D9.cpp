@@ -69,6 +69,8 @@ void NvEncoderD3D9::AllocateInputBuffers(std::int32_t nInputBuffers)
                              NV_ENC_ERR_ENCODER_NOT_INITIALIZED);
     }
     const auto allocate = [this, nInputBuffers](bool bReferenceFrame) {
+        std::vector<NvEncInputFrame>& vFrames = bReferenceFrame ? m_vReferenceFrames : m_vInputFrames;
+        vFrames.reserve(nInputBuffers);
         std::vector<void*> vSurfaces;
         vSurfaces.reserve(nInputBuffers);
         try
@@ -79,9 +81,9 @@ void NvEncoderD3D9::AllocateInputBuffers(std::int32_t nInputBuffers)
             RegisterResources(vSurfaces, NV_ENC_INPUT_RESOURCE_TYPE_DIRECTX, m_nMaxEncodeWidth, m_nMaxEncodeHeight, 0,
                               m_eBufferFormat, bReferenceFrame);
         }
-        catch (const NVENCException&)
+        catch (...)
         {
-            KeepForRelease(vSurfaces, bReferenceFrame ? m_vReferenceFrames : m_vInputFrames);
+            KeepForRelease(vSurfaces, vFrames);
             throw;
         }
     };
@@ -108,7 +110,7 @@ IDirect3DSurface9* NvEncoderD3D9::CreateSurface() const
 }
 
 // A failure releases no surface on the spot. Those that have no frame yet get a bare one, so that they go when the
-// others go; the ring isn't whole, and no frame is encoded with it.
+// others go; the ring isn't whole, and no frame is encoded with it. There is room for them.
 void NvEncoderD3D9::KeepForRelease(const std::vector<void*>& vSurfaces, std::vector<NvEncInputFrame>& vFrames)
 {
     for (std::size_t i = vFrames.size(); i < vSurfaces.size(); ++i)

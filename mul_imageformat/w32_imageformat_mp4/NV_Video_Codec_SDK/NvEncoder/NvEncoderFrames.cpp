@@ -129,9 +129,18 @@ void NvEncoder::GetEncodedPacket(std::vector<NV_ENC_OUTPUT_PTR>& vOutputBuffer,
         lockBitstreamData.doNotWait = 0;
         NVENC_API_CALL(pszFunction, m_nvenc.nvEncLockBitstream(m_hEncoder, &lockBitstreamData));
 
-        const auto* pData = static_cast<const std::uint8_t*>(lockBitstreamData.bitstreamBufferPtr);
-        if (vPacket.size() < i + 1) vPacket.emplace_back();
-        vPacket[i].assign(pData, pData + lockBitstreamData.bitstreamSizeInBytes);
+        try
+        {
+            const auto* pData = static_cast<const std::uint8_t*>(lockBitstreamData.bitstreamBufferPtr);
+            if (vPacket.size() < i + 1) vPacket.emplace_back();
+            vPacket[i].assign(pData, pData + lockBitstreamData.bitstreamSizeInBytes);
+        }
+        catch (...)
+        {
+            // No memory for the packet: a buffer that stays locked could never be read again, nor destroyed.
+            m_nvenc.nvEncUnlockBitstream(m_hEncoder, lockBitstreamData.outputBitstream);
+            throw;
+        }
 
         NVENC_API_CALL(pszFunction, m_nvenc.nvEncUnlockBitstream(m_hEncoder, lockBitstreamData.outputBitstream));
 
