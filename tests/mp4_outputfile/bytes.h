@@ -16,6 +16,12 @@ inline Bytes Nal(std::uint8_t bType, std::size_t uiSize)
     return vNal;
 }
 
+// A NAL behind its length.
+inline Bytes Prefixed(const Bytes& vNal)
+{
+    return Join({Bytes32(static_cast<std::uint32_t>(vNal.size())), vNal});
+}
+
 inline const Bytes g_vStart3 = {0, 0, 1};
 inline const Bytes g_vStart4 = {0, 0, 0, 1};
 

@@ -12,12 +12,6 @@ const Bytes g_vSps = {0x67, 0x4D, 0x40, 0x1E, 0x99, 0x88, 0x77};
 const Bytes g_vPps = {0x68, 0xEE, 0x38, 0x80};
 const Bytes g_vIdr = Nal(0x65, 100);
 
-// A NAL behind its length.
-Bytes Prefixed(const Bytes& vNal)
-{
-    return Join({Bytes32(static_cast<std::uint32_t>(vNal.size())), vNal});
-}
-
 const Bytes g_vNvencPacket = Join({Prefixed(g_vSps), Prefixed(g_vPps), Prefixed(g_vIdr)});
 const Bytes g_vAmfPacket = Join({Prefixed({0x09, 0x10}), g_vNvencPacket});
 

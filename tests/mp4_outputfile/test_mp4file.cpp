@@ -48,12 +48,6 @@ struct SMuxer
     std::uint32_t m_uiFrame = 0;
 };
 
-// A NAL behind its length.
-Bytes Prefixed(const Bytes& vNal)
-{
-    return Join({Bytes32(static_cast<std::uint32_t>(vNal.size())), vNal});
-}
-
 Bytes Repeat(const Bytes& vBytes, std::size_t uiCount)
 {
     Bytes vAll;

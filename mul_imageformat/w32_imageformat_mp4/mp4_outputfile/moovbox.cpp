@@ -42,8 +42,8 @@ std::uint32_t ToTicks(double dMilliseconds)
     return Truncate(dMilliseconds * 10000.0 / 1000.0);
 }
 
-// The last frame lasts as long as the one before it. Each delta is cut on its own, and nothing is carried over to the
-// next; times that run backwards give negative ones.
+// Nobody knows how long the last frame was meant to last; it takes the distance before it. What is cut off one delta
+// isn't added to the next; times that run backwards give negative ones.
 std::uint32_t SampleDelta(const CGrowingArray<double>& times, std::size_t uiSample)
 {
     if (times.size() == 1) return g_uiOneFrameDelta;

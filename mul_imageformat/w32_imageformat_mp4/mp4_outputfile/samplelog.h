@@ -1,9 +1,9 @@
 // The file as the back ends without a container writer of their own make it: `ftyp`, `free`, `mdat`, `moov`.
 //
-// Packets go to the file as they come from the encoder, start codes and all. In memory stay only sizes, key marks and
-// the places of the NALs; when the file is closed each start code is overwritten with its NAL's length, which turns the
-// Annex B stream in `mdat` into a length-prefixed one, and `moov` is appended. A file whose writer never got there
-// keeps a size of 1A BE CE DA in front of "mdat", by which it can be told.
+// Acquisitions last for hours, so no picture waits in memory: a packet is written when it comes, as an Annex B stream,
+// and a few numbers are remembered of it. Closing goes through the file once more, puts a length in the place of every
+// start code, which is as long, and appends `moov`. A file whose writer never got there keeps a size of 1A BE CE DA in
+// front of "mdat", by which it can be told.
 //
 // Offsets into `mdat` count from its first payload byte. No function here looks at the results of file calls: a file
 // that can't be written has no better end than the one it gets. One thread at a time may use a log.

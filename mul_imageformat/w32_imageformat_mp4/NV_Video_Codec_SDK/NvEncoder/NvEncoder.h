@@ -85,8 +85,8 @@ public:
 
 protected:
     // Loads the runtime and opens a session on pDevice, which stays the caller's. uiExtraOutputDelay: slots of the ring
-    // beyond what the settings need. A throw leaves the runtime loaded: only the destructor frees it, and that doesn't
-    // run for an object that never came to be. This is accepted.
+    // beyond what the settings need. A throw leaves the runtime loaded, one reference more for each: a machine where
+    // sessions don't open loads it in vain, and the process's end frees it.
     NvEncoder(NV_ENC_DEVICE_TYPE eDeviceType, void* pDevice, std::uint32_t uiWidth, std::uint32_t uiHeight,
               NV_ENC_BUFFER_FORMAT eBufferFormat, std::uint32_t uiExtraOutputDelay, bool bMotionEstimationOnly,
               bool bOutputInVideoMemory);

@@ -32,8 +32,9 @@ public:
     //
     // An option's value that can't be used is taken for an option itself, as far as those go that stand further down in
     // the list of options: "-rc -lookahead 4" is a look-ahead of 4. Throws std::invalid_argument for a token that is
-    // neither, naming it, and for an option whose value is missing, naming the option; std::out_of_range for a number
-    // that its setting can't hold. The record keeps what earlier options wrote.
+    // neither, naming it, and for an option whose value is missing, naming the option (codec and preset are the
+    // constructor's and pass without one); std::out_of_range for a number that its setting can't hold. The record keeps
+    // what earlier options wrote.
     virtual void SetInitParams(NV_ENC_INITIALIZE_PARAMS* pParams, NV_ENC_BUFFER_FORMAT eBufferFormat);
 
     // Every setting of *pParams and its encodeConfig, one per line. For the diagnostics; holds a nul character when
