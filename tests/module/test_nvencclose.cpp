@@ -254,3 +254,33 @@ TEST_F(NvencCloseTest, AFileThatMemoryNeverSufficedToFinishIsClosedWithItsPlaceh
     EXPECT_EQ(Bytes(vFile.begin() + 48 + 128, vFile.begin() + 48 + 133), (Bytes{0, 0, 0, 1, 0x41}));
     EXPECT_THAT(m_runtime.m_setSessions, IsEmpty());
 }
+
+class NvencCloseShortOfMemoryTest : public NvencCloseTest, public testing::WithParamInterface<unsigned>
+{
+};
+
+// Which request finds no memory is the parameter; the last ones come when the encoder has given all it held.
+TEST_P(NvencCloseShortOfMemoryTest, FinishesAFileOnlyWithAllOfItsPackets)
+{
+    unsigned uiRefused = 0;
+    {
+        const OutputPtr pFile = MakeFile(64, 48);
+        WriteFrames(*pFile, 6);
+        const CShortMemory memory(GetParam());
+        EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+        uiRefused = memory.GetRefused();
+    }
+    const Bytes vFile = m_target.Bytes();
+    ASSERT_GE(vFile.size(), 48U);
+    const bool bFinished = Bytes(vFile.begin() + 40, vFile.begin() + 44) != Bytes{0x1A, 0xBE, 0xCE, 0xDA};
+    if (bFinished)
+    {
+        EXPECT_EQ(Read().m_vMdat, Samples(6));
+        EXPECT_THAT(Read().m_moov.m_vSizes, ElementsAre(128U, 25U, 26U, 27U, 28U, 29U));
+    }
+    EXPECT_TRUE(bFinished || uiRefused == 1U);
+    m_runtime.m_vComplaints.clear();  // the scripted runtime, too, was stopped in the middle of a call
+    EXPECT_THAT(m_runtime.m_setSessions, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Requests, NvencCloseShortOfMemoryTest, testing::Range(1U, 101U));

@@ -288,3 +288,21 @@ TEST_F(NvencFramesTest, WithoutMemoryForTheEncoderTheFirstFrameFails)
     EXPECT_EQ(WriteAt(*pFile, 10.0), QM_ERR_FAIL);
     EXPECT_THAT(m_runtime.m_vCalls, IsEmpty());
 }
+
+TEST_F(NvencFramesTest, WithoutMemoryForAPacketTheFileEndsThereUnfinished)
+{
+    {
+        const OutputPtr pFile = MakeFile(64, 48);
+        WriteFrames(*pFile, 4);
+        {
+            const CShortMemory memory(2);  // the first is the room for packets
+            EXPECT_EQ(WriteAt(*pFile, 40.0), QM_ERR_FAIL);
+            EXPECT_EQ(memory.GetRefused(), 1U);
+        }
+        EXPECT_EQ(WriteAt(*pFile, 50.0), QM_ERR_FAIL);
+        EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    }
+    const Bytes vFile = m_target.Bytes();
+    ASSERT_EQ(vFile.size(), 48U + 128);
+    EXPECT_EQ(Bytes(vFile.begin() + 40, vFile.begin() + 44), (Bytes{0x1A, 0xBE, 0xCE, 0xDA}));
+}

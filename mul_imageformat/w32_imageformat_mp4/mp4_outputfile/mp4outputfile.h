@@ -11,9 +11,9 @@
 class CQmImageFormatMP4;
 class CQmMP4InputFile;
 
-// Nothing is decided before the first frame: the back end follows from the format object's active codec at that moment,
-// and device, encoder and target file are set up inside that call. The target file is opened under its final name, no
-// back end stands in for another, and a file whose writing broke off stays as it is.
+// The first frame sets everything up: which encoder writes the file follows from the format object's active codec at
+// that moment, and no other takes its place when it fails. The target file is made then, under its final name; if
+// writing breaks off, it stays as far as it has got.
 //
 // Every failure of a back end is QM_ERR_FAIL to the host; what went wrong goes to the diagnostics. One thread at a
 // time.

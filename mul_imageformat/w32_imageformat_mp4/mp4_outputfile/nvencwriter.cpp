@@ -1,5 +1,7 @@
 #include "mp4_outputfile/nvencwriter.h"
 
+#include <new>
+
 #include "hostapi/hostpicbase.h"
 #include "hostapi/hostplatform.h"
 #include "mp4_outputfile/colourconversion.h"
@@ -53,7 +55,7 @@ CNvencWriter::CNvencWriter()
 
 CNvencWriter::~CNvencWriter()
 {
-    if (m_log.m_hFile != nullptr) QM_CloseFile(m_log.m_hFile);
+    AbandonFile();  // nothing to do after a close
     delete m_pEncoder;
     SafeRelease(&m_pD3DSurface);
     SafeRelease(&m_pD3D);
@@ -152,21 +154,26 @@ HRESULT CNvencWriter::CreateEncoder()
 QmStatus CNvencWriter::WriteFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight)
 {
     const double dBegin = QM_GetTimeCounter();
-    if (m_pEncoder == nullptr) return QM_ERR_FAIL;
+    if (m_pEncoder == nullptr || m_bFileAbandoned) return QM_ERR_FAIL;
 
     std::vector<std::vector<std::uint8_t>> vPackets;
+    vPackets.reserve(g_uiExpectedPackets);
     try
     {
         if (FillNextInputFrame(pPixels, uiWidth, uiHeight) != S_OK) return QM_ERR_FAIL;
-        vPackets.reserve(g_uiExpectedPackets);
         m_pEncoder->EncodeFrame(vPackets, nullptr);
+        LogPackets(vPackets);
     }
     catch (const NVENCException& exception)
     {
         Tell(LINE_ENCODE_FRAME, exception.GetErrorString());
         return QM_ERR_FAIL;
     }
-    LogPackets(vPackets);
+    catch (const std::bad_alloc&)
+    {
+        AbandonFile();
+        return QM_ERR_FAIL;
+    }
 
     TellPlace(LINE_FRAME_TIME);
     DiagOutputExW(L"NVENC %.2lf ms", QM_GetTimeCounter() - dBegin);
@@ -212,13 +219,32 @@ void CNvencWriter::FlushEncoder()
     vPackets.reserve(g_uiExpectedPackets);
     try
     {
-        m_pEncoder->EndEncode(vPackets);
+        EndEncode(vPackets);
+        LogPackets(vPackets);
     }
-    catch (const NVENCException& exception)
+    catch (const std::bad_alloc&)
     {
-        Tell(LINE_END_ENCODE, exception.GetErrorString());  // what came before it is still worth a file
+        AbandonFile();
     }
-    LogPackets(vPackets);
     m_pEncoder->DestroyEncoder();
     m_pEncoder = nullptr;
+}
+
+void CNvencWriter::EndEncode(std::vector<std::vector<std::uint8_t>>& vPackets)
+try
+{
+    m_pEncoder->EndEncode(vPackets);
+}
+catch (const NVENCException& exception)
+{
+    Tell(LINE_END_ENCODE, exception.GetErrorString());  // what came before it is still worth a file
+}
+
+// A file that lacks a packet in the middle would show every later picture at another one's time. So it ends here, with
+// the placeholder that tells it from a finished one.
+void CNvencWriter::AbandonFile()
+{
+    if (m_log.m_hFile != nullptr) QM_CloseFile(m_log.m_hFile);
+    m_log.m_hFile = nullptr;
+    m_bFileAbandoned = true;
 }

@@ -16,9 +16,9 @@
 #include "mp4_outputfile/growingarray.h"
 #include "mp4_outputfile/samplelog.h"
 
-// Everything happens on the caller's thread and in step with the frames. What goes wrong is told to the host's
-// diagnostics; the caller learns only that it did. Width and height are those of the encoded picture, in pixels, and
-// the same in every call.
+// One thread; a call returns when its picture is encoded as far as the session's delay allows. Why a call failed is
+// told to the host's diagnostics. Width and height are those of the encoded picture, in pixels, and the same in every
+// call.
 class CNvencWriter
 {
 public:
@@ -39,7 +39,8 @@ public:
     // Encodes one picture and writes the packets that are ready, none to several. pPixels: B, G, R rows at the pitch of
     // uiWidth rounded up to 4 bytes, which for a picture of odd width is more than its own.
     //
-    // QM_ERR_FAIL without an encoder or when it fails; further frames may be tried.
+    // QM_ERR_FAIL without an encoder or when it fails; further frames may be tried. Where memory ran out under packets
+    // that the encoder had given, the file ends there for good, unfinished. Throws std::bad_alloc before that.
     QmStatus WriteFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
     // Takes what the encoder still holds, ends the session and finishes the file. vecFrameTimes: see FinishMp4File.
@@ -52,6 +53,8 @@ protected:
     HRESULT CreateEncoder();
     HRESULT FillNextInputFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight);
     void FlushEncoder();
+    void EndEncode(std::vector<std::vector<std::uint8_t>>& vPackets);
+    void AbandonFile();
     void LogPackets(const std::vector<std::vector<std::uint8_t>>& vPackets);
 
     IDirect3DDevice9* m_pD3DDevice = nullptr;    // one reference each, null until the first frame
@@ -61,4 +64,5 @@ protected:
     NvEncoderInitParam m_encoderInitParam;       // without options: the settings are constants
     SSampleLog m_log;
     SNalLog m_nals;
+    bool m_bFileAbandoned = false;  // a packet was lost
 };
