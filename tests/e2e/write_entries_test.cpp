@@ -7,6 +7,7 @@
 #include <d3d9.h>
 
 #include "platform/d3d9/d3d9_script.h"
+#include "support/diagnostics_capture.h"
 #include "support/encoder_script.h"
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
@@ -49,7 +50,7 @@ protected:
     {
         const std::filesystem::path path = m_dir / "disturbed.mp4";
         {
-            const DiagnosticLines lines;
+            const CDiagnosticsCapture lines;
             const OutputFile file = OpenForPictures(m_host, path, 64, 48);
             std::vector<QmStatus> vFrames;
             for (std::uint32_t ui = 0; ui < g_uiFrames; ++ui)
@@ -60,7 +61,7 @@ protected:
             {
                 if (nLine == outcome.m_nLine || outcome.m_nLine == 0)
                 {
-                    EXPECT_EQ(lines.At(nLine).empty(), outcome.m_nLine == 0) << nLine;
+                    EXPECT_EQ(lines.TextsOf(nLine).empty(), outcome.m_nLine == 0) << nLine;
                 }
             }
         }

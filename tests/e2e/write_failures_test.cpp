@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/diagnostics_capture.h"
 #include "support/encoder_script.h"
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
@@ -71,9 +72,9 @@ TEST_F(WritingFails, WithoutARuntime)
     const std::wstring wszVariable = L"IMAGEFORMAT_MP4_RUNTIMES";
     ASSERT_TRUE(SetEnvironmentVariableW(wszVariable.c_str(), empty.Path().wstring().c_str()));
     {
-        const DiagnosticLines lines;
+        const CDiagnosticsCapture lines;
         ExpectFrames(m_dir / "written.mp4", QM_ERR_FAIL);
-        EXPECT_EQ(lines.At(g_nOpenSession),
+        EXPECT_EQ(lines.TextsOf(g_nOpenSession),
                   std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : NVENC library file is not found. "
                                             L"Please ensure NV driver is installed\n"});
     }
@@ -88,9 +89,9 @@ TEST_F(WritingFails, WithARuntimeThatReports143)
 {
     const EncoderScript script;
     script->ReportVersion(143);
-    const DiagnosticLines lines;
+    const CDiagnosticsCapture lines;
     ExpectFrames(m_dir / "written.mp4", QM_ERR_FAIL);
-    EXPECT_EQ(lines.At(g_nOpenSession),
+    EXPECT_EQ(lines.TextsOf(g_nOpenSession),
               std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : Current Driver Version does not support this "
                                         L"NvEncodeAPI version, please upgrade driver\n"});
     EXPECT_EQ(FilesInFolder(), 0U);
@@ -129,9 +130,9 @@ TEST_F(WritingFails, WithPicturesThatWereRefusedAndHaveAnOddSize)
     const OutputFile file = m_host.OpenOutput(m_dir / "written.mp4");
     EXPECT_EQ(file->SetImageAttributes(&attributes), QM_ERR_RANGE);
     m_host.Format()->GetQmClass()->Release();  // as TellSize says
-    const DiagnosticLines lines;
+    const CDiagnosticsCapture lines;
     EXPECT_EQ(WriteAt(file, 0.0, NoisyPicture(162, 96, 0)), QM_ERR_FAIL);
-    EXPECT_FALSE(lines.At(g_nCreateEncoder).empty());
+    EXPECT_FALSE(lines.TextsOf(g_nCreateEncoder).empty());
     EXPECT_EQ(FilesInFolder(), 0U);
 }
 

@@ -9,13 +9,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "diagnosticscapture.h"
 #include "fakeruntime.h"
 #include "fakeruntimeloader.h"
 #include "mp4_outputfile/mp4outputfile.h"
 #include "mp4_outputfile/nvencwriter.h"
 #include "mp4filesimpl/imageformatmp4.h"
 #include "scripteddirect3d.h"
+#include "support/diagnostics_capture.h"
 #include "support/muxed_file.h"
 #include "tests/mp4_outputfile/bytes.h"
 #include "tests/mp4_outputfile/tempfile.h"

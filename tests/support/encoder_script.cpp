@@ -3,8 +3,6 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "hostapi/hostplatform.h"
-
 namespace test_support
 {
 
@@ -24,31 +22,6 @@ EncoderScript::~EncoderScript()
 {
     m_pScript->Reset();
     FreeLibrary(m_hRuntime);
-}
-
-DiagnosticLines::DiagnosticLines()
-{
-    QM_SetDiagSink(Take, this);
-}
-
-DiagnosticLines::~DiagnosticLines()
-{
-    QM_SetDiagSink(nullptr, nullptr);
-}
-
-std::vector<std::wstring> DiagnosticLines::At(int nLine) const
-{
-    std::vector<std::wstring> vTexts;
-    for (const Line& line : m_vLines)
-    {
-        if (line.m_nLine == nLine) vTexts.push_back(line.m_strText);
-    }
-    return vTexts;
-}
-
-void DiagnosticLines::Take(const char* /*pszFile*/, int nLine, const wchar_t* pwszText, void* pUser)
-{
-    static_cast<DiagnosticLines*>(pUser)->m_vLines.push_back({nLine, pwszText});
 }
 
 }  // namespace test_support

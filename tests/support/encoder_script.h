@@ -1,9 +1,5 @@
-// Failures of the encoder's runtime, of Direct3D and of the disk, and what the module says about them.
+// The hand on the software encoder runtime.
 #pragma once
-
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include <windows.h>
 
@@ -26,30 +22,6 @@ public:
 private:
     HMODULE m_hRuntime;
     const NvencRuntimeScript* m_pScript = nullptr;
-};
-
-// What comes to the host's diagnostics for as long as the object lives.
-class DiagnosticLines
-{
-public:
-    struct Line
-    {
-        int m_nLine;
-        std::wstring m_strText;
-    };
-
-    DiagnosticLines();
-    ~DiagnosticLines();
-    DiagnosticLines(const DiagnosticLines&) = delete;
-    DiagnosticLines& operator=(const DiagnosticLines&) = delete;
-
-    // The texts of the lines that were told with this line number.
-    std::vector<std::wstring> At(int nLine) const;
-
-private:
-    static void Take(const char* pszFile, int nLine, const wchar_t* pwszText, void* pUser);
-
-    std::vector<Line> m_vLines;
 };
 
 }  // namespace test_support
