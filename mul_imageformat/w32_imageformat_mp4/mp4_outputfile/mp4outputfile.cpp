@@ -123,13 +123,12 @@ QmStatus CQmMP4OutputFile::WriteNextFrame(const void* pPixels)
     return nStatus;
 }
 
-QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t /*uiIndex*/, const void* pPixels, void* /*pPass1*/,
-                                      void* /*pPass2*/)
+QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels, void* /*pPass1*/, void* /*pPass2*/)
 {
     try
     {
         ApplyFrameTimeRule(m_times);  // for every frame, also one that fails below
-        return EncodeFrame(pPixels);
+        return EncodeFrame(uiIndex, pPixels);
     }
     catch (const std::bad_alloc&)
     {
@@ -137,17 +136,38 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t /*uiIndex*/, const void* pPi
     }
 }
 
-QmStatus CQmMP4OutputFile::EncodeFrame(const void* pPixels)
+QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixels)
 {
     if (pPixels == nullptr) return QM_ERR_FAIL;
 
-    // The format object is asked before every frame, and its answer counts until a back end is chosen.
-    const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
-    const bool bChosen = m_bAmf || m_bNvenc;
-    if (bSetsUpEarly && !bChosen && InitEncoder() != S_OK) return QM_ERR_FAIL;
+    // The format object is asked before every frame until Media Foundation runs, and its answer counts until a back end
+    // is chosen.
+    if (!m_mediaFoundation.IsRunning())
+    {
+        const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
+        const bool bChosen = m_bAmf || m_bNvenc;
+        if (bSetsUpEarly && !bChosen && InitEncoder() != S_OK) return QM_ERR_FAIL;
+    }
 
+    if (m_bAmf) return QM_ERR_FAIL;  // no encoder stands behind it in this version
     if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
-    return QM_ERR_FAIL;  // the other back ends have no encoder in this build
+    return EncodeWithMediaFoundation(uiIndex, pPixels);
+}
+
+// The session gets every frame one call late. A frame with index 0 is never preceded by another, whatever came before
+// it, and so a host that gives each frame that index has all but the last one overwritten.
+QmStatus CQmMP4OutputFile::EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels)
+{
+    m_times.m_dPrevElapsed = m_times.m_dElapsed;
+    if (!m_mediaFoundation.IsRunning())
+    {
+        if (m_mediaFoundation.OpenHandover(m_attrSource, m_attrEncoded) != QM_OK || InitEncoder() != S_OK ||
+            m_mediaFoundation.StartThread() != QM_OK)
+        {
+            return QM_ERR_FAIL;
+        }
+    }
+    return m_mediaFoundation.WriteFrame(pPixels, uiIndex != 0, m_attrSource);
 }
 
 // A host that never set a codec gets the first row of the table.
@@ -178,7 +198,7 @@ HRESULT CQmMP4OutputFile::InitEncoder()
     case EBackEnd::MediaFoundation:
         break;
     }
-    return E_FAIL;
+    return m_mediaFoundation.BuildGraph();
 }
 
 QmStatus CQmMP4OutputFile::CloseOutput()
@@ -191,6 +211,7 @@ QmStatus CQmMP4OutputFile::CloseOutput()
     {
         // The file stays as it is, and its placeholder tells that it was never finished.
     }
+    m_mediaFoundation.Close();
     return QM_OK;
 }
 

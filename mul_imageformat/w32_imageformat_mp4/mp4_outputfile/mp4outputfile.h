@@ -6,6 +6,7 @@
 #include "hostapi/hostcore.h"
 #include "hostapi/iqmoutputimagefile.h"
 #include "mp4_outputfile/frametimerule.h"
+#include "mp4_outputfile/mediafoundationwriter.h"
 #include "mp4_outputfile/nvencwriter.h"
 
 class CQmImageFormatMP4;
@@ -70,8 +71,10 @@ protected:
 
     // Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
     HRESULT InitEncoder();
-    QmStatus EncodeFrame(const void* pPixels);
+    QmStatus EncodeFrame(std::uint32_t uiIndex, const void* pPixels);
+    QmStatus EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels);
 
+    CMediaFoundationWriter m_mediaFoundation;
     bool m_bAmf;    // the AMF back end was chosen
     bool m_bNvenc;  // the NVENC back end was chosen
     CNvencWriter m_nvenc;

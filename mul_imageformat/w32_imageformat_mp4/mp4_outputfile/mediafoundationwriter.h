@@ -1,0 +1,66 @@
+// The Media Foundation back end of one output file: pictures go to a media session, which pulls them one by one,
+// encodes them and writes the file.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+
+#include <windows.h>
+
+#include "hostapi/iqmoutputimagefile.h"
+#include "mp4_outputfile/picturehandover.h"
+#include "mp4_outputfile/writegraph.h"
+
+// How long a session may take to fetch a frame of that many pixels before it counts as stalled, in milliseconds: 300
+// for 1920 x 1080, and more or less as the picture is larger or smaller, but not below 100, or below 2500 while the
+// session hasn't started yet. The product is cut to 64 bits, the quotient to 32.
+std::uint32_t CalcStallLimit(std::uint64_t uiPixels, bool bStarted);
+
+// A thread of this object's own runs the session; all operations are called on the host's thread.
+class CMediaFoundationWriter
+{
+public:
+    CMediaFoundationWriter() = default;
+    ~CMediaFoundationWriter();
+
+    CMediaFoundationWriter(const CMediaFoundationWriter&) = delete;
+    CMediaFoundationWriter& operator=(const CMediaFoundationWriter&) = delete;
+
+    // The thread was started, and nobody has waited for its end yet.
+    bool IsRunning() const { return m_hWriterThread != nullptr; }
+
+    // The set-up, in three steps. One that fails leaves nothing behind, and the first may be tried again, but not after
+    // a running session was given up or closed.
+    QmStatus OpenHandover(const SQmImageAttributes& attrSource, const SQmImageAttributes& attrEncoded);
+    HRESULT BuildGraph();
+    QmStatus StartThread();
+
+    // Keeps a picture for the session. The one before it goes over first, if bHandOver; without that it is overwritten.
+    // Comes back when the session has fetched it.
+    //
+    // A session that leaves a picture lying is stopped and started again, with twice the patience each time, and given
+    // up when that exceeds 20 seconds. QM_ERR_FAIL then, when the session has ended, and for a picture of another form
+    // than OpenHandover was told; and for every later picture, since the file's times can't be right without this one.
+    QmStatus WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource);
+
+    // Gives the newest picture to the session, waits until it has finished the file, and lets go of everything. A
+    // session that moves no more is shut down after ten minutes. Again: nothing.
+    void Close();
+
+protected:
+    static DWORD WINAPI RunWriterThread(void* pWriter);
+    IMFMediaSession* TakeSession();
+    void ShutDownSession();
+    void JoinThread(std::uint32_t uiLimit);
+    QmStatus HandOverPending(const SQmImageAttributes& attrSource);
+    QmStatus AwaitTaken(IMFMediaSession* pSession, std::uint32_t uiLimit);
+
+    CPictureHandover m_handover;
+    HANDLE m_hWriterThread = nullptr;
+    bool m_bFailed = false;  // a picture was lost while the session ran
+
+    // The thread empties the graph when the session has come to its end, whenever that is. Whoever uses the session
+    // meanwhile does so through a reference of its own, taken under the lock.
+    std::mutex m_mtxGraph;
+    SWriteGraph m_graph;
+};

@@ -1,0 +1,40 @@
+#include "mp4_outputfile/writegraph.h"
+
+#include <propvarutil.h>
+
+#include "mp4filesimpl/saferelease.h"
+
+void ReleaseWriteGraph(SWriteGraph& graph)
+{
+    if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
+    if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
+    SafeRelease(&graph.m_pSession);
+    SafeRelease(&graph.m_pSource);
+    SafeRelease(&graph.m_pTopology);
+}
+
+HRESULT StartFromBeginning(IMFMediaSession* pSession)
+{
+    PROPVARIANT varBeginning;
+    PropVariantInit(&varBeginning);
+    return pSession->Start(&GUID_NULL, &varBeginning);
+}
+
+HRESULT RunSession(IMFMediaSession* pSession, IMFTopology* pTopology, HANDLE hStarted)
+{
+    HRESULT hr = pSession->SetTopology(0, pTopology);
+    if (SUCCEEDED(hr)) hr = StartFromBeginning(pSession);
+    MediaEventType eType = MEUnknown;
+    while (SUCCEEDED(hr) && eType != MESessionEnded)
+    {
+        IMFMediaEvent* pEvent = nullptr;
+        HRESULT hrStatus = S_OK;
+        hr = pSession->GetEvent(0, &pEvent);
+        if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
+        if (SUCCEEDED(hr)) hr = hrStatus;
+        if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
+        SafeRelease(&pEvent);
+        if (SUCCEEDED(hr) && eType == MESessionStarted) SetEvent(hStarted);
+    }
+    return hr;
+}

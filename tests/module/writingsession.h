@@ -1,0 +1,119 @@
+// A media session that writes no file: it takes pictures from a hand-over as a media source does, and misbehaves where
+// a test tells it to. A program that links this gets it in the place of the system's graph, with a clock that passes at
+// once when the session stands still.
+#pragma once
+
+#include <atomic>
+#include <climits>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <windows.h>
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <mfidl.h>
+
+#include "mp4_outputfile/picturehandover.h"
+#include "tests/support/bytes.h"
+
+// What a session does. Changed before the graph is made.
+struct SWritingScript
+{
+    HRESULT m_hrBuild = S_OK;    // of the graph; negative leaves it empty
+    bool m_bWithSession = true;  // the graph has a session
+    HRESULT m_hrSetTopology = S_OK;
+    int m_nTellsFrom = 0;         // number of the start, from 0, with which it begins to tell that it started
+    int m_nTellsUntil = INT_MAX;  // and from which on it doesn't any more
+    int m_nTakesFrom = 0;         // and with which it begins to take pictures
+    int m_nTakesUntil = INT_MAX;  // takes so many pictures until it is started anew
+    int m_nEndsAfter = INT_MAX;   // ends by itself after so many
+    int m_nFailsAfter = INT_MAX;  // tells an error after so many
+    bool m_bEnds = true;          // tells its end when the stream has ended
+    bool m_bEndsStopped = false;  // and when it stands still, too
+};
+
+// What happens to all sessions of a test, in the order of its coming: "Build", "SetTopology", "Start", "Stop",
+// "Shutdown", "Taken", "Taken last"; "Rest 50", "Await 100" for a picture to be taken, "Join 20000" and "Join for ever"
+// for the thread to end.
+class WritingRecord
+{
+public:
+    WritingRecord();
+    ~WritingRecord();
+
+    std::vector<std::string> Calls() const;
+    std::vector<Bytes> Pictures() const;  // that were taken: rows of YUY2 without padding
+
+    SWritingScript m_script;
+    std::function<void(const CPictureHandover&)> m_funcBuilt;  // told of each graph before it is made
+    std::atomic<int> m_nSessions{0};                           // that live
+    CPictureHandover* m_pHandover = nullptr;                   // of the newest graph
+
+    void Note(const std::string& strCall);
+    void NotePicture(Bytes vRows);
+
+private:
+    mutable std::mutex m_mtx;
+    std::vector<std::string> m_vCalls;
+    std::vector<Bytes> m_vPictures;
+};
+
+class WritingSession : public IMFMediaSession
+{
+public:
+    WritingSession(WritingRecord& record, CPictureHandover& handover);
+    virtual ~WritingSession();
+
+    // Nothing but another start gets a picture taken, or the end told.
+    bool StandsStill();
+    bool NeverEnds();
+
+    STDMETHODIMP QueryInterface(REFIID, void** ppObject) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
+    STDMETHODIMP BeginGetEvent(IMFAsyncCallback*, IUnknown*) override { return E_NOTIMPL; }
+    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent**) override { return E_NOTIMPL; }
+    STDMETHODIMP QueueEvent(MediaEventType, REFGUID, HRESULT, const PROPVARIANT*) override { return E_NOTIMPL; }
+
+    STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
+    STDMETHODIMP ClearTopologies() override { return E_NOTIMPL; }
+    STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
+    STDMETHODIMP Pause() override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override;
+    STDMETHODIMP Close() override { return E_NOTIMPL; }
+    STDMETHODIMP Shutdown() override;
+    STDMETHODIMP GetClock(IMFClock**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetSessionCapabilities(DWORD*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetFullTopology(DWORD, TOPOID, IMFTopology**) override { return E_NOTIMPL; }
+
+private:
+    void Run();
+    void ServeSource();
+    void Tell(MediaEventType eType, HRESULT hrStatus);
+    bool Plays() const { return m_bActive && m_nStarts > m_record.m_script.m_nTakesFrom; }
+    bool Takes() const { return Plays() && m_nTakenSinceStart < m_record.m_script.m_nTakesUntil; }
+
+    WritingRecord& m_record;
+    CPictureHandover& m_handover;
+    std::atomic<ULONG> m_nRefCount{1};
+
+    std::mutex m_mtx;
+    std::condition_variable m_cv;
+    std::deque<std::pair<MediaEventType, HRESULT>> m_events;
+    bool m_bShutDown = false;
+    bool m_bActive = false;  // started, and not stopped since
+    bool m_bOver = false;    // has told its end, or an error
+    bool m_bStreamEnded = false;
+    int m_nStarts = 0;
+    int m_nTaken = 0;
+    int m_nTakenSinceStart = 0;
+    std::thread m_source;
+};
