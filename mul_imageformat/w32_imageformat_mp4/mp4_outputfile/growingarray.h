@@ -58,7 +58,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t s_uiBlock = 65536;
+    // A block takes whole pages together with what an allocator keeps beside it: a block of whole pages would begin
+    // another one for that, and so once a block.
+    static constexpr std::size_t s_uiBlock = ((std::size_t{1} << 20) - 64) / sizeof(T);
     std::vector<std::unique_ptr<T[]>> m_vBlocks;
     std::size_t m_uiSize = 0;
 };
