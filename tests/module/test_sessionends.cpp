@@ -1,0 +1,173 @@
+// How a media session is set up, and how it comes to its end: in time, too early, or never.
+#include "sessionfixture.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using SessionEndsTest = SessionTest;
+
+// --- the set-up ---
+
+TEST_F(SessionEndsTest, PicturesAndEventsStandBeforeTheGraphIsBuilt)
+{
+    int nBuilt = 0;
+    m_record.m_funcBuilt = [&nBuilt](const CPictureHandover& handover) {
+        ++nBuilt;
+        EXPECT_EQ(handover.m_picHandover.m_uiWidth, 6U);
+        EXPECT_EQ(handover.m_picHandover.m_uiHeight, 4U);
+        EXPECT_EQ(handover.m_picHandover.m_uiBits, 8U);
+        EXPECT_EQ(handover.m_picHandover.m_uiComponents, 2U);
+        EXPECT_NE(handover.m_picHandover.m_pData, nullptr);
+        EXPECT_EQ(handover.m_nEndOfStream, 0U);
+        for (const HANDLE hEvent : {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted})
+        {
+            EXPECT_FALSE(IsSet(hEvent));
+            EXPECT_TRUE(SetEvent(hEvent));
+            EXPECT_TRUE(IsSet(hEvent));
+            EXPECT_TRUE(IsSet(hEvent)) << "an event of automatic reset";
+        }
+    };
+    m_record.m_script.m_hrBuild = E_FAIL;
+    const OutputPtr pFile = MakeFile(5, 3);
+    const Bytes vPixels(16 * 3, 0);
+    EXPECT_EQ(pFile->WriteNextFrame(vPixels.data()), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->WriteNextFrame(vPixels.data()), QM_ERR_FAIL);
+    EXPECT_EQ(nBuilt, 2);
+}
+
+TEST_F(SessionEndsTest, ASetUpThatFailsIsTriedAgainWithTheNextFrame)
+{
+    m_record.m_script.m_hrBuild = MF_E_TOPO_CODEC_NOT_FOUND;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "Build"));
+
+    m_record.m_script.m_hrBuild = S_OK;
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
+}
+
+TEST_F(SessionEndsTest, AGraphWithoutASessionIsAFailedSetUp)
+{
+    m_record.m_script.m_bWithSession = false;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(Writer(*pFile).m_hWriterThread, nullptr);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+}
+
+TEST_F(SessionEndsTest, APictureThatThereIsNoMemoryForIsAFailedSetUp)
+{
+    const OutputPtr pFile = MakeFile(0xFFFFFFF0, 0x7FFFFFF0);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_THAT(m_record.Calls(), IsEmpty());
+}
+
+TEST_F(SessionEndsTest, ThePlayBeginsWithItsTopologyFromTheBeginning)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForStart();
+    EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "SetTopology", "Start"));
+}
+
+// --- sessions that end too early ---
+
+TEST_F(SessionEndsTest, ASessionThatNeverBeganIsToldAtTheNextFrame)
+{
+    m_record.m_script.m_hrSetTopology = E_FAIL;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForEnd(*pFile);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), IsEmpty());
+    EXPECT_EQ(CountCalls("Build"), 1);
+    EXPECT_EQ(CountCalls("Start"), 0);
+}
+
+TEST_F(SessionEndsTest, ASessionThatFailsIsToldAtTheNextFrame)
+{
+    m_record.m_script.m_nFailsAfter = 2;
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForEnd(*pFile);
+    EXPECT_EQ(m_record.m_nSessions, 0);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), SizeIs(2));
+}
+
+TEST_F(SessionEndsTest, ASessionThatEndsBeforeTheCloseIsClosedWithoutAWait)
+{
+    m_record.m_script.m_nEndsAfter = 2;
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForEnd(*pFile);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), SizeIs(2));
+    EXPECT_EQ(CountCalls("Join for ever"), 0);
+}
+
+// The thread's last word may be taken for that of the frame before it, and then nobody is left to speak.
+TEST_F(SessionEndsTest, ACloseDoesNotWaitForTheWordOfAThreadThatIsGone)
+{
+    m_record.m_script.m_nEndsAfter = 1;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForEnd(*pFile);
+    EXPECT_TRUE(ResetEvent(m_record.m_pHandover->m_hFrameTaken));
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+}
+
+// --- sessions that never end ---
+
+TEST_F(SessionEndsTest, ASessionThatNeverEndsIsShutDownTenMinutesAfterTheClose)
+{
+    m_record.m_script.m_bEnds = false;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
+    std::vector<std::string> vCalls = CallsFrom("Await 600000");
+    std::erase(vCalls, "Taken last");  // which may come before the wait has begun
+    EXPECT_THAT(vCalls, ElementsAre("Await 600000", "Join 600000", "Shutdown", "Join for ever"));
+}
+
+TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMinutes)
+{
+    m_record.m_script.m_nTakesUntil = 1;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
+    EXPECT_THAT(CallsFrom("Await 600000"), ElementsAre("Await 600000", "Shutdown", "Join 600000"));
+    EXPECT_EQ(CountCalls("Stop"), 0);
+}
+
+TEST_F(SessionEndsTest, AStreamWithoutAnyFrameIsEndedByShuttingItsSessionDown)
+{
+    SQmImageAttributes attributes = Attributes(64, 48);
+    attributes.m_uiWidthBytes = 64 * 3;
+    OpenWriter writer;
+    EXPECT_EQ(writer.OpenHandover(attributes, attributes), QM_OK);
+    EXPECT_EQ(writer.BuildGraph(), S_OK);
+    EXPECT_EQ(writer.StartThread(), QM_OK);
+    WaitForStart();
+    writer.Close();
+    EXPECT_FALSE(writer.IsRunning());
+    EXPECT_EQ(CountCalls("Shutdown"), 1);
+    EXPECT_EQ(CountCalls("Join for ever"), 0);
+    EXPECT_THAT(m_record.Pictures(), IsEmpty());
+}
