@@ -59,6 +59,7 @@ public:
     using CQmMP4OutputFile::m_bAmf;
     using CQmMP4OutputFile::m_bFrameTimeSet;
     using CQmMP4OutputFile::m_bNvenc;
+    using CQmMP4OutputFile::m_mediaFoundation;
     using CQmMP4OutputFile::m_nFrameCounter;
     using CQmMP4OutputFile::m_pReader;
     using CQmMP4OutputFile::m_times;

@@ -15,12 +15,6 @@ public:
     using CMediaFoundationWriter::m_hWriterThread;
 };
 
-class OpenMediaFoundationFile : public OpenOutputFile
-{
-public:
-    using CQmMP4OutputFile::m_mediaFoundation;
-};
-
 class SessionTest : public OutputTest
 {
 protected:
@@ -37,10 +31,7 @@ protected:
         OutputTest::TearDown();
     }
 
-    static OpenWriter& Writer(OpenOutputFile& file)
-    {
-        return static_cast<OpenWriter&>(static_cast<OpenMediaFoundationFile&>(file).m_mediaFoundation);
-    }
+    static HANDLE ThreadOf(OpenOutputFile& file) { return file.m_mediaFoundation.*(&OpenWriter::m_hWriterThread); }
 
     // Black and white are the ends of the studio range, whatever the coefficients: 16 and 235, without colour.
     static constexpr std::uint8_t m_bBlack = 16;
@@ -104,7 +95,7 @@ protected:
 
     static void WaitForEnd(OpenOutputFile& file)
     {
-        ASSERT_EQ(WaitForSingleObject(Writer(file).m_hWriterThread, 60000), WAIT_OBJECT_0);
+        ASSERT_EQ(WaitForSingleObject(ThreadOf(file), 60000), WAIT_OBJECT_0);
     }
 
     static bool IsSet(HANDLE hEvent) { return WaitForSingleObject(hEvent, 0) == WAIT_OBJECT_0; }

@@ -91,6 +91,45 @@ TEST_F(NvencFramesTest, APictureThatWasRefusedIsReadAtThePitchOfItsOwnWidth)
         EXPECT_EQ(SurfaceOfSlot(0).GetRow(y), Row(m_vPixels, y * 16, 5)) << "row " << y;
 }
 
+// A third of the bytes that 24-bit pixels take, and nothing behind them may be read.
+TEST_F(NvencFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
+{
+    SQmImageAttributes attributes = Attributes(64, 48);
+    attributes.m_uiComponents = 1;
+    const OutputPtr pFile = MakeFile();
+    ASSERT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
+    m_vPixels.resize(64 * 48);
+    m_vPixels.shrink_to_fit();
+    EXPECT_EQ(WriteAt(*pFile, 0.0), QM_ERR_FAIL);
+    EXPECT_THAT(m_d3d.m_vCalls, testing::IsEmpty());
+}
+
+// The encoder's surfaces are of the first size, and the file's times can't be right without the picture that they don't
+// take.
+TEST_F(NvencFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+{
+    for (const std::uint32_t uiOther : {32U, 128U})
+    {
+        const OutputPtr pFile = MakeFile(64, 48);
+        WriteFrames(*pFile, 5);
+        m_vPixels.assign(std::size_t{128} * 3 * 128, 0);
+        const SQmImageAttributes other = Attributes(uiOther, uiOther);
+        ASSERT_EQ(Announce(*pFile, &other), QM_OK);
+        EXPECT_EQ(WriteAt(*pFile, 50.0), QM_ERR_FAIL);
+        const SQmImageAttributes former = Attributes(64, 48);
+        ASSERT_EQ(Announce(*pFile, &former), QM_OK);
+        EXPECT_EQ(WriteAt(*pFile, 60.0), QM_ERR_FAIL);
+        ASSERT_EQ(Announce(*pFile, &other), QM_OK);
+        EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+
+        const SMuxedFile file = ReadMuxedFile(m_target.Bytes());
+        EXPECT_EQ(file.m_moov.m_uiWidth, 64U);
+        EXPECT_EQ(file.m_moov.m_uiHeight, 48U);
+        EXPECT_EQ(file.m_moov.m_vSizes.size(), 5U);
+        EXPECT_EQ(file.m_moov.m_vDeltas, std::vector<std::uint32_t>(7, 100));  // every frame has a time, failed or not
+    }
+}
+
 TEST_F(NvencFramesTest, TheWholeSurfaceIsLockedAndUnlockedBeforeItIsSent)
 {
     const OutputPtr pFile = MakeFile(64, 48);

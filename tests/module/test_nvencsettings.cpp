@@ -20,6 +20,7 @@ TEST_F(NvencSettingsTest, TheSettingsAreConstantQualityOfTheLowLatencyPreset)
     EXPECT_EQ(WriteAt(*pFile, 0.0), QM_OK);
 
     EXPECT_THAT(m_runtime.m_vPresetsAsked, ElementsAre(g_guidLowLatencyHq));
+    EXPECT_THAT(m_runtime.m_vCodecsAsked, testing::AllOf(testing::SizeIs(4), testing::Each(g_guidH264)));
     ASSERT_EQ(m_runtime.m_vInitialized.size(), 1U);
     const NV_ENC_INITIALIZE_PARAMS& params = m_runtime.m_vInitialized[0];
     EXPECT_EQ(params.encodeGUID, g_guidH264);

@@ -55,13 +55,38 @@ TEST_F(SessionEndsTest, AGraphWithoutASessionIsAFailedSetUp)
     m_record.m_script.m_bWithSession = false;
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
-    EXPECT_EQ(Writer(*pFile).m_hWriterThread, nullptr);
+    EXPECT_EQ(ThreadOf(*pFile), nullptr);
+    EXPECT_EQ(m_record.m_nSources, 0);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
 }
 
-TEST_F(SessionEndsTest, APictureThatThereIsNoMemoryForIsAFailedSetUp)
+// Some calls give a value that is neither success nor a failure.
+TEST_F(SessionEndsTest, AGraphThatWasBuiltHalfAndHalfIsAFailedSetUp)
 {
-    const OutputPtr pFile = MakeFile(0xFFFFFFF0, 0x7FFFFFF0);
+    m_record.m_script.m_hrBuild = S_FALSE;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(m_record.m_nSessions, 0);
+    EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "Shutdown source", "Shutdown"));
+}
+
+TEST_F(SessionEndsTest, ASetUpThatIsTriedAgainGivesItsEventsBack)
+{
+    CPictureHandover handover;
+    ASSERT_EQ(handover.Open(64, 48), QM_OK);
+    const HANDLE ahOld[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted};
+    ASSERT_EQ(handover.Open(64, 48), QM_OK);
+    const HANDLE ahNew[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted};
+    for (const HANDLE hOld : ahOld)
+    {
+        const bool bUsedAgain = std::find(std::begin(ahNew), std::end(ahNew), hOld) != std::end(ahNew);
+        EXPECT_TRUE(bUsedAgain || !SetEvent(hOld));
+    }
+}
+
+TEST_F(SessionEndsTest, ASizeThatNoMemoryHoldsIsAFailedSetUp)
+{
+    const OutputPtr pFile = MakeFile(0x10000000, 0x10000000);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_THAT(m_record.Calls(), IsEmpty());
@@ -73,6 +98,19 @@ TEST_F(SessionEndsTest, ThePlayBeginsWithItsTopologyFromTheBeginning)
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     WaitForStart();
     EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "SetTopology", "Start"));
+}
+
+TEST_F(SessionEndsTest, AHostThatNeverSetACodecWritesWithASession)
+{
+    auto* const pFormat = new (__FILE__, __LINE__) CScriptedFormat;
+    pFormat->AddRef();
+    {
+        OpenOutputFile file(pFormat, CQmStringW(L"nowhere"));
+        EXPECT_EQ(file.WriteNextFrame(m_vPixels.data()), QM_OK);
+        EXPECT_EQ(CountCalls("Build"), 1);
+        EXPECT_THAT(pFormat->m_vRowsAsked, ElementsAre(0xFFFFFFFFU, 0xFFFFFFFFU));  // which stands for row 0
+    }
+    pFormat->Release();
 }
 
 // --- sessions that end too early ---
@@ -105,6 +143,19 @@ TEST_F(SessionEndsTest, ASessionThatFailsIsToldAtTheNextFrame)
     EXPECT_THAT(TakenLevels(), SizeIs(2));
 }
 
+TEST_F(SessionEndsTest, ASessionThatFailsWhileAFrameLiesThereIsToldAtTheFrameAfterIt)
+{
+    m_record.m_script.m_nFailsAt = 1;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);  // the thread's last word stands for the frame's
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), SizeIs(1));
+    EXPECT_EQ(CountCalls("Stop"), 0);
+}
+
 TEST_F(SessionEndsTest, ASessionThatEndsBeforeTheCloseIsClosedWithoutAWait)
 {
     m_record.m_script.m_nEndsAfter = 2;
@@ -129,6 +180,16 @@ TEST_F(SessionEndsTest, ACloseDoesNotWaitForTheWordOfAThreadThatIsGone)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
 }
 
+TEST_F(SessionEndsTest, ASourceThatWaitsOnBehindTheLastFrameIsWokenOnceMore)
+{
+    m_record.m_script.m_bEndsWhenWoken = true;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
+    EXPECT_EQ(CountCalls("Join for ever"), 0);
+}
+
 // --- sessions that never end ---
 
 TEST_F(SessionEndsTest, ASessionThatNeverEndsIsShutDownTenMinutesAfterTheClose)
@@ -141,7 +202,7 @@ TEST_F(SessionEndsTest, ASessionThatNeverEndsIsShutDownTenMinutesAfterTheClose)
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
     std::vector<std::string> vCalls = CallsFrom("Await 600000");
     std::erase(vCalls, "Taken last");  // which may come before the wait has begun
-    EXPECT_THAT(vCalls, ElementsAre("Await 600000", "Join 600000", "Shutdown", "Join for ever"));
+    EXPECT_THAT(vCalls, ElementsAre("Await 600000", "Join 600000", "Shutdown source", "Shutdown", "Join for ever"));
 }
 
 TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMinutes)
@@ -152,16 +213,14 @@ TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMin
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
-    EXPECT_THAT(CallsFrom("Await 600000"), ElementsAre("Await 600000", "Shutdown", "Join 600000"));
+    EXPECT_THAT(CallsFrom("Await 600000"), ElementsAre("Await 600000", "Shutdown source", "Shutdown", "Join 600000"));
     EXPECT_EQ(CountCalls("Stop"), 0);
 }
 
 TEST_F(SessionEndsTest, AStreamWithoutAnyFrameIsEndedByShuttingItsSessionDown)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
-    attributes.m_uiWidthBytes = 64 * 3;
     OpenWriter writer;
-    EXPECT_EQ(writer.OpenHandover(attributes, attributes), QM_OK);
+    EXPECT_EQ(writer.OpenHandover(64, 48), QM_OK);
     EXPECT_EQ(writer.BuildGraph(), S_OK);
     EXPECT_EQ(writer.StartThread(), QM_OK);
     WaitForStart();

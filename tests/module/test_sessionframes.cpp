@@ -107,6 +107,42 @@ TEST_F(SessionFramesTest, AfterTheCloseEveryFrameFails)
     EXPECT_EQ(CountCalls("Build"), 1);
 }
 
+TEST_F(SessionFramesTest, AfterTheCloseNoOtherEncoderTakesTheFile)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    m_pFormat->Choose(L"NVENC1");
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_FALSE(pFile->m_bNvenc);
+}
+
+// While a source copies it, the picture stays as it is.
+TEST_F(SessionFramesTest, APictureIsHandedOverUnderItsLock)
+{
+    CPictureHandover handover;
+    ASSERT_EQ(handover.Open(64, 48), QM_OK);
+    const SQmImageAttributes attributes = Attributes(64, 48);
+    const auto hand = [&](std::uint8_t bLevel) {
+        CEncodedPicture picture;
+        const Bytes vPixels(64 * 3 * 48, bLevel);
+        EXPECT_EQ(picture.Take(vPixels.data(), attributes, attributes), QM_OK);
+        handover.SetPending(picture.Get());
+        handover.HandOver(false);
+    };
+    hand(0);
+    EXPECT_TRUE(ResetEvent(handover.m_hFrameReady));
+
+    EnterCriticalSection(&handover.m_csPicture);
+    std::thread host([&] { hand(255); });
+    EXPECT_EQ(WaitForSingleObject(handover.m_hFrameReady, 50), static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(handover.m_picHandover.m_pData[0], m_bBlack);
+    LeaveCriticalSection(&handover.m_csPicture);
+    host.join();
+    EXPECT_TRUE(IsSet(handover.m_hFrameReady));
+    EXPECT_EQ(handover.m_picHandover.m_pData[0], m_bWhite);
+}
+
 // --- indices ---
 
 TEST_F(SessionFramesTest, IndexZeroThroughoutNeverWakesTheSource)
@@ -209,7 +245,7 @@ TEST_F(SessionFramesTest, ARefusedPictureOfMoreBytesIsEncodedAtItsUnroundedSize)
     EXPECT_EQ(pFile->WriteNextFrame(vPixels.data()), QM_OK);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     ASSERT_THAT(m_record.Pictures(), SizeIs(1));
-    EXPECT_THAT(m_record.Pictures()[0], SizeIs(3 * 2 * 2));
+    EXPECT_EQ(LumaOf(m_record.Pictures()[0]), Bytes(3 * 2, m_bWhite));
 }
 
 // A third of the bytes that 24-bit pixels take, and nothing behind them may be read.
@@ -223,6 +259,53 @@ TEST_F(SessionFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
     EXPECT_EQ(pFile->WriteNextFrame(pPixels.get()), QM_ERR_FAIL);
     EXPECT_EQ(pFile->WriteNextFrame(pPixels.get()), QM_ERR_FAIL);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(m_record.Calls(), IsEmpty());
+}
+
+TEST_F(SessionFramesTest, ASizeThatIsEncodedTheSameIsNoOtherSize)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (const std::uint32_t uiWidth : {64U, 63U, 64U, 63U})
+    {
+        const SQmImageAttributes attributes = Attributes(uiWidth, 48);
+        EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
+        EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    }
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    ASSERT_THAT(m_record.Pictures(), SizeIs(4));
+    for (const std::size_t ui : {0, 1, 2, 3})
+    {
+        Bytes vLuma(64 * 48, m_bWhite);
+        for (std::size_t y = 0; ui % 2 != 0 && y < 48; ++y)
+            vLuma[y * 64 + 63] = m_bBlack;
+        EXPECT_EQ(LumaOf(m_record.Pictures()[ui]), vLuma) << ui;
+    }
+}
+
+TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    SQmImageAttributes grey = Attributes(64, 48);
+    grey.m_uiComponents = 1;
+    EXPECT_EQ(Announce(*pFile, &grey), QM_ERR_RANGE);
+    const auto pPixels = std::make_unique<std::uint8_t[]>(64 * 48);
+    EXPECT_EQ(pFile->WriteNextFrame(pPixels.get()), QM_ERR_FAIL);
+    const SQmImageAttributes former = Attributes(64, 48);
+    EXPECT_EQ(Announce(*pFile, &former), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
+}
+
+// 32 bits don't hold the bytes of its rows.
+TEST_F(SessionFramesTest, AWidthWhoseRowsCanNotBeCountedIsRefused)
+{
+    for (const std::uint32_t uiWidth : {178956972U, 0x55555558U, 0xFFFFFFF0U})
+    {
+        const OutputPtr pFile = MakeFile(uiWidth, 2);
+        EXPECT_EQ(pFile->WriteNextFrame(m_vPixels.data()), QM_ERR_FAIL) << uiWidth;
+    }
     EXPECT_THAT(m_record.Calls(), IsEmpty());
 }
 

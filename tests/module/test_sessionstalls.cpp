@@ -50,7 +50,7 @@ TEST_F(SessionStallTest, FromAHundredMillisecondsOnThereAreSevenRestarts)
         if (!vExpected.empty()) vExpected.insert(vExpected.end(), {"Rest 50", "Start"});
         vExpected.insert(vExpected.end(), {std::string("Await ") + pszLimit, "Stop"});
     }
-    vExpected.insert(vExpected.end(), {"Join 20000", "Shutdown", "Join for ever"});
+    vExpected.insert(vExpected.end(), {"Join 20000", "Shutdown source", "Shutdown", "Join for ever"});
     EXPECT_THAT(CallsFrom("Await 100"), ElementsAreArray(vExpected));
 }
 
@@ -63,9 +63,10 @@ TEST_F(SessionStallTest, From2500MillisecondsOnThereAreThreeRestarts)
     WaitForCall("Start");
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
 
-    EXPECT_THAT(CallsFrom("Await 2500"), ElementsAre("Await 2500", "Stop", "Rest 50", "Start", "Await 5000", "Stop",
-                                                     "Rest 50", "Start", "Await 10000", "Stop", "Rest 50", "Start",
-                                                     "Await 20000", "Stop", "Join 20000", "Shutdown", "Join for ever"));
+    EXPECT_THAT(CallsFrom("Await 2500"),
+                ElementsAre("Await 2500", "Stop", "Rest 50", "Start", "Await 5000", "Stop", "Rest 50", "Start",
+                            "Await 10000", "Stop", "Rest 50", "Start", "Await 20000", "Stop", "Join 20000",
+                            "Shutdown source", "Shutdown", "Join for ever"));
 }
 
 TEST_F(SessionStallTest, TheLimitIsThatOfTheSourcesPixels)
@@ -96,6 +97,19 @@ TEST_F(SessionStallTest, AFrameThatIsTakenAfterRestartsIsWrittenOnce)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite, m_bBlack));
     EXPECT_EQ(CountCalls("Taken last"), 1);
+}
+
+TEST_F(SessionStallTest, AFrameThatIsTakenByTheRestartIsNotHandedOverAgain)
+{
+    m_record.m_script.m_nTakesFrom = 1;
+    m_record.m_script.m_bTakesInStart = true;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForStart();
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_FALSE(IsSet(m_record.m_pHandover->m_hFrameReady));
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
 }
 
 TEST_F(SessionStallTest, EachFrameHasTheWholePatience)
@@ -130,22 +144,22 @@ TEST_F(SessionStallTest, ASessionThatDoesNotTellOfItsRestartGetsThePatienceOfOne
 
 TEST_F(SessionStallTest, AFileThatWasGivenUpStaysAsItIs)
 {
-    m_record.m_script.m_nTakesUntil = 1;
-    m_record.m_script.m_nTakesFrom = 0;
+    m_record.m_script.m_nTakesAtMost = 1;
+    m_record.m_script.m_bStopDropsPicture = true;
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
-    m_record.m_script.m_nTakesUntil = 0;
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_EQ(m_record.m_nSessions, 0);
-    EXPECT_EQ(Writer(*pFile).m_hWriterThread, nullptr);
+    EXPECT_EQ(ThreadOf(*pFile), nullptr);
     EXPECT_EQ(m_record.m_pHandover->m_nEndOfStream, 1U);
-    EXPECT_TRUE(IsSet(m_record.m_pHandover->m_hFrameReady));
 
-    // Another graph would begin the file anew and lose what it holds.
+    // Another graph, or another encoder, would begin the file anew and lose what it holds.
     const std::vector<std::string> vCalls = m_record.Calls();
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    m_pFormat->Choose(L"NVENC1");
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_FALSE(pFile->m_bNvenc);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_EQ(m_record.Calls(), vCalls);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
@@ -155,6 +169,7 @@ TEST_F(SessionStallTest, AGivenUpSessionThatEndsIsNotForced)
 {
     m_record.m_script.m_nTakesFrom = INT_MAX;
     m_record.m_script.m_bEndsStopped = true;
+    m_record.m_script.m_bStopDropsPicture = true;  // and so it has to be woken for its end
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);

@@ -65,8 +65,11 @@ HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover)
     if (g_pRecord->m_funcBuilt) g_pRecord->m_funcBuilt(handover);
     if (FAILED(g_pRecord->m_script.m_hrBuild)) return g_pRecord->m_script.m_hrBuild;
     g_pRecord->m_pHandover = &handover;
-    if (g_pRecord->m_script.m_bWithSession) graph.m_pSession = new WritingSession(*g_pRecord, handover);
-    return S_OK;
+    WritingSession* pSession = nullptr;
+    if (g_pRecord->m_script.m_bWithSession) pSession = new WritingSession(*g_pRecord, handover);
+    graph.m_pSession = pSession;
+    graph.m_pSource = new WritingSource(*g_pRecord, pSession);
+    return g_pRecord->m_script.m_hrBuild;
 }
 
 // --- the record ---
@@ -79,6 +82,7 @@ WritingRecord::WritingRecord()
 WritingRecord::~WritingRecord()
 {
     EXPECT_EQ(m_nSessions, 0) << "sessions are left";
+    EXPECT_EQ(m_nSources, 0) << "sources are left";
     g_pRecord = nullptr;
 }
 
@@ -181,6 +185,7 @@ STDMETHODIMP WritingSession::Start(const GUID* pguidTimeFormat, const PROPVARIAN
     m_nTakenSinceStart = 0;
     const SWritingScript& script = m_record.m_script;
     if (nStart >= script.m_nTellsFrom && nStart < script.m_nTellsUntil) Tell(MESessionStarted, S_OK);
+    if (script.m_bTakesInStart) ServeSource();
     return S_OK;
 }
 
@@ -190,6 +195,7 @@ STDMETHODIMP WritingSession::Stop()
     const std::lock_guard lock(m_mtx);
     if (m_bShutDown) return MF_E_SHUTDOWN;
     m_bActive = false;
+    if (m_record.m_script.m_bStopDropsPicture) ResetEvent(m_handover.m_hFrameReady);
     Tell(MESessionStopped, S_OK);
     return S_OK;
 }
@@ -217,51 +223,111 @@ void WritingSession::Tell(MediaEventType eType, HRESULT hrStatus)
 
 // --- the source ---
 
+void WritingSession::ShutDownSource()
+{
+    const std::lock_guard lock(m_mtx);
+    m_bSourceShutDown = true;
+}
+
+// Waits for pictures without an end, as a source does that was asked for one.
 void WritingSession::Run()
 {
     for (;;)
     {
-        WaitForSingleObject(m_handover.m_hFrameReady, 1);
-        const std::lock_guard lock(m_mtx);
-        if (m_bShutDown) return;
-        if (!m_bOver) ServeSource();
+        WaitForSingleObject(m_handover.m_hFrameReady, INFINITE);
+        {
+            const std::lock_guard lock(m_mtx);
+            if (m_bShutDown || m_bSourceShutDown || m_bOver || ServeSource()) return;
+        }
+        Sleep(1);
     }
 }
 
-// Under the lock.
-void WritingSession::ServeSource()
+// Under the lock. True when it has nothing to do any more.
+bool WritingSession::ServeSource()
 {
     const SWritingScript& script = m_record.m_script;
-    const bool bReady = !m_bStreamEnded && WaitForSingleObject(m_handover.m_hFrameReady, 0) == WAIT_OBJECT_0;
-    if (bReady && Takes())
+    if (WaitForSingleObject(m_handover.m_hFrameReady, 0) != WAIT_OBJECT_0) return false;
+    const bool bLast = m_handover.m_nEndOfStream != 0;
+    if (m_bStreamEnded)
     {
-        EnterCriticalSection(&m_handover.m_csPicture);
-        const SQmPicBuf& picture = m_handover.m_picHandover;
-        Bytes vRows;
-        for (std::uint32_t y = 0; y < picture.m_uiHeight; ++y)
-        {
-            const unsigned char* const pRow = picture.m_pData + std::size_t{y} * picture.m_uiWidthBytes;
-            vRows.insert(vRows.end(), pRow, pRow + std::size_t{picture.m_uiWidth} * 2);
-        }
-        const bool bLast = m_handover.m_nEndOfStream != 0;
-        LeaveCriticalSection(&m_handover.m_csPicture);
-
-        m_record.NotePicture(std::move(vRows));
-        m_record.Note(bLast ? "Taken last" : "Taken");
+        m_bOver = script.m_bEnds;
+        if (m_bOver) Tell(MESessionEnded, S_OK);
+    }
+    else if (Plays() && m_nTaken >= script.m_nFailsAt)
+    {
+        m_bOver = true;
+        Tell(MEError, E_FAIL);
+    }
+    else if (Takes())
+    {
+        TakePicture();
         m_bStreamEnded = bLast;
-        ++m_nTaken;
-        ++m_nTakenSinceStart;
-        m_bOver = m_nTaken >= script.m_nEndsAfter || m_nTaken >= script.m_nFailsAfter || (bLast && script.m_bEnds);
+        m_bOver = m_nTaken >= script.m_nEndsAfter || m_nTaken >= script.m_nFailsAfter ||
+                  (bLast && script.m_bEnds && !script.m_bEndsWhenWoken);
         if (m_nTaken >= script.m_nFailsAfter)
             Tell(MEError, E_FAIL);
         else if (m_bOver)
             Tell(MESessionEnded, S_OK);
-        if (!bLast) ResetEvent(m_handover.m_hFrameReady);
+        if (!bLast || script.m_bEndsWhenWoken) ResetEvent(m_handover.m_hFrameReady);
         SetEvent(m_handover.m_hFrameTaken);
     }
-    else if (bReady && m_handover.m_nEndOfStream != 0 && script.m_bEndsStopped)
+    else if (bLast && script.m_bEndsStopped)
     {
         m_bOver = true;
         Tell(MESessionEnded, S_OK);
     }
+    return m_bOver || (m_bStreamEnded && !script.m_bEnds);
+}
+
+void WritingSession::TakePicture()
+{
+    EnterCriticalSection(&m_handover.m_csPicture);
+    const SQmPicBuf& picture = m_handover.m_picHandover;
+    Bytes vRows;
+    for (std::uint32_t y = 0; y < picture.m_uiHeight; ++y)
+    {
+        const unsigned char* const pRow = picture.m_pData + std::size_t{y} * picture.m_uiWidthBytes;
+        vRows.insert(vRows.end(), pRow, pRow + std::size_t{picture.m_uiWidth} * 2);
+    }
+    const bool bLast = m_handover.m_nEndOfStream != 0;
+    LeaveCriticalSection(&m_handover.m_csPicture);
+
+    m_record.NotePicture(std::move(vRows));
+    m_record.Note(bLast ? "Taken last" : "Taken");
+    ++m_nTaken;
+    ++m_nTakenSinceStart;
+}
+
+WritingSource::WritingSource(WritingRecord& record, WritingSession* pSession) : m_record(record), m_pSession(pSession)
+{
+    ++m_record.m_nSources;
+    if (m_pSession != nullptr) m_pSession->AddRef();
+}
+
+WritingSource::~WritingSource()
+{
+    EXPECT_TRUE(m_bShutDown) << "a source was released without being shut down";
+    if (m_pSession != nullptr) m_pSession->Release();
+    --m_record.m_nSources;
+}
+
+STDMETHODIMP WritingSource::QueryInterface(REFIID, void** ppObject)
+{
+    *ppObject = nullptr;
+    return E_NOINTERFACE;
+}
+
+STDMETHODIMP_(ULONG) WritingSource::Release()
+{
+    const ULONG nLeft = --m_nRefCount;
+    if (nLeft == 0) delete this;
+    return nLeft;
+}
+
+STDMETHODIMP WritingSource::Shutdown()
+{
+    if (!m_bShutDown.exchange(true)) m_record.Note("Shutdown source");
+    if (m_pSession != nullptr) m_pSession->ShutDownSource();
+    return S_OK;
 }

@@ -60,6 +60,8 @@ TEST(AvcConfiguration, WithoutAPpsTheBuiltInOneOfThePathIsTaken)
     EXPECT_EQ(AvcC(vNvenc, 2, g_uiNoPpsOffset), Box(7 + 24, Join({g_vSpsPart, g_vNvencBuiltIn})));
     const Bytes vAmf = Join({Prefixed({0x09, 0x10}), vNvenc});
     EXPECT_EQ(AvcC(vAmf, 8, g_uiNoPpsOffset), Box(7 + 24, Join({g_vSpsPart, g_vAmfBuiltIn})));
+    // Every offset but the NVENC path's stands for the other path: here behind 3 bytes of whatever.
+    EXPECT_EQ(AvcC(Join({{7, 7, 7}, vNvenc}), 5, g_uiNoPpsOffset), Box(7 + 24, Join({g_vSpsPart, g_vAmfBuiltIn})));
 }
 
 TEST(AvcConfiguration, APpsOfAnotherFirstByteGivesTheBuiltInOne)
@@ -70,6 +72,17 @@ TEST(AvcConfiguration, APpsOfAnotherFirstByteGivesTheBuiltInOne)
     LogNvencPacket(log, nals, Join({g_vStart4, g_vSps, g_vStart4, {0x28, 0xEE, 0x38, 0x80}, g_vStart4, g_vIdr}));
     EXPECT_EQ(log.m_nPpsOffset, g_uiNoPpsOffset);
     EXPECT_EQ(AvcC(g_vNvencPacket, 2, log.m_nPpsOffset), Box(7 + 24, Join({g_vSpsPart, g_vNvencBuiltIn})));
+}
+
+TEST(AvcConfiguration, APpsOfAnotherFirstByteGivesTheBuiltInOneOfTheAmfPathToo)
+{
+    SSampleLog log;
+    SNalLog nals;
+    const Bytes vPacket =
+        Join({g_vStart4, {0x09, 0x10}, g_vStart4, g_vSps, g_vStart4, {0x28, 0xEE, 0x38, 0x80}, g_vStart4, g_vIdr});
+    LogAmfPacket(log, nals, vPacket.data(), vPacket.size(), 1);
+    EXPECT_EQ(log.m_nPpsOffset, g_uiNoPpsOffset);
+    EXPECT_EQ(AvcC(g_vAmfPacket, 8, log.m_nPpsOffset), Box(7 + 24, Join({g_vSpsPart, g_vAmfBuiltIn})));
 }
 
 TEST(AvcConfiguration, OfAnSpsOf64KiBOrMoreOnly16BitsOfItsSizeAreRead)

@@ -249,10 +249,12 @@ TEST(Mp4File, ThatCouldNotBeOpenedIsLoggedAndNothingIsWritten)
 // At every allocation of the first packet of a file, and of one in whose middle the list of NALs needs another block.
 TEST(Mp4File, IsWholeWithoutAPacketThatThereWasNoMemoryFor)
 {
+    CGrowingArray<SNalPatch> array;
+    array.reserve(1);  // a block
     for (const bool bAmf : {false, true})
     {
         const std::size_t uiNals = bAmf ? 4 : 3;
-        for (const std::size_t uiFilling : {std::size_t{0}, 65536 - (uiNals - 1)})
+        for (const std::size_t uiFilling : {std::size_t{0}, array.capacity() - (uiNals - 1)})
         {
             unsigned uiCall = 1;
             while (ExpectWholeFile(bAmf, uiFilling, uiCall))
@@ -306,6 +308,29 @@ TEST(Mp4File, OfMoreThan4GiBHasItsLengthsInPlaceAndKeepsTheLow32BitsOfItsSize)
 
     const std::uint64_t uiSize = std::filesystem::file_size(muxer.m_file.Path());
     const SMuxedMoov moov = ReadMoov(read(48 + uiMdat, uiSize - 48 - uiMdat));
+    EXPECT_EQ(moov.m_vSps, g_vSps);
     EXPECT_EQ(moov.m_vSizes, (Numbers{uiHole + 32, uiHole + 14, uiHole + 14, 37, 33}));
     EXPECT_EQ(moov.m_vKeySamples, (Numbers{0, 4, 4}));
+}
+
+// A place whose low half is that of the first packet's length.
+TEST(Mp4File, ANalThatBeginsAt4GiBLeavesTheFirstPacketAlone)
+{
+    SMuxer muxer;
+    muxer.Nvenc(Join({g_vStart4, g_vSps, g_vStart4, g_vPps, g_vStart4, Nal(0x65, 10)}));
+    muxer.m_log.m_nMdatBytes = std::uint64_t{1} << 32;
+    muxer.m_log.m_vecSampleSizes.back() = 0xFFFFFFFF;
+    QM_SeekFile(muxer.m_log.m_hFile, static_cast<std::int64_t>(48 + muxer.m_log.m_nMdatBytes), QM_SEEK_BEGIN);
+    muxer.Nvenc(Join({g_vStart4, Nal(0x41, 33)}));
+    muxer.Nvenc(Join({g_vStart4, Nal(0x41, 34)}));
+    muxer.Close({0.0, 10.0, 20.0}, g_uiNvencSpsLengthOffset);
+
+    std::ifstream stream(muxer.m_file.Path(), std::ios::binary);
+    const std::uint64_t uiMoov = 48 + (std::uint64_t{1} << 32) + 37 + 38;
+    Bytes vMoov(std::filesystem::file_size(muxer.m_file.Path()) - uiMoov);
+    stream.seekg(static_cast<std::streamoff>(uiMoov));
+    stream.read(reinterpret_cast<char*>(vMoov.data()), static_cast<std::streamsize>(vMoov.size()));
+    ASSERT_TRUE(stream.good());
+    const SMuxedMoov moov = ReadMoov(vMoov);
+    EXPECT_EQ(moov.m_vSps, g_vSps);
 }

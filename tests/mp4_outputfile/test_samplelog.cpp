@@ -86,6 +86,17 @@ TEST(LogNvencPacket, AnEmptyPacketLeavesNoTrace)
     EXPECT_EQ(logs.m_log.m_baFirstPacket.GetSize(), 0U);
 }
 
+TEST(LogNvencPacket, EmptyPacketsCountForNothingThatFollows)
+{
+    SLogs logs;
+    const Bytes vIdr = Join({g_vStart4, Nal(0x65, 9)});
+    for (const Bytes& vPacket : {Bytes(), vIdr, Bytes(), Join({g_vStart4, Nal(0x65, 20)})})
+        logs.Nvenc(vPacket);
+    EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), (Numbers{13, 24}));
+    EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), (Numbers{0, 1}));
+    EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vIdr);
+}
+
 TEST(LogNvencPacket, SizesAndOffsetsAreThoseOfTheNormalisedPacket)
 {
     SLogs logs;
@@ -172,6 +183,18 @@ TEST(LogAmfPacket, KnownLayoutOfADelimiterAndThreeNals)
     EXPECT_EQ(logs.m_log.m_nPpsOffset, 22U);
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), Numbers{1});
     EXPECT_EQ(logs.m_log.m_nMdatBytes, 134U);
+}
+
+TEST(LogAmfPacket, APpsInALaterPacketMovesTheOffsetToItsPlaceThere)
+{
+    SLogs logs;
+    const Bytes vFirst =
+        Join({g_vStart4, g_vDelimiter, g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)});
+    logs.Amf(vFirst);
+    logs.Amf(
+        Join({g_vStart4, g_vDelimiter, g_vStart4, Nal(0x67, 30), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
+    EXPECT_EQ(logs.m_log.m_nPpsOffset, 40U);  // behind 6 bytes and 34
+    EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vFirst) << "only the first packet is kept";
 }
 
 TEST(LogAmfPacket, KeySamplesAreNumberedFromOne)

@@ -68,24 +68,27 @@ struct FakeEntries
         return NV_ENC_SUCCESS;
     }
 
-    static NVENCSTATUS GetEncodeCaps(void* encoder, GUID, NV_ENC_CAPS_PARAM* params, int* value)
+    static NVENCSTATUS GetEncodeCaps(void* encoder, GUID codec, NV_ENC_CAPS_PARAM* params, int* value)
     {
+        g_pRuntime->m_vCodecsAsked.push_back(codec);
         if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodeCaps", encoder)) return eStatus;
         g_pRuntime->Expect(params->version == 0x70010009, "NV_ENC_CAPS_PARAM's version");
         *value = params->capsToQuery == 30 ? g_pRuntime->m_nAsyncSupport : -1;
         return NV_ENC_SUCCESS;
     }
 
-    static NVENCSTATUS GetEncodePresetCount(void* encoder, GUID, std::uint32_t* count)
+    static NVENCSTATUS GetEncodePresetCount(void* encoder, GUID codec, std::uint32_t* count)
     {
+        g_pRuntime->m_vCodecsAsked.push_back(codec);
         if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodePresetCount", encoder)) return eStatus;
         *count = 9;
         return NV_ENC_SUCCESS;
     }
 
-    static NVENCSTATUS GetEncodePresetGUIDs(void* encoder, GUID, GUID* presets, std::uint32_t size,
+    static NVENCSTATUS GetEncodePresetGUIDs(void* encoder, GUID codec, GUID* presets, std::uint32_t size,
                                             std::uint32_t* count)
     {
+        g_pRuntime->m_vCodecsAsked.push_back(codec);
         if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodePresetGUIDs", encoder)) return eStatus;
         g_pRuntime->m_vPresetListSizes.push_back(size);
         g_pRuntime->Expect(std::all_of(presets, presets + size, [](const GUID& guid) { return guid == GUID{}; }),
@@ -94,8 +97,9 @@ struct FakeEntries
         return NV_ENC_SUCCESS;
     }
 
-    static NVENCSTATUS GetEncodePresetConfig(void* encoder, GUID, GUID preset, NV_ENC_PRESET_CONFIG* config)
+    static NVENCSTATUS GetEncodePresetConfig(void* encoder, GUID codec, GUID preset, NV_ENC_PRESET_CONFIG* config)
     {
+        g_pRuntime->m_vCodecsAsked.push_back(codec);
         g_pRuntime->m_vPresetsAsked.push_back(preset);
         if (const NVENCSTATUS eStatus = EnterSession("nvEncGetEncodePresetConfig", encoder)) return eStatus;
         g_pRuntime->Expect(config->version == 0xF0040009, "NV_ENC_PRESET_CONFIG's version");

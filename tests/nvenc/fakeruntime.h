@@ -59,6 +59,7 @@ public:
     std::vector<NV_ENC_REGISTER_RESOURCE> m_vRegistered;
     std::vector<NV_ENC_PIC_PARAMS> m_vPictures;  // those that were sent, failed or not, without ends of stream
     std::vector<NV_ENC_PIC_PARAMS> m_vEnds;
+    std::vector<GUID> m_vCodecsAsked;  // of capabilities and presets
     std::vector<GUID> m_vPresetsAsked;
     std::vector<std::uint32_t> m_vPresetListSizes;  // the room in each array of preset GUIDs; all of it was cleared
     std::vector<std::string> m_vComplaints;         // rules broken by the caller

@@ -345,6 +345,19 @@ TEST_F(CreateTest, ARingBeyondAllMeasureIsRefused)
                   "NvEncoder::CreateEncoder : Invalid number of encoder buffers", 8);
 }
 
+TEST_F(CreateTest, TheDeepestLookAheadGetsItsRing)
+{
+    TestEncoder::SSettings settings;
+    settings.m_uiExtraOutputDelay = 3;
+    TestEncoder encoder(settings);
+    FillParams(encoder);
+    m_config.rcParams.lookaheadDepth = 0xFFFF;
+    encoder.CreateEncoder(&m_params);
+    EXPECT_EQ(encoder.m_nEncoderBuffer, 65539);  // 1 for the pictures' order, the look-ahead, and 3
+    EXPECT_EQ(m_runtime.m_setBuffers.size(), 65539u);
+    encoder.DestroyEncoder();
+}
+
 TEST_F(CreateTest, ARingOfOneSlotWorks)
 {
     TestEncoder::SSettings settings;

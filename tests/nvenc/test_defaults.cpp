@@ -84,6 +84,18 @@ TEST_F(DefaultsTest, TheConfigurationIsThePresetsUnderConstantQuantisers)
     EXPECT_EQ(m_config.encodeCodecConfig.h264Config.chromaFormatIDC, 0u);
 }
 
+TEST_F(DefaultsTest, TheRuntimeIsAskedAboutTheCodecThatWasGiven)
+{
+    for (const GUID& codecGuid : {NV_ENC_CODEC_H264_GUID, NV_ENC_CODEC_HEVC_GUID})
+    {
+        m_runtime.m_vCodecsAsked.clear();
+        Fill({}, codecGuid);
+        ASSERT_EQ(m_runtime.m_vCodecsAsked.size(), 2u);  // the preset's settings, and completion events
+        EXPECT_EQ(m_runtime.m_vCodecsAsked[0], codecGuid);
+        EXPECT_EQ(m_runtime.m_vCodecsAsked[1], codecGuid);
+    }
+}
+
 TEST_F(DefaultsTest, LosslessPresetsKeepTheirQuantisers)
 {
     m_runtime.m_presetConfig.rcParams.constQP = {1, 2, 3};

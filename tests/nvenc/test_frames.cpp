@@ -83,6 +83,22 @@ TEST_F(FramesTest, EndEncodeWithoutFramesGivesNothingAndSendsTheEndOfStream)
     EXPECT_EQ(m_runtime.m_vEnds[0].completionEvent, pEncoder->m_vpCompletionEvent[0]);
 }
 
+TEST_F(FramesTest, TheEndOfStreamSignalsTheEventOfTheNextSlot)
+{
+    for (const std::int32_t nFrames : {1, 3, 4, 6})
+    {
+        FakeRuntime runtime;
+        const auto pEncoder = MakeEncoder();
+        for (std::int32_t i = 0; i < nFrames; ++i)
+            Send(*pEncoder);
+        End(*pEncoder);
+        ASSERT_EQ(runtime.m_vEnds.size(), 1u);
+        EXPECT_EQ(runtime.m_vEnds[0].completionEvent,
+                  pEncoder->m_vpCompletionEvent[static_cast<std::size_t>(nFrames % 4)])
+            << nFrames;
+    }
+}
+
 TEST_F(FramesTest, AnEndedStreamCanBeEndedAgain)
 {
     const auto pEncoder = MakeEncoder();

@@ -30,22 +30,23 @@ CMediaFoundationWriter::~CMediaFoundationWriter()
 
 // --- the set-up ---
 
-QmStatus CMediaFoundationWriter::OpenHandover(const SQmImageAttributes& attrSource,
-                                              const SQmImageAttributes& attrEncoded)
+QmStatus CMediaFoundationWriter::OpenHandover(std::uint32_t uiWidth, std::uint32_t uiHeight)
 {
-    return m_bFailed ? QM_ERR_FAIL : m_handover.Open(attrSource, attrEncoded);
+    return m_bFailed ? QM_ERR_FAIL : m_handover.Open(uiWidth, uiHeight);
 }
 
 HRESULT CMediaFoundationWriter::BuildGraph()
 {
-    return BuildWriteGraph(m_graph, m_handover);
+    const HRESULT hr = BuildWriteGraph(m_graph, m_handover);
+    if (hr != S_OK) EndGraph();
+    return hr;
 }
 
 QmStatus CMediaFoundationWriter::StartThread()
 {
     if (m_graph.m_pSession != nullptr) m_hWriterThread = CreateThread(nullptr, 0, RunWriterThread, this, 0, nullptr);
     if (m_hWriterThread != nullptr) return QM_OK;
-    ReleaseWriteGraph(m_graph);
+    EndGraph();
     return QM_ERR_FAIL;
 }
 
@@ -55,39 +56,57 @@ DWORD WINAPI CMediaFoundationWriter::RunWriterThread(void* pWriter)
 {
     auto* const pThis = static_cast<CMediaFoundationWriter*>(pWriter);
     RunSession(pThis->m_graph.m_pSession, pThis->m_graph.m_pTopology, pThis->m_handover.m_hSessionStarted);
-
-    SWriteGraph graph;
-    {
-        const std::lock_guard lock(pThis->m_mtxGraph);
-        std::swap(graph, pThis->m_graph);
-    }
-    ReleaseWriteGraph(graph);
-
+    pThis->EndGraph();
     SetEvent(pThis->m_handover.m_hFrameTaken);  // whoever waits for a frame to be fetched goes on
     return 0;
 }
 
-// The session with a reference for the caller, or null when it has come to its end.
-IMFMediaSession* CMediaFoundationWriter::TakeSession()
+// The session may wait for its source when it is shut down, and the source for a picture. It is woken when it can't
+// make a sample of one any more.
+void CMediaFoundationWriter::ShutDown(const SWriteGraph& graph)
+{
+    if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
+    m_handover.WakeSource();
+    if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
+}
+
+// For whoever has the graph to itself: the thread while it runs, else the host's.
+void CMediaFoundationWriter::EndGraph()
+{
+    SWriteGraph graph;
+    {
+        const std::lock_guard lock(m_mtxGraph);
+        std::swap(graph, m_graph);
+    }
+    ShutDown(graph);
+    ReleaseWriteGraph(graph);
+}
+
+// The session and its source with references for the caller; null when they have come to their end.
+SWriteGraph CMediaFoundationWriter::TakeGraph()
 {
     const std::lock_guard lock(m_mtxGraph);
-    if (m_graph.m_pSession != nullptr) m_graph.m_pSession->AddRef();
-    return m_graph.m_pSession;
+    SWriteGraph graph;
+    graph.m_pSession = m_graph.m_pSession;
+    graph.m_pSource = m_graph.m_pSource;
+    if (graph.m_pSession != nullptr) graph.m_pSession->AddRef();
+    if (graph.m_pSource != nullptr) graph.m_pSource->AddRef();
+    return graph;
 }
 
 // Makes the thread's wait for the session's next event fail.
-void CMediaFoundationWriter::ShutDownSession()
+void CMediaFoundationWriter::ForceEnd()
 {
-    IMFMediaSession* pSession = TakeSession();
-    if (pSession != nullptr) pSession->Shutdown();
-    SafeRelease(&pSession);
+    SWriteGraph graph = TakeGraph();
+    ShutDown(graph);
+    ReleaseWriteGraph(graph);
 }
 
 void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 {
     if (AwaitThreadEnd(m_hWriterThread, uiLimit) == WAIT_TIMEOUT)
     {
-        ShutDownSession();
+        ForceEnd();
         AwaitThreadEnd(m_hWriterThread, INFINITE);
     }
     CloseHandle(m_hWriterThread);
@@ -97,50 +116,56 @@ void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 // --- frames ---
 
 // Whatever can fail comes before the pending picture changes: it stays the newest one that was taken on.
-QmStatus CMediaFoundationWriter::WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource)
+QmStatus CMediaFoundationWriter::WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
+                                            const SQmImageAttributes& attrEncoded)
 {
-    SQmPicBuf picture;
-    m_bFailed = m_bFailed || m_handover.Shape(pPixels, attrSource, picture) != QM_OK ||
+    CEncodedPicture picture;
+    m_bFailed = m_bFailed || picture.Take(pPixels, attrSource, attrEncoded) != QM_OK ||
                 (bHandOver && HandOverPending(attrSource) != QM_OK);
     if (m_bFailed) return QM_ERR_FAIL;
-    m_handover.SetPending(picture);
+    m_handover.SetPending(picture.Get());
     return QM_OK;
 }
 
 QmStatus CMediaFoundationWriter::HandOverPending(const SQmImageAttributes& attrSource)
 {
-    IMFMediaSession* pSession = TakeSession();
-    if (pSession == nullptr) return QM_ERR_FAIL;
+    if (!HasSession()) return QM_ERR_FAIL;
+    if (!m_handover.IsPending()) return QM_OK;  // the host began with a later index: nothing was drawn before
+    m_handover.HandOver(false);
+    const bool bStarted = WaitForSingleObject(m_handover.m_hSessionStarted, 0) == WAIT_OBJECT_0;
+    const std::uint64_t uiPixels = std::uint64_t{attrSource.m_uiHeight} * attrSource.m_uiWidth;
+    return AwaitTaken(CalcStallLimit(uiPixels, bStarted));
+}
 
-    QmStatus nStatus = QM_OK;
-    if (m_handover.IsPending())  // else the host began with a later index, and there is no picture to hand over
-    {
-        m_handover.HandOver(false);
-        const bool bStarted = WaitForSingleObject(m_handover.m_hSessionStarted, 0) == WAIT_OBJECT_0;
-        const std::uint64_t uiPixels = std::uint64_t{attrSource.m_uiHeight} * attrSource.m_uiWidth;
-        nStatus = AwaitTaken(pSession, CalcStallLimit(uiPixels, bStarted));
-    }
-    SafeRelease(&pSession);
-    return nStatus;
+bool CMediaFoundationWriter::HasSession()
+{
+    const std::lock_guard lock(m_mtxGraph);
+    return m_graph.m_pSession != nullptr;
 }
 
 // The picture is handed over once: the event stays set through all restarts, and the source takes it when the session
 // next asks for one.
-QmStatus CMediaFoundationWriter::AwaitTaken(IMFMediaSession* pSession, std::uint32_t uiLimit)
+QmStatus CMediaFoundationWriter::AwaitTaken(std::uint32_t uiLimit)
 {
     while (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, uiLimit) != WAIT_OBJECT_0)
     {
-        pSession->Stop();
+        SWriteGraph graph = TakeGraph();  // empty when the session has just ended: then the thread's word is to come
+        if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
         ResetEvent(m_handover.m_hSessionStarted);
-        if (uiLimit > g_uiLongestLimit / 2)
+        const bool bGivenUp = uiLimit > g_uiLongestLimit / 2;
+        if (!bGivenUp)
+        {
+            uiLimit *= 2;
+            RestBeforeRestart(g_uiRest);
+            if (graph.m_pSession != nullptr) StartFromBeginning(graph.m_pSession);
+        }
+        ReleaseWriteGraph(graph);
+        if (bGivenUp)
         {
             m_handover.EndStream();
             JoinThread(g_uiLongestLimit);
             return QM_ERR_FAIL;
         }
-        uiLimit *= 2;
-        RestBeforeRestart(g_uiRest);
-        StartFromBeginning(pSession);
     }
     ResetEvent(m_handover.m_hFrameTaken);
     return QM_OK;
@@ -155,19 +180,16 @@ void CMediaFoundationWriter::Close()
             m_handover.HandOver(true);
             // The thread's end counts too: its last word may have been taken for that of an earlier frame.
             if (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, g_uiLongestClose) == WAIT_TIMEOUT)
-                ShutDownSession();
+                ForceEnd();
             ResetEvent(m_handover.m_hFrameTaken);
-            SetEvent(m_handover.m_hFrameReady);
+            m_handover.WakeSource();
         }
         else
         {
-            // No picture was ever taken on, so there is none that could be the stream's last. The source wakes up when
-            // nobody listens to it any more.
-            ShutDownSession();
-            m_handover.EndStream();
+            ForceEnd();  // no picture was ever taken on, so there is none that could be the stream's last
         }
         JoinThread(g_uiLongestClose);
     }
-    ReleaseWriteGraph(m_graph);
+    EndGraph();
     m_handover.Close();
 }

@@ -29,19 +29,24 @@ public:
     // The thread was started, and nobody has waited for its end yet.
     bool IsRunning() const { return m_hWriterThread != nullptr; }
 
-    // The set-up, in three steps. One that fails leaves nothing behind, and the first may be tried again, but not after
-    // a running session was given up or closed.
-    QmStatus OpenHandover(const SQmImageAttributes& attrSource, const SQmImageAttributes& attrEncoded);
+    // A picture was lost while the session ran, and every later one is refused.
+    bool HasFailed() const { return m_bFailed; }
+
+    // The set-up, in three steps, which may be tried again from the first on; not after a picture was lost, and not
+    // after Close. Nothing plays and no graph is left when one of them fails.
+    QmStatus OpenHandover(std::uint32_t uiWidth, std::uint32_t uiHeight);  // in pixels, as encoded
     HRESULT BuildGraph();
     QmStatus StartThread();
 
     // Keeps a picture for the session. The one before it goes over first, if bHandOver; without that it is overwritten.
-    // Comes back when the session has fetched it.
+    // Comes back when the session has fetched it. attrEncoded is of the size that OpenHandover was told.
     //
     // A session that leaves a picture lying is stopped and started again, with twice the patience each time, and given
-    // up when that exceeds 20 seconds. QM_ERR_FAIL then, when the session has ended, and for a picture of another form
-    // than OpenHandover was told; and for every later picture, since the file's times can't be right without this one.
-    QmStatus WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource);
+    // up when that exceeds 20 seconds; it then has 20 more to end by itself before it is shut down. QM_ERR_FAIL then,
+    // and when the session has ended or there is no memory; and for every later picture, since the file's times can't
+    // be right without this one.
+    QmStatus WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
+                        const SQmImageAttributes& attrEncoded);
 
     // Gives the newest picture to the session, waits until it has finished the file, and lets go of everything. A
     // session that moves no more is shut down after ten minutes. Again: nothing.
@@ -49,18 +54,21 @@ public:
 
 protected:
     static DWORD WINAPI RunWriterThread(void* pWriter);
-    IMFMediaSession* TakeSession();
-    void ShutDownSession();
+    void ShutDown(const SWriteGraph& graph);
+    void EndGraph();
+    SWriteGraph TakeGraph();
+    bool HasSession();
+    void ForceEnd();
     void JoinThread(std::uint32_t uiLimit);
     QmStatus HandOverPending(const SQmImageAttributes& attrSource);
-    QmStatus AwaitTaken(IMFMediaSession* pSession, std::uint32_t uiLimit);
+    QmStatus AwaitTaken(std::uint32_t uiLimit);
 
     CPictureHandover m_handover;
     HANDLE m_hWriterThread = nullptr;
     bool m_bFailed = false;  // a picture was lost while the session ran
 
-    // The thread empties the graph when the session has come to its end, whenever that is. Whoever uses the session
-    // meanwhile does so through a reference of its own, taken under the lock.
+    // The thread empties the graph when the session has come to its end, whenever that is. The host's thread uses it
+    // through references of its own, taken under the lock.
     std::mutex m_mtxGraph;
     SWriteGraph m_graph;
 };

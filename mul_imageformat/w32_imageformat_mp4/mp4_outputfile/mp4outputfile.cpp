@@ -39,6 +39,10 @@ CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW&
       m_strFileName(strFileName),
       m_attrEncoded{},
       m_attrSource{},
+      m_uiFileWidth(0),
+      m_uiFileHeight(0),
+      m_bPictureLost(false),
+      m_bClosed(false),
       m_bFrameTimeSet(false)
 {
     m_attrSource.m_uiCompression = 2;
@@ -136,21 +140,34 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels
     }
 }
 
+// Whether the picture is one that can be read and encoded. A host that goes on with a picture that was refused may hold
+// fewer bytes than 24-bit pixels take; and an encoder takes pictures of its first size only. A file that lacks one of
+// its pictures ends there: the times of later ones would be wrong.
+bool CQmMP4OutputFile::CanTakePicture()
+{
+    const bool bWholeRows = m_attrSource.m_uiWidthBytes >= std::uint64_t{m_attrSource.m_uiWidth} * 3;
+    const bool bSameSize = m_attrEncoded.m_uiWidth == m_uiFileWidth && m_attrEncoded.m_uiHeight == m_uiFileHeight;
+    const bool bTaken = bWholeRows && (bSameSize || !IsSetUp());
+    if (!bTaken && IsSetUp()) m_bPictureLost = true;
+    return bTaken && !m_bPictureLost;
+}
+
 QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixels)
 {
-    if (pPixels == nullptr) return QM_ERR_FAIL;
+    // Another encoder would begin a file anew that was closed or given up.
+    if (m_bClosed || m_mediaFoundation.HasFailed()) return QM_ERR_FAIL;
+    if (pPixels == nullptr || !CanTakePicture()) return QM_ERR_FAIL;
 
     // The format object is asked before every frame until Media Foundation runs, and its answer counts until a back end
     // is chosen.
     if (!m_mediaFoundation.IsRunning())
     {
         const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
-        const bool bChosen = m_bAmf || m_bNvenc;
-        if (bSetsUpEarly && !bChosen && InitEncoder() != S_OK) return QM_ERR_FAIL;
+        if (bSetsUpEarly && !IsSetUp() && InitEncoder() != S_OK) return QM_ERR_FAIL;
     }
 
     if (m_bAmf) return QM_ERR_FAIL;  // no encoder stands behind it in this version
-    if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
+    if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_uiFileWidth, m_uiFileHeight);
     return EncodeWithMediaFoundation(uiIndex, pPixels);
 }
 
@@ -161,13 +178,13 @@ QmStatus CQmMP4OutputFile::EncodeWithMediaFoundation(std::uint32_t uiIndex, cons
     m_times.m_dPrevElapsed = m_times.m_dElapsed;
     if (!m_mediaFoundation.IsRunning())
     {
-        if (m_mediaFoundation.OpenHandover(m_attrSource, m_attrEncoded) != QM_OK || InitEncoder() != S_OK ||
-            m_mediaFoundation.StartThread() != QM_OK)
+        if (m_mediaFoundation.OpenHandover(m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight) != QM_OK ||
+            InitEncoder() != S_OK || m_mediaFoundation.StartThread() != QM_OK)
         {
             return QM_ERR_FAIL;
         }
     }
-    return m_mediaFoundation.WriteFrame(pPixels, uiIndex != 0, m_attrSource);
+    return m_mediaFoundation.WriteFrame(pPixels, uiIndex != 0, m_attrSource, m_attrEncoded);
 }
 
 // A host that never set a codec gets the first row of the table.
@@ -185,11 +202,13 @@ CQmMP4OutputFile::EBackEnd CQmMP4OutputFile::GetActiveBackEnd()
 
 HRESULT CQmMP4OutputFile::InitEncoder()
 {
+    m_uiFileWidth = m_attrEncoded.m_uiWidth;
+    m_uiFileHeight = m_attrEncoded.m_uiHeight;
     switch (GetActiveBackEnd())
     {
     case EBackEnd::Nvenc:
         m_bNvenc = true;
-        return m_nvenc.InitNvencEncoder(m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight, m_strFileName);
+        return m_nvenc.InitNvencEncoder(m_uiFileWidth, m_uiFileHeight, m_strFileName);
 
     case EBackEnd::Amf:
         m_bAmf = true;
@@ -203,9 +222,10 @@ HRESULT CQmMP4OutputFile::InitEncoder()
 
 QmStatus CQmMP4OutputFile::CloseOutput()
 {
+    m_bClosed = true;
     try
     {
-        if (m_bNvenc) m_nvenc.Close(m_times.m_vecFrameTimes, m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight);
+        if (m_bNvenc) m_nvenc.Close(m_times.m_vecFrameTimes, m_uiFileWidth, m_uiFileHeight);
     }
     catch (const std::bad_alloc&)
     {

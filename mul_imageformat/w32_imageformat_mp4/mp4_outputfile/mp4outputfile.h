@@ -16,12 +16,12 @@ class CQmMP4InputFile;
 // that moment, and no other takes its place when it fails. The target file is made then, under its final name; if
 // writing breaks off, it stays as far as it has got.
 //
-// Every failure of a back end is QM_ERR_FAIL to the host; what went wrong goes to the diagnostics. One thread at a
-// time.
+// Every failure of a back end is QM_ERR_FAIL to the host; what a runtime said of it goes to the diagnostics. One thread
+// at a time.
 class CQmMP4OutputFile : public IQmOutputImageFile
 {
 public:
-    // Without a path there is no file to write, though frames are taken. hValue isn't looked at.
+    // Without a path there is no file to write. hValue isn't looked at.
     CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* hValue);
     CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName);
     ~CQmMP4OutputFile() override;
@@ -68,9 +68,11 @@ protected:
         Nvenc
     };
     EBackEnd GetActiveBackEnd();
+    bool IsSetUp() const { return m_bAmf || m_bNvenc || m_mediaFoundation.IsRunning(); }
 
     // Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
     HRESULT InitEncoder();
+    bool CanTakePicture();
     QmStatus EncodeFrame(std::uint32_t uiIndex, const void* pPixels);
     QmStatus EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels);
 
@@ -86,6 +88,10 @@ protected:
     CQmStringW m_strFileName;          // empty in the form without a path
     SQmImageAttributes m_attrEncoded;  // the picture as it is encoded: even width and height
     SQmImageAttributes m_attrSource;   // the picture as the host describes it
+    std::uint32_t m_uiFileWidth;       // of the encoder's pictures, once it is set up
+    std::uint32_t m_uiFileHeight;      //
+    bool m_bPictureLost;               // a picture came that the encoder can't take
+    bool m_bClosed;                    // CloseOutput was called
     bool m_bFrameTimeSet;              // stored, not read
     SFrameTimes m_times;
 };

@@ -9,6 +9,27 @@
 #include "hostapi/hostpicbase.h"
 #include "hostapi/iqmoutputimagefile.h"
 
+// The host's pixels as a picture of the size that they are encoded at: read where they lie when they have that size,
+// else drawn into the upper left corner of a black picture of that size, which lives as long as this object.
+class CEncodedPicture
+{
+public:
+    CEncodedPicture();
+    ~CEncodedPicture();
+
+    CEncodedPicture(const CEncodedPicture&) = delete;
+    CEncodedPicture& operator=(const CEncodedPicture&) = delete;
+
+    // pPixels: rows of B, G, R, attrSource.m_uiWidthBytes apart. QM_ERR_FAIL without memory, and for a source that is
+    // larger than the encoded picture.
+    QmStatus Take(const void* pPixels, const SQmImageAttributes& attrSource, const SQmImageAttributes& attrEncoded);
+    const SQmPicBuf& Get() const { return m_picture; }
+
+private:
+    SQmPicBuf m_picture;
+    SQmPicBuf m_picPadded;  // without pixels where the sizes are the same
+};
+
 // Two YUY2 pictures, however long the file is: the pending one is the newest frame, the handed-over one is the frame
 // before it, which the source may be copying. A frame goes over when the next one arrives, since only then its duration
 // is known.
@@ -27,17 +48,12 @@ public:
     CPictureHandover(const CPictureHandover&) = delete;
     CPictureHandover& operator=(const CPictureHandover&) = delete;
 
-    // Makes the pictures for a host's picture and the size it is encoded at, and the events, none of them set. What an
-    // earlier call made is given back; m_nEndOfStream stays. QM_ERR_FAIL without memory or events, for a picture whose
-    // rows are too short for 24 bits a pixel, and after Close.
-    QmStatus Open(const SQmImageAttributes& attrSource, const SQmImageAttributes& attrEncoded);
+    // Makes both pictures, of that many pixels, and the events, none of them set; those of an earlier call are given
+    // back. m_nEndOfStream stays. QM_ERR_FAIL without memory or events, and after Close.
+    QmStatus Open(std::uint32_t uiWidth, std::uint32_t uiHeight);
     void Close();
 
-    // Puts a record around the host's pixels, 24 bits each, at the size they are encoded at. A picture that is short of
-    // that size is drawn into the upper left corner of a black one, which holds it until the next call. QM_ERR_FAIL for
-    // a picture of another form than Open was told.
-    QmStatus Shape(const void* pPixels, const SQmImageAttributes& attrSource, SQmPicBuf& picture);
-    // Turns what Shape made into the pending picture, whose former content goes.
+    // Makes a picture of the size that Open was told the pending one, whose former content goes.
     void SetPending(const SQmPicBuf& picture);
     bool IsPending() const { return m_bPending; }
 
@@ -45,6 +61,8 @@ public:
     void HandOver(bool bLast);
     // No frame comes any more. Wakes the source.
     void EndStream();
+    // Any thread's.
+    void WakeSource();
 
     HANDLE m_hFrameReady = nullptr;  // manual-reset events
     HANDLE m_hFrameTaken = nullptr;
@@ -57,9 +75,6 @@ private:
     void CloseEvents();
 
     SQmPicBuf m_picPending;
-    SQmPicBuf m_picPadded;              // 8 bits, 3 components; without pixels where the sizes are the same
-    std::uint32_t m_uiSourceWidth = 0;  // in pixels
-    std::uint32_t m_uiSourceHeight = 0;
     bool m_bPending = false;  // m_picPending holds a frame
     bool m_bClosed = false;
 };

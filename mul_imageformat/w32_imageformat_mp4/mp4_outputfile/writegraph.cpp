@@ -6,8 +6,6 @@
 
 void ReleaseWriteGraph(SWriteGraph& graph)
 {
-    if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
-    if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
     SafeRelease(&graph.m_pSession);
     SafeRelease(&graph.m_pSource);
     SafeRelease(&graph.m_pTopology);

@@ -20,7 +20,7 @@ struct SWriteGraph
 // result leaves the graph empty: MF_E_TOPO_CODEC_NOT_FOUND where there is no H.264 encoder to write with.
 HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover);
 
-// Ends what belongs to the graph, and releases it.
+// Gives the references back.
 void ReleaseWriteGraph(SWriteGraph& graph);
 
 // Asks the session to start, or to start again after a stop.

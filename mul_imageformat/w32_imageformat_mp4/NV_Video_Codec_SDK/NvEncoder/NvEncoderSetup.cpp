@@ -6,9 +6,9 @@ namespace
 {
 constexpr NV_ENC_QP g_qpDefault = {28, 31, 25};  // P, B, I
 
-// Far above what any settings ask for (the look-ahead depth is a 16-bit number); beyond it the sum is nonsense that
-// would ask the system for memory and events without end.
-constexpr std::int64_t g_nMaxRing = 0x10000;
+// Twice what a look-ahead depth, a 16-bit number, can ask for; beyond it the sum is nonsense that would ask the system
+// for memory and events without end.
+constexpr std::int64_t g_nMaxRing = 0x20000;
 
 bool Is10Bit(NV_ENC_BUFFER_FORMAT eFormat)
 {
