@@ -1,6 +1,8 @@
 // The waits of a thread that writes, as they are outside of tests.
 #include "mp4_outputfile/sessionwaits.h"
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 namespace
@@ -28,6 +30,16 @@ TEST_F(SessionWaitsTest, EitherOfTwoEndsTheWaitForAFrameAndTheFrameComesFirst)
     EXPECT_EQ(AwaitFrameTaken(m_hTaken, m_hThread, INFINITE), WAIT_OBJECT_0);
     ResetEvent(m_hThread);
     EXPECT_EQ(AwaitFrameTaken(m_hTaken, m_hThread, INFINITE), WAIT_OBJECT_0);
+}
+
+TEST_F(SessionWaitsTest, TheWaitForAFrameLastsAsLongAsItsLimit)
+{
+    std::thread session([this] {
+        Sleep(5);
+        SetEvent(m_hTaken);
+    });
+    EXPECT_EQ(AwaitFrameTaken(m_hTaken, m_hThread, 60000), WAIT_OBJECT_0);
+    session.join();
 }
 
 TEST_F(SessionWaitsTest, TheWaitForTheThreadHasALimit)
