@@ -18,6 +18,8 @@
 #include <mferror.h>
 #include <mfidl.h>
 
+#include "idlesession.h"
+
 // What a session plays and how. Fixed while it lives.
 struct SScript
 {
@@ -46,7 +48,7 @@ struct SScript
 
 class SampleGrabberCB;
 
-class CScriptedSession : public IMFMediaSession, public IMFGetService, public IMFRateControl
+class CScriptedSession : public CIdleSession, public IMFGetService, public IMFRateControl
 {
 public:
     // pGrabber is not counted, and outlives the session's shut-down.
@@ -63,20 +65,11 @@ public:
     STDMETHODIMP_(ULONG) Release() override;
 
     STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
-    STDMETHODIMP BeginGetEvent(IMFAsyncCallback*, IUnknown*) override { return E_NOTIMPL; }
-    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent**) override { return E_NOTIMPL; }
-    STDMETHODIMP QueueEvent(MediaEventType, REFGUID, HRESULT, const PROPVARIANT*) override { return E_NOTIMPL; }
-
     STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
-    STDMETHODIMP ClearTopologies() override { return E_NOTIMPL; }
     STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
     STDMETHODIMP Pause() override;
     STDMETHODIMP Stop() override;
-    STDMETHODIMP Close() override { return E_NOTIMPL; }
     STDMETHODIMP Shutdown() override;
-    STDMETHODIMP GetClock(IMFClock**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetSessionCapabilities(DWORD*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetFullTopology(DWORD, TOPOID, IMFTopology**) override { return E_NOTIMPL; }
 
     STDMETHODIMP GetService(REFGUID guidService, REFIID riid, LPVOID* ppObject) override;
 

@@ -19,6 +19,7 @@
 #include <mferror.h>
 #include <mfidl.h>
 
+#include "idlesession.h"
 #include "mp4_outputfile/picturehandover.h"
 #include "tests/support/bytes.h"
 
@@ -70,7 +71,7 @@ private:
     std::vector<Bytes> m_vPictures;
 };
 
-class WritingSession : public IMFMediaSession
+class WritingSession : public CIdleSession
 {
 public:
     WritingSession(WritingRecord& record, CPictureHandover& handover);
@@ -87,20 +88,10 @@ public:
     STDMETHODIMP_(ULONG) Release() override;
 
     STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
-    STDMETHODIMP BeginGetEvent(IMFAsyncCallback*, IUnknown*) override { return E_NOTIMPL; }
-    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent**) override { return E_NOTIMPL; }
-    STDMETHODIMP QueueEvent(MediaEventType, REFGUID, HRESULT, const PROPVARIANT*) override { return E_NOTIMPL; }
-
     STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
-    STDMETHODIMP ClearTopologies() override { return E_NOTIMPL; }
     STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
-    STDMETHODIMP Pause() override { return E_NOTIMPL; }
     STDMETHODIMP Stop() override;
-    STDMETHODIMP Close() override { return E_NOTIMPL; }
     STDMETHODIMP Shutdown() override;
-    STDMETHODIMP GetClock(IMFClock**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetSessionCapabilities(DWORD*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetFullTopology(DWORD, TOPOID, IMFTopology**) override { return E_NOTIMPL; }
 
 private:
     void Run();
