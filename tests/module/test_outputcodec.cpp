@@ -125,7 +125,17 @@ TEST_F(OutputCodecTest, AFrameWithoutPixelsIsAFailureThatMakesNothing)
     EXPECT_EQ(pFile->GetTimes().size(), 1U);
     EXPECT_THAT(m_d3d.m_vCalls, IsEmpty());
     EXPECT_EQ(WriteAt(*pFile, 10.0), QM_OK);
+    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 1);
+}
+
+// Samples of later frames would be listed at the times of earlier ones.
+TEST_F(OutputCodecTest, AFrameWithoutPixelsInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    WriteFrames(*pFile, 5);
     EXPECT_EQ(pFile->WriteNextFrame(nullptr), QM_ERR_FAIL);
-    EXPECT_EQ(WriteAt(*pFile, 20.0), QM_OK);
-    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 2);
+    EXPECT_EQ(WriteAt(*pFile, 60.0), QM_ERR_FAIL);
+    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 5);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_EQ(ReadMuxedFile(m_target.Bytes()).m_moov.m_vSizes.size(), 5U);
 }

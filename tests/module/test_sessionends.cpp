@@ -70,6 +70,33 @@ TEST_F(SessionEndsTest, AGraphThatWasBuiltHalfAndHalfIsAFailedSetUp)
     EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "Shutdown source", "Shutdown"));
 }
 
+TEST_F(SessionEndsTest, AGraphThatMemoryDidNotSufficeForIsAFailedSetUp)
+{
+    m_record.m_script.m_bNoMemory = true;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(m_record.m_nSessions, 0);
+    EXPECT_EQ(m_record.m_nSources, 0);
+    m_record.m_script.m_bNoMemory = false;
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+}
+
+// Its list of times would begin with those of frames that the file doesn't have.
+TEST_F(SessionEndsTest, NoOtherEncoderFollowsASetUpThatFailed)
+{
+    m_record.m_script.m_hrBuild = E_FAIL;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteAt(*pFile, 0.0), QM_ERR_FAIL);
+    for (const wchar_t* pwszCode : {L"NVENC1", L"AMF1"})
+    {
+        m_pFormat->Choose(pwszCode);
+        EXPECT_EQ(WriteAt(*pFile, 40.0), QM_ERR_FAIL);
+    }
+    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_EQ(CountCalls("Build"), 1);
+}
+
 TEST_F(SessionEndsTest, ASetUpThatIsTriedAgainGivesItsEventsBack)
 {
     CPictureHandover handover;
@@ -215,6 +242,20 @@ TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMin
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
     EXPECT_THAT(CallsFrom("Await 600000"), ElementsAre("Await 600000", "Shutdown source", "Shutdown", "Join 600000"));
     EXPECT_EQ(CountCalls("Stop"), 0);
+}
+
+// A system without memory can't wait, either.
+TEST_F(SessionEndsTest, AWaitForTheThreadThatCanNotBeDoneIsDoneAgain)
+{
+    m_record.m_script.m_nFailedWaits = 3;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
+    EXPECT_EQ(m_record.m_nSessions, 0);
+    EXPECT_EQ(CountCalls("Rest 50"), 3);
+    EXPECT_EQ(CountCalls("Join for ever"), 3);
+    EXPECT_EQ(CountCalls("Shutdown"), 1);
 }
 
 TEST_F(SessionEndsTest, AStreamWithoutAnyFrameIsEndedByShuttingItsSessionDown)

@@ -298,6 +298,17 @@ TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoo
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
 }
 
+TEST_F(SessionFramesTest, AMissingPictureInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(pFile->WriteNextFrame(nullptr), QM_ERR_FAIL);  // of no file yet
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(pFile->WriteNextFrame(nullptr), QM_ERR_FAIL);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
+}
+
 // 32 bits don't hold the bytes of its rows.
 TEST_F(SessionFramesTest, AWidthWhoseRowsCanNotBeCountedIsRefused)
 {

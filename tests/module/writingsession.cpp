@@ -1,6 +1,7 @@
 #include "writingsession.h"
 
 #include <chrono>
+#include <new>
 
 #include <gtest/gtest.h>
 
@@ -50,6 +51,11 @@ DWORD AwaitThreadEnd(HANDLE hWriterThread, std::uint32_t uiLimit)
 {
     const bool bForEver = uiLimit == INFINITE;
     g_pRecord->Note(bForEver ? "Join for ever" : "Join " + std::to_string(uiLimit));
+    if (g_pRecord->m_nWaitsFailed < g_pRecord->m_script.m_nFailedWaits)
+    {
+        ++g_pRecord->m_nWaitsFailed;
+        return WAIT_FAILED;
+    }
     return WaitWhileBusy([&] { return WaitForSingleObject(hWriterThread, 1); }, bForEver,
                          [](WritingSession& session) { return session.NeverEnds(); });
 }
@@ -69,6 +75,7 @@ HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover)
     if (g_pRecord->m_script.m_bWithSession) pSession = new WritingSession(*g_pRecord, handover);
     graph.m_pSession = pSession;
     graph.m_pSource = new WritingSource(*g_pRecord, pSession);
+    if (g_pRecord->m_script.m_bNoMemory) throw std::bad_alloc();
     return g_pRecord->m_script.m_hrBuild;
 }
 

@@ -26,6 +26,7 @@
 // What a session does. Changed before the graph is made.
 struct SWritingScript
 {
+    bool m_bNoMemory = false;    // for the graph
     HRESULT m_hrBuild = S_OK;    // of the graph; negative leaves it empty
     bool m_bWithSession = true;  // the graph has a session, not a source alone
     HRESULT m_hrSetTopology = S_OK;
@@ -39,6 +40,7 @@ struct SWritingScript
     int m_nFailsAt = INT_MAX;          // and tells it when a picture lies there that it has taken so many before
     bool m_bTakesInStart = false;      // a picture that lies there is taken before Start comes back
     bool m_bStopDropsPicture = false;  // asks for none after a stop before the next one is handed over
+    int m_nFailedWaits = 0;            // so many waits for the thread's end can't be done
     bool m_bEnds = true;               // tells its end when the stream has ended
     bool m_bEndsStopped = false;       // and when it stands still, too
     bool m_bEndsWhenWoken = false;     // but only when the source is woken once more
@@ -60,6 +62,7 @@ public:
     std::function<void(const CPictureHandover&)> m_funcBuilt;  // told of each graph before it is made
     std::atomic<int> m_nSessions{0};                           // that live
     std::atomic<int> m_nSources{0};
+    int m_nWaitsFailed = 0;
     CPictureHandover* m_pHandover = nullptr;  // of the newest graph
 
     void Note(const std::string& strCall);

@@ -1,6 +1,7 @@
 #include "mp4_outputfile/mediafoundationwriter.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "mp4_outputfile/sessionwaits.h"
@@ -37,7 +38,13 @@ QmStatus CMediaFoundationWriter::OpenHandover(std::uint32_t uiWidth, std::uint32
 
 HRESULT CMediaFoundationWriter::BuildGraph()
 {
-    const HRESULT hr = BuildWriteGraph(m_graph, m_handover);
+    HRESULT hr = E_OUTOFMEMORY;
+    try
+    {
+        hr = BuildWriteGraph(m_graph, m_handover);
+    }
+    catch (const std::bad_alloc&)
+    {}
     if (hr != S_OK) EndGraph();
     return hr;
 }
@@ -55,6 +62,7 @@ QmStatus CMediaFoundationWriter::StartThread()
 DWORD WINAPI CMediaFoundationWriter::RunWriterThread(void* pWriter)
 {
     auto* const pThis = static_cast<CMediaFoundationWriter*>(pWriter);
+    // However it ends, what the session got is a file; the host is told by the session's absence.
     RunSession(pThis->m_graph.m_pSession, pThis->m_graph.m_pTopology, pThis->m_handover.m_hSessionStarted);
     pThis->EndGraph();
     SetEvent(pThis->m_handover.m_hFrameTaken);  // whoever waits for a frame to be fetched goes on
@@ -75,17 +83,18 @@ void CMediaFoundationWriter::EndGraph()
 {
     SWriteGraph graph;
     {
-        const std::lock_guard lock(m_mtxGraph);
+        const CSectionLock lock(m_csGraph.Get());
         std::swap(graph, m_graph);
     }
+    if (graph.m_pSession == nullptr && graph.m_pSource == nullptr) return;
     ShutDown(graph);
     ReleaseWriteGraph(graph);
 }
 
-// The session and its source with references for the caller; null when they have come to their end.
-SWriteGraph CMediaFoundationWriter::TakeGraph()
+// The session and its source, with references of the caller's own; null when they have come to their end.
+SWriteGraph CMediaFoundationWriter::ShareGraph()
 {
-    const std::lock_guard lock(m_mtxGraph);
+    const CSectionLock lock(m_csGraph.Get());
     SWriteGraph graph;
     graph.m_pSession = m_graph.m_pSession;
     graph.m_pSource = m_graph.m_pSource;
@@ -97,17 +106,20 @@ SWriteGraph CMediaFoundationWriter::TakeGraph()
 // Makes the thread's wait for the session's next event fail.
 void CMediaFoundationWriter::ForceEnd()
 {
-    SWriteGraph graph = TakeGraph();
+    SWriteGraph graph = ShareGraph();
     ShutDown(graph);
     ReleaseWriteGraph(graph);
 }
 
+// Nothing of this object may go as long as the thread runs, so a wait that the system can't do is done again.
 void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 {
-    if (AwaitThreadEnd(m_hWriterThread, uiLimit) == WAIT_TIMEOUT)
+    DWORD dwResult = AwaitThreadEnd(m_hWriterThread, uiLimit);
+    if (dwResult == WAIT_TIMEOUT) ForceEnd();
+    while (dwResult != WAIT_OBJECT_0)
     {
-        ForceEnd();
-        AwaitThreadEnd(m_hWriterThread, INFINITE);
+        if (dwResult == WAIT_FAILED) RestBeforeRestart(g_uiRest);
+        dwResult = AwaitThreadEnd(m_hWriterThread, INFINITE);
     }
     CloseHandle(m_hWriterThread);
     m_hWriterThread = nullptr;
@@ -119,9 +131,11 @@ void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 QmStatus CMediaFoundationWriter::WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
                                             const SQmImageAttributes& attrEncoded)
 {
+    if (m_bFailed) return QM_ERR_FAIL;
     CEncodedPicture picture;
-    m_bFailed = m_bFailed || picture.Take(pPixels, attrSource, attrEncoded) != QM_OK ||
-                (bHandOver && HandOverPending(attrSource) != QM_OK);
+    QmStatus nStatus = picture.Take(pPixels, attrSource, attrEncoded);
+    if (nStatus == QM_OK && bHandOver) nStatus = HandOverPending(attrSource);
+    m_bFailed = nStatus != QM_OK;
     if (m_bFailed) return QM_ERR_FAIL;
     m_handover.SetPending(picture.Get());
     return QM_OK;
@@ -139,7 +153,7 @@ QmStatus CMediaFoundationWriter::HandOverPending(const SQmImageAttributes& attrS
 
 bool CMediaFoundationWriter::HasSession()
 {
-    const std::lock_guard lock(m_mtxGraph);
+    const CSectionLock lock(m_csGraph.Get());
     return m_graph.m_pSession != nullptr;
 }
 
@@ -149,26 +163,36 @@ QmStatus CMediaFoundationWriter::AwaitTaken(std::uint32_t uiLimit)
 {
     while (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, uiLimit) != WAIT_OBJECT_0)
     {
-        SWriteGraph graph = TakeGraph();  // empty when the session has just ended: then the thread's word is to come
-        if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
-        ResetEvent(m_handover.m_hSessionStarted);
-        const bool bGivenUp = uiLimit > g_uiLongestLimit / 2;
-        if (!bGivenUp)
-        {
-            uiLimit *= 2;
-            RestBeforeRestart(g_uiRest);
-            if (graph.m_pSession != nullptr) StartFromBeginning(graph.m_pSession);
-        }
-        ReleaseWriteGraph(graph);
-        if (bGivenUp)
+        StopSession();
+        if (uiLimit > g_uiLongestLimit / 2)
         {
             m_handover.EndStream();
             JoinThread(g_uiLongestLimit);
             return QM_ERR_FAIL;
         }
+        uiLimit *= 2;
+        RestBeforeRestart(g_uiRest);
+        RestartSession();
     }
     ResetEvent(m_handover.m_hFrameTaken);
     return QM_OK;
+}
+
+// Neither a stop nor a start that fails changes anything: the next wait tells what became of the session. One that has
+// just ended isn't there any more, and the thread's word is to come.
+void CMediaFoundationWriter::StopSession()
+{
+    SWriteGraph graph = ShareGraph();
+    if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
+    ReleaseWriteGraph(graph);
+    ResetEvent(m_handover.m_hSessionStarted);
+}
+
+void CMediaFoundationWriter::RestartSession()
+{
+    SWriteGraph graph = ShareGraph();
+    if (graph.m_pSession != nullptr) StartFromBeginning(graph.m_pSession);
+    ReleaseWriteGraph(graph);
 }
 
 void CMediaFoundationWriter::Close()

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include <windows.h>
 
 #include "hostapi/iqmoutputimagefile.h"
+#include "mp4_outputfile/criticalsection.h"
 #include "mp4_outputfile/picturehandover.h"
 #include "mp4_outputfile/writegraph.h"
 
@@ -38,30 +38,33 @@ public:
     HRESULT BuildGraph();
     QmStatus StartThread();
 
-    // Keeps a picture for the session. The one before it goes over first, if bHandOver; without that it is overwritten.
-    // Comes back when the session has fetched it. attrEncoded is of the size that OpenHandover was told.
+    // Keeps a picture for the session. The picture before it goes over first, if bHandOver, and the call comes back
+    // when the session has fetched that one; without bHandOver it is overwritten. attrEncoded is of the size that
+    // OpenHandover was told.
     //
     // A session that leaves a picture lying is stopped and started again, with twice the patience each time, and given
     // up when that exceeds 20 seconds; it then has 20 more to end by itself before it is shut down. QM_ERR_FAIL then,
-    // and when the session has ended or there is no memory; and for every later picture, since the file's times can't
-    // be right without this one.
+    // when the session has ended before the call, and without memory; and for every later picture, since the file's
+    // times can't be right without this one. A session that ends during the call is told at the next.
     QmStatus WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
                         const SQmImageAttributes& attrEncoded);
 
     // Gives the newest picture to the session, waits until it has finished the file, and lets go of everything. A
-    // session that moves no more is shut down after ten minutes. Again: nothing.
+    // session that doesn't fetch the picture, or doesn't end, is shut down after ten minutes each. Again: nothing.
     void Close();
 
 protected:
     static DWORD WINAPI RunWriterThread(void* pWriter);
     void ShutDown(const SWriteGraph& graph);
     void EndGraph();
-    SWriteGraph TakeGraph();
+    SWriteGraph ShareGraph();
     bool HasSession();
     void ForceEnd();
     void JoinThread(std::uint32_t uiLimit);
     QmStatus HandOverPending(const SQmImageAttributes& attrSource);
     QmStatus AwaitTaken(std::uint32_t uiLimit);
+    void StopSession();
+    void RestartSession();
 
     CPictureHandover m_handover;
     HANDLE m_hWriterThread = nullptr;
@@ -69,6 +72,6 @@ protected:
 
     // The thread empties the graph when the session has come to its end, whenever that is. The host's thread uses it
     // through references of its own, taken under the lock.
-    std::mutex m_mtxGraph;
+    CCriticalSection m_csGraph;
     SWriteGraph m_graph;
 };

@@ -247,7 +247,7 @@ void AppendStco(CGrowingBox& box)
 }
 }  // namespace
 
-void WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const CGrowingArray<std::uint32_t>& sizes,
+bool WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const CGrowingArray<std::uint32_t>& sizes,
                   std::uint16_t uiWidth, std::uint16_t uiHeight, const CQmByteArray& firstPacket,
                   std::uint32_t uiSpsLengthOffset, const CGrowingArray<std::uint32_t>& keySamples,
                   std::uint32_t uiPpsOffset)
@@ -277,5 +277,7 @@ void WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const 
     box.Close(uiMdia);
     box.Close(uiTrak);
     box.Close(uiMoov);
-    if (!box.Failed()) QM_WriteFile(hFile, box.Data(), box.Size(), nullptr, nullptr);
+    if (box.Failed()) return false;
+    QM_WriteFile(hFile, box.Data(), box.Size(), nullptr, nullptr);
+    return true;
 }

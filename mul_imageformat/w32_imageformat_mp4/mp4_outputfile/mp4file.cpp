@@ -24,6 +24,12 @@ void Write32(QmFileHandle hFile, std::uint32_t uiValue)
     Write(hFile, &uiBigEndian, sizeof uiBigEndian);
 }
 
+void PatchMdatSize(QmFileHandle hFile, std::uint32_t uiSize)
+{
+    QM_SeekFile(hFile, g_nMdatSizeOffset, QM_SEEK_BEGIN);
+    Write32(hFile, uiSize);
+}
+
 void PatchFirstPacket(CQmByteArray& baFirstPacket, const SNalPatch& patch)
 {
     const std::size_t uiSize = baFirstPacket.GetSize();
@@ -63,12 +69,12 @@ void FinishMp4File(SSampleLog& log, const CGrowingArray<double>& vecFrameTimes, 
 {
     if (log.m_hFile != nullptr)
     {
-        QM_SeekFile(log.m_hFile, g_nMdatSizeOffset, QM_SEEK_BEGIN);
-        Write32(log.m_hFile, static_cast<std::uint32_t>(log.m_nMdatBytes + 8));
+        PatchMdatSize(log.m_hFile, static_cast<std::uint32_t>(log.m_nMdatBytes + 8));
         QM_SeekFile(log.m_hFile, 0, QM_SEEK_END);
-        WriteMoovBox(log.m_hFile, vecFrameTimes, log.m_vecSampleSizes, static_cast<std::uint16_t>(uiWidth),
-                     static_cast<std::uint16_t>(uiHeight), log.m_baFirstPacket, uiSpsLengthOffset, log.m_vecKeySamples,
-                     log.m_nPpsOffset);
+        const bool bWhole = WriteMoovBox(log.m_hFile, vecFrameTimes, log.m_vecSampleSizes,
+                                         static_cast<std::uint16_t>(uiWidth), static_cast<std::uint16_t>(uiHeight),
+                                         log.m_baFirstPacket, uiSpsLengthOffset, log.m_vecKeySamples, log.m_nPpsOffset);
+        if (!bWhole) PatchMdatSize(log.m_hFile, g_uiUnfinishedMdatSize);
         QM_CloseFile(log.m_hFile);
         log.m_hFile = nullptr;
     }

@@ -32,6 +32,7 @@ CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* /*hValue*/)
 CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName)
     : m_bAmf(false),
       m_bNvenc(false),
+      m_bMediaFoundation(false),
       m_nRefCount(0),
       m_nFrameCounter(0),
       m_pFormat(pFormat),
@@ -140,30 +141,32 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels
     }
 }
 
-// Whether the picture is one that can be read and encoded. A host that goes on with a picture that was refused may hold
-// fewer bytes than 24-bit pixels take; and an encoder takes pictures of its first size only. A file that lacks one of
-// its pictures ends there: the times of later ones would be wrong.
-bool CQmMP4OutputFile::CanTakePicture()
+// Whether the picture can be read and encoded. A host that goes on with a picture that was refused may hold fewer bytes
+// than 24-bit pixels take; and an encoder takes pictures of its first size only. A file that lacks one of its pictures
+// ends there: a host that goes on would have later ones listed at other times than it gave them.
+bool CQmMP4OutputFile::AcceptPicture(const void* pPixels)
 {
-    const bool bWholeRows = m_attrSource.m_uiWidthBytes >= std::uint64_t{m_attrSource.m_uiWidth} * 3;
+    const bool bWholeRows =
+        pPixels != nullptr && m_attrSource.m_uiWidthBytes >= std::uint64_t{m_attrSource.m_uiWidth} * 3;
     const bool bSameSize = m_attrEncoded.m_uiWidth == m_uiFileWidth && m_attrEncoded.m_uiHeight == m_uiFileHeight;
-    const bool bTaken = bWholeRows && (bSameSize || !IsSetUp());
-    if (!bTaken && IsSetUp()) m_bPictureLost = true;
-    return bTaken && !m_bPictureLost;
+    const bool bAccepted = bWholeRows && (bSameSize || !IsSetUp());
+    if (!bAccepted && IsSetUp()) m_bPictureLost = true;
+    return bAccepted && !m_bPictureLost;
 }
 
 QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixels)
 {
     // Another encoder would begin a file anew that was closed or given up.
-    if (m_bClosed || m_mediaFoundation.HasFailed()) return QM_ERR_FAIL;
-    if (pPixels == nullptr || !CanTakePicture()) return QM_ERR_FAIL;
+    if (m_bClosed || m_mediaFoundation.HasFailed() || !AcceptPicture(pPixels)) return QM_ERR_FAIL;
 
-    // The format object is asked before every frame until Media Foundation runs, and its answer counts until a back end
-    // is chosen.
+    // The format object is asked before every frame until a session runs, and its answer counts until a back end is
+    // chosen.
     if (!m_mediaFoundation.IsRunning())
     {
         const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
-        if (bSetsUpEarly && !IsSetUp() && InitEncoder() != S_OK) return QM_ERR_FAIL;
+        // The list of times already has entries of frames that another back end would have to be told of.
+        if (bSetsUpEarly && m_bMediaFoundation) return QM_ERR_FAIL;
+        if (bSetsUpEarly && !m_bAmf && !m_bNvenc && InitEncoder() != S_OK) return QM_ERR_FAIL;
     }
 
     if (m_bAmf) return QM_ERR_FAIL;  // no encoder stands behind it in this version
@@ -175,6 +178,7 @@ QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixel
 // it, and so a host that gives each frame that index has all but the last one overwritten.
 QmStatus CQmMP4OutputFile::EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels)
 {
+    m_bMediaFoundation = true;
     m_times.m_dPrevElapsed = m_times.m_dElapsed;
     if (!m_mediaFoundation.IsRunning())
     {
@@ -229,7 +233,7 @@ QmStatus CQmMP4OutputFile::CloseOutput()
     }
     catch (const std::bad_alloc&)
     {
-        // The file stays as it is, and its placeholder tells that it was never finished.
+        // The placeholder tells that the file isn't finished. The object's end tries it once more.
     }
     m_mediaFoundation.Close();
     return QM_OK;

@@ -16,8 +16,8 @@ class CQmMP4InputFile;
 // that moment, and no other takes its place when it fails. The target file is made then, under its final name; if
 // writing breaks off, it stays as far as it has got.
 //
-// Every failure of a back end is QM_ERR_FAIL to the host; what a runtime said of it goes to the diagnostics. One thread
-// at a time.
+// A failure of a back end is QM_ERR_FAIL to the host; what NVENC's runtime said of it goes to the diagnostics. One
+// thread at a time.
 class CQmMP4OutputFile : public IQmOutputImageFile
 {
 public:
@@ -72,13 +72,14 @@ protected:
 
     // Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
     HRESULT InitEncoder();
-    bool CanTakePicture();
+    bool AcceptPicture(const void* pPixels);
     QmStatus EncodeFrame(std::uint32_t uiIndex, const void* pPixels);
     QmStatus EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels);
 
     CMediaFoundationWriter m_mediaFoundation;
-    bool m_bAmf;    // the AMF back end was chosen
-    bool m_bNvenc;  // the NVENC back end was chosen
+    bool m_bAmf;              // the AMF back end was chosen
+    bool m_bNvenc;            // the NVENC back end was chosen
+    bool m_bMediaFoundation;  // the Media Foundation back end was; its set-up may have failed
     CNvencWriter m_nvenc;
 
     std::uint32_t m_nRefCount;         // starts at 0

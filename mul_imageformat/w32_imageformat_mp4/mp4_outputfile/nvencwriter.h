@@ -39,8 +39,8 @@ public:
     // Encodes one picture and writes the packets that are ready, none to several. pPixels: B, G, R rows at the pitch of
     // uiWidth rounded up to 4 bytes, which for a picture of odd width is more than its own.
     //
-    // QM_ERR_FAIL without an encoder or when it fails; further frames may be tried. Where memory ran out under packets
-    // that the encoder had given, the file ends there for good, unfinished. Throws std::bad_alloc before that.
+    // QM_ERR_FAIL without an encoder or when it fails; further frames may be tried. Where memory ran out on the way of
+    // packets into the file, it ends there for good, unfinished. Throws std::bad_alloc without room for their list.
     QmStatus WriteFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
     // Takes what the encoder still holds, ends the session and finishes the file. vecFrameTimes: see FinishMp4File.

@@ -1,6 +1,7 @@
 #include "mp4_outputfile/picturehandover.h"
 
 #include "mp4_outputfile/colourconversion.h"
+#include "mp4_outputfile/criticalsection.h"
 
 namespace
 {
@@ -112,10 +113,11 @@ void CPictureHandover::SetPending(const SQmPicBuf& picture)
 
 void CPictureHandover::HandOver(bool bLast)
 {
-    EnterCriticalSection(&m_csPicture);
-    SQmPicBufAPI_Base::Copy(&m_picHandover, &m_picPending);
-    if (bLast) m_nEndOfStream = 1;
-    LeaveCriticalSection(&m_csPicture);
+    {
+        const CSectionLock lock(&m_csPicture);
+        SQmPicBufAPI_Base::Copy(&m_picHandover, &m_picPending);  // of one shape, which can't fail
+        if (bLast) m_nEndOfStream = 1;
+    }
     WakeSource();
 }
 

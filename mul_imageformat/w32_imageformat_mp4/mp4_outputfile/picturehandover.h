@@ -36,8 +36,8 @@ private:
 //
 // The source is given pointers to the public members and keeps them as long as it lives. It waits for m_hFrameReady,
 // copies m_picHandover under m_csPicture, resets m_hFrameReady and sets m_hFrameTaken, in this order; when
-// m_nEndOfStream isn't 0 it leaves m_hFrameReady set, so that nothing waits for a frame that never comes. All else is
-// for the host's thread.
+// m_nEndOfStream isn't 0 it leaves m_hFrameReady set, so that nothing waits for a frame that never comes. The events
+// may be set from any thread; all else is for the host's.
 class CPictureHandover
 {
 public:
@@ -61,7 +61,6 @@ public:
     void HandOver(bool bLast);
     // No frame comes any more. Wakes the source.
     void EndStream();
-    // Any thread's.
     void WakeSource();
 
     HANDLE m_hFrameReady = nullptr;  // manual-reset events

@@ -6,8 +6,11 @@
 
 #include <windows.h>
 
-// Both give what WaitForMultipleObjects gives for any one of the handles. uiLimit is in milliseconds, and INFINITE too.
+// uiLimit is in milliseconds, and INFINITE too.
+
+// WAIT_OBJECT_0 when the frame was taken; one more when only the thread has ended; else as the system's waits.
 DWORD AwaitFrameTaken(HANDLE hFrameTaken, HANDLE hWriterThread, std::uint32_t uiLimit);
+// WAIT_OBJECT_0 when it has; else as the system's waits.
 DWORD AwaitThreadEnd(HANDLE hWriterThread, std::uint32_t uiLimit);
 
 // Comes back after that many milliseconds.

@@ -16,8 +16,11 @@ struct SWriteGraph
     IMFTopology* m_pTopology = nullptr;
 };
 
-// Makes a graph whose source takes its pictures from handover, which outlives it. The session isn't started. A negative
-// result leaves the graph empty: MF_E_TOPO_CODEC_NOT_FOUND where there is no H.264 encoder to write with.
+// Makes a graph whose source takes its pictures from handover. The session isn't started. No call of the source is
+// under way any more when source and session have been shut down and released: handover goes then.
+//
+// S_OK, or what failed: MF_E_TOPO_CODEC_NOT_FOUND where there is no H.264 encoder to write with. May throw
+// std::bad_alloc. What the graph holds after a failure is the caller's to end.
 HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover);
 
 // Gives the references back.
