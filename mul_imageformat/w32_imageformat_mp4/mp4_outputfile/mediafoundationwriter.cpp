@@ -73,6 +73,7 @@ DWORD WINAPI CMediaFoundationWriter::RunWriterThread(void* pWriter)
 // make a sample of one any more.
 void CMediaFoundationWriter::ShutDown(const SWriteGraph& graph)
 {
+    if (graph.m_pSource == nullptr && graph.m_pSession == nullptr) return;
     if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
     m_handover.WakeSource();
     if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
@@ -86,7 +87,6 @@ void CMediaFoundationWriter::EndGraph()
         const CSectionLock lock(m_csGraph.Get());
         std::swap(graph, m_graph);
     }
-    if (graph.m_pSession == nullptr && graph.m_pSource == nullptr) return;
     ShutDown(graph);
     ReleaseWriteGraph(graph);
 }

@@ -143,15 +143,15 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels
 
 // Whether the picture can be read and encoded. A host that goes on with a picture that was refused may hold fewer bytes
 // than 24-bit pixels take; and an encoder takes pictures of its first size only. A file that lacks one of its pictures
-// ends there: a host that goes on would have later ones listed at other times than it gave them.
+// ends there, were it the first: it has its entry in the list of times, and later ones would be listed at the times of
+// those before them.
 bool CQmMP4OutputFile::AcceptPicture(const void* pPixels)
 {
     const bool bWholeRows =
         pPixels != nullptr && m_attrSource.m_uiWidthBytes >= std::uint64_t{m_attrSource.m_uiWidth} * 3;
     const bool bSameSize = m_attrEncoded.m_uiWidth == m_uiFileWidth && m_attrEncoded.m_uiHeight == m_uiFileHeight;
-    const bool bAccepted = bWholeRows && (bSameSize || !IsSetUp());
-    if (!bAccepted && IsSetUp()) m_bPictureLost = true;
-    return bAccepted && !m_bPictureLost;
+    if (!bWholeRows || (IsSetUp() && !bSameSize)) m_bPictureLost = true;
+    return !m_bPictureLost;
 }
 
 QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixels)
