@@ -21,8 +21,8 @@ extern "C"
 }
 
 #include "hostapi/hostpicbase.h"
-#include "mp4_outputfile/colourconversion.h"
-#include "mp4_outputfile/colourkernels.h"
+#include "colour/colourconversion.h"
+#include "colour/colourkernels.h"
 
 namespace
 {

@@ -11,7 +11,7 @@
 
 #include "bench/measure.h"
 #include "bench/muxing.h"
-#include "mp4_outputfile/colourconversion.h"
+#include "colour/colourconversion.h"
 #include "support/encoder_script.h"
 #include "support/video_maker.h"
 #include "support/writing_host.h"

@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 #include "bench/measure.h"
-#include "mp4_outputfile/samplelog.h"
+#include "mp4_outputfile/muxer/samplelog.h"
 #include "support/video_maker.h"
 
 namespace

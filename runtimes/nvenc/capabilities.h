@@ -5,7 +5,7 @@
 #include <optional>
 #include <span>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 namespace nvencruntime
 {

@@ -1,7 +1,7 @@
 // The entries of the function table, by what they are about. Each group puts its own into the table.
 #pragma once
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 namespace nvencruntime
 {

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/handles.h"
 #include "runtimes/nvenc/input_surface.h"
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/colour.h"
 
 struct IDirect3DSurface9;

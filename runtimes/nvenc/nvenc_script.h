@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 // The entries of the runtime by their place in the function table, and the two that its file exports.
 enum NvencRuntimeEntry : std::int32_t

@@ -4,7 +4,7 @@
 #include <deque>
 #include <memory>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/handles.h"
 #include "runtimes/nvenc/input_resources.h"
 #include "runtimes/nvenc/packet.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/x264_library.h"
 
 namespace nvencruntime

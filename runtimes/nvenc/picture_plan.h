@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/settings.h"
 
 namespace nvencruntime

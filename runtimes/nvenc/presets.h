@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 namespace nvencruntime
 {

@@ -8,7 +8,7 @@
 #include <optional>
 #include <set>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/encode_worker.h"
 #include "runtimes/nvenc/input_resources.h"
 #include "runtimes/nvenc/nvenc_script.h"

@@ -1,7 +1,7 @@
 // What a session is initialised with, after it was found to be something this encoder can do.
 #pragma once
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/presets.h"
 
 namespace nvencruntime

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 namespace nvencruntime
 {

@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "peakmemory.h"
+#include "peak_memory.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
 #include "support/video_maker.h"

@@ -12,8 +12,8 @@
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
 #include "support/writing_host.h"
-#include "testpictures.h"
-#include "writeoutcomes.h"
+#include "test_pictures.h"
+#include "write_outcomes.h"
 
 namespace
 {

@@ -9,7 +9,7 @@
 #include "support/muxed_file.h"
 #include "support/video_maker.h"
 #include "support/writing_host.h"
-#include "testpictures.h"
+#include "test_pictures.h"
 
 namespace
 {

@@ -7,7 +7,7 @@
 
 #include "support/video_maker.h"
 #include "support/writing_host.h"
-#include "testpictures.h"
+#include "test_pictures.h"
 
 namespace
 {

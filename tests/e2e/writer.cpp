@@ -12,7 +12,7 @@
 #include <sys/resource.h>
 
 #include "support/writing_host.h"
-#include "testpictures.h"
+#include "test_pictures.h"
 
 namespace
 {

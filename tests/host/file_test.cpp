@@ -1,5 +1,5 @@
 // Opening, sharing, names and times of files.
-#include "filefixture.h"
+#include "file_fixture.h"
 
 #include <chrono>
 #include <cstdlib>

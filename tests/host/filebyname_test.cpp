@@ -5,7 +5,7 @@
 #include <chrono>
 #include <utility>
 
-#include "tests/host/tempfolder.h"
+#include "tests/host/temp_folder.h"
 
 #if !defined(_WIN32)
 #include <sys/stat.h>

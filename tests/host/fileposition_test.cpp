@@ -1,5 +1,5 @@
 // Where a file is read and written, with a buffer between.
-#include "filefixture.h"
+#include "file_fixture.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "hostapi/hostplatform.h"
-#include "tests/host/tempfolder.h"
+#include "tests/host/temp_folder.h"
 
 class FullDisk : public testing::Test
 {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tests/host/picturefixture.h"
+#include "tests/host/picture_fixture.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/host/picturefixture.h"
+#include "tests/host/picture_fixture.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // How the host's time of a frame becomes the entry of that frame in the list of frame times.
 #pragma once
 
-#include "mp4_outputfile/growingarray.h"
+#include "common/growingarray.h"
 
 // The frame-time fields of one output file, all in milliseconds. -1.0 stands for a time that isn't there yet.
 struct SFrameTimes

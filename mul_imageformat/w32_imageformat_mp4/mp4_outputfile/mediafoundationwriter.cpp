@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "mp4_outputfile/sessionwaits.h"
-#include "mp4filesimpl/saferelease.h"
+#include "common/saferelease.h"
 
 namespace
 {

@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "hostapi/iqmoutputimagefile.h"
-#include "mp4_outputfile/criticalsection.h"
+#include "common/criticalsection.h"
 #include "mp4_outputfile/picturehandover.h"
 #include "mp4_outputfile/writegraph.h"
 

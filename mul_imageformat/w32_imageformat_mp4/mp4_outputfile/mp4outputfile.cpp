@@ -3,9 +3,7 @@
 #include <cwchar>
 #include <new>
 
-#include "mp4filesimpl/imageformatmp4.h"
-#include "mp4filesimpl/modulestate.h"
-#include "mp4filesimpl/mp4inputfile.h"
+#include "common/modulestate.h"
 
 namespace
 {
@@ -25,17 +23,15 @@ std::uint32_t CalcRowBytes(std::uint32_t uiBits, std::uint32_t uiWidth, std::uin
 
 }  // namespace
 
-CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* /*hValue*/)
-    : CQmMP4OutputFile(pFormat, CQmStringW())
-{}
-
-CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName)
+CQmMP4OutputFile::CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& strFileName,
+                                   PMakeWrittenFileReader pfnMakeReader)
     : m_bAmf(false),
       m_bNvenc(false),
       m_bMediaFoundation(false),
       m_nRefCount(0),
       m_nFrameCounter(0),
       m_pFormat(pFormat),
+      m_pfnMakeReader(pfnMakeReader),
       m_pReader(nullptr),
       m_strFileName(strFileName),
       m_attrEncoded{},
@@ -48,12 +44,12 @@ CQmMP4OutputFile::CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW&
 {
     m_attrSource.m_uiCompression = 2;
     ++g_uiInputFileCount;
-    m_pFormat->AddRef();
+    m_pFormat->GetQmClass()->AddRef();
 }
 
 CQmMP4OutputFile::~CQmMP4OutputFile()
 {
-    m_pFormat->Release();
+    m_pFormat->GetQmClass()->Release();
     m_pFormat = nullptr;
     CloseOutput();  // finds nothing left to do when the host has closed the file itself
 }
@@ -73,7 +69,7 @@ std::int32_t CQmMP4OutputFile::Release()
 
 IQmImageFormat* CQmMP4OutputFile::GetFormat()
 {
-    if (m_pFormat != nullptr) m_pFormat->AddRef();
+    if (m_pFormat != nullptr) m_pFormat->GetQmClass()->AddRef();
     return m_pFormat;
 }
 
@@ -243,7 +239,7 @@ QmStatus CQmMP4OutputFile::CloseOutput()
 // is given out once more.
 QmStatus CQmMP4OutputFile::GetWrittenFileReader(void* /*pValue*/, IQmInputImageFile** ppReader)
 {
-    m_pReader = new (std::nothrow) CQmMP4InputFile(m_pFormat, m_strFileName, true, this);
+    m_pReader = m_pfnMakeReader(m_pFormat, m_strFileName, this);
     if (m_pReader != nullptr) *ppReader = m_pReader;
     if (*ppReader == nullptr) return QM_ERR_FAIL;
     (*ppReader)->AddRef();

@@ -4,13 +4,16 @@
 #include <cstdint>
 
 #include "hostapi/hostcore.h"
+#include "hostapi/iqmimageformat.h"
+#include "hostapi/iqminputimagefile.h"
 #include "hostapi/iqmoutputimagefile.h"
 #include "mp4_outputfile/frametimerule.h"
 #include "mp4_outputfile/mediafoundationwriter.h"
 #include "mp4_outputfile/nvencwriter.h"
 
-class CQmImageFormatMP4;
-class CQmMP4InputFile;
+// Makes a reader, without a reference yet, of the file at strPath that is still being written. Null without memory.
+using PMakeWrittenFileReader = IQmInputImageFile* (*)(IQmImageFormat* pFormat, const CQmStringW& strPath,
+                                                      IQmOutputImageFile* pOutputFile);
 
 // The first frame sets everything up: which encoder writes the file follows from the format object's active codec at
 // that moment, and no other takes its place when it fails. The target file is made then, under its final name; if
@@ -21,9 +24,8 @@ class CQmMP4InputFile;
 class CQmMP4OutputFile : public IQmOutputImageFile
 {
 public:
-    // Without a path there is no file to write. hValue isn't looked at.
-    CQmMP4OutputFile(CQmImageFormatMP4* pFormat, void* hValue);
-    CQmMP4OutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strFileName);
+    // With an empty name there is no file to write.
+    CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& strFileName, PMakeWrittenFileReader pfnMakeReader);
     ~CQmMP4OutputFile() override;
 
     CQmMP4OutputFile(const CQmMP4OutputFile&) = delete;
@@ -84,8 +86,9 @@ protected:
 
     std::uint32_t m_nRefCount;         // starts at 0
     std::uint32_t m_nFrameCounter;     // the index that WriteNextFrame passes on
-    CQmImageFormatMP4* m_pFormat;      // one reference
-    CQmMP4InputFile* m_pReader;        // the reader given out last; stored, not read, and no reference
+    IQmImageFormat* m_pFormat;         // one reference
+    PMakeWrittenFileReader m_pfnMakeReader;
+    IQmInputImageFile* m_pReader;      // the reader given out last; stored, not read, and no reference
     CQmStringW m_strFileName;          // empty in the form without a path
     SQmImageAttributes m_attrEncoded;  // the picture as it is encoded: even width and height
     SQmImageAttributes m_attrSource;   // the picture as the host describes it

@@ -4,8 +4,8 @@
 
 #include "hostapi/hostpicbase.h"
 #include "hostapi/hostplatform.h"
-#include "mp4_outputfile/colourconversion.h"
-#include "mp4filesimpl/saferelease.h"
+#include "colour/colourconversion.h"
+#include "common/saferelease.h"
 
 namespace
 {

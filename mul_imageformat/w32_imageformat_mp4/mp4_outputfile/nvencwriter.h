@@ -13,8 +13,8 @@
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderInitParam.h"
 #include "hostapi/hostcore.h"
-#include "mp4_outputfile/growingarray.h"
-#include "mp4_outputfile/samplelog.h"
+#include "common/growingarray.h"
+#include "mp4_outputfile/muxer/samplelog.h"
 
 // One thread; a call returns when its picture is encoded as far as the session's delay allows. Why a call failed is
 // told to the host's diagnostics. Width and height are those of the encoded picture, in pixels, and the same in every

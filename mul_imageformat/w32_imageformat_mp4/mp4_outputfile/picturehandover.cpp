@@ -1,7 +1,7 @@
 #include "mp4_outputfile/picturehandover.h"
 
-#include "mp4_outputfile/colourconversion.h"
-#include "mp4_outputfile/criticalsection.h"
+#include "colour/colourconversion.h"
+#include "common/criticalsection.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include <propvarutil.h>
 
-#include "mp4filesimpl/saferelease.h"
+#include "common/saferelease.h"
 
 void ReleaseWriteGraph(SWriteGraph& graph)
 {

@@ -6,7 +6,7 @@
 #include "mp4_outputfile/mp4outputfile.h"
 #include "mp4filesimpl/capabilities.h"
 #include "mp4filesimpl/codectable.h"
-#include "mp4filesimpl/modulestate.h"
+#include "common/modulestate.h"
 #include "mp4filesimpl/mp4inputfile.h"
 
 namespace
@@ -46,11 +46,10 @@ QmStatus GiveFile(TFile* pNew, IFile** ppFile)
 }
 
 // Null when there is no memory for the object or for what it sets aside.
-template <typename TTarget>
-CQmMP4OutputFile* MakeOutputFile(CQmImageFormatMP4* pFormat, const TTarget& target)
+CQmMP4OutputFile* MakeOutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strPath)
 try
 {
-    return new CQmMP4OutputFile(pFormat, target);
+    return new CQmMP4OutputFile(pFormat, strPath, CQmMP4InputFile::MakeForWrittenFile);
 }
 catch (const std::bad_alloc&)
 {
@@ -233,9 +232,9 @@ QmStatus CQmImageFormatMP4::FillAttributes(SQmImageAttributes* pAttributes)
 
 // --- file objects ---
 
-QmStatus CQmImageFormatMP4::CreateOutputFile(void* pValue, IQmOutputImageFile** ppFile)
+QmStatus CQmImageFormatMP4::CreateOutputFile(void*, IQmOutputImageFile** ppFile)
 {
-    return GiveFile(MakeOutputFile(this, pValue), ppFile);
+    return GiveFile(MakeOutputFile(this, CQmStringW()), ppFile);
 }
 
 QmStatus CQmImageFormatMP4::CreateOutputFileForPath(CQmStringW strPath, IQmOutputImageFile** ppFile)

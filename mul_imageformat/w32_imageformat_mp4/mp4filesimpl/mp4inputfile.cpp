@@ -1,10 +1,10 @@
 #include "mp4filesimpl/mp4inputfile.h"
 
+#include <new>
 #include <utility>
 
 #include "mp4filesimpl/capabilities.h"
-#include "mp4filesimpl/imageformatmp4.h"
-#include "mp4filesimpl/modulestate.h"
+#include "common/modulestate.h"
 
 namespace
 {
@@ -15,7 +15,7 @@ constexpr std::int32_t g_anFileCapabilities[] = {6, 8, 9, 13, 15, 20, 21, CAPABI
 
 // --- life ---
 
-CQmMP4InputFile::CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmByteArray* pByteArray)
+CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, CQmByteArray* pByteArray)
     : m_nRefCount(0),
       m_pFormat(pFormat),
       m_pOutputFile(nullptr),
@@ -37,28 +37,34 @@ CQmMP4InputFile::CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmByteArray* pByte
       m_hWorkerThread(nullptr),
       m_hPumpThread(nullptr)
 {
-    m_pFormat->AddRef();
+    m_pFormat->GetQmClass()->AddRef();
     ++g_uiInputFileCount;
 }
 
-CQmMP4InputFile::CQmMP4InputFile(CQmImageFormatMP4* pFormat, const void* pMemory, std::uint64_t uiMemorySize)
+CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, const void* pMemory, std::uint64_t uiMemorySize)
     : CQmMP4InputFile(pFormat, &m_Data)
 {
     m_pMemory = pMemory;
     m_uiMemorySize = uiMemorySize;
 }
 
-CQmMP4InputFile::CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmStringW strPath, bool bWrittenFile, CQmMP4OutputFile*)
+CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, CQmStringW strPath, bool bWrittenFile, IQmOutputImageFile*)
     : CQmMP4InputFile(pFormat, &m_Data)
 {
     m_strPath = strPath;
     m_bWrittenFile = bWrittenFile;
 }
 
+IQmInputImageFile* CQmMP4InputFile::MakeForWrittenFile(IQmImageFormat* pFormat, const CQmStringW& strPath,
+                                                       IQmOutputImageFile* pOutputFile)
+{
+    return new (std::nothrow) CQmMP4InputFile(pFormat, strPath, true, pOutputFile);
+}
+
 CQmMP4InputFile::~CQmMP4InputFile()
 {
     EndThreads();
-    m_pFormat->Release();
+    m_pFormat->GetQmClass()->Release();
     ShutDownGraph();
     ReleaseGraph();
 }
@@ -78,7 +84,7 @@ std::int32_t CQmMP4InputFile::Release()
 
 IQmImageFormat* CQmMP4InputFile::GetFormat()
 {
-    m_pFormat->AddRef();
+    m_pFormat->GetQmClass()->AddRef();
     return m_pFormat;
 }
 

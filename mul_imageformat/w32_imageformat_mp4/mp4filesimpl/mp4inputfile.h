@@ -12,11 +12,11 @@
 
 #include "hostapi/hostcore.h"
 #include "hostapi/hostmeta.h"
+#include "hostapi/iqmimageformat.h"
 #include "hostapi/iqminputimagefile.h"
+#include "hostapi/iqmoutputimagefile.h"
 #include "mp4filesimpl/samplegrabber.h"
 
-class CQmImageFormatMP4;
-class CQmMP4OutputFile;
 struct SReadGraph;
 
 // The file is opened by the first question that needs it, and nothing is decoded before the first frame is asked for.
@@ -28,11 +28,15 @@ class CQmMP4InputFile : public IQmInputImageFile
 {
 public:
     // Each form counts a reference to the format object for as long as the new object lives.
-    CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmByteArray* pByteArray);
-    CQmMP4InputFile(CQmImageFormatMP4* pFormat, const void* pMemory, std::uint64_t uiMemorySize);
+    CQmMP4InputFile(IQmImageFormat* pFormat, CQmByteArray* pByteArray);
+    CQmMP4InputFile(IQmImageFormat* pFormat, const void* pMemory, std::uint64_t uiMemorySize);
     // bWrittenFile: the file is still being written, so that frames are refused. pOutputFile is not kept.
-    CQmMP4InputFile(CQmImageFormatMP4* pFormat, CQmStringW strPath, bool bWrittenFile, CQmMP4OutputFile* pOutputFile);
+    CQmMP4InputFile(IQmImageFormat* pFormat, CQmStringW strPath, bool bWrittenFile, IQmOutputImageFile* pOutputFile);
     ~CQmMP4InputFile() override;
+
+    // The reader of a file that is still being written, without a reference yet. Null when there is no memory for it.
+    static IQmInputImageFile* MakeForWrittenFile(IQmImageFormat* pFormat, const CQmStringW& strPath,
+                                                 IQmOutputImageFile* pOutputFile);
 
     CQmMP4InputFile(const CQmMP4InputFile&) = delete;
     CQmMP4InputFile& operator=(const CQmMP4InputFile&) = delete;
@@ -103,9 +107,9 @@ protected:
 
     CQmByteArray m_Data;                         // empty; what the forms without an array of the caller's point to
     std::atomic<std::int32_t> m_nRefCount;       // starts at 0
-    CQmImageFormatMP4* m_pFormat;                // one reference
+    IQmImageFormat* m_pFormat;                   // one reference
     CQmStringW m_strPath;                        // empty in the forms without a path
-    CQmMP4OutputFile* m_pOutputFile;             // null; nothing sets it
+    IQmOutputImageFile* m_pOutputFile;           // null; nothing sets it
     bool m_bWrittenFile;                         // the file is still being written
     std::atomic<bool> m_bStop;                   // the object is going away; never cleared again
     CQmByteArray* m_pByteArray;                  // stored, not read

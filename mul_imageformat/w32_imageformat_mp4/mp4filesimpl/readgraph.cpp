@@ -8,7 +8,7 @@
 #include "mp4filesimpl/boxwalk.h"
 #include "mp4filesimpl/mp4inputfile.h"
 #include "mp4filesimpl/readtopology.h"
-#include "mp4filesimpl/saferelease.h"
+#include "common/saferelease.h"
 #include "mp4filesimpl/streamformat.h"
 
 namespace

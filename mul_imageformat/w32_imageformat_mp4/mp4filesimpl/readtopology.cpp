@@ -3,8 +3,8 @@
 #include <mfapi.h>
 #include <propvarutil.h>
 
-#include "mp4filesimpl/modulestate.h"
-#include "mp4filesimpl/saferelease.h"
+#include "common/modulestate.h"
+#include "common/saferelease.h"
 #include "mp4filesimpl/streamformat.h"
 
 namespace

@@ -4,7 +4,7 @@
 
 #include <mfapi.h>
 
-#include "mp4filesimpl/saferelease.h"
+#include "common/saferelease.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 
 #include <shlwapi.h>
 
-#include "mp4_outputfile/colourconversion.h"
+#include "colour/colourconversion.h"
 
 namespace
 {

@@ -6,7 +6,7 @@
 #include <mferror.h>
 #include <uuids.h>
 
-#include "mp4filesimpl/saferelease.h"
+#include "common/saferelease.h"
 
 namespace
 {

@@ -8,7 +8,7 @@
 #include <windows.h>
 
 #include "fake_surface.h"
-#include "nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/nvenc_script.h"
 
 // Loaded once and kept, so that what a script says outlives single tests' handles.

@@ -4,7 +4,7 @@
 #include <exception>
 #include <string>
 
-#include "NV_Video_Codec_SDK/nvencenums.h"
+#include "abi/nvenc/nvencenums.h"
 
 class NVENCException : public std::exception
 {

@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "NV_Video_Codec_SDK/NvEncoder/NVENCException.h"
-#include "NV_Video_Codec_SDK/nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 // One input surface as the writer of a picture sees it. Offsets and pitches are in bytes.
 struct NvEncInputFrame

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "NV_Video_Codec_SDK/nvEncodeAPI.h"
+#include "abi/nvenc/nvEncodeAPI.h"
 
 class OptionCursor;
 

@@ -1,0 +1,45 @@
+// The count of format objects that keeps the runtimes started.
+#include <gtest/gtest.h>
+
+#include "amf/common/amffactoryhelper.h"
+#include "mp4filesimpl/imageformatmp4.h"
+#include "common/modulestate.h"
+
+namespace
+{
+
+TEST(ModuleState, LivingFormatObjectsAreCounted)
+{
+    EXPECT_EQ(g_nFormatObjects, 0);
+    IQmInterface* pFirst = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pSecond = ConstructImageFormatMP4(__FILE__, __LINE__);
+    EXPECT_EQ(g_nFormatObjects, 2);
+    delete pFirst;
+    EXPECT_EQ(g_nFormatObjects, 1);
+    delete pSecond;
+    EXPECT_EQ(g_nFormatObjects, 0);
+}
+
+TEST(ModuleState, AnObjectThatWasNeverCountedLeavesTheCountAtZero)
+{
+    g_nFormatObjects = 0;
+    StopModuleRuntime();
+    EXPECT_EQ(g_nFormatObjects, 0);
+}
+
+TEST(ModuleState, ANegativeCountIsLeftAlone)
+{
+    g_nFormatObjects = -2;
+    StopModuleRuntime();
+    EXPECT_EQ(g_nFormatObjects, -2);
+    g_nFormatObjects = 0;
+}
+
+TEST(AMFFactoryHelper, TerminateWithNothingLoadedGivesZero)
+{
+    AMFFactoryHelper helper;
+    EXPECT_EQ(helper.Terminate(), 0);
+    EXPECT_EQ(helper.Terminate(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,153 @@
+// Files muxed from what a real encoder made, as independent programs see them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "mp4_outputfile/muxer/samplelog.h"
+#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "tests/mp4_outputfile/muxer/temp_file.h"
+#include "tests/support/ffmpeg_judge.h"
+
+namespace
+{
+using namespace test_support;
+
+// An Annex B stream of nFrames pictures, one packet each, without B pictures.
+Bytes Encode(int nFrames, const std::string& strOptions)
+{
+    const CTempFile stream(".h264");
+    RunAndListen("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x240:rate=25 -frames:v " +
+                 std::to_string(nFrames) + " -pix_fmt yuv420p -c:v libx264 -preset veryfast -bf 0 -g 12 -threads 1 " +
+                 strOptions + " -f h264 " + stream.Path());
+    return stream.Bytes();
+}
+
+// Where the NALs of a stream begin: each start code with the zeros of it.
+std::vector<std::size_t> FindNals(const Bytes& vStream)
+{
+    std::vector<std::size_t> vNals;
+    for (std::size_t ui = 0; ui + 3 < vStream.size(); ++ui)
+    {
+        if (vStream[ui] != 0 || vStream[ui + 1] != 0 || vStream[ui + 2] != 1) continue;
+        vNals.push_back(ui != 0 && vStream[ui - 1] == 0 ? ui - 1 : ui);
+    }
+    return vNals;
+}
+
+// Cuts a stream into access units: a new one begins at the first NAL behind a slice that is no further slice of the
+// same picture. bFourBytes rewrites every start code to four bytes.
+std::vector<Bytes> SplitAccessUnits(const Bytes& vStream, bool bFourBytes)
+{
+    std::vector<std::size_t> vNals = FindNals(vStream);
+    std::vector<Bytes> vUnits;
+    bool bSliceSeen = true;
+    vNals.push_back(vStream.size());
+    for (std::size_t ui = 0; ui + 1 < vNals.size(); ++ui)
+    {
+        const std::size_t uiCode = vStream[vNals[ui] + 2] == 1 ? 3 : 4;
+        const std::uint8_t* pNal = &vStream[vNals[ui] + uiCode];
+        const int nType = pNal[0] & 0x1F;
+        const bool bSlice = nType == 1 || nType == 5;
+        const bool bFurtherSlice = bSlice && (pNal[1] & 0x80) == 0;  // first_mb_in_slice isn't 0
+        if (bSliceSeen && !bFurtherSlice)
+        {
+            vUnits.emplace_back();
+            bSliceSeen = false;
+        }
+        bSliceSeen = bSliceSeen || bSlice;
+        const std::size_t uiBegin = vNals[ui] + (bFourBytes ? uiCode : 0);
+        if (bFourBytes) vUnits.back().insert(vUnits.back().end(), g_vStart4.begin(), g_vStart4.end());
+        vUnits.back().insert(vUnits.back().end(), vStream.begin() + static_cast<std::ptrdiff_t>(uiBegin),
+                             vStream.begin() + static_cast<std::ptrdiff_t>(vNals[ui + 1]));
+    }
+    return vUnits;
+}
+
+// Irregular times in milliseconds, with gaps of a fraction of a tick, of seconds and of hours.
+std::vector<double> IrregularTimes(std::size_t uiCount)
+{
+    std::vector<double> vTimes = {0.0, 33.4, 66.7, 100.05, 1000.9, 3601000.9, 3601020.93, 10801020.0};
+    while (vTimes.size() < uiCount)
+    {
+        vTimes.push_back(vTimes.back() + 7.77 + static_cast<double>(vTimes.size() * 31 % 101));
+    }
+    vTimes.resize(uiCount);
+    return vTimes;
+}
+
+enum class ELayout
+{
+    Nvenc,
+    Amf
+};
+
+void Mux(const CTempFile& file, const std::vector<Bytes>& vUnits, const std::vector<double>& vTimes, ELayout eLayout)
+{
+    SSampleLog log;
+    SNalLog nals;
+    log.m_hFile = file.Create();
+    WriteMp4Preamble(log.m_hFile);
+    std::uint32_t uiFrame = 0;
+    for (const Bytes& vUnit : vUnits)
+    {
+        ++uiFrame;
+        if (eLayout == ELayout::Nvenc)
+        {
+            LogNvencPacket(log, nals, vUnit);
+        }
+        else
+        {
+            LogAmfPacket(log, nals, vUnit.data(), vUnit.size(), uiFrame);
+        }
+    }
+    WriteNalLengths(log, nals);
+    FinishMp4File(log, ToGrowingArray(vTimes), 320, 240,
+                  eLayout == ELayout::Nvenc ? g_uiNvencSpsLengthOffset : g_uiAmfSpsLengthOffset);
+}
+
+std::size_t Lines(const std::string& strText)
+{
+    return static_cast<std::size_t>(std::count(strText.begin(), strText.end(), '\n'));
+}
+
+void ExpectAGoodFile(const Bytes& vStream, ELayout eLayout, std::size_t uiFrames)
+{
+    const CTempFile stream(".h264");
+    std::ofstream(stream.Path(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(vStream.data()), static_cast<std::streamsize>(vStream.size()));
+    const std::vector<Bytes> vUnits = SplitAccessUnits(vStream, eLayout == ELayout::Amf);
+    ASSERT_EQ(vUnits.size(), uiFrames);
+    const std::vector<double> vTimes = IrregularTimes(uiFrames);
+    const CTempFile file;
+    Mux(file, vUnits, vTimes, eLayout);
+
+    ExpectReadByFfmpeg(file.Path(), 320, 240, vTimes);
+    EXPECT_EQ(KeyPackets(WholeTrack(file.Path())), KeyPackets(" -i " + stream.Path()));
+    const std::string strPictures = DecodedPictures(WholeTrack(file.Path()));
+    EXPECT_EQ(Lines(strPictures), uiFrames);
+    EXPECT_EQ(strPictures, DecodedPictures(" -i " + stream.Path())) << "every picture, and the right ones";
+}
+}  // namespace
+
+TEST(MuxedFile, OfTheNvencLayoutIsReadByFfmpegWithoutAWarning)
+{
+    ExpectAGoodFile(Encode(60, ""), ELayout::Nvenc, 60);
+}
+
+TEST(MuxedFile, OfPicturesWithSeveralSlicesIsReadByFfmpegWithoutAWarning)
+{
+    ExpectAGoodFile(Encode(30, "-x264-params slices=4"), ELayout::Nvenc, 30);
+}
+
+TEST(MuxedFile, OfTheAmfLayoutIsReadByFfmpegWithoutAWarning)
+{
+    ExpectAGoodFile(Encode(60, "-x264-params aud=1"), ELayout::Amf, 60);
+}
+
+TEST(MuxedFile, OfOnePictureIsReadByFfmpegWithoutAWarning)
+{
+    ExpectAGoodFile(Encode(1, ""), ELayout::Nvenc, 1);
+}

@@ -1,0 +1,326 @@
+// The output object without its encoders: the host's table of operations, references, times, the reader.
+#include "output_fixture.h"
+
+#include "common/modulestate.h"
+#include "tests/support/short_memory.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using OutputFileTest = OutputTest;
+
+namespace
+{
+// Notes what WriteFrame is called with, and fails.
+class RecordingFile : public OpenOutputFile
+{
+public:
+    using OpenOutputFile::OpenOutputFile;
+
+    struct SCall
+    {
+        std::uint32_t m_uiIndex;
+        const void* m_pPixels;
+        const void* m_pPass1;
+        const void* m_pPass2;
+        bool operator==(const SCall&) const = default;
+    };
+    QmStatus WriteFrame(std::uint32_t uiIndex, const void* pPixels, void* pPass1, void* pPass2) override
+    {
+        m_vCalls.push_back({uiIndex, pPixels, pPass1, pPass2});
+        return -77;
+    }
+    std::vector<SCall> m_vCalls;
+};
+}  // namespace
+
+TEST_F(OutputFileTest, EveryOperationWithoutAPurposeGivesItsFixedStatus)
+{
+    const OutputPtr pFile = MakeFile();
+    EXPECT_EQ(pFile->OutputOperationA(), 0);
+    EXPECT_EQ(pFile->OutputOperationB(), 0);
+    EXPECT_EQ(pFile->OutputOperationC(), 0);
+    EXPECT_EQ(pFile->OutputOperationD(), -1506);
+    EXPECT_EQ(pFile->OutputOperationE(), 0);
+    EXPECT_EQ(pFile->OutputOperationF(), 0);
+    EXPECT_EQ(pFile->OutputOperationG(), 0);
+    EXPECT_EQ(pFile->OutputOperationH(), 0);
+    EXPECT_EQ(pFile->OutputOperationI(), -2);
+    EXPECT_EQ(pFile->OutputOperationJ(), 0);
+    EXPECT_EQ(pFile->OutputOperationK(), 0);
+    EXPECT_EQ(pFile->OutputOperationL(), -2);
+    EXPECT_EQ(pFile->OutputOperationM(), -1506);
+    EXPECT_EQ(pFile->OutputOperationN(), -1506);
+    EXPECT_EQ(pFile->OutputOperationO(), -1506);
+    EXPECT_EQ(pFile->OutputOperationP(), -2);
+    EXPECT_EQ(pFile->OutputOperationQ(), -2);
+    EXPECT_EQ(pFile->OutputOperationR(), -2);
+    EXPECT_EQ(pFile->OutputOperationS(), -2);
+    EXPECT_EQ(pFile->OutputOperationT(), 0);
+    EXPECT_EQ(pFile->OutputOperationU(), -2);
+}
+
+// --- references
+
+TEST_F(OutputFileTest, ReferencesAreCountedFromZeroAndTheLastReleaseEndsTheObject)
+{
+    auto* const pFile = new OpenOutputFile(m_pFormat, CQmStringW(L"nowhere"), CQmMP4InputFile::MakeForWrittenFile);
+    EXPECT_EQ(pFile->AddRef(), 1);
+    EXPECT_EQ(pFile->AddRef(), 2);
+    EXPECT_EQ(m_pFormat->CountReferences(), 2);
+    pFile->Release();
+    EXPECT_EQ(m_pFormat->CountReferences(), 2);
+    pFile->Release();
+    EXPECT_EQ(m_pFormat->CountReferences(), 1);
+}
+
+TEST_F(OutputFileTest, BothFormsHoldOneReferenceOnTheFormat)
+{
+    {
+        const OpenOutputFile file(m_pFormat, CQmStringW(L"nowhere"));
+        EXPECT_EQ(m_pFormat->CountReferences(), 2);
+        const OpenOutputFile fileWithoutPath(m_pFormat, static_cast<void*>(nullptr));
+        EXPECT_EQ(m_pFormat->CountReferences(), 3);
+    }
+    EXPECT_EQ(m_pFormat->CountReferences(), 1);
+}
+
+TEST_F(OutputFileTest, GetFormatGivesTheFormatWithAReference)
+{
+    const OutputPtr pFile = MakeFile();
+    EXPECT_EQ(pFile->GetFormat(), m_pFormat);
+    EXPECT_EQ(m_pFormat->CountReferences(), 3);
+    m_pFormat->Release();
+}
+
+TEST_F(OutputFileTest, TheFormatGivesOutAnObjectWithOneReference)
+{
+    IQmOutputImageFile* pFile = nullptr;
+    ASSERT_EQ(m_pFormat->CreateOutputFileForPath(CQmStringW(L"nowhere"), &pFile), QM_OK);
+    EXPECT_EQ(pFile->AddRef(), 2);
+    pFile->Release();
+    pFile->Release();
+    ASSERT_EQ(m_pFormat->CreateOutputFile(nullptr, &pFile), QM_OK);
+    EXPECT_EQ(pFile->AddRef(), 2);
+    pFile->Release();
+    pFile->Release();
+}
+
+TEST_F(OutputFileTest, EveryObjectMadeIsCountedOnceAndForGood)
+{
+    const std::uint32_t uiBefore = g_uiInputFileCount;
+    {
+        const OpenOutputFile file(m_pFormat, CQmStringW(L"nowhere"));
+        EXPECT_EQ(g_uiInputFileCount, uiBefore + 1);
+        const OpenOutputFile fileWithoutPath(m_pFormat, static_cast<void*>(nullptr));
+        EXPECT_EQ(g_uiInputFileCount, uiBefore + 2);
+    }
+    EXPECT_EQ(g_uiInputFileCount, uiBefore + 2);
+}
+
+TEST_F(OutputFileTest, TheEndGivesTheFormatBackBeforeItClosesTheFile)
+{
+    OutputPtr pFile = MakeFile(64, 48);
+    WriteFrames(*pFile, 1);
+    m_pFormat->m_funcReleased = [this] { m_vOrder.emplace_back("format released"); };
+    m_runtime.m_funcEntered = [this](const std::string& strEntry) { m_vOrder.push_back(strEntry); };
+    m_d3d.m_funcCalled = [this](const std::string& strCall) {
+        if (strCall.find("released") != std::string::npos) m_vOrder.push_back(strCall);
+    };
+    pFile.reset();
+
+    ASSERT_FALSE(m_vOrder.empty());
+    EXPECT_EQ(m_vOrder.front(), "format released");
+    EXPECT_THAT(m_vOrder, testing::Contains("nvEncDestroyEncoder"));
+    // Of Direct3D the object's own references go last: surface, Direct3D, device.
+    ASSERT_GE(m_vOrder.size(), 4U);
+    EXPECT_EQ(
+        std::vector(m_vOrder.end() - 4, m_vOrder.end()),
+        (std::vector<std::string>{"nvEncDestroyEncoder", "surface released", "Direct3D released", "device released"}));
+}
+
+TEST_F(OutputFileTest, WithoutMemoryThereIsNoObject)
+{
+    // What an object sets aside for samples from the start doesn't fit in less.
+    const OutputPtr pHeld = MakeFile();
+    IQmOutputImageFile* pFile = pHeld.get();
+    const CShortMemory memory(100'000, 10'000'000);
+    EXPECT_EQ(m_pFormat->CreateOutputFileForPath(CQmStringW(L"nowhere"), &pFile), QM_ERR_FAIL);
+    EXPECT_EQ(pFile, nullptr);
+    EXPECT_GT(memory.GetRefused(), 0U);
+}
+
+// --- what the object begins with
+
+TEST_F(OutputFileTest, EverythingElseIsUnsetAtTheBeginning)
+{
+    const OutputPtr pFile = MakeFile();
+    EXPECT_EQ(pFile->m_nFrameCounter, 0U);
+    EXPECT_EQ(pFile->m_pReader, nullptr);
+    EXPECT_FALSE(pFile->m_bFrameTimeSet);
+    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_EQ(pFile->m_times.m_dFrameTime, -1.0);
+    EXPECT_THAT(pFile->GetTimes(), IsEmpty());
+}
+
+TEST_F(OutputFileTest, RoomForTwoHundredThousandSamplesAndNalsIsSetAside)
+{
+    const OpenNvencWriter writer;
+    EXPECT_GE(writer.m_log.m_vecSampleSizes.capacity(), 200'000U);
+    EXPECT_GE(writer.m_nals.m_vecNalPatches.capacity(), 200'000U);
+    EXPECT_TRUE(writer.m_log.m_vecSampleSizes.empty());
+    EXPECT_TRUE(writer.m_nals.m_vecNalPatches.empty());
+}
+
+// --- times and indices
+
+TEST_F(OutputFileTest, BothWaysToSetATimeSetTheSame)
+{
+    const OutputPtr pFile = MakeFile();
+    EXPECT_EQ(pFile->SetFrameTime(33.5), QM_OK);
+    EXPECT_TRUE(pFile->m_bFrameTimeSet);
+    EXPECT_EQ(pFile->m_times.m_dFrameTime, 33.5);
+    SQmPictureMetadata metadata;
+    metadata.m_dTime = 1234.25;
+    EXPECT_EQ(pFile->SetPictureMetadata(99, &metadata), QM_OK);  // of whichever picture
+    EXPECT_EQ(pFile->m_times.m_dFrameTime, 1234.25);
+}
+
+TEST_F(OutputFileTest, MetadataAloneMarksTheTimeAsSet)
+{
+    const OutputPtr pFile = MakeFile();
+    const SQmPictureMetadata metadata;
+    EXPECT_EQ(pFile->SetPictureMetadata(0, &metadata), QM_OK);
+    EXPECT_TRUE(pFile->m_bFrameTimeSet);
+    EXPECT_EQ(pFile->SetPictureMetadata(0, nullptr), QM_ERR_FAIL);
+}
+
+TEST_F(OutputFileTest, TheNextFramesIndexMovesOnWhateverBecameOfTheFrame)
+{
+    RecordingFile file(m_pFormat, CQmStringW(L"nowhere"));
+    const int nPixels = 0;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(file.WriteNextFrame(&nPixels), -77);
+    EXPECT_THAT(file.m_vCalls, ElementsAre(RecordingFile::SCall{0, &nPixels, nullptr, nullptr},
+                                           RecordingFile::SCall{1, &nPixels, nullptr, nullptr},
+                                           RecordingFile::SCall{2, &nPixels, nullptr, nullptr}));
+}
+
+TEST_F(OutputFileTest, AFrameWithAnIndexOfItsOwnLeavesTheNextOneAlone)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(pFile->WriteFrame(41, m_vPixels.data(), nullptr, nullptr), QM_OK);
+    EXPECT_EQ(pFile->m_nFrameCounter, 0U);
+    EXPECT_EQ(pFile->WriteNextFrame(m_vPixels.data()), QM_OK);
+    EXPECT_EQ(pFile->m_nFrameCounter, 1U);
+}
+
+TEST_F(OutputFileTest, TheForwardingOperationHandsAllOfItOn)
+{
+    RecordingFile file(m_pFormat, CQmStringW(L"nowhere"));
+    int anPass[2] = {};
+    EXPECT_EQ(file.WriteFrameForward(41, &file, &anPass[0], &anPass[1]), -77);
+    EXPECT_THAT(file.m_vCalls, ElementsAre(RecordingFile::SCall{41, &file, &anPass[0], &anPass[1]}));
+}
+
+TEST_F(OutputFileTest, EveryFrameHasATimeAlsoOneThatFails)
+{
+    m_d3d.m_hrCreate = E_FAIL;
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (const double dTime : {100.0, 133.5, 200.25})
+        EXPECT_EQ(WriteAt(*pFile, dTime), QM_ERR_FAIL);
+    EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 33.5, 100.25));
+}
+
+TEST_F(OutputFileTest, ATimeBeforeTheLastOneIsNoFailure)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (const double dTime : {100.0, 200.0, 150.0, 50.0, 250.0})
+        EXPECT_EQ(WriteAt(*pFile, dTime), QM_OK);
+    EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 100.0, 50.0, 0.0, 150.0));
+}
+
+// --- a reader of the file that is being written
+
+TEST_F(OutputFileTest, AReaderIsGivenOutWithOneReference)
+{
+    const OutputPtr pFile = MakeFile();
+    IQmInputImageFile* pReader = nullptr;
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    EXPECT_EQ(static_cast<IQmInputImageFile*>(pFile->m_pReader), pReader);
+    EXPECT_EQ(m_pFormat->CountReferences(), 3);  // the reader's is one of them
+    EXPECT_EQ(pReader->AddRef(), 2);
+    pReader->Release();
+    pReader->Release();
+    EXPECT_EQ(m_pFormat->CountReferences(), 2);
+}
+
+TEST_F(OutputFileTest, TheReaderRefusesFrames)
+{
+    const OutputPtr pFile = MakeFile();
+    IQmInputImageFile* pReader = nullptr;
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    EXPECT_EQ(pReader->ReadFrame(0, m_vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
+    pReader->Release();
+}
+
+TEST_F(OutputFileTest, ASecondReaderTakesTheFirstOnesPlaceWithoutAnyRelease)
+{
+    const OutputPtr pFile = MakeFile();
+    IQmInputImageFile* apReaders[2] = {};
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &apReaders[0]), QM_OK);
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &apReaders[1]), QM_OK);
+    EXPECT_NE(apReaders[0], apReaders[1]);
+    EXPECT_EQ(static_cast<IQmInputImageFile*>(pFile->m_pReader), apReaders[1]);
+    for (IQmInputImageFile* pReader : apReaders)
+    {
+        EXPECT_EQ(pReader->AddRef(), 2);
+        pReader->Release();
+        pReader->Release();
+    }
+    EXPECT_EQ(static_cast<IQmInputImageFile*>(pFile->m_pReader), apReaders[1]);  // nothing clears it
+}
+
+TEST_F(OutputFileTest, TheReaderOutlivesTheFileObject)
+{
+    OutputPtr pFile = MakeFile();
+    IQmInputImageFile* pReader = nullptr;
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    pFile.reset();
+    EXPECT_EQ(m_pFormat->CountReferences(), 2);
+    EXPECT_EQ(pReader->AddRef(), 2);
+    pReader->Release();
+    pReader->Release();
+}
+
+TEST_F(OutputFileTest, WithoutMemoryThereIsNoReader)
+{
+    const OutputPtr pFile = MakeFile();
+    IQmInputImageFile* pReader = nullptr;
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    pReader->Release();
+    pReader = nullptr;
+    const CShortMemory memory(sizeof(CQmMP4InputFile), sizeof(CQmMP4InputFile));
+    EXPECT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_ERR_FAIL);
+    EXPECT_EQ(memory.GetRefused(), 1U);
+    EXPECT_EQ(pReader, nullptr);
+    EXPECT_EQ(pFile->m_pReader, nullptr);
+}
+
+TEST_F(OutputFileTest, WithoutMemoryAReaderThatTheCallerHoldsIsGivenOnceMore)
+{
+    const OutputPtr pFile = MakeFile();
+    IQmInputImageFile* pReader = nullptr;
+    ASSERT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    IQmInputImageFile* const pHeld = pReader;
+    {
+        const CShortMemory memory(sizeof(CQmMP4InputFile), sizeof(CQmMP4InputFile));
+        EXPECT_EQ(pFile->GetWrittenFileReader(nullptr, &pReader), QM_OK);
+    }
+    EXPECT_EQ(pReader, pHeld);
+    EXPECT_EQ(pFile->m_pReader, nullptr);
+    EXPECT_EQ(pHeld->AddRef(), 3);
+    for (int i = 0; i < 3; ++i)
+        pHeld->Release();
+}

@@ -1,0 +1,340 @@
+#include "writing_session.h"
+
+#include <chrono>
+#include <new>
+
+#include <gtest/gtest.h>
+
+#include "mp4_outputfile/sessionwaits.h"
+#include "mp4_outputfile/writegraph.h"
+#include "support/scripted_event.h"
+
+namespace
+{
+WritingRecord* g_pRecord = nullptr;
+std::mutex g_mtxSession;
+WritingSession* g_pSession = nullptr;  // the newest, while it lives; the graph or its user holds it
+
+// Waits for real, but no longer than the session may have something to do. A session that works never takes a minute.
+template <class TWait, class TIsIdle>
+DWORD WaitWhileBusy(TWait wait, bool bForEver, TIsIdle isIdle)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    for (;;)
+    {
+        const bool bIdle = !bForEver && [&] {
+            const std::lock_guard lock(g_mtxSession);
+            return g_pSession != nullptr && isIdle(*g_pSession);
+        }();
+        const DWORD dwResult = wait();
+        if (dwResult != WAIT_TIMEOUT || bIdle) return dwResult;
+        if (std::chrono::steady_clock::now() > end)
+        {
+            ADD_FAILURE() << "a wait has no end";
+            return WAIT_FAILED;
+        }
+    }
+}
+}  // namespace
+
+// --- in the place of the system's ---
+
+DWORD AwaitFrameTaken(HANDLE hFrameTaken, HANDLE hWriterThread, std::uint32_t uiLimit)
+{
+    g_pRecord->Note("Await " + std::to_string(uiLimit));
+    const HANDLE ahAny[] = {hFrameTaken, hWriterThread};
+    return WaitWhileBusy([&] { return WaitForMultipleObjects(2, ahAny, FALSE, 1); }, false,
+                         [](WritingSession& session) { return session.StandsStill(); });
+}
+
+DWORD AwaitThreadEnd(HANDLE hWriterThread, std::uint32_t uiLimit)
+{
+    const bool bForEver = uiLimit == INFINITE;
+    g_pRecord->Note(bForEver ? "Join for ever" : "Join " + std::to_string(uiLimit));
+    if (g_pRecord->m_nWaitsFailed < g_pRecord->m_script.m_nFailedWaits)
+    {
+        ++g_pRecord->m_nWaitsFailed;
+        return WAIT_FAILED;
+    }
+    return WaitWhileBusy([&] { return WaitForSingleObject(hWriterThread, 1); }, bForEver,
+                         [](WritingSession& session) { return session.NeverEnds(); });
+}
+
+void RestBeforeRestart(std::uint32_t uiMilliseconds)
+{
+    g_pRecord->Note("Rest " + std::to_string(uiMilliseconds));
+}
+
+HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover)
+{
+    g_pRecord->Note("Build");
+    if (g_pRecord->m_funcBuilt) g_pRecord->m_funcBuilt(handover);
+    if (FAILED(g_pRecord->m_script.m_hrBuild)) return g_pRecord->m_script.m_hrBuild;
+    g_pRecord->m_pHandover = &handover;
+    WritingSession* pSession = nullptr;
+    if (g_pRecord->m_script.m_bWithSession) pSession = new WritingSession(*g_pRecord, handover);
+    graph.m_pSession = pSession;
+    graph.m_pSource = new WritingSource(*g_pRecord, pSession);
+    if (g_pRecord->m_script.m_bNoMemory) throw std::bad_alloc();
+    return g_pRecord->m_script.m_hrBuild;
+}
+
+// --- the record ---
+
+WritingRecord::WritingRecord()
+{
+    g_pRecord = this;
+}
+
+WritingRecord::~WritingRecord()
+{
+    EXPECT_EQ(m_nSessions, 0) << "sessions are left";
+    EXPECT_EQ(m_nSources, 0) << "sources are left";
+    g_pRecord = nullptr;
+}
+
+std::vector<std::string> WritingRecord::Calls() const
+{
+    const std::lock_guard lock(m_mtx);
+    return m_vCalls;
+}
+
+std::vector<Bytes> WritingRecord::Pictures() const
+{
+    const std::lock_guard lock(m_mtx);
+    return m_vPictures;
+}
+
+void WritingRecord::Note(const std::string& strCall)
+{
+    const std::lock_guard lock(m_mtx);
+    m_vCalls.push_back(strCall);
+}
+
+void WritingRecord::NotePicture(Bytes vRows)
+{
+    const std::lock_guard lock(m_mtx);
+    m_vPictures.push_back(std::move(vRows));
+}
+
+// --- the session ---
+
+WritingSession::WritingSession(WritingRecord& record, CPictureHandover& handover)
+    : m_record(record), m_handover(handover), m_source([this] { Run(); })
+{
+    ++m_record.m_nSessions;
+    const std::lock_guard lock(g_mtxSession);
+    g_pSession = this;
+}
+
+WritingSession::~WritingSession()
+{
+    {
+        const std::lock_guard lock(g_mtxSession);
+        if (g_pSession == this) g_pSession = nullptr;
+    }
+    EXPECT_TRUE(m_bShutDown) << "a session was released without being shut down";
+    Shutdown();
+    --m_record.m_nSessions;
+}
+
+bool WritingSession::StandsStill()
+{
+    const std::lock_guard lock(m_mtx);
+    return m_nStarts > 0 && !Takes() && !m_bOver && !m_bShutDown;
+}
+
+bool WritingSession::NeverEnds()
+{
+    const std::lock_guard lock(m_mtx);
+    const bool bEnds = m_record.m_script.m_bEnds && (m_bActive || m_record.m_script.m_bEndsStopped);
+    return !bEnds && !m_bOver && !m_bShutDown;
+}
+
+STDMETHODIMP WritingSession::QueryInterface(REFIID, void** ppObject)
+{
+    *ppObject = nullptr;
+    return E_NOINTERFACE;
+}
+
+STDMETHODIMP_(ULONG) WritingSession::Release()
+{
+    const ULONG nLeft = --m_nRefCount;
+    if (nLeft == 0) delete this;
+    return nLeft;
+}
+
+STDMETHODIMP WritingSession::GetEvent(DWORD, IMFMediaEvent** ppEvent)
+{
+    *ppEvent = nullptr;
+    std::unique_lock lock(m_mtx);
+    m_cv.wait(lock, [this] { return m_bShutDown || !m_events.empty(); });
+    if (m_bShutDown) return MF_E_SHUTDOWN;
+    *ppEvent = new CScriptedEvent(m_events.front().first, m_events.front().second);
+    m_events.pop_front();
+    return S_OK;
+}
+
+STDMETHODIMP WritingSession::SetTopology(DWORD, IMFTopology*)
+{
+    m_record.Note("SetTopology");
+    return m_record.m_script.m_hrSetTopology;
+}
+
+STDMETHODIMP WritingSession::Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition)
+{
+    const bool bFromBeginning = *pguidTimeFormat == GUID_NULL && pvarPosition->vt == VT_EMPTY;
+    m_record.Note(bFromBeginning ? "Start" : "Start elsewhere");
+    const std::lock_guard lock(m_mtx);
+    if (m_bShutDown) return MF_E_SHUTDOWN;
+    const int nStart = m_nStarts++;
+    m_bActive = true;
+    m_nTakenSinceStart = 0;
+    const SWritingScript& script = m_record.m_script;
+    if (nStart >= script.m_nTellsFrom && nStart < script.m_nTellsUntil) Tell(MESessionStarted, S_OK);
+    if (script.m_bTakesInStart) ServeSource();
+    return S_OK;
+}
+
+STDMETHODIMP WritingSession::Stop()
+{
+    m_record.Note("Stop");
+    const std::lock_guard lock(m_mtx);
+    if (m_bShutDown) return MF_E_SHUTDOWN;
+    m_bActive = false;
+    if (m_record.m_script.m_bStopDropsPicture) ResetEvent(m_handover.m_hFrameReady);
+    Tell(MESessionStopped, S_OK);
+    return S_OK;
+}
+
+STDMETHODIMP WritingSession::Shutdown()
+{
+    std::thread source;
+    {
+        const std::lock_guard lock(m_mtx);
+        if (!m_bShutDown) m_record.Note("Shutdown");
+        m_bShutDown = true;
+        m_cv.notify_all();
+        source.swap(m_source);
+    }
+    if (source.joinable()) source.join();
+    return S_OK;
+}
+
+// Under the lock.
+void WritingSession::Tell(MediaEventType eType, HRESULT hrStatus)
+{
+    m_events.push_back({eType, hrStatus});
+    m_cv.notify_all();
+}
+
+// --- the source ---
+
+void WritingSession::ShutDownSource()
+{
+    const std::lock_guard lock(m_mtx);
+    m_bSourceShutDown = true;
+}
+
+// Waits for pictures without an end, as a source does that was asked for one.
+void WritingSession::Run()
+{
+    for (;;)
+    {
+        WaitForSingleObject(m_handover.m_hFrameReady, INFINITE);
+        {
+            const std::lock_guard lock(m_mtx);
+            if (m_bShutDown || m_bSourceShutDown || m_bOver || ServeSource()) return;
+        }
+        Sleep(1);
+    }
+}
+
+// Under the lock. True when it has nothing to do any more.
+bool WritingSession::ServeSource()
+{
+    const SWritingScript& script = m_record.m_script;
+    if (WaitForSingleObject(m_handover.m_hFrameReady, 0) != WAIT_OBJECT_0) return false;
+    const bool bLast = m_handover.m_nEndOfStream != 0;
+    if (m_bStreamEnded)
+    {
+        m_bOver = script.m_bEnds;
+        if (m_bOver) Tell(MESessionEnded, S_OK);
+    }
+    else if (Plays() && m_nTaken >= script.m_nFailsAt)
+    {
+        m_bOver = true;
+        Tell(MEError, E_FAIL);
+    }
+    else if (Takes())
+    {
+        TakePicture();
+        m_bStreamEnded = bLast;
+        m_bOver = m_nTaken >= script.m_nEndsAfter || m_nTaken >= script.m_nFailsAfter ||
+                  (bLast && script.m_bEnds && !script.m_bEndsWhenWoken);
+        if (m_nTaken >= script.m_nFailsAfter)
+            Tell(MEError, E_FAIL);
+        else if (m_bOver)
+            Tell(MESessionEnded, S_OK);
+        if (!bLast || script.m_bEndsWhenWoken) ResetEvent(m_handover.m_hFrameReady);
+        SetEvent(m_handover.m_hFrameTaken);
+    }
+    else if (bLast && script.m_bEndsStopped)
+    {
+        m_bOver = true;
+        Tell(MESessionEnded, S_OK);
+    }
+    return m_bOver || (m_bStreamEnded && !script.m_bEnds);
+}
+
+void WritingSession::TakePicture()
+{
+    EnterCriticalSection(&m_handover.m_csPicture);
+    const SQmPicBuf& picture = m_handover.m_picHandover;
+    Bytes vRows;
+    for (std::uint32_t y = 0; y < picture.m_uiHeight; ++y)
+    {
+        const unsigned char* const pRow = picture.m_pData + std::size_t{y} * picture.m_uiWidthBytes;
+        vRows.insert(vRows.end(), pRow, pRow + std::size_t{picture.m_uiWidth} * 2);
+    }
+    const bool bLast = m_handover.m_nEndOfStream != 0;
+    LeaveCriticalSection(&m_handover.m_csPicture);
+
+    m_record.NotePicture(std::move(vRows));
+    m_record.Note(bLast ? "Taken last" : "Taken");
+    ++m_nTaken;
+    ++m_nTakenSinceStart;
+}
+
+WritingSource::WritingSource(WritingRecord& record, WritingSession* pSession) : m_record(record), m_pSession(pSession)
+{
+    ++m_record.m_nSources;
+    if (m_pSession != nullptr) m_pSession->AddRef();
+}
+
+WritingSource::~WritingSource()
+{
+    EXPECT_TRUE(m_bShutDown) << "a source was released without being shut down";
+    if (m_pSession != nullptr) m_pSession->Release();
+    --m_record.m_nSources;
+}
+
+STDMETHODIMP WritingSource::QueryInterface(REFIID, void** ppObject)
+{
+    *ppObject = nullptr;
+    return E_NOINTERFACE;
+}
+
+STDMETHODIMP_(ULONG) WritingSource::Release()
+{
+    const ULONG nLeft = --m_nRefCount;
+    if (nLeft == 0) delete this;
+    return nLeft;
+}
+
+STDMETHODIMP WritingSource::Shutdown()
+{
+    if (!m_bShutDown.exchange(true)) m_record.Note("Shutdown source");
+    if (m_pSession != nullptr) m_pSession->ShutDownSource();
+    return S_OK;
+}

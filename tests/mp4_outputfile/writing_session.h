@@ -1,0 +1,158 @@
+// A media session that writes no file: it takes pictures from a hand-over as a media source does, and misbehaves where
+// a test tells it to. A program that links this gets it in the place of the system's graph, with a clock that passes at
+// once when the session stands still.
+#pragma once
+
+#include <atomic>
+#include <climits>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <windows.h>
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <mfidl.h>
+
+#include "support/idle_session.h"
+#include "mp4_outputfile/picturehandover.h"
+#include "tests/support/bytes.h"
+
+// What a session does. Changed before the graph is made.
+struct SWritingScript
+{
+    bool m_bNoMemory = false;    // for the graph
+    HRESULT m_hrBuild = S_OK;    // of the graph; negative leaves it empty
+    bool m_bWithSession = true;  // the graph has a session, not a source alone
+    HRESULT m_hrSetTopology = S_OK;
+    int m_nTellsFrom = 0;              // number of the start, from 0, with which it begins to tell that it started
+    int m_nTellsUntil = INT_MAX;       // and from which on it doesn't any more
+    int m_nTakesFrom = 0;              // and with which it begins to take pictures
+    int m_nTakesUntil = INT_MAX;       // takes so many pictures until it is started anew
+    int m_nTakesAtMost = INT_MAX;      // and so many in all
+    int m_nEndsAfter = INT_MAX;        // ends by itself after so many
+    int m_nFailsAfter = INT_MAX;       // tells an error after so many
+    int m_nFailsAt = INT_MAX;          // and tells it when a picture lies there that it has taken so many before
+    bool m_bTakesInStart = false;      // a picture that lies there is taken before Start comes back
+    bool m_bStopDropsPicture = false;  // asks for none after a stop before the next one is handed over
+    int m_nFailedWaits = 0;            // so many waits for the thread's end can't be done
+    bool m_bEnds = true;               // tells its end when the stream has ended
+    bool m_bEndsStopped = false;       // and when it stands still, too
+    bool m_bEndsWhenWoken = false;     // but only when the source is woken once more
+};
+
+// What happens to all sessions of a test, in the order of its coming: "Build", "SetTopology", "Start", "Stop",
+// "Shutdown source", "Shutdown", "Taken", "Taken last"; "Rest 50", "Await 100" for a picture to be taken, "Join 20000"
+// and "Join for ever" for the thread to end.
+class WritingRecord
+{
+public:
+    WritingRecord();
+    ~WritingRecord();
+
+    std::vector<std::string> Calls() const;
+    std::vector<Bytes> Pictures() const;  // that were taken: rows of YUY2 without padding
+
+    SWritingScript m_script;
+    std::function<void(const CPictureHandover&)> m_funcBuilt;  // told of each graph before it is made
+    std::atomic<int> m_nSessions{0};                           // that live
+    std::atomic<int> m_nSources{0};
+    int m_nWaitsFailed = 0;
+    CPictureHandover* m_pHandover = nullptr;  // of the newest graph
+
+    void Note(const std::string& strCall);
+    void NotePicture(Bytes vRows);
+
+private:
+    mutable std::mutex m_mtx;
+    std::vector<std::string> m_vCalls;
+    std::vector<Bytes> m_vPictures;
+};
+
+class WritingSession : public CIdleSession
+{
+public:
+    WritingSession(WritingRecord& record, CPictureHandover& handover);
+    virtual ~WritingSession();
+
+    // Nothing but another start gets a picture taken, or the end told.
+    bool StandsStill();
+    bool NeverEnds();
+    // What waits for a picture gets none when it is woken.
+    void ShutDownSource();
+
+    STDMETHODIMP QueryInterface(REFIID, void** ppObject) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
+    STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
+    STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
+    STDMETHODIMP Stop() override;
+    STDMETHODIMP Shutdown() override;
+
+private:
+    void Run();
+    bool ServeSource();
+    void TakePicture();
+    void Tell(MediaEventType eType, HRESULT hrStatus);
+    bool Plays() const { return m_bActive && m_nStarts > m_record.m_script.m_nTakesFrom; }
+    bool Takes() const
+    {
+        const SWritingScript& script = m_record.m_script;
+        return Plays() && m_nTakenSinceStart < script.m_nTakesUntil && m_nTaken < script.m_nTakesAtMost;
+    }
+
+    WritingRecord& m_record;
+    CPictureHandover& m_handover;
+    std::atomic<ULONG> m_nRefCount{1};
+
+    std::mutex m_mtx;
+    std::condition_variable m_cv;
+    std::deque<std::pair<MediaEventType, HRESULT>> m_events;
+    bool m_bShutDown = false;
+    bool m_bSourceShutDown = false;
+    bool m_bActive = false;  // started, and not stopped since
+    bool m_bOver = false;    // has told its end, or an error
+    bool m_bStreamEnded = false;
+    int m_nStarts = 0;
+    int m_nTaken = 0;
+    int m_nTakenSinceStart = 0;
+    std::thread m_source;
+};
+
+// Its source, as far as the graph knows it.
+class WritingSource : public IMFMediaSource
+{
+public:
+    // pSession may be null, and is given a reference.
+    WritingSource(WritingRecord& record, WritingSession* pSession);
+    virtual ~WritingSource();
+
+    STDMETHODIMP QueryInterface(REFIID, void** ppObject) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP GetEvent(DWORD, IMFMediaEvent**) override { return E_NOTIMPL; }
+    STDMETHODIMP BeginGetEvent(IMFAsyncCallback*, IUnknown*) override { return E_NOTIMPL; }
+    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent**) override { return E_NOTIMPL; }
+    STDMETHODIMP QueueEvent(MediaEventType, REFGUID, HRESULT, const PROPVARIANT*) override { return E_NOTIMPL; }
+
+    STDMETHODIMP GetCharacteristics(DWORD*) override { return E_NOTIMPL; }
+    STDMETHODIMP CreatePresentationDescriptor(IMFPresentationDescriptor**) override { return E_NOTIMPL; }
+    STDMETHODIMP Start(IMFPresentationDescriptor*, const GUID*, const PROPVARIANT*) override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override { return E_NOTIMPL; }
+    STDMETHODIMP Pause() override { return E_NOTIMPL; }
+    STDMETHODIMP Shutdown() override;
+
+private:
+    WritingRecord& m_record;
+    WritingSession* const m_pSession;
+    std::atomic<ULONG> m_nRefCount{1};
+    std::atomic<bool> m_bShutDown{false};
+};

@@ -1,0 +1,411 @@
+// The input object on real videos.
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "box_builder.h"
+#include "mp4filesimpl/mp4inputfile.h"
+#include "sample_video.h"
+#include "scripted_file.h"
+
+namespace
+{
+
+using Pixels = std::vector<unsigned char>;
+using Times = std::vector<std::uint64_t>;
+
+class CVideoFile : public CQmMP4InputFile
+{
+public:
+    CVideoFile(CQmImageFormatMP4* pFormat, const std::filesystem::path& path)
+        : CQmMP4InputFile(pFormat, CQmStringW(path.wstring().c_str()), false, nullptr)
+    {}
+
+    QmStatus Open()
+    {
+        SQmImageAttributes attributes;
+        return GetImageAttributes(&attributes);
+    }
+
+    // Empty when the frame can't be read.
+    Pixels Read(std::uint32_t uiIndex)
+    {
+        Pixels vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight);
+        if (ReadFrame(uiIndex, vPixels.data(), nullptr, nullptr) != QM_OK) vPixels.clear();
+        return vPixels;
+    }
+
+    using CQmMP4InputFile::m_Attributes;
+    using CQmMP4InputFile::m_bOpen;
+    using CQmMP4InputFile::m_bTopologySet;
+    using CQmMP4InputFile::m_hPumpThread;
+    using CQmMP4InputFile::m_hWorkerThread;
+    using CQmMP4InputFile::m_pSource;
+    using CQmMP4InputFile::m_vFrameTimesMs;
+};
+
+class InputFile : public testing::Test
+{
+protected:
+    CFormatReference m_format;
+};
+
+Times Steps(std::size_t uiCount, std::uint64_t uiMs)
+{
+    return EvenTimes(uiCount, uiMs);
+}
+
+// --- opening ---
+
+TEST_F(InputFile, OpeningTellsShapeAndTimesAndStartsNoThread)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    SQmImageAttributes attributes;
+    ASSERT_EQ(file.GetImageAttributes(&attributes), QM_OK);
+    EXPECT_EQ(attributes.m_uiWidth, 70U);
+    EXPECT_EQ(attributes.m_uiHeight, 48U);
+    EXPECT_EQ(attributes.m_uiWidthBytes, 212U);  // 210, rounded up to 4
+    EXPECT_EQ(attributes.m_uiComponents, 3U);
+    EXPECT_EQ(attributes.m_uiBitsInMemory, 8);
+    EXPECT_EQ(attributes.m_uiBitsSignificant, 8);
+    EXPECT_EQ(attributes.m_uiReservedAttr, 0U);
+    EXPECT_EQ(attributes.m_uiSequenceCount, 30U);
+    EXPECT_EQ(attributes.m_uiTileWidth, 0U);
+    EXPECT_EQ(attributes.m_uiTileHeight, 0U);
+    EXPECT_EQ(attributes.m_uiCompression, 1);
+    EXPECT_EQ(attributes.m_dCompressionParam, 1.0);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(30, 40));
+    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+    EXPECT_EQ(file.m_hPumpThread, nullptr);
+    EXPECT_FALSE(file.m_bTopologySet);
+}
+
+// The picture data is cut off: a session that played the file would count hardly a sample of it.
+TEST_F(InputFile, ACleanFileIsReadForItsBoxesOnly)
+{
+    const auto path = MakeVideo("front.mp4", TestPicture(100) + "-profile:v high -movflags +faststart");
+    std::string strBytes = BytesOf(path);
+    strBytes.resize(strBytes.find("mdat") + 300);
+    CVideoFile file(m_format.Get(), WriteBeside(path, ".cut.mp4", strBytes));
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(100, 40));
+}
+
+TEST_F(InputFile, AnAudioTrackInFrontOfTheVideoGivesTheTimes)
+{
+    CVideoFile file(m_format.Get(),
+                    MakeVideo("sound.mp4", "-f lavfi -i sine=sample_rate=48000:duration=1 -f lavfi -i "
+                                           "testsrc2=size=64x48:rate=10:duration=1 -map 0:a -map 1:v -c:a aac -c:v "
+                                           "libx264 -pix_fmt yuv420p -profile:v high"));
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_GT(file.m_vFrameTimesMs.size(), 40U);  // samples of 1024 / 48 ms
+    EXPECT_EQ(file.m_vFrameTimesMs[1], 21U);
+    EXPECT_EQ(file.m_vFrameTimesMs[3], 64U);
+    EXPECT_EQ(file.m_Attributes.m_uiWidth, 64U);
+}
+
+// --- opening by counting ---
+
+// The writer leaves an empty box in front of the media data for this: together they make one header of 64 bits.
+std::filesystem::path With64BitMediaData(const std::filesystem::path& path)
+{
+    std::string strBytes = BytesOf(path);
+    const std::size_t uiFree = strBytes.find("free") - 4;
+    const std::size_t uiMdat = uiFree + 8;
+    EXPECT_EQ(strBytes.substr(uiMdat + 4, 4), "mdat");
+    const std::string strSize = strBytes.substr(uiMdat, 4);
+    const std::uint32_t uiSize = static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[0])) << 24 |
+                                 static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[1])) << 16 |
+                                 static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[2])) << 8 |
+                                 static_cast<unsigned char>(strSize[3]);
+    strBytes.replace(uiFree, 16, BoxOfSize(1, "mdat", Word(0) + Word(uiSize + 8)));
+    return WriteBeside(path, ".wide.mp4", strBytes);
+}
+
+TEST_F(InputFile, AFileThatTheWalkCannotFinishIsCountedFromItsSamples)
+{
+    const auto path = With64BitMediaData(MakeVideo("high60.mp4", TestPicture(60) + "-profile:v high -bf 0"));
+    CVideoFile file(m_format.Get(), path);
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(60, 40));
+    EXPECT_EQ(file.m_Attributes.m_uiSequenceCount, 60U);
+    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+}
+
+TEST_F(InputFile, AFragmentedFileIsCountedFromItsSamples)
+{
+    CVideoFile file(m_format.Get(),
+                    MakeVideo("fragments.mp4", TestPicture(60) + "-profile:v high -bf 0 -g 12 -movflags "
+                                                                 "+frag_keyframe+empty_moov"));
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(60, 40));
+    EXPECT_FALSE(file.Read(59).empty());
+}
+
+// Cut in front of its first fragment, the file still plays, and there is nothing in it to count.
+TEST_F(InputFile, ACountingPassWithoutSamplesFails)
+{
+    const auto path =
+        MakeVideo("fragments.mp4", TestPicture(60) + "-profile:v high -bf 0 -g 12 -movflags +frag_keyframe+empty_moov");
+    std::string strBytes = BytesOf(path);
+    strBytes.resize(strBytes.find("moof") - 4);
+    CVideoFile file(m_format.Get(), WriteBeside(path, ".empty.mp4", strBytes));
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(file.Read(0), Pixels());
+}
+
+// A box of the movie has its size in 64 bits, which players understand and the walk doesn't. The frames come at
+// irregular times.
+TEST_F(InputFile, AMovieWithABrokenBoxIsCountedFromItsSamplesAndEntry0IsZero)
+{
+    const auto path = MakeVideo("irregular.mp4", "-f lavfi -i testsrc2=size=64x48:rate=1000 -vf "
+                                                 "setpts=N*N*7+N*20 -fps_mode passthrough -frames:v 20 -c:v libx264 "
+                                                 "-pix_fmt yuv420p -profile:v high -bf 0 -video_track_timescale 1000");
+    std::string strBytes = BytesOf(path);
+    const std::size_t uiMovie = strBytes.find("moov") - 4;
+    const std::string strMovie = strBytes.substr(uiMovie + 8);
+    const std::string strWide = BoxOfSize(1, "free", Word(0) + Word(24) + std::string(8, '\0'));
+    strBytes.replace(uiMovie, std::string::npos, Box("moov", strWide + strMovie));
+    Times vExpected;
+    for (std::uint64_t i = 0; i < 20; ++i)
+        vExpected.push_back(i * i * 7 + i * 20);
+
+    CVideoFile broken(m_format.Get(), WriteBeside(path, ".broken.mp4", strBytes));
+    ASSERT_EQ(broken.Open(), QM_OK);
+    EXPECT_EQ(broken.m_vFrameTimesMs, vExpected);
+    CVideoFile clean(m_format.Get(), path);
+    ASSERT_EQ(clean.Open(), QM_OK);
+    EXPECT_EQ(clean.m_vFrameTimesMs, vExpected);
+    for (std::uint32_t i = 20; i-- > 0;)
+    {
+        const Pixels vPixels = clean.Read(i);
+        ASSERT_FALSE(vPixels.empty()) << i;
+        EXPECT_EQ(broken.Read(i), vPixels) << i;
+    }
+}
+
+// --- what doesn't open ---
+
+TEST_F(InputFile, AFileThatIsNotThereFailsAndIsTriedAgain)
+{
+    const auto path = MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high");
+    const std::filesystem::path later = path.string() + ".later.mp4";
+    CVideoFile file(m_format.Get(), later);
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(file.m_pSource, nullptr);
+    std::filesystem::copy_file(path, later);
+    EXPECT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(30, 40));
+    EXPECT_FALSE(file.Read(7).empty());
+}
+
+TEST_F(InputFile, AFileThatIsNoVideoFails)
+{
+    const auto path = MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high");
+    CVideoFile text(m_format.Get(), WriteBeside(path, ".txt", "no video at all"));
+    EXPECT_EQ(text.Open(), QM_ERR_FAIL);
+    CVideoFile empty(m_format.Get(), WriteBeside(path, ".empty.mp4", ""));
+    EXPECT_EQ(empty.Open(), QM_ERR_FAIL);
+    CVideoFile folder(m_format.Get(), path.parent_path());
+    EXPECT_EQ(folder.Open(), QM_ERR_FAIL);
+}
+
+TEST_F(InputFile, AFileWithoutVideoStreamFailsAndIsNotTriedAgain)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac"));
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_NE(file.m_pSource, nullptr);
+    const IMFMediaSource* pSource = file.m_pSource;
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(file.m_pSource, pSource);
+    EXPECT_EQ(file.Read(0), Pixels());
+}
+
+TEST_F(InputFile, TheFormsFromMemoryAndFromAByteArrayFail)
+{
+    const std::string strBytes = BytesOf(MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    CQmByteArray data;
+    data.SetData(strBytes.data(), strBytes.size(), EQmByteArrayModeOp::Replace, EQmByteArrayModeAlloc::Default);
+    SQmImageAttributes attributes;
+    CQmMP4InputFile memory(m_format.Get(), strBytes.data(), strBytes.size());
+    EXPECT_EQ(memory.GetImageAttributes(&attributes), QM_ERR_FAIL);
+    CQmMP4InputFile array(m_format.Get(), &data);
+    EXPECT_EQ(array.GetImageAttributes(&attributes), QM_ERR_FAIL);
+    SQmPictureMetadata metadata;
+    EXPECT_EQ(array.GetPictureMetadata(0, metadata, 0), QM_OK);  // there is no file whose date could be asked
+}
+
+// --- frames ---
+
+TEST_F(InputFile, FramesReadBackwardsAndAtRandomAreThoseReadInOrder)
+{
+    const auto path =
+        MakeVideo("high200.mp4", TestPicture(200) + "-vf noise=alls=60:allf=t -qp 20 -profile:v high -g 50 -bf 2");
+    std::vector<Pixels> vInOrder;
+    {
+        CVideoFile file(m_format.Get(), path);
+        ASSERT_EQ(file.Open(), QM_OK);
+        for (std::uint32_t i = 0; i < 200; ++i)
+            vInOrder.push_back(file.Read(i));
+    }
+    for (std::size_t i = 1; i < vInOrder.size(); ++i)
+    {
+        ASSERT_FALSE(vInOrder[i].empty());
+        ASSERT_NE(vInOrder[i], vInOrder[i - 1]);
+    }
+
+    CVideoFile file(m_format.Get(), path);
+    for (std::uint32_t i = 200; i-- > 180;)
+        ASSERT_EQ(file.Open() == QM_OK ? file.Read(i) : Pixels(), vInOrder[i]);
+    std::mt19937 random(42);
+    for (int i = 0; i < 60; ++i)
+    {
+        const std::uint32_t uiIndex = random() % 200;
+        ASSERT_EQ(file.Read(uiIndex), vInOrder[uiIndex]) << i;
+    }
+}
+
+TEST_F(InputFile, AFileWithFewerFramesThanAWindowIsReadWhole)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("five.mp4", TestPicture(5) + "-profile:v high"));
+    ASSERT_EQ(file.Open(), QM_OK);
+    for (const std::uint32_t uiIndex : {4U, 0U, 3U, 3U, 2U})
+        EXPECT_FALSE(file.Read(uiIndex).empty());
+    EXPECT_TRUE(file.Read(5).empty());
+}
+
+TEST_F(InputFile, ABaselineStreamGivesFramesThatAreAsTheyWereMade)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("baseline.mp4", TestPicture(20) + "-profile:v baseline"));
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, Steps(20, 40));
+    const Pixels vPixels = file.Read(7);
+    ASSERT_FALSE(vPixels.empty());
+    EXPECT_EQ(std::count(vPixels.begin(), vPixels.end(), 0), static_cast<std::ptrdiff_t>(vPixels.size()));
+}
+
+TEST_F(InputFile, AHighStreamGivesPictures)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high60.mp4", TestPicture(60) + "-profile:v high -bf 0"));
+    ASSERT_EQ(file.Open(), QM_OK);
+    const Pixels vPixels = file.Read(7);
+    ASSERT_FALSE(vPixels.empty());
+    EXPECT_LT(std::count(vPixels.begin(), vPixels.end(), 0), static_cast<std::ptrdiff_t>(vPixels.size() / 2));
+}
+
+TEST_F(InputFile, APreviewOpensTheFileAndHasItsSize)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    std::uint32_t uiWidth = 0;
+    std::uint32_t uiHeight = 0;
+    EXPECT_EQ(file.GetPreviewBitmap(&uiWidth, &uiHeight, nullptr, nullptr, false, nullptr, nullptr), QM_OK);
+    EXPECT_EQ(uiWidth, 70U);
+    EXPECT_EQ(uiHeight, 48U);
+    uiWidth = 35;
+    uiHeight = 24;
+    Pixels vPixels(std::size_t{108} * 24);
+    EXPECT_EQ(file.GetPreviewBitmap(&uiWidth, &uiHeight, vPixels.data(), nullptr, true, nullptr, nullptr), QM_OK);
+    EXPECT_GT(*std::max_element(vPixels.begin(), vPixels.end()), 200);
+}
+
+TEST_F(InputFile, ExperimentAndMetadataOpenTheFileAndAgreeWithTheBlockOfTimes)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    SQmExperiment experiment;
+    EXPECT_EQ(file.GetExperiment(experiment), QM_OK);
+    EXPECT_EQ(experiment.m_uiCount, 30U);
+    EXPECT_EQ(experiment.m_dDuration, 1160.0);
+    EXPECT_EQ(experiment.m_dPeriod, 40.0);
+    SQmPictureMetadata metadata;
+    EXPECT_EQ(file.GetPictureMetadata(29, metadata, 0), QM_OK);
+    EXPECT_EQ(metadata.m_dTime, 1160.0);
+    CQmByteArray data;
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    ASSERT_EQ(data.GetSize(), 30U * 8);
+    double dLast = 0;
+    std::memcpy(&dLast, data.GetData(29 * 8), 8);
+    EXPECT_EQ(dLast, 1160.0);
+}
+
+TEST_F(InputFile, TheMetadataOfAFrameOpensTheFile)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    SQmPictureMetadata metadata;
+    EXPECT_EQ(file.GetPictureMetadata(29, metadata, 0), QM_OK);
+    EXPECT_EQ(metadata.m_dTime, 1160.0);
+}
+
+TEST_F(InputFile, TheBlockOfTimesDoesNotOpenTheFile)
+{
+    CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    CQmByteArray data;
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    EXPECT_EQ(data.GetSize(), 0U);
+    EXPECT_EQ(file.m_pSource, nullptr);
+    EXPECT_FALSE(file.m_bOpen);
+
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    EXPECT_EQ(data.GetSize(), 30U * 8);
+}
+
+// --- the end, in every state ---
+
+TEST_F(InputFile, AFileIsDestroyedInEveryState)
+{
+    const auto path =
+        MakeVideo("high200.mp4", TestPicture(200) + "-vf noise=alls=60:allf=t -qp 20 -profile:v high -g 50 -bf 2");
+    CVideoFile(m_format.Get(), path);  // never opened
+    {
+        CVideoFile file(m_format.Get(), path);
+        EXPECT_EQ(file.Open(), QM_OK);
+    }
+    for (int i = 0; i < 20; ++i)  // playing, about to be paused, paused
+    {
+        CVideoFile file(m_format.Get(), path);
+        EXPECT_EQ(file.Open(), QM_OK);
+        EXPECT_FALSE(file.Read(static_cast<std::uint32_t>(i * 9)).empty());
+        Sleep(static_cast<DWORD>(i * 2));
+    }
+}
+
+TEST_F(InputFile, AFileThatOutlivesTheHostsReferenceToTheFormatIsServed)
+{
+    const auto path = MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high");
+    IQmInputImageFile* pFile = nullptr;
+    {
+        CFormatReference format;
+        EXPECT_EQ(format.Get()->CreateInputFileForPath(CQmStringW(path.wstring().c_str()), &pFile), QM_OK);
+    }
+    Pixels vPixels(std::size_t{212} * 48);
+    EXPECT_EQ(pFile->ReadFrame(3, vPixels.data(), nullptr, nullptr), QM_OK);
+    EXPECT_EQ(pFile->Release(), 0);
+}
+
+TEST_F(InputFile, TwoFilesAreReadAtOnce)
+{
+    const auto path =
+        MakeVideo("high200.mp4", TestPicture(200) + "-vf noise=alls=60:allf=t -qp 20 -profile:v high -g 50 -bf 2");
+    CVideoFile first(m_format.Get(), path);
+    CVideoFile second(m_format.Get(), path);
+    ASSERT_EQ(first.Open(), QM_OK);
+    ASSERT_EQ(second.Open(), QM_OK);
+    Pixels vBefore;
+    for (std::uint32_t i = 0; i < 60; ++i)
+    {
+        const Pixels vPixels = first.Read(i);
+        ASSERT_FALSE(vPixels.empty()) << i;
+        ASSERT_NE(vPixels, vBefore) << i;
+        ASSERT_EQ(second.Read(i), vPixels) << i;
+        vBefore = vPixels;
+    }
+    const Pixels vLast = first.Read(199);
+    ASSERT_FALSE(vLast.empty());
+    EXPECT_NE(vLast, vBefore);
+    EXPECT_EQ(second.Read(199), vLast);
+}
+
+}  // namespace

@@ -1,0 +1,124 @@
+// A media session without a file behind it: plays numbered pictures into a sample grabber, keeps a record of what is
+// asked of it, and misbehaves where a test tells it to.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <windows.h>
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <mfidl.h>
+
+#include "support/idle_session.h"
+
+// What a session plays and how. Fixed while it lives.
+struct SScript
+{
+    std::vector<std::uint64_t> m_vTimesMs;  // position of each picture
+    std::uint32_t m_uiWidth = 4;
+    std::uint32_t m_uiHeight = 2;
+    std::uint32_t m_uiFirstNumber = 0;       // that the first picture carries
+    std::size_t m_uiShortSample = SIZE_MAX;  // number of a picture that comes too short
+    std::size_t m_uiSlowFrom = SIZE_MAX;     // pictures from here on take 1 ms each
+    int m_nLate = 2;                         // pictures still delivered after a pause was asked for
+    bool m_bKeepsOn = false;                 // doesn't wait for the pause that a sample has caused
+    bool m_bSilent = false;                  // tells nothing but that it was stopped
+    bool m_bNoRates = false;                 // has no rate control
+    HRESULT m_hrSetTopology = S_OK;
+    HRESULT m_hrStop = S_OK;
+    // By number of the call, from 0: what the call gives, and the status that the event of it brings.
+    std::function<HRESULT(int)> m_fnStart = [](int) { return S_OK; };
+    std::function<HRESULT(int)> m_fnStarted = [](int) { return S_OK; };
+    std::function<HRESULT(int)> m_fnPause = [](int) { return S_OK; };
+    std::function<HRESULT(int)> m_fnPaused = [](int) { return S_OK; };
+    // Told at every call of Start, on the caller's thread.
+    std::function<void(int)> m_fnOnStart = [](int) {};
+    // Events that are sent just before the n-th MESessionStarted.
+    std::function<std::vector<MediaEventType>(int)> m_fnStale = [](int) { return std::vector<MediaEventType>(); };
+};
+
+class SampleGrabberCB;
+
+class CScriptedSession : public CIdleSession, public IMFGetService, public IMFRateControl
+{
+public:
+    // pGrabber is not counted, and outlives the session's shut-down.
+    CScriptedSession(SScript script, SampleGrabberCB* pGrabber);
+    virtual ~CScriptedSession();
+
+    // "Start", "Start 120" (milliseconds), "SetRate 0", "Pause", "Stop", "SetTopology", "Shutdown".
+    std::vector<std::string> Calls() const;
+    int CountCalls(const std::string& strCall) const;
+    std::size_t Delivered() const { return m_uiDelivered; }
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppObject) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
+    STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
+    STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
+    STDMETHODIMP Pause() override;
+    STDMETHODIMP Stop() override;
+    STDMETHODIMP Shutdown() override;
+
+    STDMETHODIMP GetService(REFGUID guidService, REFIID riid, LPVOID* ppObject) override;
+
+    STDMETHODIMP SetRate(BOOL bThin, float fRate) override;
+    STDMETHODIMP GetRate(BOOL*, float*) override { return E_NOTIMPL; }
+
+private:
+    enum class ECommand
+    {
+        Seek,
+        Pause,
+        Stop
+    };
+    struct SCommand
+    {
+        ECommand m_eCommand;
+        std::size_t m_uiPicture;  // of a seek
+        int m_nNumber;            // of the call
+    };
+    struct SEvent
+    {
+        MediaEventType m_eType;
+        HRESULT m_hrStatus;
+    };
+
+    void Run();
+    void Obey(const SCommand& command);
+    bool IsPauseWanted() const;
+    void DeliverNext();
+    void Tell(MediaEventType eType, HRESULT hrStatus);
+
+    const SScript m_script;
+    SampleGrabberCB* const m_pGrabber;
+    std::atomic<ULONG> m_nRefCount{1};
+
+    mutable std::mutex m_mtx;
+    std::condition_variable m_cv;
+    std::vector<std::string> m_vCalls;
+    std::deque<SCommand> m_commands;
+    std::deque<SEvent> m_events;
+    bool m_bShutDown = false;
+    bool m_bSeekNeeded = true;  // a rate was set since the last start, or nothing was played yet
+    int m_nStarts = 0;
+    int m_nPauses = 0;
+    std::size_t m_uiNext = 0;  // the next picture to deliver
+    bool m_bPaused = false;
+
+    bool m_bPlaying = false;  // the player's thread only, as is the next
+    bool m_bHeld = false;     // the pause is about to come
+    std::atomic<std::size_t> m_uiDelivered{0};
+    std::thread m_player;
+};

@@ -1,0 +1,446 @@
+// Where the worker plays, and which picture comes under which index: on a session whose every move is known.
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "scripted_file.h"
+
+namespace
+{
+
+using testing::ElementsAre;
+
+class Worker : public testing::Test
+{
+protected:
+    CFormatReference m_format;
+};
+
+SScript EvenScript(std::size_t uiCount)
+{
+    SScript script;
+    script.m_vTimesMs = EvenTimes(uiCount, 40);
+    return script;
+}
+
+// What the grabber was told before a start.
+struct SSetUp
+{
+    std::uint64_t m_uiStart;
+    std::uint64_t m_uiEnd;
+    std::uint64_t m_uiLast;
+    std::size_t m_uiStored;
+
+    bool operator==(const SSetUp&) const = default;
+};
+
+// Notes the window of every start of a script's session. The grabber is filled in by the test, once there is one.
+struct SWindowNotes
+{
+    std::atomic<SampleGrabberCB*> m_pGrabber{nullptr};
+    std::mutex m_mtx;
+    std::vector<SSetUp> m_vSetUps;
+
+    std::function<void(int)> Noter()
+    {
+        return [this](int) {
+            SampleGrabberCB* pGrabber = m_pGrabber;
+            CGrabberLock lock(pGrabber);
+            const std::lock_guard notes(m_mtx);
+            m_vSetUps.push_back({pGrabber->m_uiWindowStart, pGrabber->m_uiWindowEnd, pGrabber->m_uiLastFrame,
+                                 pGrabber->m_lstFrames.size()});
+        };
+    }
+
+    std::vector<SSetUp> Get()
+    {
+        const std::lock_guard notes(m_mtx);
+        return m_vSetUps;
+    }
+};
+
+TEST_F(Worker, FramesReadInOrderAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(300));
+    for (std::uint32_t i = 0; i < 300; ++i)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+}
+
+TEST_F(Worker, FramesReadBackwardsAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(60));
+    for (std::uint32_t i = 60; i-- > 0;)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+}
+
+TEST_F(Worker, FramesReadAtRandomAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(500));
+    std::mt19937 random(4711);
+    for (int i = 0; i < 200; ++i)
+    {
+        const std::uint32_t uiIndex = random() % 500;
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
+        if (random() % 3 != 0) continue;
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i << ", again";
+    }
+}
+
+TEST_F(Worker, TheFirstWindowOfALongFileIs48Frames)
+{
+    SWindowNotes notes;
+    SScript script = EvenScript(200);
+    script.m_fnOnStart = notes.Noter();
+    CScriptedFile file(m_format.Get(), script);
+    notes.m_pGrabber = &file.Grabber();
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    ASSERT_FALSE(notes.Get().empty());
+    EXPECT_EQ(notes.Get()[0], (SSetUp{0, 47, 47, 0}));
+    EXPECT_THAT(file.Session().Calls(), testing::Not(testing::Contains("SetRate 0")));
+}
+
+TEST_F(Worker, TheFirstWindowOfAShortFileEndsAtItsLastFrame)
+{
+    SWindowNotes notes;
+    SScript script = EvenScript(10);
+    script.m_fnOnStart = notes.Noter();
+    CScriptedFile file(m_format.Get(), script);
+    notes.m_pGrabber = &file.Grabber();
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_THAT(notes.Get(), ElementsAre(SSetUp{0, 9, 9, 0}));
+    EXPECT_EQ(file.ReadNumber(9), 9);
+}
+
+TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
+{
+    SWindowNotes notes;
+    SScript script = EvenScript(300);
+    script.m_fnOnStart = notes.Noter();
+    CScriptedFile file(m_format.Get(), script);
+    notes.m_pGrabber = &file.Grabber();
+    EXPECT_EQ(file.ReadNumber(200), 200);
+    file.WaitForRest();
+    const std::size_t uiBefore = file.Session().Calls().size();
+    const std::size_t uiSetUps = notes.Get().size();
+
+    EXPECT_EQ(file.ReadNumber(100), 100);
+    file.WaitForRest();
+    std::vector<std::string> vCalls = file.Session().Calls();
+    vCalls.erase(vCalls.begin(), vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore));
+    EXPECT_THAT(vCalls, ElementsAre("SetRate 0", "Start 4000", "Pause"));
+    // The window ends at its start when the one before lay behind the request.
+    EXPECT_EQ(notes.Get().at(uiSetUps), (SSetUp{100, 100, 299, 0}));
+    EXPECT_FALSE(file.IsStored(200));
+    EXPECT_TRUE(file.IsStored(108));
+    EXPECT_FALSE(file.IsStored(100 + 9 + 2));  // 8 + 1, and the two that were under way
+}
+
+TEST_F(Worker, AJumpForwardsHasAWindowOf8)
+{
+    SWindowNotes notes;
+    SScript script = EvenScript(300);
+    script.m_fnOnStart = notes.Noter();
+    CScriptedFile file(m_format.Get(), script);
+    notes.m_pGrabber = &file.Grabber();
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(150), 150);
+    file.WaitForRest();
+    EXPECT_EQ(notes.Get().back(), (SSetUp{150, 158, 299, 0}));
+}
+
+// Frames 0 to 48 and two late ones fill the store. The request for the frame after the first is near enough to the
+// tail that the play goes on behind it, from where it was paused.
+TEST_F(Worker, TheNextFrameIsSequentialAndThePlayGoesOnBehindTheTail)
+{
+    SScript script = EvenScript(300);
+    script.m_nLate = 0;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.StoredFrames(), 49U);
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Pause"));
+
+    EXPECT_EQ(file.ReadNumber(0), 0);  // the same frame: the oldest of 49 is not among the newest 48
+    file.WaitForRest();
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Pause"));
+
+    EXPECT_EQ(file.ReadNumber(1), 1);
+    file.WaitForRest();
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Pause", "Start 1960", "Pause"));
+    EXPECT_FALSE(file.IsStored(0));
+    EXPECT_TRUE(file.IsStored(49));
+}
+
+TEST_F(Worker, AStoredFrameNearTheTailIsNoReasonToSeek)
+{
+    SScript script = EvenScript(300);
+    script.m_nLate = 0;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(100), 100);
+    file.WaitForRest();  // 100 to 108 are stored
+    const std::size_t uiBefore = file.Session().Calls().size();
+    EXPECT_EQ(file.ReadNumber(104), 104);  // not sequential: one of the newest 8
+    file.WaitForRest();
+    std::vector<std::string> vCalls = file.Session().Calls();
+    vCalls.erase(vCalls.begin(), vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore));
+    EXPECT_THAT(vCalls, ElementsAre("Start 4360", "Pause"));
+    EXPECT_FALSE(file.IsStored(103));
+    EXPECT_TRUE(file.IsStored(109));
+}
+
+TEST_F(Worker, TheLastFrameStartsNoNewPlay)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(20));
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(19), 19);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(18), 18);
+    file.WaitForRest();
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start"));
+}
+
+TEST_F(Worker, AFileThatWasPlayedToItsEndPlaysAgain)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(100));
+    EXPECT_EQ(file.ReadNumber(99), 99);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(3), 3);
+    EXPECT_EQ(file.ReadNumber(99), 99);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+}
+
+TEST_F(Worker, TheStoreHoldsNoMoreThanItsLimitAndWhatWasUnderWay)
+{
+    SScript script = EvenScript(400);
+    script.m_nLate = 3;
+    CScriptedFile file(m_format.Get(), script);
+    for (std::uint32_t i = 0; i < 400; i += 7)
+    {
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+        ASSERT_LE(file.StoredFrames(), 49U + 3U);
+    }
+}
+
+TEST_F(Worker, ASessionWithoutRatesServesAllTheSame)
+{
+    SScript script = EvenScript(300);
+    script.m_bNoRates = true;
+    CScriptedFile file(m_format.Get(), script);
+    for (const int nIndex : {250, 10, 11, 200})
+        EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
+}
+
+// --- frames that share a millisecond ---
+
+// Ten frames to the millisecond, then a run of 120 in one, then ten again.
+std::vector<std::uint64_t> CrowdedTimes()
+{
+    std::vector<std::uint64_t> vTimes;
+    for (std::uint64_t i = 0; i < 50; ++i)
+        vTimes.push_back(i / 10);
+    vTimes.insert(vTimes.end(), 120, 7);
+    for (std::uint64_t i = 0; i < 50; ++i)
+        vTimes.push_back(9 + i / 10);
+    return vTimes;
+}
+
+TEST_F(Worker, FramesOfOneMillisecondAreToldApart)
+{
+    SScript script;
+    script.m_vTimesMs = CrowdedTimes();
+    CScriptedFile file(m_format.Get(), script);
+    std::mt19937 random(7);
+    for (int i = 0; i < 60; ++i)
+    {
+        const std::uint32_t uiIndex = random() % static_cast<std::uint32_t>(script.m_vTimesMs.size());
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
+    }
+    for (std::uint32_t i = 0; i < script.m_vTimesMs.size(); ++i)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+}
+
+TEST_F(Worker, ARunLongerThanTheStoreIsPlayedOnWhereItWasPaused)
+{
+    SScript script;
+    script.m_vTimesMs.assign(60, 5);
+    script.m_nLate = 0;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    EXPECT_EQ(file.ReadNumber(58), 58);  // brings the beginning of the run to rest, in one way or another
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(3), 3);
+    file.WaitForRest();  // 0 to 8 or so are stored
+    const std::size_t uiBefore = file.Session().Calls().size();
+    EXPECT_EQ(file.ReadNumber(40), 40);
+    std::vector<std::string> vCalls = file.Session().Calls();
+    vCalls.erase(vCalls.begin(), vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore));
+    EXPECT_EQ(std::count(vCalls.begin(), vCalls.end(), "SetRate 0"), 1);  // one seek, and the rest is going on
+    EXPECT_GE(std::count(vCalls.begin(), vCalls.end(), "Start 5"), 4);    // 9 frames each time
+}
+
+// --- requests that can't be served ---
+
+TEST_F(Worker, AFrameThatTheFileHasNotGotIsRefusedAndTheOthersAreServed)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(100), EvenTimes(120, 40));
+    EXPECT_EQ(file.ReadNumber(50), 50);
+    EXPECT_EQ(file.ReadNumber(110), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(99), 99);
+    EXPECT_EQ(file.ReadNumber(100), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+}
+
+TEST_F(Worker, APromiseOfFramesBehindTheEndDoesNotKeepTheSessionStarting)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(10), EvenTimes(12, 40));
+    EXPECT_EQ(file.ReadNumber(9), 9);
+    file.WaitForRest();
+    Sleep(100);
+    const int nStarts = static_cast<int>(file.Session().Calls().size());
+    Sleep(100);
+    EXPECT_EQ(static_cast<int>(file.Session().Calls().size()), nStarts);
+    EXPECT_EQ(file.ReadNumber(3), 3);
+}
+
+// The session has ended and can't go on behind the stored frames; looking for their millisecond anew brings old ones.
+TEST_F(Worker, FramesPromisedBehindTheEndInAMillisecondThatOthersShareAreRefused)
+{
+    SScript script;
+    script.m_vTimesMs.assign(30, 5);
+    CScriptedFile file(m_format.Get(), script, std::vector<std::uint64_t>(60, 5));
+    for (const int nIndex : {0, 28, 29, 29})
+        EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
+    for (const std::uint32_t uiIndex : {30U, 31U, 45U, 59U})
+        EXPECT_EQ(file.ReadNumber(uiIndex), QM_ERR_FAIL) << uiIndex;
+    for (const int nIndex : {29, 28, 3, 29})
+        EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
+    file.WaitForRest();
+    Sleep(100);
+    const int nStarts = file.Session().CountCalls("Start");
+    Sleep(100);
+    EXPECT_EQ(file.Session().CountCalls("Start"), nStarts);
+}
+
+TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
+{
+    SScript script = EvenScript(100);
+    script.m_fnStarted = [](int) { return E_FAIL; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountCalls("Start"), 1);
+}
+
+TEST_F(Worker, AFirstStartThatFailsEndsEveryRequestAtOnce)
+{
+    SScript script = EvenScript(100);
+    script.m_fnStart = [](int) { return E_FAIL; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
+}
+
+TEST_F(Worker, ALaterStartThatFailsEndsTheWaitingRequest)
+{
+    SScript script = EvenScript(200);
+    script.m_fnStart = [](int nStart) { return nStart == 0 ? S_OK : E_FAIL; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(150), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(151), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+}
+
+TEST_F(Worker, TwoFailedSeeksAreForgiven)
+{
+    SScript script = EvenScript(200);
+    script.m_fnStarted = [](int nStart) { return nStart == 1 || nStart == 2 ? E_FAIL : S_OK; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(150), 150);
+}
+
+TEST_F(Worker, SeeksThatGoOnFailingEndTheRequest)
+{
+    SScript script = EvenScript(200);
+    script.m_fnStarted = [](int nStart) { return nStart >= 1 && nStart <= 3 ? E_FAIL : S_OK; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(150), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountCalls("Start 6000"), 3);
+    EXPECT_EQ(file.ReadNumber(150), 150);
+    EXPECT_EQ(file.ReadNumber(5), 5);
+}
+
+TEST_F(Worker, ASampleThatIsTooShortRefusesItsFrameOnly)
+{
+    SScript script = EvenScript(100);
+    script.m_uiShortSample = 60;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(60), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(59), 59);
+    EXPECT_EQ(file.ReadNumber(60), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(61), 61);
+}
+
+TEST_F(Worker, ARefusedRequestLeavesTheBufferAlone)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(10), EvenTimes(20, 40));
+    std::vector<unsigned char> vPixels(24, 0x5A);
+    EXPECT_EQ(file.ReadFrame(15, vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
+    EXPECT_EQ(vPixels, std::vector<unsigned char>(24, 0x5A));
+}
+
+// --- events and pauses out of turn ---
+
+TEST_F(Worker, EndsOfAnEarlierPlayDoNotEndTheCurrentOne)
+{
+    SScript script = EvenScript(300);
+    script.m_fnStale = [](int) { return std::vector<MediaEventType>{MESessionPaused, MESessionEnded}; };
+    CScriptedFile file(m_format.Get(), script);
+    std::mt19937 random(11);
+    for (int i = 0; i < 60; ++i)
+    {
+        const std::uint32_t uiIndex = random() % 300;
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
+    }
+}
+
+TEST_F(Worker, OnePlayIsPausedOnce)
+{
+    SScript script = EvenScript(300);
+    script.m_nLate = 20;  // each asks for the pause again
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.Session().CountCalls("Pause"), 1);
+}
+
+TEST_F(Worker, APauseThatFailsIsAskedForAgain)
+{
+    SScript script = EvenScript(3000);
+    script.m_fnPause = [](int nPause) { return nPause == 1 ? E_FAIL : S_OK; };
+    script.m_fnPaused = [](int nPause) { return nPause == 2 ? E_FAIL : S_OK; };
+    script.m_uiSlowFrom = 100;
+    script.m_bKeepsOn = true;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(100), 100);
+    file.WaitForRest();
+    EXPECT_EQ(file.Session().CountCalls("Pause"), 4);
+    EXPECT_LT(file.Session().Delivered(), 1500U);
+    EXPECT_EQ(file.ReadNumber(101), 101);
+}
+
+}  // namespace
