@@ -66,12 +66,15 @@ TEST_F(Program, BlankPicturesAreWrittenWhenAllowed)
     EXPECT_EQ(m_folder.EntryCount(), 3u);
 }
 
-TEST_F(Program, UnknownProfileIsAWarning)
+TEST_F(Program, UnknownProfileAndTimesAreWarnings)
 {
     WriteVideo("no boxes at all");
     const ProgramResult result = Run({"frames", m_strVideo, "--raw", Target("r")});
     EXPECT_EQ(result.m_nStatus, 0);
     EXPECT_THAT(result.m_strErr, StartsWith("qmhost: warning: the profile of " + QuotedVideo()));
+    EXPECT_THAT(result.m_strErr, HasSubstr("\nqmhost: warning: whether the times of " + QuotedVideo() +
+                                           " are those of its video can't be found out\n"));
+    EXPECT_THAT(Run({"info", m_strVideo, "--json"}).m_strOut, HasSubstr("\"times_of_video\": null,\n"));
 }
 
 TEST_F(Program, EveryOperationThatFailsIsNamed)

@@ -57,6 +57,8 @@ TEST_F(Program, InfoAsJson)
                                    "  \"last_time_ms\": 161,\n"
                                    "  \"duration_ms\": 161,\n"
                                    "  \"mean_period_ms\": 40.25,\n"
+                                   "  \"times_of_video\": true,\n"
+                                   "  \"times_problem\": null,\n"
                                    "  \"stream\": \"H.264 High (avc1, profile 100)\",\n"
                                    "  \"profile\": 100,\n"
                                    "  \"pictures_delivered\": true\n"

@@ -138,6 +138,8 @@ TEST_F(Videos, InfoOfASteadyVideo)
                                                          "  \"last_time_ms\": 2360,\n"
                                                          "  \"duration_ms\": 2360,\n"
                                                          "  \"mean_period_ms\": 40,\n"
+                                                         "  \"times_of_video\": true,\n"
+                                                         "  \"times_problem\": null,\n"
                                                          "  \"stream\": \"H.264 High (avc1, profile 100)\",\n"
                                                          "  \"profile\": 100,\n"
                                                          "  \"pictures_delivered\": true\n"
@@ -292,6 +294,115 @@ TEST_F(Videos, WhatIsNoVideoIsRefused)
             EXPECT_EQ(result.m_strErr, strFailed + strPath + strReason);
         }
     }
+}
+
+// --- lists of times that aren't the video's ---
+
+class VideosWithOtherTimes : public Videos
+{
+protected:
+    // The video of HighVideo() in another file, with sound: strMaps puts the tracks in order.
+    std::string WithSound(const char* pszName, const std::string& strMaps, const std::string& strMore = "") const
+    {
+        test_support::RunFfmpeg("-i " + test_support::Quoted(HighVideo()) +
+                                " -f lavfi -i sine=frequency=440:duration=2.4:sample_rate=44100 " + strMaps +
+                                " -c:v copy -c:a aac " + strMore + " " + test_support::Quoted(Target(pszName)));
+        return Target(pszName);
+    }
+    std::string InFragments(const char* pszName, const std::string& strFlags) const
+    {
+        test_support::RunFfmpeg("-i " + test_support::Quoted(HighVideo()) + " -c copy -movflags " + strFlags + " " +
+                                test_support::Quoted(Target(pszName)));
+        return Target(pszName);
+    }
+
+    // Pictures by index are refused and nothing is written; info and times give their results and a warning.
+    void ExpectRefused(const std::string& strVideo, const std::string& strProblem) const
+    {
+        const std::string strLine = strProblem + ": ffmpeg -i '" + strVideo + "' -map 0:v -c copy OUT.mp4";
+        for (const char* pszOption : {"--out", "--raw"})
+        {
+            const ProgramResult frames = Run({"frames", strVideo, pszOption, Target("frames")});
+            EXPECT_EQ(frames.m_nStatus, 1);
+            EXPECT_EQ(frames.m_strErr, "qmhost: frames failed with status -1506 (not supported by this format): " +
+                                           strLine + "; --allow-foreign-times goes on without that\n");
+        }
+        EXPECT_FALSE(fs::exists(m_folder / "frames"));
+
+        const std::string strWarning = "qmhost: warning: " + strLine + "\n";
+        const ProgramResult times = Run({"times", strVideo, "--csv"});
+        EXPECT_EQ(times.m_nStatus, 0);
+        EXPECT_EQ(times.m_strErr, strWarning);
+        EXPECT_THAT(times.m_strOut, testing::StartsWith("frame,time_ms\n0,0\n"));
+        const ProgramResult info = Run({"info", strVideo, "--json"});
+        EXPECT_EQ(info.m_nStatus, 0);
+        EXPECT_EQ(info.m_strErr, strWarning);
+        EXPECT_THAT(info.m_strOut, HasSubstr("\n  \"times_of_video\": false,\n  \"times_problem\": \"" + strLine));
+
+        const ProgramResult forced =
+            Run({"frames", strVideo, "--raw", Target("raw.bgr"), "--frames", "0", "--allow-foreign-times"});
+        EXPECT_EQ(forced.m_nStatus, 0);
+        EXPECT_EQ(forced.m_strErr, strWarning);
+        EXPECT_EQ(FileText(m_folder / "raw.bgr"), Raw(HighVideo(), {"--frames", "0"}));
+    }
+
+    // The command that the message names makes a file whose frames and times are the video's.
+    void ExpectHelped(const std::string& strVideo) const
+    {
+        test_support::RunFfmpeg("-i '" + strVideo + "' -map 0:v -c copy '" + Target("OUT.mp4") + "'");
+        ExpectWhole(Target("OUT.mp4"));
+    }
+    void ExpectWhole(const std::string& strVideo) const
+    {
+        EXPECT_EQ(Raw(strVideo), Raw(HighVideo()));
+        EXPECT_EQ(Raw(strVideo, {"--frames", "59,3,40:2:-19"}), Raw(HighVideo(), {"--frames", "59,3,40:2:-19"}));
+        EXPECT_EQ(Succeed({"times", strVideo, "--csv"}), Succeed({"times", HighVideo(), "--csv"}));
+    }
+};
+
+TEST_F(VideosWithOtherTimes, SoundInFrontIsRefused)
+{
+    const std::string strVideo = WithSound("soundfirst.mp4", "-map 1:a -map 0:v");
+    ExpectRefused(strVideo, "the times and the number of frames of '" + strVideo +
+                                "' aren't those of its video: its first track is a sound track; a copy of the video "
+                                "alone has the right ones");
+    ExpectHelped(strVideo);
+}
+
+TEST_F(VideosWithOtherTimes, PreviewWithSoundInFrontIsTheFirstPicture)
+{
+    Succeed({"preview", WithSound("soundfirst.mp4", "-map 1:a -map 0:v"), "--size", "66x48", "--out", Target("p.png")});
+    EXPECT_EQ(PixelsOf(m_folder / "p.png"), Raw(HighVideo(), {"--frames", "0"}));
+}
+
+TEST_F(VideosWithOtherTimes, SoundBehindTheVideoIsTaken)
+{
+    ExpectWhole(WithSound("soundlast.mp4", "-map 0:v -map 1:a"));
+}
+
+TEST_F(VideosWithOtherTimes, FragmentsAfterACompleteIndexAreRefused)
+{
+    const std::string strVideo = InFragments("fragments.mp4", "+frag_keyframe+default_base_moof");
+    ExpectRefused(strVideo, "only the first 12 pictures of '" + strVideo +
+                                "' have times, more follow in fragments after its index; a copy with a new index has "
+                                "them all");
+    ExpectHelped(strVideo);
+}
+
+TEST_F(VideosWithOtherTimes, SoundInFrontAndFragmentsAfterACompleteIndexAreRefused)
+{
+    const std::string strVideo = WithSound("both.mp4", "-map 1:a -map 0:v", "-movflags +frag_keyframe");
+    ExpectRefused(strVideo, "the times and the number of frames of '" + strVideo +
+                                "' aren't those of its video: its first track is a sound track; a copy of the video "
+                                "alone has the right ones");
+    ExpectHelped(strVideo);
+}
+
+// Without an index the module counts the pictures of the video itself.
+TEST_F(VideosWithOtherTimes, FragmentsAfterAnEmptyIndexAreTaken)
+{
+    ExpectWhole(InFragments("fragments.mp4", "+frag_keyframe+empty_moov+default_base_moof"));
+    ExpectWhole(WithSound("both.mp4", "-map 1:a -map 0:v", "-movflags +frag_keyframe+empty_moov"));
 }
 
 TEST_F(Videos, FrameBeyondTheLast)

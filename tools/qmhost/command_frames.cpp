@@ -48,14 +48,13 @@ FrameList ChooseFrames(const InputFile& file, const std::string& strList)
 }
 
 // One picture a frame, however often the list names it, and the times of these frames in the order of file names.
-void WritePictures(InputFile& file, const FrameList& list, const std::filesystem::path& folder, EImageFormat eFormat,
-                   ProgressBar& progress)
+void WritePictures(InputFile& file, const std::vector<double>& vTimesMs, const FrameList& list,
+                   const std::filesystem::path& folder, EImageFormat eFormat, ProgressBar& progress)
 {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " can't be made: " + error.message());
 
-    const std::vector<double> vAllTimes = file.AllTimesMs();
     std::vector<bool> vWritten(file.FrameCount());
     list.ForEach([&](std::uint32_t uiFrame) {
         if (!vWritten[uiFrame])
@@ -69,7 +68,7 @@ void WritePictures(InputFile& file, const FrameList& list, const std::filesystem
 
     std::vector<FrameTime> vTimes;
     for (std::uint32_t uiFrame = 0; uiFrame < file.FrameCount(); ++uiFrame)
-        if (vWritten[uiFrame]) vTimes.push_back({uiFrame, vAllTimes[uiFrame]});
+        if (vWritten[uiFrame]) vTimes.push_back({uiFrame, vTimesMs[uiFrame]});
     WriteWholeFile(folder / "times.csv", TimesAsCsv(vTimes));
 }
 
@@ -117,6 +116,7 @@ public:
             ->check(CLI::IsMember({"png", "tiff"}).description(""))
             ->excludes(pRaw);
         pApp->add_flag("--allow-blank", m_bAllowBlank, ALLOW_BLANK_HELP);
+        pApp->add_flag("--allow-foreign-times", m_bAllowForeignTimes, ALLOW_FOREIGN_TIMES_HELP);
         return pApp;
     }
 
@@ -124,6 +124,8 @@ public:
     {
         InputFile file(session, m_strFile);
         RequirePictures(file, COMMAND, m_bAllowBlank);
+        const std::vector<double> vTimesMs = file.AllTimesMs();
+        RequireTimesOfVideo(file, OriginOfTimes(file, vTimesMs), COMMAND, m_bAllowForeignTimes);
         const FrameList list = ChooseFrames(file, m_strList);
         const EImageFormat eFormat = m_strFormat == "tiff" ? EImageFormat::Tiff : EImageFormat::Png;
         ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, list.Count());
@@ -137,7 +139,7 @@ public:
         }
         else
         {
-            WritePictures(file, list, PathFromUtf8(m_strFolder), eFormat, progress);
+            WritePictures(file, vTimesMs, list, PathFromUtf8(m_strFolder), eFormat, progress);
         }
     }
 
@@ -148,6 +150,7 @@ private:
     std::string m_strList;
     std::string m_strFormat = "png";
     bool m_bAllowBlank = false;
+    bool m_bAllowForeignTimes = false;
 };
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "parts/json.h"
 #include "parts/text.h"
 #include "parts/videoprofile.h"
+#include "pictures.h"
 
 namespace qmhost
 {
@@ -26,6 +27,7 @@ struct FileInfo
     std::optional<double> m_dDurationMs;
     std::optional<double> m_dPeriodMs;  // a single frame has none
     VideoProfile m_profile;
+    TimesOrigin m_origin;
 };
 
 FileInfo Collect(InputFile& file)
@@ -45,6 +47,7 @@ FileInfo Collect(InputFile& file)
     }
     FileBytes bytes(PathFromUtf8(file.Path()));
     info.m_profile = ReadVideoProfile(bytes);
+    info.m_origin = OriginOfTimes(file, file.AllTimesMs());
     return info;
 }
 
@@ -60,6 +63,22 @@ std::string AsJson(const FileInfo& info)
     json.Add("last_time_ms", info.m_dLastMs);
     json.Add("duration_ms", info.m_dDurationMs);
     json.Add("mean_period_ms", info.m_dPeriodMs);
+    if (info.m_origin.m_eOrigin == ETimesOrigin::Unknown)
+    {
+        json.AddNull("times_of_video");
+    }
+    else
+    {
+        json.Add("times_of_video", !info.m_origin.IsForeign());
+    }
+    if (info.m_origin.IsForeign())
+    {
+        json.Add("times_problem", std::string_view(info.m_origin.Problem(info.m_strPath)));
+    }
+    else
+    {
+        json.AddNull("times_problem");
+    }
     json.Add("stream", std::string_view(info.m_profile.Describe()));
     if (info.m_profile.m_nProfile)
     {
@@ -133,6 +152,7 @@ public:
     {
         InputFile file(session, m_strFile);
         const FileInfo info = Collect(file);
+        WarnOfForeignTimes(file, info.m_origin);
         std::cout << (m_bJson ? AsJson(info) : AsText(info));
     }
 

@@ -3,6 +3,8 @@
 
 #include <iostream>
 
+#include "pictures.h"
+
 namespace qmhost
 {
 namespace
@@ -31,7 +33,9 @@ public:
     void Run(const Session& session) override
     {
         InputFile file(session, m_strFile);
-        const std::vector<FrameTime> vTimes = Numbered(file.AllTimesMs());
+        const std::vector<double> vTimesMs = file.AllTimesMs();
+        WarnOfForeignTimes(file, OriginOfTimes(file, vTimesMs));
+        const std::vector<FrameTime> vTimes = Numbered(vTimesMs);
         std::cout << (m_bCsv ? TimesAsCsv(vTimes) : TimesAsTable(vTimes));
     }
 

@@ -31,4 +31,33 @@ void RequirePictures(const InputFile& file, std::string_view command, bool bAllo
     }
 }
 
+TimesOrigin OriginOfTimes(const InputFile& file, std::span<const double> vTimesMs)
+{
+    FileBytes bytes(PathFromUtf8(file.Path()));
+    return FindTimesOrigin(bytes, vTimesMs);
+}
+
+void WarnOfForeignTimes(const InputFile& file, const TimesOrigin& origin)
+{
+    if (origin.m_eOrigin == ETimesOrigin::Unknown)
+    {
+        std::cerr << "qmhost: warning: whether the times of " << Quoted(file.Path())
+                  << " are those of its video can't be found out\n";
+    }
+    else if (origin.IsForeign())
+    {
+        std::cerr << "qmhost: warning: " << origin.Problem(file.Path()) << '\n';
+    }
+}
+
+void RequireTimesOfVideo(const InputFile& file, const TimesOrigin& origin, std::string_view command, bool bAllow)
+{
+    if (origin.IsForeign() && !bAllow)
+    {
+        throw Failure(command, QM_ERR_NOTSUPPORTED,
+                      origin.Problem(file.Path()) + "; --allow-foreign-times goes on without that");
+    }
+    WarnOfForeignTimes(file, origin);
+}
+
 }  // namespace qmhost
