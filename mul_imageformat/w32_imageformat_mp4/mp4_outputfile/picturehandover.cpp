@@ -1,5 +1,7 @@
 #include "mp4_outputfile/picturehandover.h"
 
+#include <initializer_list>
+
 #include "colour/colourconversion.h"
 #include "common/criticalsection.h"
 

@@ -1,4 +1,6 @@
 // The surfaces that callers really have.
+#include <algorithm>
+
 #include "ffmpeg_tool.h"
 #include "ring_client.h"
 
