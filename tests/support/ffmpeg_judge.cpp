@@ -11,7 +11,7 @@ namespace test_support
 namespace
 {
 // Decoding alone, in the file's own ticks: the program would otherwise round times to a frame rate that it guesses.
-const std::string g_strDecode = " -enc_time_base -1 -f null -";
+const std::string g_strDecode = " -enc_time_base 1/10000 -f null -";
 }  // namespace
 
 std::string RunAndListen(const std::string& strCommand)
@@ -69,7 +69,7 @@ std::string KeyPackets(const std::string& strInput)
 std::string DecodedPictures(const std::string& strInput)
 {
     return RunAndListen("ffmpeg -nostdin -v error" + strInput +
-                        " -vsync passthrough -f framemd5 - | grep -v '^#' | sed 's/.*,//'");
+                        " -fps_mode passthrough -f framemd5 - | grep -v '^#' | sed 's/.*,//'");
 }
 
 void ExpectReadByFfmpeg(const std::string& strFile, std::uint32_t uiWidth, std::uint32_t uiHeight,

@@ -152,11 +152,18 @@ bool ContainerFile::IsMp4() const
 
 std::int64_t ContainerFile::Duration() const
 {
-    constexpr std::int64_t STEPS_PER_MICROSECOND = 10;
-    const std::int64_t nMicroseconds = m_context->duration;
-    return nMicroseconds > 0 && nMicroseconds < INT64_MAX / STEPS_PER_MICROSECOND
-               ? nMicroseconds * STEPS_PER_MICROSECOND
-               : 0;
+    constexpr AVRational HUNDRED_NANOSECONDS{1, 10'000'000};
+    // The longest stream's, since all samples are played, also those that an edit list leaves out. FFmpeg's length of the
+    // whole follows the edit list, and FFmpeg 7 gives it only for containers whose samples were looked at.
+    std::int64_t nLongest = 0;
+    for (unsigned int i = 0; i < m_context->nb_streams; ++i)
+    {
+        const AVStream& stream = *m_context->streams[i];
+        if (stream.duration == AV_NOPTS_VALUE) continue;
+        nLongest = std::max(nLongest, av_rescale_q(stream.duration, stream.time_base, HUNDRED_NANOSECONDS));
+    }
+    if (nLongest > 0 || m_context->duration == AV_NOPTS_VALUE) return nLongest;
+    return std::max<std::int64_t>(0, av_rescale_q(m_context->duration, AV_TIME_BASE_Q, HUNDRED_NANOSECONDS));
 }
 
 void ContainerFile::Select(unsigned int uiStream)

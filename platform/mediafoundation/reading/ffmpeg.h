@@ -41,6 +41,16 @@ using Packet = std::unique_ptr<AVPacket, PacketFreer>;
 using Frame = std::unique_ptr<AVFrame, FrameFreer>;
 using Scaler = std::unique_ptr<SwsContext, ScalerFreer>;
 
+// Whether the picture consists of two fields. FFmpeg before 6.1 has a member for it, later versions a flag.
+inline bool IsInterlaced(const AVFrame& frame)
+{
+#ifdef AV_FRAME_FLAG_INTERLACED
+    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+#else
+    return frame.interlaced_frame != 0;
+#endif
+}
+
 // Once per process: no messages of its own on stderr, and no single block of memory beyond what the largest picture
 // needs, so that a number in a broken file can't ask for more.
 void PrepareFfmpeg();

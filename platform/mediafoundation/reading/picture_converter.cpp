@@ -88,13 +88,13 @@ HRESULT PictureConverter::ToYuy2(const AVFrame& frame)
     const bool bHalfHeight = planar == AV_PIX_FMT_YUV420P;
     if (bAsItIs)
     {
-        StoreYuy2(frame, bHalfHeight, frame.interlaced_frame != 0);
+        StoreYuy2(frame, bHalfHeight, IsInterlaced(frame));
         return S_OK;
     }
     const HRESULT hr = Scale(frame, planar);
     if (FAILED(hr)) return hr;
     const bool bSameHeight = static_cast<std::uint32_t>(frame.height) == m_uiHeight;
-    StoreYuy2(*m_scaled, bHalfHeight, frame.interlaced_frame != 0 && bSameHeight);
+    StoreYuy2(*m_scaled, bHalfHeight, IsInterlaced(frame) && bSameHeight);
     return S_OK;
 }
 

@@ -201,6 +201,21 @@ TEST_F(Descriptors, TheDurationIsReadable)
     PropVariantClear(&value);
 }
 
+TEST_F(Descriptors, TheDurationIsThatOfTheLongestStream)
+{
+    Recipe recipe = Small("-c:v libx264 -bf 0");
+    recipe.m_nFrames = 75;
+    recipe.m_input = "-f lavfi -i aevalsrc=0:s=16000:d=1";
+    recipe.m_output = "-map 1:a -map 0:v -c:a pcm_s16le -f mov";
+    const auto presentation = Present(recipe);
+    PROPVARIANT value;
+    ASSERT_EQ(presentation->GetItem(MF_PD_DURATION, &value), S_OK);
+    LONGLONG llDuration = 0;
+    EXPECT_EQ(PropVariantToInt64(value, &llDuration), S_OK);
+    EXPECT_EQ(llDuration, 3 * 10000000);
+    PropVariantClear(&value);
+}
+
 TEST_F(Descriptors, AShutDownSourceSaysNothingMore)
 {
     Present(Small("-c:v libx264"));

@@ -53,7 +53,7 @@ Recipe WithAudioFirst()
 
 // Gaps between 9 ms and 300 ms without a pattern.
 const char* const IRREGULAR = "settb=1/90000,setpts='if(eq(N,0),0,PREV_OUTPTS+810+mod(N*7919,26000))'";
-const char* const IRREGULAR_OUTPUT = "-vsync passthrough -enc_time_base 1:90000 -video_track_timescale 90000";
+const char* const IRREGULAR_OUTPUT = "-fps_mode passthrough -enc_time_base 1:90000 -video_track_timescale 90000";
 
 std::vector<Case> Cases()
 {

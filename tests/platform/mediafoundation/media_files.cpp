@@ -67,7 +67,7 @@ void MakeVideo(const std::string& path, const Recipe& recipe)
 std::vector<std::string> PlainDecode(const std::string& path, Size size)
 {
     const std::string all = Run("ffmpeg -nostdin -v fatal " + IgnoreEditList(path) + "-i '" + path +
-                                "' -map 0:v:0 -vsync passthrough -f rawvideo -pix_fmt yuv420p -");
+                                "' -map 0:v:0 -fps_mode passthrough -f rawvideo -pix_fmt yuv420p -");
     const auto uiLuma = static_cast<std::size_t>(size.m_nWidth) * size.m_nHeight;
     const auto uiChroma = static_cast<std::size_t>((size.m_nWidth + 1) / 2) * ((size.m_nHeight + 1) / 2);
     const std::size_t uiPicture = uiLuma + 2 * uiChroma;

@@ -43,7 +43,7 @@ protected:
     std::vector<std::string> Decode(const std::string& format, std::size_t uiBytes)
     {
         const std::string all = mftest::Run("ffmpeg -nostdin -v fatal -ignore_editlist 1 -i '" + m_path +
-                                            "' -vsync passthrough -f rawvideo -pix_fmt " + format + " -");
+                                            "' -fps_mode passthrough -f rawvideo -pix_fmt " + format + " -");
         std::vector<std::string> pictures;
         for (std::size_t i = 0; i + uiBytes <= all.size(); i += uiBytes)
         {

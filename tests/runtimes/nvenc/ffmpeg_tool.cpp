@@ -62,7 +62,7 @@ std::vector<BgrPicture> DecodeWithFfmpeg(const std::vector<std::uint8_t>& stream
     const TemporaryFolder folder;
     WriteFile(folder.File("in.h264"), stream);
     RunFfmpeg(folder, "-f h264 -i " + folder.File("in.h264") +
-                          " -vsync passthrough -sws_flags accurate_rnd+full_chroma_int+full_chroma_inp+bicubic"
+                          " -fps_mode passthrough -sws_flags accurate_rnd+full_chroma_int+full_chroma_inp+bicubic"
                           " -pix_fmt bgr24 -f rawvideo " +
                           folder.File("out.bgr"));
     const std::vector<std::uint8_t> raw = ReadFile(folder.File("out.bgr"));
