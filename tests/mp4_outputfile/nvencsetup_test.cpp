@@ -325,7 +325,7 @@ TEST_F(NvencSetupTest, APathThatCantBeOpenedIsNoFailureAndNothingIsWritten)
 
 TEST_F(NvencSetupTest, AnObjectWithoutAPathEncodesIntoNothing)
 {
-    auto* const pFile = new OpenOutputFile(m_pFormat, CQmStringW(), CQmMP4InputFile::MakeForWrittenFile);
+    auto* const pFile = new OpenOutputFile(m_pFormat);
     const OutputPtr pOwner(pFile);
     pFile->AddRef();
     const SQmImageAttributes attributes = Attributes(64, 48);

@@ -90,7 +90,7 @@ OutputPtr OutputTest::MakeFile()
 
 OutputPtr OutputTest::MakeFile(const std::wstring& wszPath)
 {
-    OutputPtr pFile(new OpenOutputFile(m_pFormat, CQmStringW(wszPath.c_str()), CQmMP4InputFile::MakeForWrittenFile));
+    OutputPtr pFile(new OpenOutputFile(m_pFormat, CQmStringW(wszPath.c_str())));
     pFile->AddRef();
     return pFile;
 }

@@ -53,7 +53,9 @@ public:
 class OpenOutputFile : public CQmMP4OutputFile
 {
 public:
-    using CQmMP4OutputFile::CQmMP4OutputFile;
+    explicit OpenOutputFile(IQmImageFormat* pFormat, const CQmStringW& strFileName = CQmStringW())
+        : CQmMP4OutputFile(pFormat, strFileName, CQmMP4InputFile::MakeForWrittenFile)
+    {}
 
     using CQmMP4OutputFile::m_attrEncoded;
     using CQmMP4OutputFile::m_attrSource;

@@ -64,7 +64,7 @@ TEST_F(OutputFileTest, EveryOperationWithoutAPurposeGivesItsFixedStatus)
 
 TEST_F(OutputFileTest, ReferencesAreCountedFromZeroAndTheLastReleaseEndsTheObject)
 {
-    auto* const pFile = new OpenOutputFile(m_pFormat, CQmStringW(L"nowhere"), CQmMP4InputFile::MakeForWrittenFile);
+    auto* const pFile = new OpenOutputFile(m_pFormat, CQmStringW(L"nowhere"));
     EXPECT_EQ(pFile->AddRef(), 1);
     EXPECT_EQ(pFile->AddRef(), 2);
     EXPECT_EQ(m_pFormat->CountReferences(), 2);
@@ -79,7 +79,7 @@ TEST_F(OutputFileTest, BothFormsHoldOneReferenceOnTheFormat)
     {
         const OpenOutputFile file(m_pFormat, CQmStringW(L"nowhere"));
         EXPECT_EQ(m_pFormat->CountReferences(), 2);
-        const OpenOutputFile fileWithoutPath(m_pFormat, static_cast<void*>(nullptr));
+        const OpenOutputFile fileWithoutPath(m_pFormat);
         EXPECT_EQ(m_pFormat->CountReferences(), 3);
     }
     EXPECT_EQ(m_pFormat->CountReferences(), 1);
@@ -112,7 +112,7 @@ TEST_F(OutputFileTest, EveryObjectMadeIsCountedOnceAndForGood)
     {
         const OpenOutputFile file(m_pFormat, CQmStringW(L"nowhere"));
         EXPECT_EQ(g_uiInputFileCount, uiBefore + 1);
-        const OpenOutputFile fileWithoutPath(m_pFormat, static_cast<void*>(nullptr));
+        const OpenOutputFile fileWithoutPath(m_pFormat);
         EXPECT_EQ(g_uiInputFileCount, uiBefore + 2);
     }
     EXPECT_EQ(g_uiInputFileCount, uiBefore + 2);
