@@ -3,7 +3,6 @@
 #include <cstddef>
 
 #include <mfapi.h>
-#include <mferror.h>
 #include <uuids.h>
 
 #include "common/saferelease.h"
@@ -13,7 +12,7 @@ namespace
 
 constexpr DWORD PROFILE_EXTENDED = 88;
 
-// The first byte behind what is read of a block.
+// The first byte after what is read of a block.
 constexpr std::size_t PICTURE_SIZE_END =
     offsetof(VIDEOINFOHEADER2, bmiHeader) + offsetof(BITMAPINFOHEADER, biHeight) + 4;
 constexpr std::size_t PROFILE_END = offsetof(MPEG2VIDEOINFO, dwProfile) + 4;
@@ -22,17 +21,6 @@ static_assert(PICTURE_SIZE_END == 84 && PROFILE_END == 124);
 bool IsMpeg4Part2(REFGUID guidSubtype)
 {
     return guidSubtype == MFVideoFormat_MP4S || guidSubtype == MFVideoFormat_M4S2 || guidSubtype == MFVideoFormat_MP4V;
-}
-
-// The raw format for one of the stream's formats. A block that is too short to tell a profile is refused.
-HRESULT ChooseSubtype(const AM_MEDIA_TYPE& format, GUID* pguidSubtype)
-{
-    *pguidSubtype = MFVideoFormat_NV12;
-    if (IsMpeg4Part2(format.subtype)) return S_OK;
-    if (format.pbFormat == nullptr || format.cbFormat < PROFILE_END) return MF_E_INVALIDMEDIATYPE;
-    const auto* pBlock = reinterpret_cast<const MPEG2VIDEOINFO*>(format.pbFormat);
-    if (pBlock->dwProfile > PROFILE_EXTENDED) *pguidSubtype = MFVideoFormat_YUY2;
-    return S_OK;
 }
 
 }  // namespace
@@ -98,6 +86,14 @@ HRESULT FindFormatBlock(IMFMediaTypeHandler* pHandler, const MPEG2VIDEOINFO** pp
     return hr;
 }
 
+const GUID& ChooseRawSubtype(const AM_MEDIA_TYPE& format)
+{
+    if (IsMpeg4Part2(format.subtype)) return MFVideoFormat_NV12;
+    if (format.pbFormat == nullptr || format.cbFormat < PROFILE_END) return MFVideoFormat_NV12;
+    const auto* pBlock = reinterpret_cast<const MPEG2VIDEOINFO*>(format.pbFormat);
+    return pBlock->dwProfile > PROFILE_EXTENDED ? MFVideoFormat_YUY2 : MFVideoFormat_NV12;
+}
+
 HRESULT ChooseOutputType(IMFMediaSource* pSource, IMFMediaType* pMediaType)
 {
     IMFPresentationDescriptor* pPresentation = nullptr;
@@ -111,12 +107,10 @@ HRESULT ChooseOutputType(IMFMediaSource* pSource, IMFMediaType* pMediaType)
     for (DWORD i = 0; SUCCEEDED(hr) && i < dwCount; ++i)
     {
         AM_MEDIA_TYPE* pFormat = nullptr;
-        GUID guidSubtype = GUID_NULL;
         hr = TakeRepresentation(pHandler, i, &pFormat);
         if (FAILED(hr) || pFormat->majortype != MFMediaType_Video) continue;
-        hr = ChooseSubtype(*pFormat, &guidSubtype);
-        if (SUCCEEDED(hr)) hr = pMediaType->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
-        if (SUCCEEDED(hr)) hr = pMediaType->SetGUID(MF_MT_SUBTYPE, guidSubtype);
+        hr = pMediaType->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
+        if (SUCCEEDED(hr)) hr = pMediaType->SetGUID(MF_MT_SUBTYPE, ChooseRawSubtype(*pFormat));
     }
 
     SafeRelease(&pHandler);
