@@ -3,10 +3,9 @@
 #include <cstring>
 #include <new>
 
-#include "mp4_outputfile/mp4outputfile.h"
-#include "mp4filesimpl/capabilities.h"
-#include "mp4filesimpl/codectable.h"
 #include "common/modulestate.h"
+#include "mp4_outputfile/mp4outputfile.h"
+#include "mp4filesimpl/formattables.h"
 #include "mp4filesimpl/mp4inputfile.h"
 
 namespace
@@ -23,8 +22,6 @@ constexpr char INTERFACE_NAME[] = "IQmImageFormat";
 
 constexpr std::uint8_t PICTURE_BITS = 8;
 constexpr std::uint32_t PICTURE_COMPONENTS = 3;
-
-constexpr std::int32_t g_anFormatCapabilities[] = {6, 8, 9, 13, 15, 20, 21, CAPABILITY_LIST_END};
 
 template <std::size_t N>
 void CopyText(wchar_t (&wszTarget)[N], const wchar_t* pwszSource)
@@ -191,7 +188,7 @@ QmStatus CQmImageFormatMP4::GetQualityInfo(std::uint32_t uiIndex, CQmStringW& st
 
 QmStatus CQmImageFormatMP4::HasCapability(std::int32_t nCapability)
 {
-    return FindCapability(g_anFormatCapabilities, nCapability);
+    return FindCapability(nCapability);
 }
 
 QmStatus CQmImageFormatMP4::CheckPixelFormat(std::uint32_t, std::uint32_t, std::uint8_t uiBits,

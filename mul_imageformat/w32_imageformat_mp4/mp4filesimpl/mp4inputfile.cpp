@@ -3,15 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "mp4filesimpl/capabilities.h"
 #include "common/modulestate.h"
-
-namespace
-{
-
-constexpr std::int32_t g_anFileCapabilities[] = {6, 8, 9, 13, 15, 20, 21, CAPABILITY_LIST_END};
-
-}  // namespace
+#include "mp4filesimpl/formattables.h"
 
 // --- life ---
 
@@ -117,7 +110,7 @@ QmStatus CQmMP4InputFile::GetPictureFormat(std::uint32_t* puiWidth, std::uint32_
 
 QmStatus CQmMP4InputFile::HasCapability(std::int32_t nCapability)
 {
-    return FindCapability(g_anFileCapabilities, nCapability);
+    return FindCapability(nCapability);
 }
 
 // --- frames ---
