@@ -1,5 +1,8 @@
 // Frame times from hand-made boxes. Every expected list is worked out in the test or written down.
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <system_error>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -7,6 +10,7 @@
 #include "box_builder.h"
 #include "mp4filesimpl/boxwalk.h"
 #include "temporary_file.h"
+#include "tests/support/short_memory.h"
 
 namespace
 {
@@ -288,6 +292,144 @@ TEST(FrameTimes, AMediaHeaderOfSizeZeroIsReadOnce)
     strHeader.replace(0, 4, Word(0));  // the way on to its sibling leads back to it
     EXPECT_EQ(ReadTimes(FileType() + Movie(Track(strHeader + MediaInfo(SampleTable({{2, 40}}))))).m_nStatus,
               QM_ERR_FAIL);
+}
+
+// --- sparse files ---
+
+// A file whose size is forged too: after its contents come zeros that the disk doesn't hold.
+class CSparseFile
+{
+public:
+    CSparseFile(const std::string& strContents, std::uint64_t uiSize) : m_file(strContents)
+    {
+        std::error_code error;
+        std::filesystem::resize_file(m_file.NativePath(), uiSize, error);
+        m_bMade = !error;
+    }
+
+    bool IsMade() const { return m_bMade; }
+
+    SRead ReadTimes() const
+    {
+        SRead read = {};
+        read.m_nStatus = ReadFrameTimes(m_file.Path().c_str(), read.m_vTimes);
+        return read;
+    }
+
+private:
+    const CTemporaryFile m_file;
+    bool m_bMade = false;
+};
+
+constexpr std::uint32_t g_uiManySamples = 20'000'000;
+constexpr std::size_t g_uiMiB = std::size_t{1} << 20;
+
+TEST(FrameTimesOfSparseFiles, MoreSamplesThanTheFileHoldsBytesAreRefusedBeforeTheListGrows)
+{
+    const CSparseFile file(FileType() + Movie(Track(1000, {{g_uiManySamples, 40}})), std::uint64_t{1} << 30);
+    if (!file.IsMade()) GTEST_SKIP() << "no sparse files here";
+    const SRead read = file.ReadTimes();
+    EXPECT_EQ(read.m_nStatus, QM_ERR_FAIL);
+    EXPECT_LT(read.m_vTimes.capacity(), 1000U);
+}
+
+TEST(FrameTimesOfSparseFiles, ManyEntriesTogetherCannotPromiseMoreSamplesThanTheFileHoldsBytes)
+{
+    const CSparseFile file(FileType() + Movie(Track(1000, {{500'000, 40}, {500'000, 40}, {500'000, 40}})),
+                           std::uint64_t{1} << 30);
+    if (!file.IsMade()) GTEST_SKIP() << "no sparse files here";
+    const SRead read = file.ReadTimes();
+    EXPECT_EQ(read.m_nStatus, QM_ERR_FAIL);
+    EXPECT_LE(read.m_vTimes.size(), 1'000'001U);
+}
+
+// Ordinary files are read for their boxes only.
+TEST(FrameTimesOfSparseFiles, AFewSamplesNeedNoProof)
+{
+    const CSparseFile file(FileType() + Movie(Track(1000, {{1'000'000, 40}})), std::uint64_t{1} << 30);
+    if (!file.IsMade()) GTEST_SKIP() << "no sparse files here";
+    const SRead read = file.ReadTimes();
+    EXPECT_EQ(read.m_nStatus, QM_OK);
+    EXPECT_EQ(read.m_vTimes.size(), 1'000'000U);
+}
+
+TEST(FrameTimesOfSparseFiles, EntriesWithoutSamplesAreReadAMillionTimesAtMost)
+{
+    const auto WithEntries = [](std::uint32_t uiEntries) {
+        const std::string strTable = BoxOfSize(16, "stts", Word(0) + Word(uiEntries));
+        return FileType() + Movie(Track(MediaHeader(1000) + MediaInfo(strTable)));
+    };
+    const CSparseFile few(WithEntries(1'000'000), std::uint64_t{64} << 20);
+    const CSparseFile many(WithEntries(1'000'001), std::uint64_t{64} << 20);
+    if (!few.IsMade() || !many.IsMade()) GTEST_SKIP() << "no sparse files here";
+    EXPECT_EQ(few.ReadTimes().m_nStatus, QM_OK);
+    EXPECT_EQ(many.ReadTimes().m_nStatus, QM_ERR_FAIL);
+}
+
+// What a file really holds counts wherever it stands: the table goes on where it was left for the count.
+TEST(FrameTimesOfSparseFiles, ManySamplesAreBelievedOfAFileThatHoldsAByteForEach)
+{
+    const std::string strMovie = Movie(Track(1000, {{1'500'000, 10}, {0, 7}, {1'000'000, 20}, {1, 30}}));
+    const std::string strMdat = Box("mdat", std::string(3'000'000, 'm'));
+    const std::string strHole = Box("free", std::string(16 * g_uiMiB, '\0'));
+    for (const std::string& strFile : {strMovie + strMdat, strMdat + strMovie, strHole + strMdat + strMovie})
+    {
+        const SRead read = ReadTimes(strFile);
+        EXPECT_EQ(read.m_nStatus, QM_OK);
+        ASSERT_EQ(read.m_vTimes.size(), 2'500'001U);
+        EXPECT_EQ(read.m_vTimes[1'499'999], 14'999'990U);
+        EXPECT_EQ(read.m_vTimes[1'500'001], 15'000'020U);
+        EXPECT_EQ(read.m_vTimes[2'500'000], 35'000'000U);
+    }
+}
+
+TEST(FrameTimesOfSparseFiles, AByteLessThanSamplesIsTooFew)
+{
+    // Every byte but the media data's, counted in another way.
+    const auto WithMediaData = [](std::size_t uiBytes) {
+        return Movie(Track(1000, {{2'000'000, 40}})) +
+               Box("mdat", std::string(uiBytes, 'm') + std::string(g_uiMiB, '\0'));
+    };
+    const auto CountHeld = [](const std::string& strFile) {
+        return strFile.size() - static_cast<std::size_t>(std::count(strFile.begin(), strFile.end(), '\0'));
+    };
+    const std::size_t uiOther = CountHeld(WithMediaData(1'900'000)) - 1'900'000;
+    const std::string strEnough = WithMediaData(2'000'000 - uiOther);
+    const std::string strTooFew = WithMediaData(1'999'999 - uiOther);
+    ASSERT_EQ(CountHeld(strEnough), 2'000'000U);
+    ASSERT_EQ(CountHeld(strTooFew), 1'999'999U);
+    EXPECT_EQ(ReadTimes(strEnough).m_nStatus, QM_OK);
+    EXPECT_EQ(ReadTimes(strTooFew).m_nStatus, QM_ERR_FAIL);
+}
+
+// --- without memory ---
+
+std::ptrdiff_t CountOpenFiles()
+{
+    std::error_code error;
+    const std::filesystem::directory_iterator list("/proc/self/fd", error);
+    return error ? 0 : std::distance(list, std::filesystem::directory_iterator());
+}
+
+TEST(FrameTimes, NoMemoryForTheListFailsAndLeavesNoFileOpen)
+{
+    if (CountOpenFiles() == 0) GTEST_SKIP() << "no list of open files here";
+    const CTemporaryFile file(FileType() + Movie(Track(1000, {{100, 40}, {50, 20}})));
+    const std::wstring strPath = file.Path();
+    const std::ptrdiff_t nOpen = CountOpenFiles();
+    unsigned uiRefused = 1;
+    for (unsigned uiRequest = 1; uiRefused != 0; ++uiRequest)
+    {
+        Times vTimes;
+        QmStatus nStatus = QM_OK;
+        {
+            const CShortMemory memory(uiRequest);
+            EXPECT_NO_THROW(nStatus = ReadFrameTimes(strPath.c_str(), vTimes)) << uiRequest;
+            uiRefused = memory.GetRefused();
+        }
+        EXPECT_EQ(nStatus == QM_OK, uiRefused == 0) << uiRequest;
+        EXPECT_EQ(CountOpenFiles(), nOpen) << uiRequest;
+    }
 }
 
 }  // namespace

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstring>
-#include <new>
-#include <stdexcept>
+
+#include "common/bigendian.h"
+#include "common/withoutexceptions.h"
+#include "mp4filesimpl/heldbytes.h"
 
 namespace
 {
@@ -19,13 +21,16 @@ constexpr std::uint32_t BOX_STTS = BoxType("stts");
 constexpr int BOX_HEADER_BYTES = 8;
 
 // Boxes that one walk may look at. Sizes below 8 are taken as they stand, so a large file of nothing but tiny boxes
-// could keep the walk busy for hours; a file that needs more headers than this on the way to its times isn't served.
+// could keep the walk busy for hours. A file that needs more headers than this on the way to its times fails.
 constexpr std::uint32_t MAX_BOX_HEADERS = 1'000'000;
 
-std::uint32_t FromBigEndian(const unsigned char* pBytes)
-{
-    return std::uint32_t{pBytes[0]} << 24 | std::uint32_t{pBytes[1]} << 16 | std::uint32_t{pBytes[2]} << 8 | pBytes[3];
-}
+// Entries of the sample table that may be without samples. A table in the empty part of a sparse file has nothing else,
+// and as many as 32 bits can count.
+constexpr std::uint32_t MAX_EMPTY_ENTRIES = 1'000'000;
+
+// Samples that are believed of a file of enough bytes. More of them need as many bytes that aren't zero, since a sparse
+// file has a forged size too. A million samples are eleven hours of video, and 8 MB of memory.
+constexpr std::uint64_t SAMPLES_WITHOUT_PROOF = 1'000'000;
 
 class CBoxWalk
 {
@@ -37,7 +42,8 @@ public:
           m_nTimescale(nTimescale),
           m_bFoundMdhd(bFoundMdhd),
           m_bFoundMinf(bFoundMinf),
-          m_bFoundStts(bFoundStts)
+          m_bFoundStts(bFoundStts),
+          m_held(hFile)
     {}
 
     QmStatus Walk(std::int64_t nPosition, std::uint32_t uiTarget);
@@ -50,8 +56,9 @@ private:
     }
 
     bool ReadTimescale();
-    QmStatus ReadSampleTable(std::uint64_t uiFileSize);
-    bool AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta, std::uint64_t& uiRoom);
+    QmStatus ReadSampleTable(std::int64_t nPosition, std::uint64_t uiFileSize);
+    bool CanHold(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition);
+    bool AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta);
 
     QmFileHandle m_hFile;
     std::vector<std::uint64_t>& m_vTimes;
@@ -59,6 +66,7 @@ private:
     bool& m_bFoundMdhd;
     bool& m_bFoundMinf;
     bool& m_bFoundStts;
+    CHeldBytes m_held;
     std::uint32_t m_uiHeadersLeft = MAX_BOX_HEADERS;
 };
 
@@ -76,7 +84,7 @@ QmStatus CBoxWalk::Walk(std::int64_t nPosition, std::uint32_t uiTarget)
         std::array<unsigned char, 4> aSize;
         std::array<unsigned char, 4> aType;
         if (!Read(aSize) || !Read(aType)) return QM_ERR_FAIL;
-        const std::uint32_t uiSize = FromBigEndian(aSize.data());
+        const std::uint32_t uiSize = LoadBigEndian32(aSize.data());
         std::uint32_t uiType = 0;
         std::memcpy(&uiType, aType.data(), sizeof uiType);
 
@@ -88,8 +96,8 @@ QmStatus CBoxWalk::Walk(std::int64_t nPosition, std::uint32_t uiTarget)
 
         if (uiType != uiTarget)
         {
-            // A size of 0, "to the end of the file", would read the same header for ever. A size of 1, which
-            // announces 64 bits, isn't understood and moves on by its one byte.
+            // A size of 0, "to the end of the file", would read the same header without end. A size of 1, which
+            // announces 64 bits, isn't understood: the walk moves on by one byte.
             if (uiSize == 0 || !StepOver()) return QM_ERR_FAIL;
             continue;
         }
@@ -103,7 +111,7 @@ QmStatus CBoxWalk::Walk(std::int64_t nPosition, std::uint32_t uiTarget)
             return Walk(nBelow, BOX_MDIA);
 
         case BOX_MDIA:
-            // Not examined: a track with a broken media box is told by the flags that stay clear.
+            // Not examined: for a track with a broken media box the flags stay clear.
             Walk(nBelow, BOX_MDHD);
             return StepOver() ? QM_OK : QM_ERR_FAIL;
 
@@ -126,10 +134,10 @@ QmStatus CBoxWalk::Walk(std::int64_t nPosition, std::uint32_t uiTarget)
             return Walk(nBelow, BOX_STTS);
 
         case BOX_STTS:
-            return ReadSampleTable(uiFileSize);
+            return ReadSampleTable(nBelow, uiFileSize);
 
         default:
-            return QM_ERR_FAIL;  // found, but nothing is known of what lies in such a box
+            return QM_ERR_FAIL;  // found, but it isn't known what such a box holds
         }
     }
 }
@@ -142,50 +150,79 @@ bool CBoxWalk::ReadTimescale()
     // Times of creation and modification, wider in every version but the first.
     std::array<unsigned char, 8> aTimes;
     std::array<unsigned char, 16> aWideTimes;
-    const bool bNarrow = FromBigEndian(aVersion.data()) == 0;
+    const bool bNarrow = LoadBigEndian32(aVersion.data()) == 0;
     if (!(bNarrow ? Read(aTimes) : Read(aWideTimes))) return false;
 
     std::array<unsigned char, 4> aTimescale;
     if (!Read(aTimescale)) return false;
-    m_nTimescale = static_cast<std::int32_t>(FromBigEndian(aTimescale.data()));
+    m_nTimescale = static_cast<std::int32_t>(LoadBigEndian32(aTimescale.data()));
     return true;
 }
 
-QmStatus CBoxWalk::ReadSampleTable(std::uint64_t uiFileSize)
+QmStatus CBoxWalk::ReadSampleTable(std::int64_t nPosition, std::uint64_t uiFileSize)
 {
     std::array<unsigned char, 4> aVersion;
     std::array<unsigned char, 4> aEntryCount;
     if (!Read(aVersion) || !Read(aEntryCount)) return QM_ERR_FAIL;
+    nPosition += 8;
 
-    std::uint64_t uiRoom = uiFileSize;  // a sample takes at least a byte of its file
-    for (std::uint32_t uiEntries = FromBigEndian(aEntryCount.data()); uiEntries > 0; --uiEntries)
+    std::uint64_t uiSamples = 0;
+    std::uint32_t uiEmptyEntries = 0;
+    for (std::uint32_t uiEntries = LoadBigEndian32(aEntryCount.data()); uiEntries > 0; --uiEntries)
     {
         std::array<unsigned char, 8> aEntry;
         if (!Read(aEntry)) return QM_ERR_FAIL;
-        m_bFoundStts = AppendSamples(FromBigEndian(aEntry.data()), FromBigEndian(aEntry.data() + 4), uiRoom);
+        nPosition += 8;
+        const std::uint32_t uiCount = LoadBigEndian32(aEntry.data());
+        const std::uint32_t uiDelta = LoadBigEndian32(aEntry.data() + 4);
+        uiSamples += uiCount;
+        if (uiCount == 0) ++uiEmptyEntries;
+        m_bFoundStts = uiEmptyEntries <= MAX_EMPTY_ENTRIES && CanHold(uiSamples, uiFileSize, nPosition) &&
+                       AppendSamples(uiCount, uiDelta);
         if (!m_bFoundStts) return QM_ERR_FAIL;
     }
     return QM_OK;
 }
 
-// Gives false when the file can't hold uiCount more samples, or memory can't hold their times.
-bool CBoxWalk::AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta, std::uint64_t& uiRoom)
-try
+// Whether the file can hold that many samples, each of a byte at least. The file is at nPosition, before and after.
+bool CBoxWalk::CanHold(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition)
 {
-    if (uiCount > uiRoom) return false;
-    uiRoom -= uiCount;
-    std::uint64_t uiTime = m_vTimes.empty() ? 0 : m_vTimes.back();
-    for (; uiCount > 0; --uiCount)
-        m_vTimes.push_back(uiTime += uiDelta);
-    return true;
+    if (uiSamples > uiFileSize) return false;
+    if (uiSamples <= SAMPLES_WITHOUT_PROOF) return true;
+    return m_held.AreAtLeast(uiSamples) && QM_SeekFile(m_hFile, nPosition, QM_SEEK_BEGIN) == QM_OK;
 }
-catch (const std::bad_alloc&)
+
+// Returns false when there is no memory for their times.
+bool CBoxWalk::AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta)
 {
-    return false;
+    return WithoutExceptions(false, [&] {
+        std::uint64_t uiTime = m_vTimes.empty() ? 0 : m_vTimes.back();
+        std::size_t uiSample = m_vTimes.size();
+        m_vTimes.resize(uiSample + uiCount);  // at once: step by step, a long list would take three times its memory
+        for (; uiSample < m_vTimes.size(); ++uiSample)
+            m_vTimes[uiSample] = uiTime += uiDelta;
+        return true;
+    });
 }
-catch (const std::length_error&)
+
+// The times in ticks, scaled to milliseconds.
+QmStatus ReadTimesOf(QmFileHandle hFile, std::vector<std::uint64_t>& vTimes)
 {
-    return false;
+    vTimes.push_back(0);  // the start of the first frame; each later sum is one frame's end and the next one's start
+    std::int32_t nTimescale = 0;
+    bool bFoundMdhd = false;
+    bool bFoundMinf = false;
+    bool bFoundStts = false;
+    const QmStatus nStatus = WalkBoxes(hFile, 0, BOX_MOOV, vTimes, nTimescale, bFoundMdhd, bFoundMinf, bFoundStts);
+    if (nStatus != QM_OK) return nStatus;
+    if (nTimescale == 0) return QM_ERR_FAIL;
+
+    // Widened with its sign: a timescale of 2^31 and more is a huge divisor that makes every time 0.
+    const std::uint64_t uiTimescale = static_cast<std::uint64_t>(std::int64_t{nTimescale});
+    for (std::uint64_t& uiTime : vTimes)
+        uiTime = uiTime * 1000 / uiTimescale;
+    vTimes.pop_back();  // the end of the last frame
+    return bFoundMdhd && bFoundMinf && bFoundStts ? QM_OK : QM_ERR_FAIL;
 }
 
 }  // namespace
@@ -201,20 +238,7 @@ QmStatus ReadFrameTimes(const wchar_t* pwszPath, std::vector<std::uint64_t>& vTi
     QmFileHandle hFile = nullptr;
     if (QM_OpenFile(pwszPath, QM_FILE_READ, QM_SHARE_READ, -1, &hFile) != QM_OK) return QM_ERR_FILEOPEN;
 
-    vTimes.push_back(0);  // the start of the first frame; every sum behind it is an end and the next one's start
-    std::int32_t nTimescale = 0;
-    bool bFoundMdhd = false;
-    bool bFoundMinf = false;
-    bool bFoundStts = false;
-    const QmStatus nStatus = WalkBoxes(hFile, 0, BOX_MOOV, vTimes, nTimescale, bFoundMdhd, bFoundMinf, bFoundStts);
+    const QmStatus nStatus = WithoutExceptions(QM_ERR_FAIL, [&] { return ReadTimesOf(hFile, vTimes); });
     QM_CloseFile(hFile);
-    if (nStatus != QM_OK) return nStatus;
-    if (nTimescale == 0) return QM_ERR_FAIL;
-
-    // Widened with its sign: a timescale of 2^31 and more is a huge divisor that makes every time 0.
-    const std::uint64_t uiTimescale = static_cast<std::uint64_t>(std::int64_t{nTimescale});
-    for (std::uint64_t& uiTime : vTimes)
-        uiTime = uiTime * 1000 / uiTimescale;
-    vTimes.pop_back();  // the end of the last frame
-    return bFoundMdhd && bFoundMinf && bFoundStts ? QM_OK : QM_ERR_FAIL;
+    return nStatus;
 }

@@ -18,17 +18,20 @@ constexpr std::uint32_t BoxType(const char (&szType)[5])
     return uiType;
 }
 
-// Looks for the box uiTarget from nStart on, where the file stands already, and goes down from it: moov, trak, mdia,
-// mdhd and minf, stbl, stts. A level isn't bounded by the box that it lies in.
+// Looks for the box uiTarget from nStart on, which must be the file's position, and goes down from it: moov, trak, mdia,
+// mdhd and minf, stbl, stts. A level isn't bounded by its parent box.
 //
-// vTimes gets, behind what it holds, the running sums of the sample deltas in ticks of nTimescale: the end of each
-// sample. The flags say which boxes were met; they are set and never cleared, but for a sample table whose counts the
-// file can't hold, which isn't believed at all. 0, or QM_ERR_FAIL.
+// Appends to vTimes the running sums of the sample deltas in ticks of nTimescale: the end of each sample. The flags say
+// which boxes were found. They are set and never cleared, with one exception: bFoundStts is cleared when the table
+// counts more samples than the file can hold. Returns 0 or QM_ERR_FAIL.
 //
-// What goes wrong below mdia isn't told by the status: only the three flags say whether the list is complete.
+// The status doesn't report what goes wrong below mdia: only the three flags say whether the list is complete.
+//
+// A forged count costs little. Above a million samples, the file must have as many bytes that aren't zero. So the list
+// takes at most 8 MB and another 8 bytes for each byte that the file really holds.
 QmStatus WalkBoxes(QmFileHandle hFile, std::int64_t nStart, std::uint32_t uiTarget, std::vector<std::uint64_t>& vTimes,
                    std::int32_t& nTimescale, bool& bFoundMdhd, bool& bFoundMinf, bool& bFoundStts);
 
-// Appends to vTimes the start of every frame of the file's first track in whole milliseconds, the first 0. 0,
-// QM_ERR_FILEOPEN, or QM_ERR_FAIL when the boxes don't give a complete list; vTimes is then left as far as it came.
+// Appends to vTimes the start of every frame of the file's first track in whole milliseconds, the first 0. Returns 0,
+// QM_ERR_FILEOPEN, or QM_ERR_FAIL when the boxes don't give a complete list; vTimes then holds an unfinished one.
 QmStatus ReadFrameTimes(const wchar_t* pwszPath, std::vector<std::uint64_t>& vTimes);
