@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <system_error>
 
 #include "peak_memory.h"
 #include "support/module_host.h"
@@ -193,6 +194,86 @@ TEST_F(HostileFiles, ASampleCountThatTheFileCantHoldIsNotBelieved)
     ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
     EXPECT_EQ(3u, attributes.m_uiSequenceCount);
     EXPECT_EQ(3u, CachedTimes(file.Get()).size());
+}
+
+// --- sparse files: their size is forged too ---
+
+// Fields of a table box, counted from its payload.
+constexpr std::size_t g_uiEntryCount = 4;
+constexpr std::size_t g_uiFirstEntry = 8;
+constexpr std::size_t g_uiSampleSize = 4;  // of stsz
+constexpr std::size_t g_uiSampleCount = 8;
+
+constexpr std::uint32_t g_uiManySamples = 20'000'000;  // an index of them takes 480 MB
+constexpr std::uint32_t g_uiManyTimes = 60'000'000;    // a list of them does
+constexpr std::uint64_t g_uiForgedSize = std::uint64_t{1} << 40;
+
+class SparseFiles : public HostileFiles
+{
+protected:
+    // Opens and reads the file with g_uiForgedSize bytes.
+    void UseSparse(const Bytes& vFile, const std::string& strWhat)
+    {
+        const auto path = m_dir / "sparse.mp4";
+        WriteBytes(path, vFile);
+        std::error_code error;
+        std::filesystem::resize_file(path, g_uiForgedSize, error);
+        if (error) GTEST_SKIP() << "no sparse files here";
+        UseWhole(m_host, path, strWhat);
+    }
+
+    static std::size_t Payload(const Bytes& vFile, const std::string& strTable)
+    {
+        return FindBox(vFile, "moov/trak/mdia/minf/stbl/" + strTable).m_uiPayload;
+    }
+
+    // One entry of the table of durations counts the samples.
+    static void ForgeDurations(Bytes& vFile)
+    {
+        const std::size_t uiTable = Payload(vFile, "stts");
+        WriteBE32(vFile, uiTable + g_uiEntryCount, 1);
+        WriteBE32(vFile, uiTable + g_uiFirstEntry, g_uiManyTimes);
+    }
+};
+
+TEST_F(SparseFiles, ForgedDurationsTakeLittleTimeAndMemory)
+{
+    Bytes vFile = SmallVideo();
+    ForgeDurations(vFile);
+    UseSparse(vFile, "durations");
+}
+
+TEST_F(SparseFiles, ForgedSamplesOfOneSizeTakeLittleTimeAndMemory)
+{
+    Bytes vFile = SmallVideo();
+    ForgeDurations(vFile);
+    WriteBE32(vFile, Payload(vFile, "stsz") + g_uiSampleSize, 1);
+    WriteBE32(vFile, Payload(vFile, "stsz") + g_uiSampleCount, g_uiManySamples);
+    WriteBE32(vFile, Payload(vFile, "stsc") + g_uiFirstEntry + 4, g_uiManySamples);  // samples in each chunk
+    UseSparse(vFile, "samples of one size");
+}
+
+// The box and its parents are made to reach into the empty part of the file, where a table of zeros can be read.
+TEST_F(SparseFiles, TablesInTheEmptyPartOfTheFileTakeLittleTimeAndMemory)
+{
+    for (const char* const pszTable : {"stts", "ctts", "stsz", "stsc", "stss", "stco"})
+    {
+        Bytes vFile = SmallVideo();
+        const std::string strTable = std::string("moov/trak/mdia/minf/stbl/") + pszTable;
+        const Mp4Box table = FindBox(vFile, strTable);
+        std::vector<std::size_t> vHeaders = {table.m_uiHeader};
+        for (std::size_t uiEnd = strTable.rfind('/'); uiEnd != std::string::npos;
+             uiEnd = strTable.rfind('/', uiEnd - 1))
+        {
+            vHeaders.push_back(FindBox(vFile, strTable.substr(0, uiEnd)).m_uiHeader);
+        }
+        vFile.resize(table.m_uiEnd);
+        for (const std::size_t uiHeader : vHeaders)
+            WriteBE32(vFile, uiHeader, 0x7FFFFFFF);
+        const bool bSizes = strTable.ends_with("stsz");
+        WriteBE32(vFile, table.m_uiPayload + (bSizes ? g_uiSampleCount : g_uiEntryCount), 60'000'000);
+        UseSparse(vFile, pszTable);
+    }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Frame times from hand-made boxes. Every expected list is worked out in the test or written down.
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <iterator>
 #include <system_error>
@@ -366,13 +367,14 @@ TEST(FrameTimesOfSparseFiles, EntriesWithoutSamplesAreReadAMillionTimesAtMost)
     EXPECT_EQ(many.ReadTimes().m_nStatus, QM_ERR_FAIL);
 }
 
-// What a file really holds counts wherever it stands: the table goes on where it was left for the count.
-TEST(FrameTimesOfSparseFiles, ManySamplesAreBelievedOfAFileThatHoldsAByteForEach)
+// What a file really holds counts wherever it lies. The walk goes on in the table where it left it for the count.
+TEST(FrameTimesOfSparseFiles, ManySamplesAreBelievedOfAFileThatHoldsAByteFor16OfThem)
 {
     const std::string strMovie = Movie(Track(1000, {{1'500'000, 10}, {0, 7}, {1'000'000, 20}, {1, 30}}));
-    const std::string strMdat = Box("mdat", std::string(3'000'000, 'm'));
+    const std::string strMdat = Box("mdat", std::string(160'000, 'm'));
     const std::string strHole = Box("free", std::string(16 * g_uiMiB, '\0'));
-    for (const std::string& strFile : {strMovie + strMdat, strMdat + strMovie, strHole + strMdat + strMovie})
+    for (const std::string& strFile :
+         {strMovie + strMdat + strHole, strMdat + strMovie + strHole, strHole + strMdat + strMovie})
     {
         const SRead read = ReadTimes(strFile);
         EXPECT_EQ(read.m_nStatus, QM_OK);
@@ -383,23 +385,33 @@ TEST(FrameTimesOfSparseFiles, ManySamplesAreBelievedOfAFileThatHoldsAByteForEach
     }
 }
 
-TEST(FrameTimesOfSparseFiles, AByteLessThanSamplesIsTooFew)
+TEST(FrameTimesOfSparseFiles, OneByteLessIsTooFew)
 {
-    // Every byte but the media data's, counted in another way.
     const auto WithMediaData = [](std::size_t uiBytes) {
-        return Movie(Track(1000, {{2'000'000, 40}})) +
-               Box("mdat", std::string(uiBytes, 'm') + std::string(g_uiMiB, '\0'));
+        const std::string strMdat = Box("mdat", std::string(uiBytes, 'm') + std::string(2 * g_uiMiB, '\0'));
+        return Movie(Track(1000, {{1'600'000, 40}})) + strMdat;
     };
+    // Bytes that aren't zero, counted in another way than the walk does.
     const auto CountHeld = [](const std::string& strFile) {
         return strFile.size() - static_cast<std::size_t>(std::count(strFile.begin(), strFile.end(), '\0'));
     };
-    const std::size_t uiOther = CountHeld(WithMediaData(1'900'000)) - 1'900'000;
-    const std::string strEnough = WithMediaData(2'000'000 - uiOther);
-    const std::string strTooFew = WithMediaData(1'999'999 - uiOther);
-    ASSERT_EQ(CountHeld(strEnough), 2'000'000U);
-    ASSERT_EQ(CountHeld(strTooFew), 1'999'999U);
+    const std::size_t uiOther = CountHeld(WithMediaData(90'000)) - 90'000;
+    const std::string strEnough = WithMediaData(100'000 - uiOther);
+    const std::string strTooFew = WithMediaData(99'999 - uiOther);
+    ASSERT_EQ(CountHeld(strEnough), 100'000U);
+    ASSERT_EQ(CountHeld(strTooFew), 99'999U);
     EXPECT_EQ(ReadTimes(strEnough).m_nStatus, QM_OK);
     EXPECT_EQ(ReadTimes(strTooFew).m_nStatus, QM_ERR_FAIL);
+}
+
+// The zeros of a terabyte would take minutes to read.
+TEST(FrameTimesOfSparseFiles, ALongHoleIsNotReadToItsEnd)
+{
+    const CSparseFile file(FileType() + Movie(Track(1000, {{0xFFFFFFFF, 40}})), std::uint64_t{1} << 40);
+    if (!file.IsMade()) GTEST_SKIP() << "no sparse files here";
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(file.ReadTimes().m_nStatus, QM_ERR_FAIL);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
 }
 
 // --- without memory ---

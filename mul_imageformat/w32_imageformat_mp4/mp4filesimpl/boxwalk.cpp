@@ -28,9 +28,11 @@ constexpr std::uint32_t MAX_BOX_HEADERS = 1'000'000;
 // and as many as 32 bits can count.
 constexpr std::uint32_t MAX_EMPTY_ENTRIES = 1'000'000;
 
-// Samples that are believed of a file of enough bytes. More of them need as many bytes that aren't zero, since a sparse
-// file has a forged size too. A million samples are eleven hours of video, and 8 MB of memory.
+// Samples that are believed of a file of enough bytes. A million samples are eleven hours of video, and 8 MB of memory.
+// A sparse file has a forged size too, so more of them need bytes that aren't zero. One for 16 samples is enough, since
+// silent sound consists of zeros.
 constexpr std::uint64_t SAMPLES_WITHOUT_PROOF = 1'000'000;
+constexpr std::uint64_t SAMPLES_PER_HELD_BYTE = 16;
 
 class CBoxWalk
 {
@@ -189,7 +191,8 @@ bool CBoxWalk::CanHold(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::i
 {
     if (uiSamples > uiFileSize) return false;
     if (uiSamples <= SAMPLES_WITHOUT_PROOF) return true;
-    return m_held.AreAtLeast(uiSamples) && QM_SeekFile(m_hFile, nPosition, QM_SEEK_BEGIN) == QM_OK;
+    return m_held.AreAtLeast(uiSamples / SAMPLES_PER_HELD_BYTE) &&
+           QM_SeekFile(m_hFile, nPosition, QM_SEEK_BEGIN) == QM_OK;
 }
 
 // Returns false when there is no memory for their times.

@@ -18,8 +18,8 @@ constexpr std::uint32_t BoxType(const char (&szType)[5])
     return uiType;
 }
 
-// Looks for the box uiTarget from nStart on, which must be the file's position, and goes down from it: moov, trak, mdia,
-// mdhd and minf, stbl, stts. A level isn't bounded by its parent box.
+// Looks for the box uiTarget from nStart on, which must be the file's position, and goes down from it: moov, trak,
+// mdia, mdhd and minf, stbl, stts. A level isn't bounded by its parent box.
 //
 // Appends to vTimes the running sums of the sample deltas in ticks of nTimescale: the end of each sample. The flags say
 // which boxes were found. They are set and never cleared, with one exception: bFoundStts is cleared when the table
@@ -27,8 +27,8 @@ constexpr std::uint32_t BoxType(const char (&szType)[5])
 //
 // The status doesn't report what goes wrong below mdia: only the three flags say whether the list is complete.
 //
-// A forged count costs little. Above a million samples, the file must have as many bytes that aren't zero. So the list
-// takes at most 8 MB and another 8 bytes for each byte that the file really holds.
+// A forged count costs little: the file must have a byte for each sample, and above a million samples a byte that isn't
+// zero for every 16 of them. So the list takes at most 8 MB, or 128 bytes for each byte that the file really holds.
 QmStatus WalkBoxes(QmFileHandle hFile, std::int64_t nStart, std::uint32_t uiTarget, std::vector<std::uint64_t>& vTimes,
                    std::int32_t& nTimescale, bool& bFoundMdhd, bool& bFoundMinf, bool& bFoundStts);
 

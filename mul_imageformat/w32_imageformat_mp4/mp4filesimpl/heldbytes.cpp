@@ -8,10 +8,10 @@ namespace
 
 constexpr std::size_t STEP_BYTES = 64 * 1024;
 
-// Compressed samples, tables and sound have few zeros, but a file may begin with space that was set aside. Without a
-// limit, a sparse file of many terabytes would be read for hours.
+// A file may begin with space that was set aside, and silent sound consists of zeros. Without a limit, a sparse file of
+// many terabytes would be read for hours.
 constexpr std::uint64_t ZEROS_ALLOWED = std::uint64_t{64} << 20;
-constexpr std::uint64_t BYTES_PER_HELD_BYTE = 4;
+constexpr std::uint64_t BYTES_PER_HELD_BYTE = 64;
 
 }  // namespace
 

@@ -17,6 +17,9 @@ namespace
 constexpr const char* CONTAINERS = "mov,matroska,avi,asf,mpegts,mpeg,flv";
 constexpr int MAX_TOP_LEVEL_BOXES = 4096;
 
+constexpr std::uint64_t CLAIMS_WITHOUT_PROOF = 1'000'000;
+constexpr std::uint64_t CLAIMS_PER_HELD_BYTE = 16;
+
 HRESULT FromFfmpeg(int nError)
 {
     switch (nError)
@@ -45,14 +48,17 @@ HRESULT RequireRegularFile(const std::string& path)
     return std::filesystem::is_regular_file(status) ? S_OK : MF_E_UNSUPPORTED_BYTESTREAM_TYPE;
 }
 
-// A file whose tables claim more samples than it has bytes is refused before an index is made of them.
+// A file whose tables claim more samples than it has bytes is refused before an index is made of them. A sparse file
+// may have any size, so more than a million claims need bytes that aren't zero: one for 16 of them, since silent sound
+// consists of zeros.
 HRESULT RequireBelievableTables(const std::string& url)
 {
     AVIOContext* pIo = nullptr;
     const int nError = avio_open(&pIo, url.c_str(), AVIO_FLAG_READ);
     if (nError < 0) return FromFfmpeg(nError);
-    const bool bBelievable =
-        CountClaimedSamples(pIo) <= static_cast<std::uint64_t>(std::max<std::int64_t>(avio_size(pIo), 0));
+    const std::uint64_t uiClaimed = CountClaimedSamples(pIo);
+    const bool bBelievable = uiClaimed <= static_cast<std::uint64_t>(std::max<std::int64_t>(avio_size(pIo), 0)) &&
+                             (uiClaimed <= CLAIMS_WITHOUT_PROOF || HoldsBytes(pIo, uiClaimed / CLAIMS_PER_HELD_BYTE));
     avio_closep(&pIo);
     return bBelievable ? S_OK : MF_E_INVALID_FILE_FORMAT;
 }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 
@@ -147,6 +148,50 @@ TEST_F(HostileFiles, SamplesOfOneSizeThatAreThereAreNotTakenForAClaim)
     const std::size_t uiSizes = file.rfind("stsz");
     ASSERT_EQ(WordAt(file, uiSizes + 8), 1U);
     ASSERT_GT(WordAt(file, uiSizes + 12), file.size() / 2);
+    EXPECT_EQ(PlayWhatThereIs(path), S_OK);
+}
+
+// A sparse file has any size and holds next to nothing. Its empty part reads as zeros, also as a table of zeros.
+TEST_F(HostileFiles, MoreSamplesThanASparseFileHoldsBytesAreRefused)
+{
+    const std::string whole = MakeSmallFile();
+    const std::string path = m_directory.File("hostile.mp4");
+    const std::size_t uiSizes = whole.find("stsz");
+    const std::size_t uiChunks = whole.find("stsc");
+    constexpr std::uint32_t MANY = 2'000'000;
+    const auto OpenSparse = [&](const std::string& contents) {
+        WriteFile(path, contents);
+        std::filesystem::resize_file(path, std::uintmax_t{1} << 40);
+        return TestGraph().OpenSource(path);
+    };
+
+    std::string broken = whole;
+    SetWordAt(broken, uiSizes + 8, 1);
+    SetWordAt(broken, uiSizes + 12, MANY);
+    SetWordAt(broken, uiChunks + 16, MANY);
+    EXPECT_EQ(OpenSparse(broken), MF_E_INVALID_FILE_FORMAT);
+
+    // The table of sizes, and with it every box around it, reaches into the empty part.
+    broken = whole.substr(0, uiSizes - 4 + WordAt(whole, uiSizes - 4));
+    for (const char* const pszBox : {"moov", "trak", "mdia", "minf", "stbl", "stsz"})
+        SetWordAt(broken, whole.find(pszBox) - 4, 0x7fffffff);
+    SetWordAt(broken, uiSizes + 12, MANY);
+    EXPECT_EQ(OpenSparse(broken), MF_E_INVALID_FILE_FORMAT);
+}
+
+TEST_F(HostileFiles, SilentSoundIsNotTakenForAClaim)
+{
+    const std::string path = m_directory.File("silence.mov");
+    Recipe recipe;
+    recipe.m_nWidth = 96;
+    recipe.m_nHeight = 64;
+    recipe.m_nFrames = 750;
+    recipe.m_input = "-f lavfi -i anullsrc=r=48000:cl=mono:d=30";
+    recipe.m_output = "-c:a pcm_s16le -map 0:v -map 1:a";
+    MakeVideo(path, recipe);
+    const std::string file = ReadFile(path);
+    ASSERT_GT(WordAt(file, file.rfind("stsz") + 12), 1'000'000U);
+    ASSERT_LT(file.size() - static_cast<std::size_t>(std::count(file.begin(), file.end(), '\0')), 1'000'000U);
     EXPECT_EQ(PlayWhatThereIs(path), S_OK);
 }
 
