@@ -1,6 +1,7 @@
-// A sample grabber that is fed by hand.
+// A sample grabber that is fed by hand, with its store.
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,20 +15,27 @@ protected:
     static constexpr std::uint32_t WIDTH = 4;
     static constexpr std::uint32_t HEIGHT = 2;
 
-    Grabber() { EXPECT_EQ(SampleGrabberCB::Create(&m_pGrabber), S_OK); }
+    Grabber()
+    {
+        EXPECT_EQ(SampleGrabberCB::Create(&m_pGrabber), S_OK);
+        m_pStore = &m_pGrabber->GetStore();
+    }
     ~Grabber() override { m_pGrabber->Release(); }
 
-    // A play from uiStart on; uiLast as the highest index.
+    // A play from uiStart on that keeps what is stored; uiLast as the highest index.
     void Play(std::uint64_t uiStart, std::uint64_t uiLast = 1000)
     {
-        m_pGrabber->SetWindow(uiStart, uiStart, uiStart, uiLast, WIDTH, HEIGHT);
+        m_pStore->BeginFirstPlay(0, WIDTH, HEIGHT);
+        m_pStore->SetWindow(uiStart, uiStart, uiStart, uiLast, WIDTH, HEIGHT);
         m_uiNumber = static_cast<std::uint32_t>(uiStart);
     }
 
     void Request(std::uint64_t uiIndex, std::uint64_t uiBefore)
     {
-        m_pGrabber->m_uiRequested = uiIndex;
-        m_pGrabber->m_uiPrevRequested = uiBefore;
+        unsigned char abPixels[WIDTH * HEIGHT * 3];
+        QmStatus nStatus = QM_OK;
+        m_pStore->AskForFrame(uiBefore, abPixels, &nStatus);
+        m_pStore->AskForFrame(uiIndex, abPixels, &nStatus);
     }
 
     HRESULT Feed(const std::vector<unsigned char>& vSample)
@@ -42,18 +50,23 @@ protected:
             EXPECT_EQ(Feed(MakeNumberedSample(WIDTH, HEIGHT, m_uiNumber++)), S_OK);
     }
 
+    // The stored frames with indexes up to 300, in rising order.
     std::vector<std::uint64_t> Stored() const
     {
         std::vector<std::uint64_t> vIndexes;
-        for (const SQmGrabbedFrame* pFrame : m_pGrabber->m_lstFrames)
-            vIndexes.push_back(pFrame->m_uiFrameIndex);
+        for (std::uint64_t i = 0; i <= 300; ++i)
+        {
+            if (m_pStore->FindFrame(i) != nullptr) vIndexes.push_back(i);
+        }
+        EXPECT_EQ(vIndexes.size(), m_pStore->CountFrames());
         return vIndexes;
     }
 
-    // Takes the signal, if it is set.
-    static bool IsSet(HANDLE hEvent) { return WaitForSingleObject(hEvent, 0) == WAIT_OBJECT_0; }
+    // True once for a play that wants to be paused.
+    bool WantsPause() { return m_pStore->TakePauseRequest(); }
 
     SampleGrabberCB* m_pGrabber = nullptr;
+    CFrameStore* m_pStore = nullptr;
     std::uint32_t m_uiNumber = 0;
 };
 

@@ -1,4 +1,4 @@
-// What the grabber does with the samples that it gets.
+// What the grabber does with its samples.
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -23,11 +23,7 @@ std::vector<unsigned char> PixelsOf(const SQmGrabbedFrame* pFrame)
 class CountingGrabber : public Grabber
 {
 protected:
-    CountingGrabber()
-    {
-        constexpr std::uint64_t uiAll = ~std::uint64_t{0};
-        m_pGrabber->SetWindow(0, 0, uiAll, uiAll, 0xFFFFFFFF, 0xFFFFFFFF);
-    }
+    CountingGrabber() { m_pStore->CountSamples(); }
 
     HRESULT Count(LONGLONG llTime, LONGLONG llDuration)
     {
@@ -35,9 +31,21 @@ protected:
     }
 };
 
-TEST_F(CountingGrabber, WithoutSamplesTheListStaysEmpty)
+// The list of the samples before was taken away, and there are no new ones.
+TEST_F(CountingGrabber, WithoutSamplesTheListIsEmpty)
 {
-    EXPECT_TRUE(m_pGrabber->m_lstSampleTimes.empty());
+    EXPECT_EQ(Count(0, 400'000), S_OK);
+    EXPECT_THAT(m_pStore->TakeSampleTimes(), ElementsAre(0, 400'000));
+    EXPECT_THAT(m_pStore->TakeSampleTimes(), ElementsAre());
+}
+
+TEST_F(CountingGrabber, AWindowOfWidth0xFFFFFFFFCountsToo)
+{
+    Play(0);
+    constexpr std::uint64_t uiAll = ~std::uint64_t{0};
+    m_pStore->SetWindow(0, 0, uiAll, uiAll, 0xFFFFFFFF, 0xFFFFFFFF);
+    EXPECT_EQ(Count(0, 5), S_OK);
+    EXPECT_THAT(m_pStore->TakeSampleTimes(), ElementsAre(0, 5));
 }
 
 TEST_F(CountingGrabber, NSamplesLeaveNPlus1RunningSums)
@@ -45,22 +53,22 @@ TEST_F(CountingGrabber, NSamplesLeaveNPlus1RunningSums)
     EXPECT_EQ(Count(0, 400'000), S_OK);
     EXPECT_EQ(Count(400'000, 333'667), S_OK);
     EXPECT_EQ(Count(733'667, 0), S_OK);
-    EXPECT_THAT(m_pGrabber->m_lstSampleTimes, ElementsAre(0, 400'000, 733'667, 733'667));
+    EXPECT_THAT(m_pStore->TakeSampleTimes(), ElementsAre(0, 400'000, 733'667, 733'667));
 }
 
 TEST_F(CountingGrabber, TimeStampsAreNotLookedAt)
 {
     EXPECT_EQ(Count(9'000'000, 100), S_OK);
     EXPECT_EQ(Count(-5, 200), S_OK);
-    EXPECT_THAT(m_pGrabber->m_lstSampleTimes, ElementsAre(0, 100, 300));
+    EXPECT_THAT(m_pStore->TakeSampleTimes(), ElementsAre(0, 100, 300));
 }
 
-TEST_F(CountingGrabber, NoFrameIsStoredAndNothingIsSignalled)
+TEST_F(CountingGrabber, NoFrameIsStoredAndNoPauseIsWanted)
 {
     EXPECT_EQ(Count(0, 400'000), S_OK);
-    EXPECT_TRUE(m_pGrabber->m_lstFrames.empty());
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hFrameReady));
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_TRUE(Stored().empty());
+    m_pStore->BeginFirstPlay(0, WIDTH, HEIGHT);
+    EXPECT_FALSE(WantsPause());
 }
 
 // --- frame mode: numbers and pictures ---
@@ -70,22 +78,20 @@ TEST_F(Grabber, SamplesAreNumberedFromTheStartOfThePlay)
     Play(70);
     Deliver(3);
     EXPECT_EQ(Stored(), Range(70, 72));
-    EXPECT_EQ(m_pGrabber->m_uiDelivered, 72U);
-    EXPECT_EQ(m_pGrabber->m_uiNextFrame, 73U);
-    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(71)->m_Picture.m_pData), 71);
+    EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(71)->m_Picture.m_pData), 71);
 }
 
 TEST_F(Grabber, ASampleWhoseIndexIsStoredIsWrittenIntoItsRecord)
 {
     Play(0);
     Deliver(4);
-    const SQmGrabbedFrame* pSecond = m_pGrabber->FindFrame(2);
+    const SQmGrabbedFrame* pSecond = m_pStore->FindFrame(2);
     const unsigned char* pPixels = pSecond->m_Picture.m_pData;
 
-    m_pGrabber->SetWindow(2, 2, 2, 1000, WIDTH, HEIGHT);
+    m_pStore->SetWindow(2, 2, 2, 1000, WIDTH, HEIGHT);
     Feed(MakeNumberedSample(WIDTH, HEIGHT, 777));
     EXPECT_EQ(Stored(), Range(0, 3));
-    EXPECT_EQ(m_pGrabber->FindFrame(2), pSecond);
+    EXPECT_EQ(m_pStore->FindFrame(2), pSecond);
     EXPECT_EQ(pSecond->m_Picture.m_pData, pPixels);
     EXPECT_EQ(NumberInPicture(pPixels), 777);
 }
@@ -94,7 +100,7 @@ TEST_F(Grabber, ARecordIsAnEightBitPictureOfThreeComponents)
 {
     Play(0);
     Deliver(1);
-    const SQmPicBuf& picture = m_pGrabber->FindFrame(0)->m_Picture;
+    const SQmPicBuf& picture = m_pStore->FindFrame(0)->m_Picture;
     EXPECT_EQ(picture.m_uiWidth, WIDTH);
     EXPECT_EQ(picture.m_uiHeight, HEIGHT);
     EXPECT_EQ(picture.m_uiBits, 8);
@@ -103,14 +109,14 @@ TEST_F(Grabber, ARecordIsAnEightBitPictureOfThreeComponents)
     EXPECT_EQ(picture.m_uiSize, 24U);
 }
 
-// Rows of a sample lie 32, 64, ... bytes apart: twice the width, rounded up. The second row tells whether the right
+// Rows of a sample lie 32, 64, ... bytes apart: twice the width, rounded up. The second row shows whether the right
 // distance was taken; odd widths are those where pairs of pixels reach past the picture.
 TEST_F(Grabber, RowsOfASampleAreRoundedUpTo32BytesForOddWidthsToo)
 {
     for (const std::uint32_t uiWidth : {1U, 2U, 3U, 5U, 15U, 16U, 17U, 31U, 32U, 33U})
     {
-        m_pGrabber->ClearFrames(0);
-        m_pGrabber->SetWindow(0, 0, 0, 1000, uiWidth, 2);
+        m_pStore->ClearFrames(0);
+        m_pStore->SetWindow(0, 0, 0, 1000, uiWidth, 2);
         const std::uint32_t uiPitch = (uiWidth * 2 + 31) / 32 * 32;
         std::vector<unsigned char> vSample(uiPitch * 2, 128);
         for (std::uint32_t x = 0; x < uiWidth; ++x)
@@ -120,7 +126,7 @@ TEST_F(Grabber, RowsOfASampleAreRoundedUpTo32BytesForOddWidthsToo)
         }
         Feed(vSample);
 
-        const SQmPicBuf& picture = m_pGrabber->FindFrame(0)->m_Picture;
+        const SQmPicBuf& picture = m_pStore->FindFrame(0)->m_Picture;
         for (std::uint32_t x = 0; x < uiWidth; ++x)
         {
             ASSERT_EQ(picture.m_pData[3 * x], GreyOf(20 + x)) << uiWidth << " wide, pixel " << x;
@@ -133,13 +139,13 @@ TEST_F(Grabber, RowsOfASampleAreRoundedUpTo32BytesForOddWidthsToo)
 TEST_F(Grabber, NV12SamplesCountAndLeaveThePictureAsItWasMade)
 {
     const std::vector<unsigned char> vSample(WIDTH * HEIGHT * 3 / 2, 200);
-    m_pGrabber->m_bNV12 = true;
+    m_pStore->Connect(nullptr, nullptr, true);
     Play(0);
     EXPECT_EQ(Feed(vSample), S_OK);
     EXPECT_EQ(Feed(vSample), S_OK);
     ASSERT_EQ(Stored(), Range(0, 1));
-    ASSERT_NE(m_pGrabber->FindFrame(1)->m_Picture.m_pData, nullptr);
-    EXPECT_THAT(PixelsOf(m_pGrabber->FindFrame(1)), Each(0));
+    ASSERT_NE(m_pStore->FindFrame(1)->m_Picture.m_pData, nullptr);
+    EXPECT_THAT(PixelsOf(m_pStore->FindFrame(1)), Each(0));
 }
 
 TEST_F(Grabber, ASampleThatIsTooShortLeavesAFrameWithoutPixels)
@@ -150,8 +156,8 @@ TEST_F(Grabber, ASampleThatIsTooShortLeavesAFrameWithoutPixels)
     Feed(vSample);
     Deliver(1);
     EXPECT_EQ(Stored(), Range(0, 1));
-    EXPECT_EQ(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
-    EXPECT_NE(m_pGrabber->FindFrame(1)->m_Picture.m_pData, nullptr);
+    EXPECT_EQ(m_pStore->FindFrame(0)->m_Picture.m_pData, nullptr);
+    EXPECT_NE(m_pStore->FindFrame(1)->m_Picture.m_pData, nullptr);
 }
 
 TEST_F(Grabber, ASampleMayEndWithTheLastPixelOfItsLastRow)
@@ -160,8 +166,8 @@ TEST_F(Grabber, ASampleMayEndWithTheLastPixelOfItsLastRow)
     std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
     vSample.resize(32 * (HEIGHT - 1) + 2 * WIDTH);
     Feed(vSample);
-    ASSERT_NE(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
-    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(0)->m_Picture.m_pData), 5);
+    ASSERT_NE(m_pStore->FindFrame(0)->m_Picture.m_pData, nullptr);
+    EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(0)->m_Picture.m_pData), 5);
 }
 
 TEST_F(Grabber, AFrameWithoutPixelsGetsThemWhenItComesAgain)
@@ -169,11 +175,11 @@ TEST_F(Grabber, AFrameWithoutPixelsGetsThemWhenItComesAgain)
     Play(0);
     std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
     Feed(std::vector<unsigned char>(vSample.begin(), vSample.begin() + 4));
-    ASSERT_EQ(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
+    ASSERT_EQ(m_pStore->FindFrame(0)->m_Picture.m_pData, nullptr);
     Play(0);
     Feed(vSample);
-    ASSERT_NE(m_pGrabber->FindFrame(0)->m_Picture.m_pData, nullptr);
-    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(0)->m_Picture.m_pData), 5);
+    ASSERT_NE(m_pStore->FindFrame(0)->m_Picture.m_pData, nullptr);
+    EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(0)->m_Picture.m_pData), 5);
 }
 
 TEST_F(Grabber, ALongerSampleIsTakenFromItsBeginning)
@@ -182,55 +188,39 @@ TEST_F(Grabber, ALongerSampleIsTakenFromItsBeginning)
     std::vector<unsigned char> vSample = MakeNumberedSample(WIDTH, HEIGHT, 5);
     vSample.resize(vSample.size() + 64, 255);
     Feed(vSample);
-    EXPECT_EQ(NumberInPicture(m_pGrabber->FindFrame(0)->m_Picture.m_pData), 5);
+    EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(0)->m_Picture.m_pData), 5);
 }
 
 // --- frame mode: signals ---
 
-TEST_F(Grabber, TheRequestedFrameIsSignalledWhenItComes)
-{
-    Request(2, 1);
-    Play(0);
-    Deliver(2);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hFrameReady));
-    Deliver(1);
-    EXPECT_TRUE(IsSet(m_pGrabber->m_hFrameReady));
-    Deliver(1);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hFrameReady));
-}
-
 TEST_F(Grabber, TheFirstPlayCountsAsSequential)
 {
-    EXPECT_EQ(m_pGrabber->m_uiRequested, 0U);
-    EXPECT_EQ(m_pGrabber->m_uiPrevRequested, 0U);
-    EXPECT_EQ(m_pGrabber->GetWindowSize(), 48U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 48U);
     Play(0);
     Deliver(48);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_FALSE(WantsPause());
 }
 
 TEST_F(Grabber, TheSameFrameAndTheNextOneAreSequentialAndNoOther)
 {
     Request(7, 7);
-    EXPECT_EQ(m_pGrabber->GetWindowSize(), 48U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 48U);
     Request(8, 7);
-    EXPECT_EQ(m_pGrabber->GetWindowSize(), 48U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 48U);
     Request(9, 7);
-    EXPECT_EQ(m_pGrabber->GetWindowSize(), 8U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 8U);
     Request(6, 7);
-    EXPECT_EQ(m_pGrabber->GetWindowSize(), 8U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 8U);
 }
 
 TEST_F(Grabber, With49FramesAndTheRequestedOneTheOldestNothingIsDroppedAndAPauseIsAskedFor)
 {
     Play(0);
     Deliver(48);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_FALSE(WantsPause());
     Deliver(1);
-    EXPECT_TRUE(IsSet(m_pGrabber->m_hPauseRequest));
-    EXPECT_EQ(m_pGrabber->m_ePause, EPauseState::Wanted);
+    EXPECT_TRUE(WantsPause());
     EXPECT_EQ(Stored(), Range(0, 48));
-    EXPECT_EQ(m_pGrabber->m_uiNextFrame, 49U);
 }
 
 TEST_F(Grabber, ARandomRequestAsksForAPauseWith9Frames)
@@ -238,19 +228,19 @@ TEST_F(Grabber, ARandomRequestAsksForAPauseWith9Frames)
     Request(100, 3);
     Play(100);
     Deliver(8);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_FALSE(WantsPause());
     Deliver(1);
-    EXPECT_TRUE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_TRUE(WantsPause());
     EXPECT_EQ(Stored(), Range(100, 108));
 }
 
-TEST_F(Grabber, SamplesStillUnderWayAreStoredBehindTheLimit)
+TEST_F(Grabber, SamplesStillOnTheirWayAreStoredBeyondTheLimit)
 {
     Request(100, 3);
     Play(100);
     Deliver(11);
     EXPECT_EQ(Stored(), Range(100, 110));
-    EXPECT_EQ(m_pGrabber->m_uiNextFrame, 111U);
+    EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(110)->m_Picture.m_pData), 110);
 }
 
 TEST_F(Grabber, WhileTheHostFollowsOlderFramesAreDroppedAndThePlayGoesOn)
@@ -259,15 +249,15 @@ TEST_F(Grabber, WhileTheHostFollowsOlderFramesAreDroppedAndThePlayGoesOn)
     Play(0);
     Deliver(49);  // 0 goes, and 1 is one of the newest 48
     EXPECT_EQ(Stored(), Range(1, 48));
-    EXPECT_EQ(m_pGrabber->m_uiWindowStart, 1U);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_EQ(m_pStore->GetWindow().m_uiStart, 1U);
+    EXPECT_FALSE(WantsPause());
     Request(5, 4);
     Deliver(1);
     EXPECT_EQ(Stored(), Range(5, 49));
     Request(6, 5);
     Deliver(1);
     EXPECT_EQ(Stored(), Range(5, 50));  // there is room, and nothing is dropped
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_FALSE(WantsPause());
 }
 
 TEST_F(Grabber, NearTheLastFrameOfThePlayAPauseIsAskedFor)
@@ -275,7 +265,7 @@ TEST_F(Grabber, NearTheLastFrameOfThePlayAPauseIsAskedFor)
     Request(40, 39);
     Play(0, 48);
     Deliver(49);  // 48 is the last one: there is nothing to go on to
-    EXPECT_TRUE(IsSet(m_pGrabber->m_hPauseRequest));
+    EXPECT_TRUE(WantsPause());
 }
 
 // The walk back from the tail looks at the low 32 bits only, of the request and of the last frame.
@@ -285,19 +275,18 @@ TEST_F(Grabber, NearnessToTheTailIsJudgedByTheLow32Bits)
     Request(uiHigh + 40, uiHigh + 40);
     Play(0, 1000);
     Deliver(49);
-    EXPECT_FALSE(IsSet(m_pGrabber->m_hPauseRequest));  // 40 passes for the request
+    EXPECT_FALSE(WantsPause());  // 40 passes for the request
 
-    m_pGrabber->m_uiLastFrame = uiHigh + 10;
+    m_pStore->SetWindow(49, 49, 49, uiHigh + 10, WIDTH, HEIGHT);
     Deliver(1);
-    EXPECT_TRUE(IsSet(m_pGrabber->m_hPauseRequest));  // and 10 for the last frame
+    EXPECT_TRUE(WantsPause());  // and 10 for the last frame
 }
 
-TEST_F(Grabber, AnObjectThatGoesAwayStopsTheSessionAndTheLockIsFreeAfterwards)
+TEST_F(Grabber, AFileThatIsClosingStopsTheSessionAndTheLockIsFreeAfterwards)
 {
     std::atomic<bool> bStop{false};
     CScriptedSession session(SScript(), m_pGrabber);
-    m_pGrabber->m_pStopFlag = &bStop;
-    m_pGrabber->m_pSession = &session;
+    m_pStore->Connect(&session, &bStop, false);
     Play(0);
     Deliver(1);
     EXPECT_THAT(session.Calls(), ElementsAre());
@@ -305,13 +294,12 @@ TEST_F(Grabber, AnObjectThatGoesAwayStopsTheSessionAndTheLockIsFreeAfterwards)
     bStop = true;
     Deliver(1);
     EXPECT_THAT(session.Calls(), ElementsAre("Stop"));
-    EXPECT_EQ(Stored(), Range(0, 1));  // the sample is taken all the same
-    bool bFree = false;
-    std::thread([&] {
-        bFree = TryEnterCriticalSection(&m_pGrabber->m_Lock) != FALSE;
-        if (bFree) LeaveCriticalSection(&m_pGrabber->m_Lock);
-    }).join();
-    EXPECT_TRUE(bFree);
+    EXPECT_EQ(Stored(), Range(0, 1));                                     // the sample is stored all the same
+    std::thread([&] { EXPECT_EQ(m_pStore->CountFrames(), 2U); }).join();  // hangs while the lock is taken
+
+    m_pStore->Disconnect();
+    Deliver(1);
+    EXPECT_THAT(session.Calls(), ElementsAre("Stop"));
     session.Shutdown();
 }
 
@@ -331,7 +319,7 @@ TEST_F(Grabber, ItHasThreeInterfacesAndNoOther)
     EXPECT_EQ(pObject, nullptr);
 }
 
-TEST_F(Grabber, TheClockIsOfNoConcern)
+TEST_F(Grabber, TheClockIsNotUsed)
 {
     EXPECT_EQ(m_pGrabber->OnClockStart(1, 2), S_OK);
     EXPECT_EQ(m_pGrabber->OnClockStop(1), S_OK);

@@ -37,12 +37,11 @@ public:
         return vPixels;
     }
 
+    bool HasThreads() const { return m_Reader.IsRunning(); }
+    bool HasSource() const { return m_Graph.HasSource(); }
+
     using CQmMP4InputFile::m_Attributes;
     using CQmMP4InputFile::m_bOpen;
-    using CQmMP4InputFile::m_bTopologySet;
-    using CQmMP4InputFile::m_hPumpThread;
-    using CQmMP4InputFile::m_hWorkerThread;
-    using CQmMP4InputFile::m_pSource;
     using CQmMP4InputFile::m_vFrameTimesMs;
 };
 
@@ -77,9 +76,7 @@ TEST_F(InputFile, OpeningTellsShapeAndTimesAndStartsNoThread)
     EXPECT_EQ(attributes.m_uiCompression, 1);
     EXPECT_EQ(attributes.m_dCompressionParam, 1.0);
     EXPECT_EQ(file.m_vFrameTimesMs, Steps(30, 40));
-    EXPECT_EQ(file.m_hWorkerThread, nullptr);
-    EXPECT_EQ(file.m_hPumpThread, nullptr);
-    EXPECT_FALSE(file.m_bTopologySet);
+    EXPECT_FALSE(file.HasThreads());
 }
 
 // The picture data is cut off: a session that played the file would count hardly a sample of it.
@@ -131,7 +128,7 @@ TEST_F(InputFile, AFileThatTheWalkCannotFinishIsCountedFromItsSamples)
     ASSERT_EQ(file.Open(), QM_OK);
     EXPECT_EQ(file.m_vFrameTimesMs, Steps(60, 40));
     EXPECT_EQ(file.m_Attributes.m_uiSequenceCount, 60U);
-    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+    EXPECT_FALSE(file.HasThreads());
 }
 
 TEST_F(InputFile, AFragmentedFileIsCountedFromItsSamples)
@@ -195,7 +192,7 @@ TEST_F(InputFile, AFileThatIsNotThereFailsAndIsTriedAgain)
     CVideoFile file(m_format.Get(), later);
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
-    EXPECT_EQ(file.m_pSource, nullptr);
+    EXPECT_FALSE(file.HasSource());
     std::filesystem::copy_file(path, later);
     EXPECT_EQ(file.Open(), QM_OK);
     EXPECT_EQ(file.m_vFrameTimesMs, Steps(30, 40));
@@ -215,12 +212,15 @@ TEST_F(InputFile, AFileThatIsNoVideoFails)
 
 TEST_F(InputFile, AFileWithoutVideoStreamFailsAndIsNotTriedAgain)
 {
-    CVideoFile file(m_format.Get(), MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac"));
+    const auto path = WriteBeside(MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac"), ".copy.mp4",
+                                  BytesOf(MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac")));
+    CVideoFile file(m_format.Get(), path);
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
-    EXPECT_NE(file.m_pSource, nullptr);
-    const IMFMediaSource* pSource = file.m_pSource;
+    EXPECT_TRUE(file.HasSource());
+    // The file is a video by now, and isn't looked at again.
+    std::filesystem::copy_file(MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"), path,
+                               std::filesystem::copy_options::overwrite_existing);
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
-    EXPECT_EQ(file.m_pSource, pSource);
     EXPECT_EQ(file.Read(0), Pixels());
 }
 
@@ -344,7 +344,7 @@ TEST_F(InputFile, TheBlockOfTimesDoesNotOpenTheFile)
     CQmByteArray data;
     EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
     EXPECT_EQ(data.GetSize(), 0U);
-    EXPECT_EQ(file.m_pSource, nullptr);
+    EXPECT_FALSE(file.HasSource());
     EXPECT_FALSE(file.m_bOpen);
 
     ASSERT_EQ(file.Open(), QM_OK);

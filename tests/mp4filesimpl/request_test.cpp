@@ -1,4 +1,4 @@
-// Requests that need no worker's skill, and the end of a file object in every state.
+// Requests that are answered without a play, and the end of a file object in every state.
 #include <gtest/gtest.h>
 
 #include "scripted_file.h"
@@ -25,7 +25,7 @@ TEST_F(Request, ANullBufferGivesZeroAndNothingElseHappens)
     EXPECT_EQ(file.ReadFrame(5, nullptr, nullptr, nullptr), QM_OK);
     EXPECT_EQ(file.ReadFrame(5000, nullptr, nullptr, nullptr), QM_OK);
     EXPECT_TRUE(file.Session().Calls().empty());
-    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+    EXPECT_FALSE(file.HasThreads());
 }
 
 TEST_F(Request, AnIndexPastTheEndIsRefusedAtOnce)
@@ -34,7 +34,7 @@ TEST_F(Request, AnIndexPastTheEndIsRefusedAtOnce)
     EXPECT_EQ(file.ReadNumber(100), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(0xFFFFFFFFU), QM_ERR_FAIL);
     EXPECT_TRUE(file.Session().Calls().empty());
-    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+    EXPECT_FALSE(file.HasThreads());
 }
 
 TEST_F(Request, AFileWithoutFramesRefusesEveryIndex)
@@ -69,7 +69,7 @@ TEST_F(Request, ATopologyThatIsRefusedRefusesFrames)
     script.m_hrSetTopology = E_FAIL;
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
-    EXPECT_EQ(file.m_hWorkerThread, nullptr);
+    EXPECT_FALSE(file.HasThreads());
 }
 
 TEST_F(Request, ATileIsServedFromTheTopLeftInFullWidthOnlyAndGivesTheWholeFrame)
@@ -99,7 +99,7 @@ TEST_F(Request, ATileOfAFileThatIsNotOpenIsRefused)
 
 // --- the end, in every state ---
 
-TEST_F(Request, AFileThatNobodyReadIsDestroyed)
+TEST_F(Request, AFileThatWasNeverReadIsDestroyed)
 {
     CScriptedFile file(m_format.Get(), Script());
 }
@@ -116,7 +116,7 @@ TEST_F(Request, AFileThatPlaysIsDestroyed)
     SScript script = Script();
     script.m_vTimesMs = EvenTimes(20'000, 1);
     script.m_fnPause = [](int) { return E_FAIL; };  // it plays on and on
-    script.m_bKeepsOn = true;
+    script.m_pace = {};
     for (int i = 0; i < 20; ++i)
     {
         CScriptedFile file(m_format.Get(), script);
@@ -124,7 +124,7 @@ TEST_F(Request, AFileThatPlaysIsDestroyed)
     }
 }
 
-TEST_F(Request, AFileWhosePauseIsUnderWayIsDestroyed)
+TEST_F(Request, AFileThatIsAboutToBePausedIsDestroyed)
 {
     for (std::uint32_t i = 0; i < 40; ++i)
     {
@@ -134,7 +134,7 @@ TEST_F(Request, AFileWhosePauseIsUnderWayIsDestroyed)
     }
 }
 
-TEST_F(Request, AFileWhoseSessionTellsNothingIsDestroyed)
+TEST_F(Request, AFileWhoseSessionReportsNothingIsDestroyed)
 {
     SScript script = Script();
     script.m_bSilent = true;
@@ -142,7 +142,7 @@ TEST_F(Request, AFileWhoseSessionTellsNothingIsDestroyed)
     EXPECT_EQ(file.ReadNumber(3), 3);
 }
 
-TEST_F(Request, AFileWhoseSessionTellsNothingAndRefusesToStopIsDestroyed)
+TEST_F(Request, AFileWhoseSessionReportsNothingAndRefusesToStopIsDestroyed)
 {
     SScript script = Script();
     script.m_bSilent = true;

@@ -40,11 +40,10 @@ public:
     CScriptedFile(CQmImageFormatMP4* pFormat, const SScript& script, std::vector<std::uint64_t> vTimesMs)
         : CQmMP4InputFile(pFormat, CQmStringW(), false, nullptr)
     {
-        SampleGrabberCB::Create(&m_pGrabber);
-        m_pGrabber->m_pStopFlag = &m_bStop;
-        m_pScripted = new CScriptedSession(script, m_pGrabber);
-        m_pSession = m_pScripted;
-        m_pGrabber->m_pSession = m_pSession;
+        SampleGrabberCB* pGrabber = nullptr;
+        EXPECT_EQ(SampleGrabberCB::Create(&pGrabber), S_OK);
+        m_pScripted = new CScriptedSession(script, pGrabber);
+        m_Graph.Adopt(m_pScripted, pGrabber, &m_bStop, false);
         m_vFrameTimesMs = std::move(vTimesMs);
         m_Attributes.m_uiWidth = script.m_uiWidth;
         m_Attributes.m_uiHeight = script.m_uiHeight;
@@ -56,7 +55,7 @@ public:
         m_bOpen = true;
     }
 
-    // Reads frame uiIndex. Gives the number in its picture, or the status if that isn't 0.
+    // Reads frame uiIndex. Returns the number in its picture, or the status if that isn't 0.
     int ReadNumber(std::uint32_t uiIndex)
     {
         std::vector<unsigned char> vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight);
@@ -64,69 +63,46 @@ public:
         return nStatus != QM_OK ? nStatus : NumberInPicture(vPixels.data());
     }
 
-    bool IsStored(std::uint64_t uiIndex) const
-    {
-        CGrabberLock lock(m_pGrabber);
-        return m_pGrabber->FindFrame(uiIndex) != nullptr;
-    }
+    bool IsStored(std::uint64_t uiIndex) const { return Store().FindFrame(uiIndex) != nullptr; }
 
-    std::size_t StoredFrames() const
+    // Waits until the current play is over and the worker has seen, twice, that no other is needed. It looks at the
+    // request whenever nothing plays, and signals each time that the frame is stored. The first signal may be one left
+    // from before. For use after a read that returned its frame.
+    void WaitForRest()
     {
-        CGrabberLock lock(m_pGrabber);
-        return m_pGrabber->m_lstFrames.size();
-    }
-
-    // Waits until the current play is over and the worker has seen, twice, that no other is called for. It looks at
-    // the request whenever nothing plays, tells each time that the frame is there, and decides under the same lock.
-    // For use behind a read that gave its frame.
-    void WaitForRest() const
-    {
-        constexpr DWORD LIMIT_MS = 30'000;
+        constexpr std::chrono::seconds LIMIT{30};
         const auto begin = std::chrono::steady_clock::now();
-        const auto IsLate = [&] {
-            return std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(LIMIT_MS);
-        };
-        for (int nSeen = 0; nSeen < 2;)
+        std::vector<unsigned char> vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight);
+        for (int nSeen = 0; nSeen < 3;)
         {
             const std::size_t uiCalls = m_pScripted->Calls().size();
-            bool bRests = PrepareToSeeTheWorkerLook();
+            bool bRests = !Store().IsPlaying();
             if (bRests)
             {
-                bRests = WaitForSingleObject(m_pGrabber->m_hFrameReady, LIMIT_MS) == WAIT_OBJECT_0;
-                CGrabberLock lock(m_pGrabber);
-                bRests = bRests && m_pGrabber->m_nRunning == 0 && m_pScripted->Calls().size() == uiCalls;
+                ASSERT_EQ(Store().WaitForFrame(vPixels.data()), QM_OK);
+                bRests = !Store().IsPlaying() && m_pScripted->Calls().size() == uiCalls;
             }
             else
             {
                 Sleep(1);
             }
             nSeen = bRests ? nSeen + 1 : 0;
-            ASSERT_FALSE(IsLate()) << "the worker doesn't come to rest";
+            ASSERT_LT(std::chrono::steady_clock::now() - begin, LIMIT) << "the worker doesn't come to rest";
         }
     }
 
     CScriptedSession& Session() { return *m_pScripted; }
-    SampleGrabberCB& Grabber() { return *m_pGrabber; }
+    CFrameStore& Store() const { return *m_Graph.GetStore(); }
+    bool HasThreads() const { return m_Reader.IsRunning(); }
 
     using CQmMP4InputFile::m_Attributes;
     using CQmMP4InputFile::m_bOpen;
     using CQmMP4InputFile::m_bWrittenFile;
     using CQmMP4InputFile::m_dJulianDay;
-    using CQmMP4InputFile::m_hPumpThread;
-    using CQmMP4InputFile::m_hWorkerThread;
     using CQmMP4InputFile::m_strPath;
     using CQmMP4InputFile::m_vFrameTimesMs;
 
 private:
-    // False while something plays.
-    bool PrepareToSeeTheWorkerLook() const
-    {
-        CGrabberLock lock(m_pGrabber);
-        if (m_pGrabber->m_nRunning != 0) return false;
-        ResetEvent(m_pGrabber->m_hFrameReady);
-        return true;
-    }
-
     CScriptedSession* m_pScripted;
 };
 

@@ -1,11 +1,19 @@
 #include "scripted_session.h"
 
 #include <algorithm>
-#include <chrono>
+
+#include <gtest/gtest.h>
 
 #include "mp4filesimpl/samplegrabber.h"
 #include "numbered_picture.h"
 #include "support/scripted_event.h"
+
+namespace
+{
+
+constexpr std::chrono::seconds LONGEST_HOLD{30};
+
+}  // namespace
 
 CScriptedSession::CScriptedSession(SScript script, SampleGrabberCB* pGrabber)
     : m_script(std::move(script)), m_pGrabber(pGrabber), m_player([this] { Run(); })
@@ -46,7 +54,7 @@ STDMETHODIMP_(ULONG) CScriptedSession::Release()
     return nLeft;
 }
 
-// --- what is asked ---
+// --- calls ---
 
 STDMETHODIMP CScriptedSession::SetTopology(DWORD, IMFTopology*)
 {
@@ -135,7 +143,7 @@ STDMETHODIMP CScriptedSession::SetRate(BOOL, float fRate)
     return S_OK;
 }
 
-// --- what is told ---
+// --- events ---
 
 STDMETHODIMP CScriptedSession::GetEvent(DWORD, IMFMediaEvent** ppEvent)
 {
@@ -148,7 +156,7 @@ STDMETHODIMP CScriptedSession::GetEvent(DWORD, IMFMediaEvent** ppEvent)
     return S_OK;
 }
 
-void CScriptedSession::Tell(MediaEventType eType, HRESULT hrStatus)
+void CScriptedSession::Report(MediaEventType eType, HRESULT hrStatus)
 {
     if (m_script.m_bSilent && eType != MESessionStopped) return;
     const std::lock_guard lock(m_mtx);
@@ -156,11 +164,12 @@ void CScriptedSession::Tell(MediaEventType eType, HRESULT hrStatus)
     m_cv.notify_all();
 }
 
-// --- what is played ---
+// --- the player ---
 
 void CScriptedSession::Run()
 {
     std::unique_lock lock(m_mtx);
+    const auto HasWork = [this] { return m_bShutDown || !m_commands.empty(); };
     while (!m_bShutDown)
     {
         if (!m_commands.empty())
@@ -174,14 +183,21 @@ void CScriptedSession::Run()
         }
         else if (m_bPlaying && !m_bHeld)
         {
+            const std::size_t uiPicture = m_uiNext;
             lock.unlock();
             DeliverNext();
-            m_bHeld = !m_script.m_bKeepsOn && IsPauseWanted();
+            m_bHeld = m_bPlaying && m_script.m_fnHold(uiPicture);
             lock.lock();
+            if (!m_bHeld) m_cv.wait_for(lock, m_script.m_pace, HasWork);
+        }
+        else if (m_bPlaying)
+        {
+            m_bHeld = m_cv.wait_for(lock, LONGEST_HOLD, HasWork);
+            if (!m_bHeld) ADD_FAILURE() << "no call came after picture " << m_uiNext - 1;
         }
         else
         {
-            m_cv.wait(lock);
+            m_cv.wait(lock, HasWork);
         }
     }
 }
@@ -192,9 +208,9 @@ void CScriptedSession::Obey(const SCommand& command)
     {
     case ECommand::Seek: {
         for (const MediaEventType eStale : m_script.m_fnStale(command.m_nNumber))
-            Tell(eStale, S_OK);
+            Report(eStale, S_OK);
         const HRESULT hrStarted = m_script.m_fnStarted(command.m_nNumber);
-        Tell(MESessionStarted, hrStarted);
+        Report(MESessionStarted, hrStarted);
         m_bPlaying = SUCCEEDED(hrStarted);
         const std::lock_guard lock(m_mtx);
         m_uiNext = command.m_uiPicture;
@@ -211,21 +227,15 @@ void CScriptedSession::Obey(const SCommand& command)
             const std::lock_guard lock(m_mtx);
             m_bPaused = SUCCEEDED(hrPaused);
         }
-        Tell(MESessionPaused, hrPaused);
+        Report(MESessionPaused, hrPaused);
         break;
     }
 
     case ECommand::Stop:
         m_bPlaying = false;
-        Tell(MESessionStopped, S_OK);
+        Report(MESessionStopped, S_OK);
         break;
     }
-}
-
-bool CScriptedSession::IsPauseWanted() const
-{
-    CGrabberLock lock(m_pGrabber);
-    return m_pGrabber->m_ePause != EPauseState::NotWanted;
 }
 
 void CScriptedSession::DeliverNext()
@@ -238,10 +248,9 @@ void CScriptedSession::DeliverNext()
     if (uiPicture >= m_script.m_vTimesMs.size())
     {
         m_bPlaying = false;
-        Tell(MESessionEnded, S_OK);
+        Report(MESessionEnded, S_OK);
         return;
     }
-    if (uiPicture >= m_script.m_uiSlowFrom) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const std::uint32_t uiNumber = m_script.m_uiFirstNumber + static_cast<std::uint32_t>(uiPicture);
     const std::vector<unsigned char> vSample = MakeNumberedSample(m_script.m_uiWidth, m_script.m_uiHeight, uiNumber);
     const std::size_t uiBytes = uiPicture == m_script.m_uiShortSample ? vSample.size() / 2 : vSample.size();

@@ -1,8 +1,9 @@
-// A media session without a file behind it: plays numbered pictures into a sample grabber, keeps a record of what is
-// asked of it, and misbehaves where a test tells it to.
+// A media session without a file: plays numbered pictures into a sample grabber, keeps a record of the calls that it
+// gets, and misbehaves where its script says so.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -28,19 +29,20 @@ struct SScript
     std::uint32_t m_uiHeight = 2;
     std::uint32_t m_uiFirstNumber = 0;       // that the first picture carries
     std::size_t m_uiShortSample = SIZE_MAX;  // number of a picture that comes too short
-    std::size_t m_uiSlowFrom = SIZE_MAX;     // pictures from here on take 1 ms each
+    std::chrono::microseconds m_pace{100};   // from one picture to the next
     int m_nLate = 2;                         // pictures still delivered after a pause was asked for
-    bool m_bKeepsOn = false;                 // doesn't wait for the pause that a sample has caused
-    bool m_bSilent = false;                  // tells nothing but that it was stopped
-    bool m_bNoRates = false;                 // has no rate control
+    // Whether the session waits for a call after that picture: the code under test must make one there.
+    std::function<bool(std::size_t)> m_fnHold = [](std::size_t) { return false; };
+    bool m_bSilent = false;   // reports nothing but that it was stopped
+    bool m_bNoRates = false;  // has no rate control
     HRESULT m_hrSetTopology = S_OK;
     HRESULT m_hrStop = S_OK;
-    // By number of the call, from 0: what the call gives, and the status that the event of it brings.
+    // By number of the call, from 0: what the call returns, and the status of its event.
     std::function<HRESULT(int)> m_fnStart = [](int) { return S_OK; };
     std::function<HRESULT(int)> m_fnStarted = [](int) { return S_OK; };
     std::function<HRESULT(int)> m_fnPause = [](int) { return S_OK; };
     std::function<HRESULT(int)> m_fnPaused = [](int) { return S_OK; };
-    // Told at every call of Start, on the caller's thread.
+    // Called by every Start, on the caller's thread.
     std::function<void(int)> m_fnOnStart = [](int) {};
     // Events that are sent just before the n-th MESessionStarted.
     std::function<std::vector<MediaEventType>(int)> m_fnStale = [](int) { return std::vector<MediaEventType>(); };
@@ -97,9 +99,8 @@ private:
 
     void Run();
     void Obey(const SCommand& command);
-    bool IsPauseWanted() const;
     void DeliverNext();
-    void Tell(MediaEventType eType, HRESULT hrStatus);
+    void Report(MediaEventType eType, HRESULT hrStatus);
 
     const SScript m_script;
     SampleGrabberCB* const m_pGrabber;
@@ -118,7 +119,7 @@ private:
     bool m_bPaused = false;
 
     bool m_bPlaying = false;  // the player's thread only, as is the next
-    bool m_bHeld = false;     // the pause is about to come
+    bool m_bHeld = false;     // waits for a call
     std::atomic<std::size_t> m_uiDelivered{0};
     std::thread m_player;
 };

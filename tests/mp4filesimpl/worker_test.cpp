@@ -1,7 +1,8 @@
-// Where the worker plays, and which picture comes under which index: on a session whose every move is known.
+// Where the worker plays, and which picture comes under which index: on a session whose every step is known.
 #include <algorithm>
 #include <chrono>
 #include <random>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ SScript EvenScript(std::size_t uiCount)
     return script;
 }
 
-// What the grabber was told before a start.
+// The state of the store at a start.
 struct SSetUp
 {
     std::uint64_t m_uiStart;
@@ -37,21 +38,19 @@ struct SSetUp
     bool operator==(const SSetUp&) const = default;
 };
 
-// Notes the window of every start of a script's session. The grabber is filled in by the test, once there is one.
+// Notes the window of every start of a script's session. The store is filled in by the test, once there is one.
 struct SWindowNotes
 {
-    std::atomic<SampleGrabberCB*> m_pGrabber{nullptr};
+    std::atomic<CFrameStore*> m_pStore{nullptr};
     std::mutex m_mtx;
     std::vector<SSetUp> m_vSetUps;
 
     std::function<void(int)> Noter()
     {
         return [this](int) {
-            SampleGrabberCB* pGrabber = m_pGrabber;
-            CGrabberLock lock(pGrabber);
+            const SFrameWindow window = m_pStore.load()->GetWindow();
             const std::lock_guard notes(m_mtx);
-            m_vSetUps.push_back({pGrabber->m_uiWindowStart, pGrabber->m_uiWindowEnd, pGrabber->m_uiLastFrame,
-                                 pGrabber->m_lstFrames.size()});
+            m_vSetUps.push_back({window.m_uiStart, window.m_uiEnd, window.m_uiLast, m_pStore.load()->CountFrames()});
         };
     }
 
@@ -61,6 +60,12 @@ struct SWindowNotes
         return m_vSetUps;
     }
 };
+
+// Holds after these pictures.
+std::function<bool(std::size_t)> HoldAfter(std::set<std::size_t> pictures)
+{
+    return [pictures](std::size_t uiPicture) { return pictures.contains(uiPicture); };
+}
 
 TEST_F(Worker, FramesReadInOrderAreTheRightOnes)
 {
@@ -95,7 +100,7 @@ TEST_F(Worker, TheFirstWindowOfALongFileIs48Frames)
     SScript script = EvenScript(200);
     script.m_fnOnStart = notes.Noter();
     CScriptedFile file(m_format.Get(), script);
-    notes.m_pGrabber = &file.Grabber();
+    notes.m_pStore = &file.Store();
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();
     ASSERT_FALSE(notes.Get().empty());
@@ -109,7 +114,7 @@ TEST_F(Worker, TheFirstWindowOfAShortFileEndsAtItsLastFrame)
     SScript script = EvenScript(10);
     script.m_fnOnStart = notes.Noter();
     CScriptedFile file(m_format.Get(), script);
-    notes.m_pGrabber = &file.Grabber();
+    notes.m_pStore = &file.Store();
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();
     EXPECT_THAT(notes.Get(), ElementsAre(SSetUp{0, 9, 9, 0}));
@@ -120,9 +125,10 @@ TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
 {
     SWindowNotes notes;
     SScript script = EvenScript(300);
+    script.m_fnHold = HoldAfter({108});
     script.m_fnOnStart = notes.Noter();
     CScriptedFile file(m_format.Get(), script);
-    notes.m_pGrabber = &file.Grabber();
+    notes.m_pStore = &file.Store();
     EXPECT_EQ(file.ReadNumber(200), 200);
     file.WaitForRest();
     const std::size_t uiBefore = file.Session().Calls().size();
@@ -133,11 +139,11 @@ TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
     std::vector<std::string> vCalls = file.Session().Calls();
     vCalls.erase(vCalls.begin(), vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore));
     EXPECT_THAT(vCalls, ElementsAre("SetRate 0", "Start 4000", "Pause"));
-    // The window ends at its start when the one before lay behind the request.
+    // The window ends at its start when the one before began after the request.
     EXPECT_EQ(notes.Get().at(uiSetUps), (SSetUp{100, 100, 299, 0}));
     EXPECT_FALSE(file.IsStored(200));
-    EXPECT_TRUE(file.IsStored(108));
-    EXPECT_FALSE(file.IsStored(100 + 9 + 2));  // 8 + 1, and the two that were under way
+    EXPECT_TRUE(file.IsStored(110));  // 8 + 1, and the two that were on their way
+    EXPECT_FALSE(file.IsStored(111));
 }
 
 TEST_F(Worker, AJumpForwardsHasAWindowOf8)
@@ -146,7 +152,7 @@ TEST_F(Worker, AJumpForwardsHasAWindowOf8)
     SScript script = EvenScript(300);
     script.m_fnOnStart = notes.Noter();
     CScriptedFile file(m_format.Get(), script);
-    notes.m_pGrabber = &file.Grabber();
+    notes.m_pStore = &file.Store();
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();
     EXPECT_EQ(file.ReadNumber(150), 150);
@@ -154,16 +160,17 @@ TEST_F(Worker, AJumpForwardsHasAWindowOf8)
     EXPECT_EQ(notes.Get().back(), (SSetUp{150, 158, 299, 0}));
 }
 
-// Frames 0 to 48 and two late ones fill the store. The request for the frame after the first is near enough to the
-// tail that the play goes on behind it, from where it was paused.
-TEST_F(Worker, TheNextFrameIsSequentialAndThePlayGoesOnBehindTheTail)
+// Frames 0 to 48 fill the store. The request for the frame after the first is near enough to the tail that the play
+// continues after it, from where it was paused.
+TEST_F(Worker, TheNextFrameIsSequentialAndThePlayContinuesAfterTheTail)
 {
     SScript script = EvenScript(300);
     script.m_nLate = 0;
+    script.m_fnHold = HoldAfter({48, 49});
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();
-    EXPECT_EQ(file.StoredFrames(), 49U);
+    EXPECT_EQ(file.Store().CountFrames(), 49U);
     EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Pause"));
 
     EXPECT_EQ(file.ReadNumber(0), 0);  // the same frame: the oldest of 49 is not among the newest 48
@@ -181,6 +188,7 @@ TEST_F(Worker, AStoredFrameNearTheTailIsNoReasonToSeek)
 {
     SScript script = EvenScript(300);
     script.m_nLate = 0;
+    script.m_fnHold = HoldAfter({108, 112});
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(100), 100);
     file.WaitForRest();  // 100 to 108 are stored
@@ -216,15 +224,20 @@ TEST_F(Worker, AFileThatWasPlayedToItsEndPlaysAgain)
     EXPECT_EQ(file.ReadNumber(0), 0);
 }
 
-TEST_F(Worker, TheStoreHoldsNoMoreThanItsLimitAndWhatWasUnderWay)
+// In order, with a rest after each frame. From the 49th picture on, every one fills the store again, and three more are
+// on their way then.
+TEST_F(Worker, TheStoreHoldsNoMoreThanItsLimitAndWhatWasOnItsWay)
 {
-    SScript script = EvenScript(400);
+    SScript script = EvenScript(120);
     script.m_nLate = 3;
+    script.m_fnHold = [](std::size_t uiPicture) { return uiPicture >= 48; };
     CScriptedFile file(m_format.Get(), script);
-    for (std::uint32_t i = 0; i < 400; i += 7)
+    for (std::uint32_t i = 0; i < 60; ++i)
     {
         ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
-        ASSERT_LE(file.StoredFrames(), 49U + 3U);
+        file.WaitForRest();
+        ASSERT_LE(file.Store().CountFrames(), 49U + 3U) << i;
+        ASSERT_TRUE(file.IsStored(i + 48)) << i;
     }
 }
 
@@ -271,6 +284,7 @@ TEST_F(Worker, ARunLongerThanTheStoreIsPlayedOnWhereItWasPaused)
     SScript script;
     script.m_vTimesMs.assign(60, 5);
     script.m_nLate = 0;
+    script.m_pace = std::chrono::milliseconds(1);
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), 0);
     EXPECT_EQ(file.ReadNumber(58), 58);  // brings the beginning of the run to rest, in one way or another
@@ -287,7 +301,7 @@ TEST_F(Worker, ARunLongerThanTheStoreIsPlayedOnWhereItWasPaused)
 
 // --- requests that can't be served ---
 
-TEST_F(Worker, AFrameThatTheFileHasNotGotIsRefusedAndTheOthersAreServed)
+TEST_F(Worker, AFrameThatTheFileDoesNotHaveIsRefusedAndTheOthersAreServed)
 {
     CScriptedFile file(m_format.Get(), EvenScript(100), EvenTimes(120, 40));
     EXPECT_EQ(file.ReadNumber(50), 50);
@@ -297,7 +311,7 @@ TEST_F(Worker, AFrameThatTheFileHasNotGotIsRefusedAndTheOthersAreServed)
     EXPECT_EQ(file.ReadNumber(0), 0);
 }
 
-TEST_F(Worker, APromiseOfFramesBehindTheEndDoesNotKeepTheSessionStarting)
+TEST_F(Worker, FramesListedAfterTheEndDoNotKeepTheSessionStarting)
 {
     CScriptedFile file(m_format.Get(), EvenScript(10), EvenTimes(12, 40));
     EXPECT_EQ(file.ReadNumber(9), 9);
@@ -309,8 +323,8 @@ TEST_F(Worker, APromiseOfFramesBehindTheEndDoesNotKeepTheSessionStarting)
     EXPECT_EQ(file.ReadNumber(3), 3);
 }
 
-// The session has ended and can't go on behind the stored frames; looking for their millisecond anew brings old ones.
-TEST_F(Worker, FramesPromisedBehindTheEndInAMillisecondThatOthersShareAreRefused)
+// The session has ended and can't continue after the stored frames. A seek to their millisecond brings old ones.
+TEST_F(Worker, FramesListedAfterTheEndInAMillisecondThatOthersShareAreRefused)
 {
     SScript script;
     script.m_vTimesMs.assign(30, 5);
@@ -419,20 +433,20 @@ TEST_F(Worker, EndsOfAnEarlierPlayDoNotEndTheCurrentOne)
 TEST_F(Worker, OnePlayIsPausedOnce)
 {
     SScript script = EvenScript(300);
-    script.m_nLate = 20;  // each asks for the pause again
+    script.m_nLate = 20;  // each wants the pause again
+    script.m_fnHold = HoldAfter({48});
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();
     EXPECT_EQ(file.Session().CountCalls("Pause"), 1);
 }
 
-TEST_F(Worker, APauseThatFailsIsAskedForAgain)
+TEST_F(Worker, APauseThatFailsIsTriedAgain)
 {
     SScript script = EvenScript(3000);
     script.m_fnPause = [](int nPause) { return nPause == 1 ? E_FAIL : S_OK; };
     script.m_fnPaused = [](int nPause) { return nPause == 2 ? E_FAIL : S_OK; };
-    script.m_uiSlowFrom = 100;
-    script.m_bKeepsOn = true;
+    script.m_pace = std::chrono::milliseconds(1);
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), 0);
     file.WaitForRest();

@@ -1,19 +1,211 @@
-// The store of decoded frames. Callers hold the grabber's lock.
+#include "mp4filesimpl/framestore.h"
+
+#include <algorithm>
+#include <cstring>
 #include <new>
 
-#include "mp4filesimpl/samplegrabber.h"
+#include "colour/colourconversion.h"
 
 namespace
 {
 
+constexpr std::uint32_t COUNTING_MODE = 0xFFFFFFFF;
+constexpr std::uint64_t NO_FRAME = ~std::uint64_t{0};
+
 constexpr std::uint32_t SEQUENTIAL_WINDOW = 48;
 constexpr std::uint32_t RANDOM_WINDOW = 8;
 
+// YUY2 samples: 2 bytes per pixel, rows rounded up to 32 bytes.
+std::uint32_t GetSamplePitch(std::uint32_t uiWidth)
+{
+    return ((2 * uiWidth - 1) & ~31U) + 32;
+}
+
+// Bytes up to the last pair of pixels; nothing is read of what pads the last row.
+std::uint64_t GetSampleSize(const SQmPicBuf& sample)
+{
+    if (sample.m_uiHeight == 0) return 0;
+    return std::uint64_t{sample.m_uiWidthBytes} * (sample.m_uiHeight - 1) +
+           (std::uint64_t{sample.m_uiWidth} + 1) / 2 * 4;
+}
+
+// A frame without pixels is refused.
+QmStatus CopyFrame(const SQmGrabbedFrame& frame, void* pBuffer)
+{
+    if (frame.m_Picture.m_pData == nullptr) return QM_ERR_FAIL;
+    std::memcpy(pBuffer, frame.m_Picture.m_pData, frame.m_Picture.m_uiSize);
+    return QM_OK;
+}
+
 }  // namespace
 
-bool SampleGrabberCB::SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::uint64_t uiEnd, std::uint64_t uiLast,
-                                std::uint32_t uiWidth, std::uint32_t uiHeight)
+CFrameStore::CFrameStore()
+    : m_hFrameReady(nullptr),
+      m_hPauseRequest(nullptr),
+      m_uiWidth(0),
+      m_uiHeight(0),
+      m_uiWindowStart(0),
+      m_uiWindowEnd(0),
+      m_uiLastFrame(0),
+      m_uiNextFrame(0),
+      m_uiDelivered(0),
+      m_uiRequested(0),
+      m_uiPrevRequested(0),
+      m_pSession(nullptr),
+      m_pStopFlag(nullptr),
+      m_bNV12(false),
+      m_bRunning(false),
+      m_ePause(EPauseState::NotWanted),
+      m_uiRequestNumber(0),
+      m_bRequestFailed(false),
+      m_bPlaysEnded(false)
+{}
+
+CFrameStore::~CFrameStore()
 {
+    ClearFrames(0);
+    if (m_hFrameReady != nullptr) CloseHandle(m_hFrameReady);
+    if (m_hPauseRequest != nullptr) CloseHandle(m_hPauseRequest);
+}
+
+HRESULT CFrameStore::MakeEvents()
+{
+    m_hFrameReady = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    m_hPauseRequest = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    return m_hFrameReady != nullptr && m_hPauseRequest != nullptr ? S_OK : E_FAIL;
+}
+
+// --- samples ---
+
+void CFrameStore::Connect(IMFMediaSession* pSession, std::atomic<bool>* pStopFlag, bool bNV12)
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_pSession = pSession;
+    m_pStopFlag = pStopFlag;
+    m_bNV12 = bNV12;
+}
+
+void CFrameStore::Disconnect()
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_pSession = nullptr;
+    m_pStopFlag = nullptr;
+}
+
+HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBuffer, DWORD dwSampleSize)
+{
+    {
+        const CSectionLock lock(m_Lock.Get());
+        if (m_uiWidth == COUNTING_MODE) return CountSample(llSampleDuration);
+
+        // The worker may be waiting for an event of the session. The sample is stored all the same: no caller looks
+        // at it any more.
+        if (IsClosing() && m_pSession != nullptr) m_pSession->Stop();
+
+        StoreSample(pSampleBuffer, dwSampleSize);
+        m_uiDelivered = m_uiNextFrame;
+        if (m_uiDelivered == m_uiRequested) SetEvent(m_hFrameReady);
+
+        const bool bMore = WantsMoreSamples();
+        ++m_uiNextFrame;
+        if (bMore) return S_OK;
+        if (m_ePause == EPauseState::NotWanted) m_ePause = EPauseState::Wanted;
+    }
+    SetEvent(m_hPauseRequest);
+    return S_OK;
+}
+
+void CFrameStore::CountSamples()
+{
+    SetWindow(0, 0, NO_FRAME, NO_FRAME, COUNTING_MODE, COUNTING_MODE);
+}
+
+// The start of each sample, and the end of the last.
+HRESULT CFrameStore::CountSample(LONGLONG llSampleDuration)
+try
+{
+    if (m_lstSampleTimes.empty()) m_lstSampleTimes.push_back(0);
+    const ULONGLONG ullEnd = static_cast<ULONGLONG>(m_lstSampleTimes.back()) + static_cast<ULONGLONG>(llSampleDuration);
+    m_lstSampleTimes.push_back(static_cast<LONGLONG>(ullEnd));
+    return S_OK;
+}
+catch (const std::bad_alloc&)
+{
+    return E_OUTOFMEMORY;
+}
+
+std::list<LONGLONG> CFrameStore::TakeSampleTimes()
+{
+    const CSectionLock lock(m_Lock.Get());
+    return std::move(m_lstSampleTimes);
+}
+
+void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
+{
+    SQmGrabbedFrame* pFrame = FindOrAppendFrame(m_uiNextFrame);
+    // NV12 samples don't become pictures: the frame counts, and its pixels stay as they were made.
+    if (pFrame == nullptr || m_bNV12) return;
+
+    SQmPicBuf sample = pFrame->m_Picture;
+    sample.m_pData = const_cast<BYTE*>(pSampleBuffer);
+    sample.m_uiWidthBytes = GetSamplePitch(sample.m_uiWidth);
+    if (GetSampleSize(sample) > dwSampleSize)
+    {
+        // Not a picture of the announced size. A request for this frame fails.
+        SQmPicBufAPI_Base::Free(&pFrame->m_Picture);
+        return;
+    }
+    ConvertYuy2ToBgr(pFrame->m_Picture, sample);
+}
+
+// A frame that is stored already comes again when a play starts before the store's tail. Its record is used again, and
+// gets pixels if it has none.
+//
+// Null when there is no memory for it. The numbering of the samples goes on all the same.
+SQmGrabbedFrame* CFrameStore::FindOrAppendFrame(std::uint64_t uiIndex)
+try
+{
+    SQmGrabbedFrame* pFrame = Find(uiIndex);
+    if (pFrame == nullptr)
+    {
+        m_lstFrames.push_back(nullptr);
+        pFrame = AllocateFrameRecord();
+        m_lstFrames.back() = pFrame;
+        if (pFrame == nullptr) return nullptr;
+        pFrame->m_uiFrameIndex = uiIndex;
+        SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
+    }
+    if (pFrame->m_Picture.m_pData == nullptr)
+    {
+        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, 8, 3, false);
+    }
+    return pFrame;
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
+}
+
+SQmGrabbedFrame* CFrameStore::AllocateFrameRecord()
+{
+    return new (std::nothrow) SQmGrabbedFrame{};
+}
+
+// Whether the play goes on after the sample that was just stored.
+bool CFrameStore::WantsMoreSamples()
+{
+    const std::uint32_t uiWindow = GetWindowSize();
+    if (m_lstFrames.size() <= uiWindow) return true;
+    TrimFrames();
+    return IsNearTail(static_cast<std::uint32_t>(m_uiRequested), uiWindow, static_cast<std::uint32_t>(m_uiLastFrame));
+}
+
+// --- frames ---
+
+bool CFrameStore::SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::uint64_t uiEnd, std::uint64_t uiLast,
+                            std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    const CSectionLock lock(m_Lock.Get());
     m_uiWidth = uiWidth;
     m_uiHeight = uiHeight;
     m_uiLastFrame = uiLast;
@@ -21,13 +213,25 @@ bool SampleGrabberCB::SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, st
     m_uiNextFrame = uiStart;
     m_uiWindowEnd = uiEnd;
 
-    bool bStored = FindFrame(uiFrame) != nullptr;
+    bool bStored = Find(uiFrame) != nullptr;
     for (std::uint64_t i = uiStart; bStored && i < uiEnd; ++i)
-        bStored = FindFrame(i) != nullptr;
+        bStored = Find(i) != nullptr;
     return bStored;
 }
 
-SQmGrabbedFrame* SampleGrabberCB::FindFrame(std::uint64_t uiIndex) const
+SFrameWindow CFrameStore::GetWindow() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return {m_uiWindowStart, m_uiWindowEnd, m_uiLastFrame, m_uiWidth, m_uiHeight};
+}
+
+const SQmGrabbedFrame* CFrameStore::FindFrame(std::uint64_t uiIndex) const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return Find(uiIndex);
+}
+
+SQmGrabbedFrame* CFrameStore::Find(std::uint64_t uiIndex) const
 {
     for (SQmGrabbedFrame* pFrame : m_lstFrames)
     {
@@ -36,8 +240,9 @@ SQmGrabbedFrame* SampleGrabberCB::FindFrame(std::uint64_t uiIndex) const
     return nullptr;
 }
 
-bool SampleGrabberCB::IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, std::uint32_t uiLast) const
+bool CFrameStore::IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, std::uint32_t uiLast) const
 {
+    const CSectionLock lock(m_Lock.Get());
     if (m_lstFrames.empty() || m_lstFrames.back() == nullptr) return false;
     if (m_lstFrames.back()->m_uiFrameIndex >= uiLast) return false;
     for (auto it = m_lstFrames.rbegin(); it != m_lstFrames.rend() && uiWindow > 0; ++it, --uiWindow)
@@ -47,8 +252,9 @@ bool SampleGrabberCB::IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, 
     return false;
 }
 
-void SampleGrabberCB::ClearFrames(std::size_t uiKeep)
+void CFrameStore::ClearFrames(std::size_t uiKeep)
 {
+    const CSectionLock lock(m_Lock.Get());
     while (m_lstFrames.size() > uiKeep)
     {
         SQmGrabbedFrame* pFrame = m_lstFrames.front();
@@ -59,11 +265,11 @@ void SampleGrabberCB::ClearFrames(std::size_t uiKeep)
     }
 }
 
-// The pixels go and the records stay allocated, unlike in ClearFrames: a record that somebody has found stays valid
-// across a trim, without its pixels.
-void SampleGrabberCB::TrimFrames()
+// Unlike ClearFrames it leaves the records allocated. That is part of the design.
+void CFrameStore::TrimFrames()
 {
-    if (FindFrame(m_uiRequested) == nullptr) return;
+    const CSectionLock lock(m_Lock.Get());
+    if (Find(m_uiRequested) == nullptr) return;
     while (m_lstFrames.front() != nullptr && m_lstFrames.front()->m_uiFrameIndex < m_uiRequested)
     {
         SQmPicBufAPI_Base::Free(&m_lstFrames.front()->m_Picture);
@@ -72,13 +278,164 @@ void SampleGrabberCB::TrimFrames()
     m_uiWindowStart = m_uiRequested;
 }
 
-SQmGrabbedFrame* SampleGrabberCB::AllocateFrameRecord()
+std::uint32_t CFrameStore::GetWindowSize() const
 {
-    return new (std::nothrow) SQmGrabbedFrame{};
-}
-
-std::uint32_t SampleGrabberCB::GetWindowSize() const
-{
+    const CSectionLock lock(m_Lock.Get());
     const bool bSequential = m_uiRequested == m_uiPrevRequested || m_uiRequested == m_uiPrevRequested + 1;
     return bSequential ? SEQUENTIAL_WINDOW : RANDOM_WINDOW;
+}
+
+std::size_t CFrameStore::CountFrames() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return m_lstFrames.size();
+}
+
+// --- the host's requests ---
+
+bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pnStatus)
+{
+    const CSectionLock lock(m_Lock.Get());
+    const SQmGrabbedFrame* pFrame = Find(uiIndex);
+    m_uiPrevRequested = m_uiRequested;
+    m_uiRequested = uiIndex;
+    ++m_uiRequestNumber;
+    m_bRequestFailed = false;
+    if (pFrame != nullptr)
+    {
+        *pnStatus = CopyFrame(*pFrame, pBuffer);
+        return true;
+    }
+    // Before any other thread can see the request, so that no signal for it is lost.
+    ResetEvent(m_hFrameReady);
+    *pnStatus = QM_ERR_FAIL;
+    return m_bPlaysEnded;
+}
+
+QmStatus CFrameStore::WaitForFrame(void* pBuffer)
+{
+    for (;;)
+    {
+        WaitForSingleObject(m_hFrameReady, INFINITE);
+        const CSectionLock lock(m_Lock.Get());
+        const SQmGrabbedFrame* pFrame = Find(m_uiRequested);
+        if (pFrame != nullptr) return CopyFrame(*pFrame, pBuffer);
+        if (m_bRequestFailed || m_bPlaysEnded) return QM_ERR_FAIL;
+        // The signal came without the frame: it was dropped again, or there was no memory for it. QM_OK would leave
+        // the host with another picture under its index, so the worker tries again.
+    }
+}
+
+// --- plays ---
+
+void CFrameStore::BeginFirstPlay(std::uint64_t uiEnd, std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    const CSectionLock lock(m_Lock.Get());
+    SetWindow(0, 0, uiEnd, uiEnd, uiWidth, uiHeight);
+    m_bRunning = true;
+}
+
+bool CFrameStore::BeginPlay(const std::function<SPlayDecision(const SRestingStore&)>& fnDecide,
+                            std::uint64_t uiLastFrame, std::uint32_t uiWidth, std::uint32_t uiHeight,
+                            SPlayDecision* pDecision)
+{
+    const CSectionLock lock(m_Lock.Get());
+    if (IsClosing()) return false;
+
+    SRestingStore store = {};
+    store.m_uiRequested = m_uiRequested;
+    store.m_uiRequestNumber = m_uiRequestNumber;
+    store.m_bStored = Find(m_uiRequested) != nullptr;
+    store.m_bNearTail =
+        IsNearTail(static_cast<std::uint32_t>(m_uiRequested), GetWindowSize(), static_cast<std::uint32_t>(uiLastFrame));
+    if (store.m_bNearTail) store.m_uiNewest = m_lstFrames.back()->m_uiFrameIndex;
+    store.m_uiNextFrame = m_uiNextFrame;
+    if (store.m_bStored) SetEvent(m_hFrameReady);
+
+    *pDecision = fnDecide(store);
+    switch (pDecision->m_eKind)
+    {
+    case SPlayDecision::EKind::Rest:
+        break;
+
+    case SPlayDecision::EKind::Refuse:
+        m_bRequestFailed = true;
+        SetEvent(m_hFrameReady);
+        break;
+
+    case SPlayDecision::EKind::Play:
+        SetUpPlay(pDecision->m_Play, uiLastFrame, uiWidth, uiHeight);
+        break;
+    }
+    return true;
+}
+
+void CFrameStore::SetUpPlay(const SPlay& play, std::uint64_t uiLastFrame, std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    std::uint64_t uiEnd = std::min(uiLastFrame, play.m_uiStart + GetWindowSize());
+    if (m_uiWindowStart > m_uiRequested) uiEnd = play.m_uiStart;
+
+    if (!play.m_bNearTail) ClearFrames(0);
+    SetWindow(m_uiRequested, play.m_uiStart, uiEnd, uiLastFrame, uiWidth, uiHeight);
+    if (play.m_bNearTail) TrimFrames();
+
+    m_bRunning = true;
+    m_ePause = EPauseState::NotWanted;
+    ResetEvent(m_hPauseRequest);
+}
+
+bool CFrameStore::IsPlaying() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return m_bRunning;
+}
+
+void CFrameStore::EndPlay()
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_bRunning = false;
+}
+
+void CFrameStore::EndPlays()
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_bRunning = false;
+    m_bPlaysEnded = true;
+    SetEvent(m_hFrameReady);
+}
+
+// --- pauses ---
+
+void CFrameStore::WaitForPauseRequest()
+{
+    WaitForSingleObject(m_hPauseRequest, INFINITE);
+    ResetEvent(m_hPauseRequest);
+}
+
+bool CFrameStore::TakePauseRequest()
+{
+    const CSectionLock lock(m_Lock.Get());
+    if (!m_bRunning || m_ePause != EPauseState::Wanted) return false;
+    m_ePause = EPauseState::Asked;
+    return true;
+}
+
+void CFrameStore::WithdrawPause()
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_ePause = EPauseState::NotWanted;
+}
+
+// Under the lock, since BeginPlay clears the event under it unless the flag is set.
+void CFrameStore::Close()
+{
+    const CSectionLock lock(m_Lock.Get());
+    if (m_pStopFlag != nullptr) *m_pStopFlag = true;
+    SetEvent(m_hPauseRequest);
+}
+
+bool CFrameStore::IsClosing() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return m_pStopFlag != nullptr && *m_pStopFlag;
 }

@@ -1,10 +1,22 @@
 #include "mp4filesimpl/mp4inputfile.h"
 
+#include <cwchar>
+#include <exception>
 #include <new>
-#include <utility>
 
 #include "common/modulestate.h"
+#include "hostapi/hostplatform.h"
 #include "mp4filesimpl/formattables.h"
+#include "mp4filesimpl/frametimes.h"
+#include "mp4filesimpl/preview.h"
+
+namespace
+{
+
+constexpr wchar_t TIMES_CACHE_ITEM[] = L"AcqTimesCache";
+constexpr double NO_DATE = -1.0;
+
+}  // namespace
 
 // --- life ---
 
@@ -19,16 +31,8 @@ CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, CQmByteArray* pByteArr
       m_uiMemorySize(0),
       m_Attributes{},
       m_bOpen(false),
-      m_dJulianDay(-1.0),
-      m_pSession(nullptr),
-      m_pSource(nullptr),
-      m_pGrabber(nullptr),
-      m_pSinkActivate(nullptr),
-      m_pTopology(nullptr),
-      m_pMediaType(nullptr),
-      m_bTopologySet(false),
-      m_hWorkerThread(nullptr),
-      m_hPumpThread(nullptr)
+      m_dJulianDay(NO_DATE),
+      m_Reader(m_Graph, m_vFrameTimesMs, m_Attributes)
 {
     m_pFormat->GetQmClass()->AddRef();
     ++g_uiInputFileCount;
@@ -56,10 +60,11 @@ IQmInputImageFile* CQmMP4InputFile::MakeForWrittenFile(IQmImageFormat* pFormat, 
 
 CQmMP4InputFile::~CQmMP4InputFile()
 {
-    EndThreads();
+    m_bStop = true;
+    m_Reader.End();
     m_pFormat->GetQmClass()->Release();
-    ShutDownGraph();
-    ReleaseGraph();
+    m_Graph.ShutDown();
+    m_Graph.Release();
 }
 
 std::int32_t CQmMP4InputFile::AddRef()
@@ -81,7 +86,32 @@ IQmImageFormat* CQmMP4InputFile::GetFormat()
     return m_pFormat;
 }
 
-// --- shape ---
+// --- opening and shape ---
+
+// A first graph finds the times of the frames, a second one is for reading them. A file whose source could be made is
+// tried once; any other failure may be tried again.
+QmStatus CQmMP4InputFile::OpenGraph()
+try
+{
+    if (!m_Graph.HasSource())
+    {
+        m_Graph.ShutDown();
+        m_Graph.Release();
+        m_vFrameTimesMs.clear();
+        if (SUCCEEDED(FindFrameTimes(m_strPath, m_Graph, m_vFrameTimesMs)))
+        {
+            m_Attributes.m_uiSequenceCount = static_cast<std::uint32_t>(m_vFrameTimesMs.size());
+            m_Graph.ShutDown();
+            m_Graph.Release();
+            m_Graph.MakeForFrames(m_strPath, &m_bStop, &m_Attributes, &m_bOpen);
+        }
+    }
+    return m_bOpen ? QM_OK : QM_ERR_FAIL;
+}
+catch (const std::exception&)
+{
+    return QM_ERR_FAIL;
+}
 
 QmStatus CQmMP4InputFile::GetImageAttributes(SQmImageAttributes* pAttributes)
 {
@@ -90,12 +120,14 @@ QmStatus CQmMP4InputFile::GetImageAttributes(SQmImageAttributes* pAttributes)
     return QM_OK;
 }
 
-// Opens the file if it isn't open. Whether that worked is not examined: the callers answer as they can.
-void CQmMP4InputFile::NeedOpen()
+// The status is not examined: the callers answer as they can.
+void CQmMP4InputFile::OpenIfNeeded()
 {
-    if (m_bOpen) return;
-    SQmImageAttributes attributes;
-    GetImageAttributes(&attributes);
+    if (!m_bOpen)
+    {
+        SQmImageAttributes attributes;
+        GetImageAttributes(&attributes);
+    }
 }
 
 QmStatus CQmMP4InputFile::GetPictureFormat(std::uint32_t* puiWidth, std::uint32_t* puiHeight, std::uint32_t* puiBits,
@@ -113,6 +145,73 @@ QmStatus CQmMP4InputFile::HasCapability(std::int32_t nCapability)
     return FindCapability(nCapability);
 }
 
+// --- times ---
+
+QmStatus CQmMP4InputFile::GetPictureMetadata(std::uint32_t uiIndex, SQmPictureMetadata& metadata, std::uint32_t)
+{
+    OpenIfNeeded();
+
+    metadata.SetToDefault();
+    SQmPicturePlanes::Free(metadata.m_Planes);
+    SQmPicturePlanes::Alloc(metadata.m_Planes, 1, 1);
+    metadata.m_bMeta3 = 0;
+    metadata.m_dMeta2 = 1.0;
+    metadata.m_dMeta1 = 0;
+    metadata.m_strMeta4.Empty();
+    if (uiIndex < m_vFrameTimesMs.size()) metadata.m_dTime = static_cast<double>(m_vFrameTimesMs[uiIndex]);
+    SQmPicturePlanes::MakeRGB(metadata.m_Planes);
+
+    return FindFileDate();
+}
+
+// Keeps the date of the file's last writing, as far as the file has one; no operation returns it. A file that
+// doesn't open any more is the one failure of GetPictureMetadata.
+QmStatus CQmMP4InputFile::FindFileDate()
+{
+    if (m_dJulianDay != NO_DATE || !(m_strPath != L"")) return QM_OK;
+
+    QmFileHandle hFile = nullptr;
+    if (QM_OpenFile(m_strPath, QM_FILE_READ, QM_SHARE_READ, -1, &hFile) != QM_OK) return QM_ERR_FILEOPEN;
+    std::tm written = {};
+    const QmStatus nStatus = QM_GetFileTimes(hFile, nullptr, nullptr, &written);
+    QM_CloseFile(hFile);
+    if (nStatus == QM_OK) m_dJulianDay = CQmDateTime(written).GetJulianDayNumber();
+    return QM_OK;
+}
+
+QmStatus CQmMP4InputFile::GetExperiment(SQmExperiment& experiment)
+{
+    OpenIfNeeded();
+
+    const std::uint32_t uiCount = static_cast<std::uint32_t>(m_vFrameTimesMs.size());
+    SQmExperiment::Init(experiment, EQmExperimentType::TimeLoop, false, uiCount, 0, 0, 1);
+    experiment.m_uiCount = uiCount;
+    experiment.m_uiFirst = 0;
+
+    SQmPictureMetadata first;
+    SQmPictureMetadata last;
+    GetPictureMetadata(0, first, 0);
+    GetPictureMetadata(uiCount - 1, last, 0);
+
+    // The plain mean. One frame has no distance to another, and its period is 0 / 0: not a number.
+    experiment.m_dDuration = last.m_dTime - first.m_dTime;
+    experiment.m_dPeriod = experiment.m_dDuration / (static_cast<double>(uiCount) - 1.0);
+    experiment.m_dPeriod2 = experiment.m_dPeriod;
+    experiment.m_dPeriod3 = experiment.m_dPeriod;
+    return QM_OK;
+}
+
+// Returns the list as it stands, without opening the file: before that it is an empty block.
+QmStatus CQmMP4InputFile::GetCacheItem(const wchar_t* pwszName, CQmByteArray* pData)
+{
+    if (std::wcscmp(pwszName, TIMES_CACHE_ITEM) != 0) return QM_ERR_NOTIMPL;
+
+    const std::vector<double> vTimes(m_vFrameTimesMs.begin(), m_vFrameTimesMs.end());
+    pData->SetData(vTimes.data(), vTimes.size() * sizeof(double), EQmByteArrayModeOp::Replace,
+                   EQmByteArrayModeAlloc::Default);
+    return QM_OK;
+}
+
 // --- frames ---
 
 QmStatus CQmMP4InputFile::ReadFirstFrame(void* pBuffer, void* pPass1, void* pPass2)
@@ -123,11 +222,19 @@ QmStatus CQmMP4InputFile::ReadFirstFrame(void* pBuffer, void* pPass1, void* pPas
 QmStatus CQmMP4InputFile::ReadFrame(std::uint32_t uiIndex, void* pBuffer, void*, void*)
 {
     if (pBuffer == nullptr) return QM_OK;
-    NeedOpen();
+    OpenIfNeeded();
     return RequestFrame(uiIndex, pBuffer);
 }
 
-// Serves whole-width reads from the top only, and always gives the whole frame: the height is not compared.
+QmStatus CQmMP4InputFile::RequestFrame(std::uint32_t uiIndex, void* pBuffer)
+{
+    if (pBuffer == nullptr) return QM_OK;
+    if (m_bWrittenFile && !m_bStop) return QM_ERR_FAIL;
+    OpenIfNeeded();
+    return m_bOpen ? m_Reader.Read(uiIndex, pBuffer) : QM_ERR_FAIL;
+}
+
+// Serves whole-width reads from the top only, and always delivers the whole frame: the height is not compared.
 QmStatus CQmMP4InputFile::ReadFrameTile(std::uint32_t uiIndex, std::uint32_t, std::uint32_t, std::uint32_t uiLeft,
                                         std::uint32_t uiTop, std::uint32_t uiWidth, std::uint32_t, void* pBuffer,
                                         std::uint32_t, std::uint32_t, void* pPass1, void* pPass2)
@@ -139,7 +246,22 @@ QmStatus CQmMP4InputFile::ReadFrameTile(std::uint32_t uiIndex, std::uint32_t, st
     return ReadFrame(uiIndex, pBuffer, pPass1, pPass2);
 }
 
-// --- places of the host's interface that this format has no use for ---
+QmStatus CQmMP4InputFile::GetPreviewBitmap(std::uint32_t* puiWidth, std::uint32_t* puiHeight, void* pBuffer, void*,
+                                           bool bAutoContrast, void* pPass1, void* pPass2)
+{
+    OpenIfNeeded();
+    if (puiWidth == nullptr || puiHeight == nullptr) return QM_ERR_FAIL;
+    if (pBuffer == nullptr)
+    {
+        *puiWidth = m_Attributes.m_uiWidth;
+        *puiHeight = m_Attributes.m_uiHeight;
+        return QM_OK;
+    }
+    return MakePreview(m_Attributes, *puiWidth, *puiHeight, bAutoContrast, pBuffer,
+                       [&](void* pPixels) { return ReadFirstFrame(pPixels, pPass1, pPass2); });
+}
+
+// --- operations of the host's interface that this format doesn't use ---
 
 QmStatus CQmMP4InputFile::InputOperationA()
 {

@@ -3,25 +3,18 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <vector>
-
-#include <windows.h>
-
-#include <mfidl.h>
 
 #include "hostapi/hostcore.h"
 #include "hostapi/hostmeta.h"
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqminputimagefile.h"
 #include "hostapi/iqmoutputimagefile.h"
-#include "mp4filesimpl/samplegrabber.h"
+#include "mp4filesimpl/framereader.h"
+#include "mp4filesimpl/readgraph.h"
 
-struct SReadGraph;
-
-// The file is opened by the first question that needs it, and nothing is decoded before the first frame is asked for.
-// From then on two threads of the object's own work until it is destroyed: the worker decides what is played, the pump
-// pauses the play when the frame store asks for it. The host calls from one thread at a time.
+// The file is opened by the first operation that needs it, and nothing is decoded before the first frame is asked for.
+// The host calls from one thread at a time.
 //
 // Only a file given by its path can be opened. The other two forms exist, and their opening fails.
 class CQmMP4InputFile : public IQmInputImageFile
@@ -82,27 +75,9 @@ public:
     QmStatus InputOperationU() override;
 
 protected:
-    // --- the graph (readgraph.cpp) ---
     QmStatus OpenGraph();
-    HRESULT FindFrameTimes();
-    HRESULT MakeCountingGraph(REFGUID guidSubtype);
-    HRESULT CountSamples(bool* pbRefused);
-    HRESULT MakeFrameGraph();
-    void ShutDownGraph();
-    void ReleaseGraph();
-
-    // --- frames and threads (framerequest.cpp) ---
+    void OpenIfNeeded();
     QmStatus RequestFrame(std::uint32_t uiIndex, void* pBuffer);
-    QmStatus StartThreads();
-    static DWORD WINAPI PumpThread(void* pFile);
-    static DWORD WINAPI WorkerThread(void* pFile);
-    SReadGraph GetReadGraph();
-    void EndThreads();
-
-    // --- the rest ---
-    void NeedOpen();
-    QmStatus MakePreview(std::uint32_t uiWidth, std::uint32_t uiHeight, void* pBuffer, bool bAutoContrast, void* pPass1,
-                         void* pPass2);
     QmStatus FindFileDate();
 
     CQmByteArray m_Data;                         // empty; what the forms without an array of the caller's point to
@@ -111,7 +86,7 @@ protected:
     CQmStringW m_strPath;                        // empty in the forms without a path
     IQmOutputImageFile* m_pOutputFile;           // null; nothing sets it
     bool m_bWrittenFile;                         // the file is still being written
-    std::atomic<bool> m_bStop;                   // the object is going away; never cleared again
+    std::atomic<bool> m_bStop;                   // the object is closing; never cleared again
     CQmByteArray* m_pByteArray;                  // stored, not read
     const void* m_pMemory;                       // stored, not read
     std::uint64_t m_uiMemorySize;                // stored, not read
@@ -119,14 +94,6 @@ protected:
     bool m_bOpen;                                // m_Attributes is valid
     double m_dJulianDay;                         // of the file's last writing; -1.0 until found
     std::vector<std::uint64_t> m_vFrameTimesMs;  // start of each frame in milliseconds; fixed once the file is open
-    IMFMediaSession* m_pSession;                 // this and the five below: one reference each, null without a graph
-    IMFMediaSource* m_pSource;                   // the file; stays after a failed open, which then isn't tried again
-    SampleGrabberCB* m_pGrabber;                 // counts samples, or holds the frames
-    IMFActivate* m_pSinkActivate;                // makes the sink that calls the grabber
-    IMFTopology* m_pTopology;                    // from the video stream to the sink
-    IMFMediaType* m_pMediaType;                  // what the sink asks for
-    bool m_bTopologySet;                         // the session has m_pTopology
-    HANDLE m_hWorkerThread;                      // null until the first frame is asked for
-    HANDLE m_hPumpThread;                        // likewise
-    std::mutex m_mtxPlay;                        // lets a pause meet the play that asked for it
+    CReadGraph m_Graph;                          // its source stays after a failed open, which then isn't tried again
+    CFrameReader m_Reader;                       // reads the frames out of m_Graph
 };

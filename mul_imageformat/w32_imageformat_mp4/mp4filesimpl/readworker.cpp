@@ -4,6 +4,7 @@
 
 #include <mfapi.h>
 
+#include "common/criticalsection.h"
 #include "common/saferelease.h"
 
 namespace
@@ -13,8 +14,8 @@ constexpr std::uint64_t FIRST_WINDOW_END = 47;
 constexpr std::int64_t HNS_PER_MS = 10000;
 constexpr DWORD POLL_MS = 5;
 
-// Plays that may fail to bring a requested frame nearer before the request is given up. A frame is the first sample of
-// the play that looks for it, so one ought to do; two more forgive a pause or an error left from before.
+// Plays that may fail to bring a requested frame nearer before the request is refused. A frame is the first sample of
+// the play that looks for it, so one should be enough; two more forgive a pause or an error left from before.
 constexpr int MAX_FRUITLESS_PLAYS = 3;
 
 }  // namespace
@@ -26,24 +27,16 @@ void CReadWorker::Run()
         while (WaitWhilePlaying() && ServeRequest())
             Sleep(POLL_MS);
     }
-    CGrabberLock lock(m_graph.m_pGrabber);
-    m_graph.m_pGrabber->m_nRunning = 0;
-    m_graph.m_pGrabber->m_bWorkerEnded = true;
-    SetEvent(m_graph.m_pGrabber->m_hFrameReady);
+    m_Plan.m_Store.EndPlays();
 }
 
 HRESULT CReadWorker::StartFromBeginning()
 {
-    const std::lock_guard play(m_graph.m_mtxPlay);
-    {
-        CGrabberLock lock(m_graph.m_pGrabber);
-        const std::uint64_t uiEnd = std::min(FIRST_WINDOW_END, LastFrame());
-        m_graph.m_pGrabber->SetWindow(0, 0, uiEnd, uiEnd, m_graph.m_uiWidth, m_graph.m_uiHeight);
-        m_graph.m_pGrabber->m_nRunning = 1;
-    }
+    const CSectionLock play(&m_Plan.m_PlayLock);
+    m_Plan.m_Store.BeginFirstPlay(std::min(FIRST_WINDOW_END, LastFrame()), m_Plan.m_uiWidth, m_Plan.m_uiHeight);
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
-    return m_graph.m_pSession->Start(&GUID_NULL, &varBeginning);
+    return m_Plan.m_Session.Start(&GUID_NULL, &varBeginning);
 }
 
 // --- events ---
@@ -51,30 +44,28 @@ HRESULT CReadWorker::StartFromBeginning()
 // Takes events until the session doesn't play any more. False when the thread is to end.
 bool CReadWorker::WaitWhilePlaying()
 {
-    std::atomic<std::int32_t>& nRunning = m_graph.m_pGrabber->m_nRunning;
-    while (nRunning != 0)
+    while (m_Plan.m_Store.IsPlaying())
     {
         IMFMediaEvent* pEvent = nullptr;
         HRESULT hrStatus = S_OK;
         MediaEventType eType = MEUnknown;
-        HRESULT hr = m_graph.m_pSession->GetEvent(0, &pEvent);
+        HRESULT hr = m_Plan.m_Session.GetEvent(0, &pEvent);
         if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
         if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
         SafeRelease(&pEvent);
         if (FAILED(hr) || (FAILED(hrStatus) && m_bFirst)) return false;
 
         TakeEvent(eType, hrStatus);
-        if (m_graph.m_bStop) nRunning = 0;
+        if (m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
         if (eType != MESessionEnded) Sleep(POLL_MS);
     }
     return true;
 }
 
-// A play is over when it is paused, ended, or couldn't begin. Ends that arrive before the session has told that the
+// A play is over when it is paused, ended, or couldn't begin. Ends that arrive before the session has reported that the
 // current play began belong to an earlier one.
 void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
 {
-    SampleGrabberCB* pGrabber = m_graph.m_pGrabber;
     EPlayEnd eEnd = EPlayEnd::None;
     switch (eType)
     {
@@ -86,14 +77,9 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     case MESessionPaused:
         if (!m_bStarted) break;
         if (SUCCEEDED(hrStatus))
-        {
             eEnd = EPlayEnd::Paused;
-            break;
-        }
-        {
-            CGrabberLock lock(pGrabber);
-            pGrabber->m_ePause = EPauseState::NotWanted;  // it plays on, and the next sample asks again
-        }
+        else
+            m_Plan.m_Store.WithdrawPause();
         break;
 
     case MESessionEnded:
@@ -110,135 +96,103 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     if (eEnd == EPlayEnd::None) return;
     m_ePlayEnd = eEnd;
     m_bPaused = eEnd == EPlayEnd::Paused;
-    pGrabber->m_nRunning = 0;
+    m_Plan.m_Store.EndPlay();
 }
 
 // --- requests ---
 
-// With the session at rest: sees to it that the requested frame comes, or more behind it when the host is about to run
+// With the session at rest: sees to it that the requested frame comes, or more after it when the host is about to run
 // out of stored ones. False when the thread is to end.
 bool CReadWorker::ServeRequest()
 {
-    SampleGrabberCB* pGrabber = m_graph.m_pGrabber;
-    const std::lock_guard playLock(m_graph.m_mtxPlay);
-    CGrabberLock lock(pGrabber);
-    if (m_graph.m_bStop)
+    const CSectionLock playLock(&m_Plan.m_PlayLock);
+    SPlayDecision decision = {};
+    if (!m_Plan.m_Store.BeginPlay([this](const SRestingStore& store) { return Decide(store); }, LastFrame(),
+                                  m_Plan.m_uiWidth, m_Plan.m_uiHeight, &decision))
     {
-        lock.Release();
-        m_graph.m_pSession->Stop();
+        m_Plan.m_Session.Stop();
         return false;
     }
-
-    const SQmGrabbedFrame* pRequested = pGrabber->FindFrame(pGrabber->m_uiRequested);
-    if (pRequested != nullptr) SetEvent(pGrabber->m_hFrameReady);
-    JudgeLastPlay(pRequested != nullptr);
-
-    const std::uint32_t uiWindow = pGrabber->GetWindowSize();
-    const bool bNearTail = pGrabber->IsNearTail(static_cast<std::uint32_t>(pGrabber->m_uiRequested), uiWindow,
-                                                static_cast<std::uint32_t>(LastFrame()));
-    if (pRequested != nullptr && (!bNearTail || !CanGoOnBehindTail())) return true;
-    if (m_nFruitless >= MAX_FRUITLESS_PLAYS)
-    {
-        if (pRequested == nullptr)
-        {
-            pGrabber->m_bRequestFailed = true;
-            SetEvent(pGrabber->m_hFrameReady);
-        }
-        return true;
-    }
-
-    const SPlay play = ChoosePlay(pRequested, bNearTail);
-    SetUpPlay(play, uiWindow);
-    lock.Release();
-    return SUCCEEDED(StartPlay(play));
+    return decision.m_eKind != SPlayDecision::EKind::Play || SUCCEEDED(StartPlay(decision.m_Play));
 }
 
-// Counts the plays that brought the current request nothing, so that a frame that never comes, or frames that the list
-// of times promises and the file hasn't got, don't keep the session starting for ever.
-void CReadWorker::JudgeLastPlay(bool bFrameStored)
+// Called with the store's lock held.
+SPlayDecision CReadWorker::Decide(const SRestingStore& store)
 {
-    const SampleGrabberCB* pGrabber = m_graph.m_pGrabber;
+    JudgeLastPlay(store);
+    if (store.m_bStored && (!store.m_bNearTail || !CanContinueAfterTail(store)))
+        return {SPlayDecision::EKind::Rest, {}};
+    if (m_nFruitless >= MAX_FRUITLESS_PLAYS)
+    {
+        return {store.m_bStored ? SPlayDecision::EKind::Rest : SPlayDecision::EKind::Refuse, {}};
+    }
+
+    const SPlay play = ChoosePlay(store);
+    m_bFirst = false;
+    m_bStarted = false;
+    m_uiPlayRequest = store.m_uiRequestNumber;
+    m_uiPlayStart = play.m_uiStart;
+    return {SPlayDecision::EKind::Play, play};
+}
+
+// Counts the plays that brought the current request nothing. Without that count, a frame that never comes, or frames
+// that the list of times has and the file hasn't, would keep the session starting for ever.
+void CReadWorker::JudgeLastPlay(const SRestingStore& store)
+{
     const EPlayEnd eEnd = m_ePlayEnd;
     m_ePlayEnd = EPlayEnd::None;
-    if (m_uiJudgedRequest != pGrabber->m_uiRequestNumber)
+    if (m_uiJudgedRequest != store.m_uiRequestNumber)
     {
-        m_uiJudgedRequest = pGrabber->m_uiRequestNumber;
+        m_uiJudgedRequest = store.m_uiRequestNumber;
         m_nFruitless = 0;
         m_bResumable = false;
     }
     if (eEnd == EPlayEnd::None || m_uiPlayRequest != m_uiJudgedRequest) return;
 
-    const std::uint64_t uiNext = pGrabber->m_uiNextFrame;
+    const std::uint64_t uiNext = store.m_uiNextFrame;
     const bool bDelivered = uiNext > m_uiPlayStart;
-    m_bResumable = !bFrameStored && bDelivered && eEnd == EPlayEnd::Paused && uiNext <= pGrabber->m_uiRequested;
-    if (bDelivered && bFrameStored)
+    m_bResumable = !store.m_bStored && bDelivered && eEnd == EPlayEnd::Paused && uiNext <= store.m_uiRequested;
+    if (bDelivered && store.m_bStored)
         m_nFruitless = 0;
     else if (!m_bResumable)
         ++m_nFruitless;
 }
 
 // Frames that share a millisecond share a position, and a seek lands on the first of them. It is numbered as that one,
-// and the play goes on from it to the requested frame, in several plays if they are more than the store may hold: the
+// and the play continues from it to the requested frame, in several plays if they are more than the store may hold: the
 // ones after the first resume where the session was paused.
-CReadWorker::SPlay CReadWorker::ChoosePlay(const SQmGrabbedFrame* pRequested, bool bNearTail) const
+SPlay CReadWorker::ChoosePlay(const SRestingStore& store) const
 {
-    const SampleGrabberCB* pGrabber = m_graph.m_pGrabber;
-    const std::vector<std::uint64_t>& vTimes = m_graph.m_vFrameTimesMs;
-    if (pRequested != nullptr && bNearTail)
-    {
-        return {true, false, NextBehindTail()};
-    }
-    const std::uint64_t uiRequested = pGrabber->m_uiRequested;
-    if (m_bResumable && vTimes[pGrabber->m_uiNextFrame] == vTimes[uiRequested])
-    {
-        return {false, false, pGrabber->m_uiNextFrame};
-    }
+    const std::vector<std::uint64_t>& vTimes = m_Plan.m_vFrameTimesMs;
+    if (store.m_bStored && store.m_bNearTail) return {true, false, NextAfterTail(store)};
+
+    const std::uint64_t uiRequested = store.m_uiRequested;
+    if (m_bResumable && vTimes[store.m_uiNextFrame] == vTimes[uiRequested]) return {false, false, store.m_uiNextFrame};
+
     std::uint64_t uiFirst = uiRequested;
     while (uiFirst > 0 && vTimes[uiFirst - 1] == vTimes[uiRequested])
         --uiFirst;
     return {false, true, uiFirst};
 }
 
-std::uint64_t CReadWorker::NextBehindTail() const
+std::uint64_t CReadWorker::NextAfterTail(const SRestingStore& store) const
 {
-    return std::min(LastFrame(), m_graph.m_pGrabber->m_lstFrames.back()->m_uiFrameIndex + 1);
+    return std::min(LastFrame(), store.m_uiNewest + 1);
 }
 
-// Only a paused session goes on in the middle of a millisecond; one that ended would look for its first frame again,
+// Only a paused session continues in the middle of a millisecond. One that ended would look for its first frame again,
 // and old pictures would be taken for new ones.
-bool CReadWorker::CanGoOnBehindTail() const
+bool CReadWorker::CanContinueAfterTail(const SRestingStore& store) const
 {
-    const std::uint64_t uiNext = NextBehindTail();
-    const std::vector<std::uint64_t>& vTimes = m_graph.m_vFrameTimesMs;
+    const std::uint64_t uiNext = NextAfterTail(store);
+    const std::vector<std::uint64_t>& vTimes = m_Plan.m_vFrameTimesMs;
     return m_bPaused || uiNext == 0 || vTimes[uiNext - 1] != vTimes[uiNext];
-}
-
-// Makes the grabber ready for a play. The caller holds its lock.
-void CReadWorker::SetUpPlay(const SPlay& play, std::uint32_t uiWindow)
-{
-    SampleGrabberCB* pGrabber = m_graph.m_pGrabber;
-    std::uint64_t uiEnd = std::min(LastFrame(), play.m_uiStart + uiWindow);
-    if (pGrabber->m_uiWindowStart > pGrabber->m_uiRequested) uiEnd = play.m_uiStart;
-
-    if (!play.m_bNearTail) pGrabber->ClearFrames(0);
-    pGrabber->SetWindow(pGrabber->m_uiRequested, play.m_uiStart, uiEnd, LastFrame(), m_graph.m_uiWidth,
-                        m_graph.m_uiHeight);
-    if (play.m_bNearTail) pGrabber->TrimFrames();
-
-    pGrabber->m_nRunning = 1;
-    pGrabber->m_ePause = EPauseState::NotWanted;
-    if (!m_graph.m_bStop) ResetEvent(pGrabber->m_hPauseRequest);
-
-    m_bFirst = false;
-    m_bStarted = false;
-    m_uiPlayRequest = pGrabber->m_uiRequestNumber;
-    m_uiPlayStart = play.m_uiStart;
 }
 
 HRESULT CReadWorker::StartPlay(const SPlay& play)
 {
     IMFRateControl* pRateControl = nullptr;
-    if (play.m_bSeek && SUCCEEDED(MFGetService(m_graph.m_pSession, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
+    if (play.m_bSeek && SUCCEEDED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
                                                reinterpret_cast<void**>(&pRateControl))))
     {
         pRateControl->SetRate(FALSE, 0.0F);  // not examined: a session without rates plays as it does
@@ -248,8 +202,8 @@ HRESULT CReadWorker::StartPlay(const SPlay& play)
     PropVariantInit(&varPosition);
     varPosition.vt = VT_I8;
     varPosition.hVal.QuadPart =
-        static_cast<LONGLONG>(m_graph.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(HNS_PER_MS));
-    const HRESULT hr = m_graph.m_pSession->Start(&GUID_NULL, &varPosition);
+        static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(HNS_PER_MS));
+    const HRESULT hr = m_Plan.m_Session.Start(&GUID_NULL, &varPosition);
     SafeRelease(&pRateControl);
     return hr;
 }

@@ -1,41 +1,36 @@
-// What decides where a file is played.
+// The thread that decides where a file is played.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 #include <windows.h>
 
 #include <mfidl.h>
 
-#include "mp4filesimpl/samplegrabber.h"
+#include "mp4filesimpl/framestore.h"
 
-// What the threads of an open file share. All of it outlives them.
-struct SReadGraph
+// What a worker works with. All of it outlives the worker.
+struct SReadPlan
 {
-    IMFMediaSession* m_pSession;
-    SampleGrabberCB* m_pGrabber;
+    IMFMediaSession& m_Session;
+    CFrameStore& m_Store;
     const std::vector<std::uint64_t>& m_vFrameTimesMs;  // not empty
     std::uint32_t m_uiWidth;                            // of the picture
     std::uint32_t m_uiHeight;
-    const std::atomic<bool>& m_bStop;
-    // Held from the set-up of a play to its start, and by whoever pauses it, so that a pause meets the play that asked
-    // for it. Taken before the grabber's lock.
-    std::mutex& m_mtxPlay;
+    CRITICAL_SECTION& m_PlayLock;  // held from the begin of a play to its start
 };
 
-// The worker's thread. It alone takes the session's events, and it starts every play: first from the beginning of the
-// file, then wherever the request of the host wants it, until the object goes away or the session fails.
+// It alone takes the session's events, and it starts every play: first from the beginning of the file, then wherever
+// the request of the host needs it, until the input file is closing or the session fails.
 //
-// A play that begins at the time of frame k numbers its samples from k on: nothing but this ties an index to a picture.
+// A play that begins at the time of frame k numbers its samples from k on. Nothing else ties an index to a picture.
 class CReadWorker
 {
 public:
-    explicit CReadWorker(const SReadGraph& graph) : m_graph(graph) {}
+    explicit CReadWorker(const SReadPlan& plan) : m_Plan(plan) {}
 
-    // Comes back when nothing more can be or is to be played. Whoever waits for a frame is told.
+    // Returns when the session has failed or the input file is closing. Wakes a waiting reader.
     void Run();
 
 private:
@@ -47,30 +42,22 @@ private:
         Other
     };
 
-    // Where a play is to begin, and why there.
-    struct SPlay
-    {
-        bool m_bNearTail;         // goes on behind the newest stored frame, and keeps what is stored
-        bool m_bSeek;             // the session has to look for the place
-        std::uint64_t m_uiStart;  // index of the frame that comes first
-    };
-
     HRESULT StartFromBeginning();
     bool WaitWhilePlaying();
     void TakeEvent(MediaEventType eType, HRESULT hrStatus);
     bool ServeRequest();
-    void JudgeLastPlay(bool bFrameStored);
-    SPlay ChoosePlay(const SQmGrabbedFrame* pRequested, bool bNearTail) const;
-    std::uint64_t NextBehindTail() const;
-    bool CanGoOnBehindTail() const;
-    void SetUpPlay(const SPlay& play, std::uint32_t uiWindow);
+    SPlayDecision Decide(const SRestingStore& store);
+    void JudgeLastPlay(const SRestingStore& store);
+    SPlay ChoosePlay(const SRestingStore& store) const;
+    std::uint64_t NextAfterTail(const SRestingStore& store) const;
+    bool CanContinueAfterTail(const SRestingStore& store) const;
     HRESULT StartPlay(const SPlay& play);
 
-    std::uint64_t LastFrame() const { return m_graph.m_vFrameTimesMs.size() - 1; }
+    std::uint64_t LastFrame() const { return m_Plan.m_vFrameTimesMs.size() - 1; }
 
-    SReadGraph m_graph;
+    const SReadPlan m_Plan;
     bool m_bFirst = true;                  // the play from the beginning: its failure ends the thread
-    bool m_bStarted = false;               // the session has told that the current play began
+    bool m_bStarted = false;               // the session has reported that the current play began
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged
     std::uint64_t m_uiPlayRequest = 0;     // number of the request that the last play was for; 0 for none
     bool m_bPaused = false;                // the last play to end was paused, and the session can resume there
@@ -79,7 +66,3 @@ private:
     std::uint64_t m_uiJudgedRequest = 0;   // number of the request that m_nFruitless counts for
     int m_nFruitless = 0;                  // plays for it that brought it no nearer
 };
-
-// The pump's thread: pauses the session when the grabber has enough, until m_bStop is set and the pause-request event
-// says so.
-void RunReadPump(const SReadGraph& graph);

@@ -1,9 +1,9 @@
-// A displayable picture of a file's first frame.
+#include "mp4filesimpl/preview.h"
+
 #include <cstring>
 
 #include "hostapi/hostpicbase.h"
 #include "hostapi/hostpicture.h"
-#include "mp4filesimpl/mp4inputfile.h"
 
 namespace
 {
@@ -12,7 +12,7 @@ constexpr unsigned int STRETCH_MODE = 3;
 constexpr double DARKEST_LEFT_OUT = 0.0;
 constexpr double BRIGHTEST_LEFT_OUT = 0.001;
 
-// A picture that is only worked on.
+// A picture for intermediate results.
 class CWorkPicture
 {
 public:
@@ -59,44 +59,27 @@ QmStatus DrawThroughLut(CWorkPicture& picture, std::uint32_t uiBits, bool bAutoC
 
 }  // namespace
 
-QmStatus CQmMP4InputFile::GetPreviewBitmap(std::uint32_t* puiWidth, std::uint32_t* puiHeight, void* pBuffer, void*,
-                                           bool bAutoContrast, void* pPass1, void* pPass2)
+// The statuses of the reads into work pictures are not examined: a preview of a frame that can't be read is black, and
+// the status is the drawing's.
+QmStatus MakePreview(const SQmImageAttributes& attributes, std::uint32_t uiWidth, std::uint32_t uiHeight,
+                     bool bAutoContrast, void* pBuffer, const std::function<QmStatus(void*)>& fnReadFirstFrame)
 {
-    NeedOpen();
-    if (puiWidth == nullptr || puiHeight == nullptr) return QM_ERR_FAIL;
-    if (pBuffer == nullptr)
-    {
-        *puiWidth = m_Attributes.m_uiWidth;
-        *puiHeight = m_Attributes.m_uiHeight;
-        return QM_OK;
-    }
-    return MakePreview(*puiWidth, *puiHeight, pBuffer, bAutoContrast, pPass1, pPass2);
-}
-
-// The statuses of the frame reads into work pictures are not examined: a preview of a frame that can't be read is
-// black, and the status is the drawing's.
-QmStatus CQmMP4InputFile::MakePreview(std::uint32_t uiWidth, std::uint32_t uiHeight, void* pBuffer, bool bAutoContrast,
-                                      void* pPass1, void* pPass2)
-{
-    const bool bNativeSize = uiWidth == m_Attributes.m_uiWidth && uiHeight == m_Attributes.m_uiHeight;
-    if (!bAutoContrast && bNativeSize) return ReadFrame(0, pBuffer, pPass1, pPass2);
+    const bool bNativeSize = uiWidth == attributes.m_uiWidth && uiHeight == attributes.m_uiHeight;
+    if (!bAutoContrast && bNativeSize) return fnReadFirstFrame(pBuffer);
 
     if (uiWidth == 0 || uiHeight == 0) return QM_ERR_FAIL;
     CWorkPicture wanted;
-    if (wanted.Allocate(uiWidth, uiHeight, m_Attributes) != QM_OK) return QM_ERR_FAIL;
+    if (wanted.Allocate(uiWidth, uiHeight, attributes) != QM_OK) return QM_ERR_FAIL;
     if (bNativeSize)
     {
-        ReadFrame(0, wanted.m_pic.m_pData, pPass1, pPass2);
+        fnReadFirstFrame(wanted.m_pic.m_pData);
     }
     else
     {
         CWorkPicture native;
-        if (native.Allocate(m_Attributes.m_uiWidth, m_Attributes.m_uiHeight, m_Attributes) != QM_OK)
-        {
-            return QM_ERR_FAIL;
-        }
-        ReadFrame(0, native.m_pic.m_pData, pPass1, pPass2);
+        if (native.Allocate(attributes.m_uiWidth, attributes.m_uiHeight, attributes) != QM_OK) return QM_ERR_FAIL;
+        fnReadFirstFrame(native.m_pic.m_pData);
         CQmPicBufAPI::Stretch(&wanted.m_pic, &native.m_pic, STRETCH_MODE);
     }
-    return DrawThroughLut(wanted, m_Attributes.m_uiBitsSignificant, bAutoContrast, pBuffer);
+    return DrawThroughLut(wanted, attributes.m_uiBitsSignificant, bAutoContrast, pBuffer);
 }

@@ -1,0 +1,214 @@
+// A small store of decoded frames, and what the threads of a reader agree on: which frame the host wants, and what the
+// session plays.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+
+#include <windows.h>
+
+#include <mfidl.h>
+
+#include "common/criticalsection.h"
+#include "hostapi/hostpicbase.h"
+#include "hostapi/qmstatus.h"
+
+// A decoded frame. Null pixels stand for a picture that can't be delivered.
+struct SQmGrabbedFrame
+{
+    SQmPicBuf m_Picture;
+    std::uint64_t m_uiFrameIndex;
+};
+
+// What the samples of the current play are: the arguments of SetWindow.
+struct SFrameWindow
+{
+    std::uint64_t m_uiStart;
+    std::uint64_t m_uiEnd;
+    std::uint64_t m_uiLast;
+    std::uint32_t m_uiWidth;
+    std::uint32_t m_uiHeight;
+};
+
+// Where a play begins.
+struct SPlay
+{
+    bool m_bNearTail;         // continues after the newest stored frame, and keeps what is stored
+    bool m_bSeek;             // the session has to look for the position
+    std::uint64_t m_uiStart;  // index of the first sample
+};
+
+// The store as the worker finds it when the session is at rest.
+struct SRestingStore
+{
+    std::uint64_t m_uiRequested;
+    std::uint64_t m_uiRequestNumber;  // of the current request, from 1; 0 before the first
+    bool m_bStored;                   // the requested frame is stored
+    bool m_bNearTail;                 // it is one of the newest, and more frames are to come
+    std::uint64_t m_uiNewest;         // index of the newest stored frame, if m_bNearTail
+    std::uint64_t m_uiNextFrame;      // index that the next sample would have got
+};
+
+// What the worker decides then.
+struct SPlayDecision
+{
+    enum class EKind
+    {
+        Rest,    // nothing is to be played
+        Refuse,  // the requested frame can't be delivered
+        Play
+    };
+    EKind m_eKind;
+    SPlay m_Play;  // of a Play
+};
+
+// Works in one of two modes. In counting mode it adds up the durations of the samples and looks at nothing else. In
+// frame mode it numbers the samples, upwards from the start of the current play, turns them into 24-bit pictures and
+// stores them. Time stamps are not looked at.
+//
+// Three threads use it in frame mode: the session's delivers samples, the worker begins plays, and the host's asks for
+// frames. Each operation takes the store's lock, and holds it to its end unless it waits.
+class CFrameStore
+{
+public:
+    CFrameStore();
+    ~CFrameStore();
+    CFrameStore(const CFrameStore&) = delete;
+    CFrameStore& operator=(const CFrameStore&) = delete;
+
+    // To be called once, before everything else. E_FAIL when the system has no events left.
+    HRESULT MakeEvents();
+
+    // --- samples ---
+
+    // Connects the session whose samples come here, and the flag that says that the input file is closing; both are
+    // not counted. bNV12: the samples are NV12 and don't become pictures.
+    void Connect(IMFMediaSession* pSession, std::atomic<bool>* pStopFlag, bool bNV12);
+    // Samples that are still on their way find neither session nor flag from now on.
+    void Disconnect();
+
+    // One sample. In frame mode YUY2 with rows rounded up to 32 bytes; a shorter one leaves a frame without pixels.
+    // E_OUTOFMEMORY in counting mode when its duration can't be kept.
+    HRESULT TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBuffer, DWORD dwSampleSize);
+
+    // Enters counting mode.
+    void CountSamples();
+    // Running sums of the durations that were counted, in 100 ns, the first 0: N samples give N + 1. Takes them away.
+    std::list<LONGLONG> TakeSampleTimes();
+
+    // --- frames ---
+
+    // Says what the samples that come from now on are: frames from uiStart on, up to uiLast at most, of a picture of
+    // uiWidth x uiHeight; a width of 0xFFFFFFFF means counting mode. Returns whether the frame uiFrame and all from
+    // uiStart up to but not including uiEnd are stored.
+    bool SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::uint64_t uiEnd, std::uint64_t uiLast,
+                   std::uint32_t uiWidth, std::uint32_t uiHeight);
+
+    // The stored frame of that index, or null. The store keeps it: a trim frees its pixels and leaves the record, a
+    // clear frees both.
+    const SQmGrabbedFrame* FindFrame(std::uint64_t uiIndex) const;
+
+    // Whether the frame is one of the newest uiWindow stored ones, and more frames are to come after the newest.
+    bool IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, std::uint32_t uiLast) const;
+
+    // Frees the oldest frames until no more than uiKeep are stored.
+    void ClearFrames(std::size_t uiKeep);
+
+    // If the requested frame is stored, drops the frames that are older than it in the store and lower in index.
+    void TrimFrames();
+
+    // Frames that are decoded ahead of a request. Requests count as sequential when they stay on a frame or step to the
+    // next one; more is decoded ahead for them.
+    std::uint32_t GetWindowSize() const;
+
+    std::size_t CountFrames() const;
+    SFrameWindow GetWindow() const;
+
+    // --- the host's requests ---
+
+    // Makes uiIndex the requested frame. True when the answer is there at once: *pnStatus is then QM_OK with the
+    // pixels in pBuffer, or QM_ERR_FAIL. Else the caller waits with WaitForFrame.
+    bool AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pnStatus);
+
+    // Waits until the requested frame is stored and copies its pixels, or until it can't be delivered.
+    QmStatus WaitForFrame(void* pBuffer);
+
+    // --- plays: the worker ---
+
+    // The play from the beginning of the file. The caller starts the session then.
+    void BeginFirstPlay(std::uint64_t uiEnd, std::uint32_t uiWidth, std::uint32_t uiHeight);
+
+    // With the session at rest: signals the requested frame if it is stored, has fnDecide decide, and gets ready for
+    // the play that it decides for. Returns the decision; the caller starts the session for a Play. False, and nothing
+    // is done, when the input file is closing.
+    //
+    // fnDecide is called with the lock held, and calls nothing of the store.
+    bool BeginPlay(const std::function<SPlayDecision(const SRestingStore&)>& fnDecide, std::uint64_t uiLastFrame,
+                   std::uint32_t uiWidth, std::uint32_t uiHeight, SPlayDecision* pDecision);
+
+    // From the begin of a play to its end.
+    bool IsPlaying() const;
+    void EndPlay();
+
+    // No play begins any more, and requests for frames that aren't stored fail.
+    void EndPlays();
+
+    // --- pauses: the pump ---
+
+    // Waits until a play wants to be paused, or Close is called.
+    void WaitForPauseRequest();
+    // Whether a play wants to be paused and wasn't yet: it is the caller's to pause from now on. One play is paused
+    // once: a second pause would reach the session when the next play is under way already.
+    bool TakePauseRequest();
+    // The session refused the pause. The play goes on, and its next sample may want a pause again.
+    void WithdrawPause();
+
+    // --- the end ---
+
+    // Sets the flag that Connect was given, and wakes a caller of WaitForPauseRequest.
+    void Close();
+    bool IsClosing() const;
+
+private:
+    // How far a play has come to its pause.
+    enum class EPauseState
+    {
+        NotWanted,
+        Wanted,
+        Asked
+    };
+
+    HRESULT CountSample(LONGLONG llSampleDuration);
+    void StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    bool WantsMoreSamples();
+    SQmGrabbedFrame* Find(std::uint64_t uiIndex) const;
+    SQmGrabbedFrame* FindOrAppendFrame(std::uint64_t uiIndex);
+    static SQmGrabbedFrame* AllocateFrameRecord();
+    void SetUpPlay(const SPlay& play, std::uint64_t uiLastFrame, std::uint32_t uiWidth, std::uint32_t uiHeight);
+
+    mutable CCriticalSection m_Lock;          // may be taken again by the thread that holds it
+    std::list<SQmGrabbedFrame*> m_lstFrames;  // in the order of decoding; owns the records, of which one may be null
+    std::list<LONGLONG> m_lstSampleTimes;     // running sums of sample durations, 100 ns, the first 0
+    HANDLE m_hFrameReady;                     // auto-reset: the requested frame is there, or can't be delivered
+    HANDLE m_hPauseRequest;                   // auto-reset: m_ePause is Wanted, or the input file is closing
+    std::uint32_t m_uiWidth;                  // 0xFFFFFFFF: counting mode
+    std::uint32_t m_uiHeight;
+    std::uint64_t m_uiWindowStart;    // first frame of the current play, or the oldest one still of use
+    std::uint64_t m_uiWindowEnd;      // stored, not read
+    std::uint64_t m_uiLastFrame;      // highest index that the current play may reach
+    std::uint64_t m_uiNextFrame;      // index that the next sample gets
+    std::uint64_t m_uiDelivered;      // index that the last sample got
+    std::uint64_t m_uiRequested;      // the frame that the host wants
+    std::uint64_t m_uiPrevRequested;  // the one that it wanted before
+    IMFMediaSession* m_pSession;      // not counted
+    std::atomic<bool>* m_pStopFlag;   // m_bStop of the input file; null in counting mode
+    bool m_bNV12;                     // samples are NV12 and don't become pictures
+    bool m_bRunning;                  // the session plays
+    EPauseState m_ePause;             // of the current play
+    std::uint64_t m_uiRequestNumber;  // of the current request, from 1; 0 before the first
+    bool m_bRequestFailed;            // the frame of the current request can't be delivered
+    bool m_bPlaysEnded;               // no other play begins
+};

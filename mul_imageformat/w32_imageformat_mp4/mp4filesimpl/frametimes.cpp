@@ -1,0 +1,76 @@
+#include "mp4filesimpl/frametimes.h"
+
+#include <list>
+
+#include <mfapi.h>
+
+#include "common/saferelease.h"
+#include "mp4filesimpl/boxwalk.h"
+#include "mp4filesimpl/readgraph.h"
+
+namespace
+{
+
+// Formats that the counting sink may ask for, in the order in which they are tried. It looks at durations only, so
+// compressed samples serve as well as pictures.
+const GUID* const g_apCountingSubtypes[] = {
+    &MFVideoFormat_H264, &MFVideoFormat_MP4S, &MFVideoFormat_M4S2,  &MFVideoFormat_MP4V,
+    &MFVideoFormat_WVC1, &MFVideoFormat_YUY2, &MFVideoFormat_RGB32,
+};
+
+constexpr std::int64_t HNS_PER_MS = 10000;
+
+// Plays the file through and makes the list of times from the durations of its samples. *pbRefused: the session doesn't
+// play it in this format.
+HRESULT CountSamples(CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs, bool* pbRefused)
+{
+    *pbRefused = false;
+    PROPVARIANT varBeginning;
+    PropVariantInit(&varBeginning);
+    HRESULT hr = graph.GetSession()->Start(&GUID_NULL, &varBeginning);
+    for (MediaEventType eType = MEUnknown; SUCCEEDED(hr) && eType != MESessionEnded;)
+    {
+        IMFMediaEvent* pEvent = nullptr;
+        HRESULT hrStatus = S_OK;
+        hr = graph.GetSession()->GetEvent(0, &pEvent);
+        if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
+        if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
+        SafeRelease(&pEvent);
+        if (SUCCEEDED(hr) && FAILED(hrStatus))
+        {
+            *pbRefused = true;
+            return S_OK;
+        }
+    }
+    if (FAILED(hr)) return hr;
+
+    std::list<LONGLONG> lstTimes = graph.GetStore()->TakeSampleTimes();
+    if (lstTimes.empty()) return E_FAIL;  // it played, and there was nothing in it
+    lstTimes.pop_back();                  // the end of the last sample
+    vTimesMs.resize(lstTimes.size());
+    std::uint64_t* puiTime = vTimesMs.data();
+    for (const LONGLONG llTime : lstTimes)
+        *puiTime++ = static_cast<std::uint64_t>(llTime / HNS_PER_MS);
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT FindFrameTimes(const wchar_t* pwszPath, CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs)
+{
+    bool bRefused = false;
+    for (const GUID* pguidSubtype : g_apCountingSubtypes)
+    {
+        if (bRefused)
+        {
+            graph.ShutDown();
+            graph.Release();
+        }
+        HRESULT hr = graph.MakeForCounting(pwszPath, *pguidSubtype);
+        if (FAILED(hr)) return hr;
+        if (ReadFrameTimes(pwszPath, vTimesMs) == QM_OK) return S_OK;
+        hr = CountSamples(graph, vTimesMs, &bRefused);
+        if (FAILED(hr) || !bRefused) return hr;
+    }
+    return E_FAIL;
+}
