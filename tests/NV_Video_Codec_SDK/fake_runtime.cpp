@@ -215,6 +215,7 @@ struct FakeEntries
         if (const NVENCSTATUS eStatus = EnterSession("nvEncUnlockBitstream", encoder)) return eStatus;
         g_pRuntime->Expect(g_pRuntime->m_setLocked.erase(buffer) == 1, "a buffer unlocked that isn't locked");
         // What was lent is gone: a caller who kept the pointer instead of the bytes is found out.
+        g_pRuntime->m_setUnread.erase(buffer);
         auto& vPacket = g_pRuntime->m_mapPackets[buffer];
         std::fill(vPacket.begin(), vPacket.end(), std::uint8_t{0xEE});
         return NV_ENC_SUCCESS;
@@ -295,6 +296,7 @@ NVENCSTATUS FakeRuntime::EncodePicture(const NV_ENC_PIC_PARAMS& picture)
     Expect(m_mapMapped.count(picture.inputBuffer) == 1, "a picture that isn't mapped");
     Expect(m_setBuffers.count(picture.outputBitstream) == 1, "a picture without a buffer for its packet");
     Expect(m_setLocked.count(picture.outputBitstream) == 0, "a picture sent to a locked buffer");
+    Expect(m_setUnread.insert(picture.outputBitstream).second, "a picture sent to a buffer whose packet is unread");
     m_mapPackets[picture.outputBitstream] = m_funcPacket(m_nSent++);
     if (picture.completionEvent && m_funcSignal) m_funcSignal(picture.completionEvent);
     return m_nSent <= m_nKeptPictures ? NV_ENC_ERR_NEED_MORE_INPUT : NV_ENC_SUCCESS;

@@ -71,6 +71,7 @@ public:
     std::map<void*, void*> m_mapRegistered;  // registration to surface
     std::map<void*, void*> m_mapMapped;      // mapping to registration
     std::set<void*> m_setLocked;
+    std::set<void*> m_setUnread;  // buffers of pictures that were sent, until they are unlocked
 
 private:
     friend struct FakeEntries;

@@ -233,11 +233,27 @@ TEST_F(FramesTest, AnUnmappedSlotIsNotUnmappedAgain)
 TEST_F(FramesTest, WithEventsEachPacketWaitsForItsOwn)
 {
     m_runtime.m_nAsyncSupport = 1;
+    m_runtime.m_funcSignal = nullptr;  // the events are set here
     const auto pEncoder = MakeEncoder();
     EXPECT_EQ(pEncoder->m_initializeParams.enableEncodeAsync, 1u);
-    for (std::int32_t i = 0; i < 9; ++i)
+    const std::vector<void*> vEvents = pEncoder->m_vpCompletionEvent;
+    ASSERT_EQ(vEvents.size(), 4u);
+    const auto expectThatNoneIsSet = [&] {
+        for (void* const hEvent : vEvents)
+            EXPECT_EQ(WaitForSingleObject(hEvent, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    };
+    // Only the event of the packet that is due is set. The wait for it resets it; a wait for another would run out.
+    for (std::size_t i = 0; i < 9; ++i)
+    {
+        SCOPED_TRACE(i);
+        if (i >= 3) SetEvent(vEvents[(i - 3) % 4]);
         Send(*pEncoder);
+        expectThatNoneIsSet();
+    }
+    for (const std::size_t i : {6, 7, 8})
+        SetEvent(vEvents[i % 4]);
     EXPECT_EQ(End(*pEncoder), PacketsOf(6, 9));
+    expectThatNoneIsSet();
 }
 
 TEST_F(FramesTest, BeforeCreateEncoderNothingCanBeSent)

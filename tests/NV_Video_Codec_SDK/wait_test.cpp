@@ -91,6 +91,30 @@ TEST_F(WaitTest, AFailedWaitIsReportedAndNothingIsLocked)
     EXPECT_EQ(m_runtime.Count("nvEncLockBitstream"), 0);
     EXPECT_EQ(pEncoder->m_iToSend, 4);
     EXPECT_EQ(pEncoder->m_iGot, 0);
+
+    // The packet keeps its slot, so the ring has none for another frame.
+    ExpectFailure([&] { pEncoder->EncodeFrame(m_vPacket); },
+                  "NvEncoder::EncodeFrame : All encoder buffers are in flight", 18);
+    // Its event may still come, and is waited for again.
+    g_uiResult = WAIT_OBJECT_0;
+    pEncoder->EndEncode(m_vPacket);
+    EXPECT_EQ(m_vPacket.size(), 4u);
+    EXPECT_EQ(g_vAwaited.size(), 5u);
+}
+
+// An event is reset by the wait that it ends: waiting for it a second time would take the whole twenty seconds.
+TEST_F(WaitTest, APacketWhoseEventHasComeIsReadAgainWithoutWaiting)
+{
+    const auto pEncoder = MakeEncoder();
+    for (int i = 0; i < 3; ++i)
+        pEncoder->EncodeFrame(m_vPacket);
+    m_runtime.Fail("nvEncLockBitstream", 2, NV_ENC_ERR_LOCK_BUSY);
+    EXPECT_THROW(pEncoder->EndEncode(m_vPacket), NVENCException);
+    EXPECT_EQ(g_vAwaited.size(), 2u);
+    pEncoder->EndEncode(m_vPacket);
+    EXPECT_THAT(m_vPacket, ElementsAre(FakeRuntime::PacketOf(1), FakeRuntime::PacketOf(2)));
+    ASSERT_EQ(g_vAwaited.size(), 3u);
+    EXPECT_EQ(g_vAwaited[2].m_hEvent, g_vEvents[2].get());
 }
 
 TEST_F(WaitTest, WithoutEventsNobodyWaits)

@@ -113,6 +113,7 @@ private:
     void InitializeBitstreamBuffer();
 
     bool IsReadyForFrames() const;
+    std::int32_t GetNextSlot(const char* pszFunction) const;
     void MapResources(std::int32_t nSlot);
     NVENCSTATUS DoEncode(NV_ENC_INPUT_PTR pInputBuffer, std::int32_t nSlot, const NV_ENC_PIC_PARAMS* pPicParams);
     void* GetCompletionEvent(std::int32_t nSlot) const;
@@ -153,4 +154,5 @@ protected:
     std::uint32_t m_nMaxEncodeWidth;                          // size of the surfaces to make
     std::uint32_t m_nMaxEncodeHeight;
     HMODULE m_hModule = nullptr;
+    std::int32_t m_iAwaited = 0;  // packets whose event has been waited for; m_iGot, or one more after a failure
 };

@@ -23,28 +23,35 @@ bool NvEncoder::IsReadyForFrames() const
            isWhole(m_vBitstreamOutputBuffer);
 }
 
-const NvEncInputFrame* NvEncoder::GetNextInputFrame() const
+// Throws on behalf of pszFunction if the ring has no slot to give. A packet that couldn't be taken keeps its slot in
+// flight, and the frames after it go round the ring up to that slot.
+std::int32_t NvEncoder::GetNextSlot(const char* pszFunction) const
 {
     if (!IsReadyForFrames())
     {
-        throw NVENCException("NvEncoder::GetNextInputFrame", "Encoder device not found", NV_ENC_ERR_NO_ENCODE_DEVICE);
+        throw NVENCException(pszFunction, "Encoder device not found", NV_ENC_ERR_NO_ENCODE_DEVICE);
     }
-    return &m_vInputFrames[m_iToSend % m_nEncoderBuffer];
+    if (m_iToSend - m_iGot >= m_nEncoderBuffer)
+    {
+        throw NVENCException(pszFunction, "All encoder buffers are in flight", NV_ENC_ERR_ENCODER_BUSY);
+    }
+    return m_iToSend % m_nEncoderBuffer;
+}
+
+const NvEncInputFrame* NvEncoder::GetNextInputFrame() const
+{
+    return &m_vInputFrames[GetNextSlot("NvEncoder::GetNextInputFrame")];
 }
 
 void NvEncoder::EncodeFrame(std::vector<std::vector<std::uint8_t>>& vPacket, const NV_ENC_PIC_PARAMS* pPicParams)
 {
     vPacket.clear();
-    if (!IsReadyForFrames())
-    {
-        throw NVENCException("NvEncoder::EncodeFrame", "Encoder device not found", NV_ENC_ERR_NO_ENCODE_DEVICE);
-    }
+    const std::int32_t nSlot = GetNextSlot("NvEncoder::EncodeFrame");
     if (m_iToSend == std::numeric_limits<std::int32_t>::max())
     {
         throw NVENCException("NvEncoder::EncodeFrame", "Too many frames", NV_ENC_ERR_GENERIC);
     }
 
-    const std::int32_t nSlot = m_iToSend % m_nEncoderBuffer;
     MapResources(nSlot);
     const NVENCSTATUS eStatus = DoEncode(m_vMappedInputBuffers[nSlot], nSlot, pPicParams);
     // An encoder that wants more input has taken this frame all the same, and its packet will come in its turn.
@@ -121,7 +128,12 @@ void NvEncoder::GetEncodedPacket(std::vector<NV_ENC_OUTPUT_PTR>& vOutputBuffer,
     for (std::size_t i = 0; m_iGot < iEnd; ++m_iGot, ++i)
     {
         const std::int32_t nSlot = m_iGot % m_nEncoderBuffer;
-        WaitForCompletionEvent(nSlot);
+        // The event is reset by the wait that it ends. A packet that couldn't be taken then isn't waited for again.
+        if (m_iAwaited == m_iGot)
+        {
+            WaitForCompletionEvent(nSlot);
+            ++m_iAwaited;
+        }
 
         NV_ENC_LOCK_BITSTREAM lockBitstreamData = {};
         lockBitstreamData.version = NV_ENC_LOCK_BITSTREAM_VER;
