@@ -1,9 +1,9 @@
 #include "mp4filesimpl/imageformatmp4.h"
 
 #include <cstring>
-#include <new>
 
 #include "common/modulestate.h"
+#include "common/withoutexceptions.h"
 #include "mp4_outputfile/mp4outputfile.h"
 #include "mp4filesimpl/formattables.h"
 #include "mp4filesimpl/mp4inputfile.h"
@@ -13,7 +13,7 @@ namespace
 
 constexpr std::uint32_t NONE = 0xFFFFFFFF;
 
-// The place that translations and diagnostics of this folder go by.
+// The source path that translations and diagnostics of this folder are given.
 constexpr char SOURCE_PATH[] = "mul_imageformat/w32_imageformat_mp4/mp4filesimpl";
 constexpr int LINE_ACTIVE_CODEC = 145;
 
@@ -32,25 +32,22 @@ void CopyText(wchar_t (&wszTarget)[N], const wchar_t* pwszSource)
     wszTarget[i] = L'\0';
 }
 
-// Hands a new file object out with one reference for the caller.
-template <typename TFile, typename IFile>
-QmStatus GiveFile(TFile* pNew, IFile** ppFile)
+// Stores what fnMake makes through ppFile, with one reference for the caller. Null and QM_ERR_FAIL when there is no
+// memory for the object or for what it allocates.
+template <typename IFile, typename TMake>
+QmStatus GiveFile(IFile** ppFile, TMake fnMake)
 {
-    *ppFile = pNew;
-    if (pNew == nullptr) return QM_ERR_FAIL;
-    pNew->AddRef();
+    IFile* const pFile = WithoutExceptions<IFile*>(nullptr, fnMake);
+    *ppFile = pFile;
+    if (pFile == nullptr) return QM_ERR_FAIL;
+    pFile->AddRef();
     return QM_OK;
 }
 
-// Null when there is no memory for the object or for what it sets aside.
-CQmMP4OutputFile* MakeOutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strPath)
-try
+QmStatus GiveOutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strPath, IQmOutputImageFile** ppFile)
 {
-    return new CQmMP4OutputFile(pFormat, strPath, CQmMP4InputFile::MakeForWrittenFile);
-}
-catch (const std::bad_alloc&)
-{
-    return nullptr;
+    return GiveFile(ppFile,
+                    [&] { return new CQmMP4OutputFile(pFormat, strPath, CQmMP4InputFile::MakeForWrittenFile); });
 }
 
 }  // namespace
@@ -126,16 +123,16 @@ std::uint32_t CQmImageFormatMP4::BuildCodecTable()
     return m_uiCodecCount;
 }
 
-void CQmImageFormatMP4::NeedCodecTable()
+void CQmImageFormatMP4::BuildCodecTableIfNeeded()
 {
     if (m_uiCodecCount == NONE) BuildCodecTable();
 }
 
-// Here and in SetActiveCodec the index behind the last row is let through, and that is meant to stay: the array has an
-// empty row there, and a host that counts on the answer gets it.
+// Here and in SetActiveCodec the index after the last row is accepted, on purpose: the array has an empty row there,
+// and a host may rely on the answer.
 QmStatus CQmImageFormatMP4::GetCodecInfo(std::uint32_t uiIndex, SQmCodecInfo* pInfo)
 {
-    NeedCodecTable();
+    BuildCodecTableIfNeeded();
     if (uiIndex == NONE) uiIndex = 0;
     if (uiIndex > m_uiCodecCount) return QM_ERR_RANGE;
 
@@ -149,7 +146,7 @@ QmStatus CQmImageFormatMP4::GetCodecInfo(std::uint32_t uiIndex, SQmCodecInfo* pI
 
 QmStatus CQmImageFormatMP4::SetActiveCodec(std::uint32_t uiIndex)
 {
-    NeedCodecTable();
+    BuildCodecTableIfNeeded();
     if (uiIndex > m_uiCodecCount)
     {
         m_uiActiveCodec = m_uiFallbackCodec;
@@ -164,7 +161,7 @@ QmStatus CQmImageFormatMP4::SetActiveCodec(std::uint32_t uiIndex)
 
 QmStatus CQmImageFormatMP4::GetActiveCodec(std::uint32_t* puiIndex)
 {
-    NeedCodecTable();
+    BuildCodecTableIfNeeded();
     *puiIndex = m_uiActiveCodec;
     return QM_OK;
 }
@@ -184,7 +181,7 @@ QmStatus CQmImageFormatMP4::GetQualityInfo(std::uint32_t uiIndex, CQmStringW& st
     return QM_OK;
 }
 
-// --- what pictures pass ---
+// --- which pictures are accepted ---
 
 QmStatus CQmImageFormatMP4::HasCapability(std::int32_t nCapability)
 {
@@ -231,12 +228,12 @@ QmStatus CQmImageFormatMP4::FillAttributes(SQmImageAttributes* pAttributes)
 
 QmStatus CQmImageFormatMP4::CreateOutputFile(void*, IQmOutputImageFile** ppFile)
 {
-    return GiveFile(MakeOutputFile(this, CQmStringW()), ppFile);
+    return GiveOutputFile(this, CQmStringW(), ppFile);
 }
 
 QmStatus CQmImageFormatMP4::CreateOutputFileForPath(CQmStringW strPath, IQmOutputImageFile** ppFile)
 {
-    return GiveFile(MakeOutputFile(this, strPath), ppFile);
+    return GiveOutputFile(this, strPath, ppFile);
 }
 
 QmStatus CQmImageFormatMP4::OpenOutputFile(void* pValue, IQmOutputImageFile** ppFile)
@@ -252,20 +249,20 @@ QmStatus CQmImageFormatMP4::OpenOutputFileForPath(CQmStringW strPath, IQmOutputI
 QmStatus CQmImageFormatMP4::CreateInputFileFromMemory(const void* pData, std::uint64_t uiSize,
                                                       IQmInputImageFile** ppFile)
 {
-    return GiveFile(new (std::nothrow) CQmMP4InputFile(this, pData, uiSize), ppFile);
+    return GiveFile(ppFile, [&] { return new CQmMP4InputFile(this, pData, uiSize); });
 }
 
 QmStatus CQmImageFormatMP4::CreateInputFileFromByteArray(CQmByteArray* pData, IQmInputImageFile** ppFile)
 {
-    return GiveFile(new (std::nothrow) CQmMP4InputFile(this, pData), ppFile);
+    return GiveFile(ppFile, [&] { return new CQmMP4InputFile(this, pData); });
 }
 
 QmStatus CQmImageFormatMP4::CreateInputFileForPath(CQmStringW strPath, IQmInputImageFile** ppFile)
 {
-    return GiveFile(new (std::nothrow) CQmMP4InputFile(this, strPath, false, nullptr), ppFile);
+    return GiveFile(ppFile, [&] { return new CQmMP4InputFile(this, strPath, false, nullptr); });
 }
 
-// --- places of the host's interface that this format has no use for ---
+// --- operations that this format has no use for ---
 
 QmStatus CQmImageFormatMP4::UnusedPathOperationA(CQmStringW)
 {
@@ -292,7 +289,7 @@ QmStatus CQmImageFormatMP4::UnusedOperationC()
     return QM_ERR_NOTSUPPORTED;
 }
 
-// --- files as such ---
+// --- operations on whole files ---
 
 QmStatus CQmImageFormatMP4::CopyImageFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool bOverwrite,
                                           PQmFileProgress pfnProgress, void* pUser, std::uint32_t uiFlags)

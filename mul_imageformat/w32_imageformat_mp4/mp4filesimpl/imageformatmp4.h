@@ -1,4 +1,4 @@
-// The format object: where the host learns what the module can do, and gets its file objects from.
+// The format object: it lists what the module can do and makes the file objects.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 #include "hostapi/hostcore.h"
 #include "hostapi/iqmimageformat.h"
 
-// Lives as long as the host or one of its file objects holds a reference. The living ones together keep Media
-// Foundation and the AMF runtime started. One thread at a time constructs and destroys.
+// Lives as long as the host or one of its file objects holds a reference. As long as there is any format object, Media
+// Foundation and the AMF runtime are started. One thread at a time constructs and destroys format objects.
 class CQmImageFormatMP4 : public IQmImageFormat, public virtual CQmClass
 {
 public:
@@ -60,14 +60,14 @@ public:
     QmStatus UnusedOperationC() override;
 
 private:
-    void NeedCodecTable();
+    void BuildCodecTableIfNeeded();
 
     std::uint32_t m_uiActiveCodec;    // row of the codec table; 0xFFFFFFFF until the host chooses
     std::uint32_t m_uiFallbackCodec;  // what a refused choice sets; never changes
     std::uint32_t m_uiCodecCount;     // 0xFFFFFFFF until the table is built
-    SQmCodecInfo m_aCodecs[256];      // the codec table; rows behind the count are empty
+    SQmCodecInfo m_aCodecs[256];      // the codec table; rows after the count are empty
 };
 
-// Makes a format object with no reference yet in memory of the host's allocator, which gets pszFile and uiLine. Null
+// Makes a format object without a reference, in memory of the host's allocator, which gets pszFile and uiLine. Null
 // when there is no memory.
 IQmInterface* ConstructImageFormatMP4(const char* pszFile, unsigned int uiLine);

@@ -1,7 +1,7 @@
-// The module's two ways in: the loader's entry, and the factory that the host calls.
+// The module's two entry points: the loader's, and the factory that the host calls.
+#include "common/modulestate.h"
 #include "moduleexport.h"
 #include "mp4filesimpl/imageformatmp4.h"
-#include "common/modulestate.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID)
 {
