@@ -13,8 +13,10 @@ public:
     using NvEncoderInitParam::NvEncoderInitParam;
     using NvEncoderInitParam::strParam;
     using NvEncoderInitParam::szChromaNames;
+    using NvEncoderInitParam::szLowLatencyPresetNames;
     using NvEncoderInitParam::tokens;
     using NvEncoderInitParam::vChroma;
+    using NvEncoderInitParam::vLowLatencyPreset;
 };
 }  // namespace
 
@@ -151,6 +153,17 @@ TEST_F(InitParamTest, LowLatencyKnowsOnlyItsOwnPresetsAndEndsWithTheDefaultOfThe
         NvEncoderInitParam options(pszOptions, nullptr, true);
         EXPECT_EQ(options.GetPresetGUID(), NV_ENC_PRESET_LOW_LATENCY_DEFAULT_GUID) << pszOptions;
     }
+}
+
+TEST_F(InitParamTest, LowLatencyPresetNamesStandForTheirPresets)
+{
+    OpenInitParam options("", nullptr, true);
+    EXPECT_EQ(options.szLowLatencyPresetNames, "ll ll_hp ll_hq");
+    EXPECT_THAT(
+        options.vLowLatencyPreset,
+        testing::ElementsAre(GUID{0x49DF21C5, 0x6DFA, 0x4FEB, {0x97, 0x87, 0x6A, 0xCC, 0x9E, 0xFF, 0xB7, 0x26}},
+                             GUID{0x67082A44, 0x4BAD, 0x48FA, {0x98, 0xEA, 0x93, 0x05, 0x6D, 0x15, 0x0A, 0x58}},
+                             GUID{0xC5F733B9, 0xEA97, 0x4CF9, {0xBE, 0xC2, 0xBF, 0x78, 0xA7, 0x4F, 0xD1, 0x05}}));
 }
 
 TEST_F(InitParamTest, ChromaNamesStandForTheirCodes)
