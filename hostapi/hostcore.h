@@ -19,11 +19,11 @@ public:
     IQmInterface();
     virtual ~IQmInterface();
 
-    // Gives the object's CQmClass view, no reference added.
+    // Returns the object's CQmClass view, without adding a reference.
     virtual CQmClass* GetQmClass() = 0;
 };
 
-// What a module says about one of its classes; the host finds the class by its name.
+// What a module declares about one of its classes. The host finds the class by its name.
 struct SQmClassRecord
 {
     const char* m_pszClass;      // class name
@@ -32,8 +32,8 @@ struct SQmClassRecord
     const char* m_pszParent;  // name of the interface that the class stands for
 };
 
-// Reference-counted base. The count starts at 0: an object belongs to whoever first adds a reference, usually through
-// QueryInterface. Counting is atomic.
+// Reference-counted base. The count starts at 0, and the object belongs to the caller that adds the first reference,
+// usually through QueryInterface. Counting is atomic.
 class QM_HOSTCORE CQmClass : public virtual IQmInterface
 {
 public:
@@ -44,19 +44,19 @@ public:
     CQmClass(const CQmClass&) = delete;
     CQmClass& operator=(const CQmClass&) = delete;
 
-    // The host's allocator: pszFile and uiLine name the call that asked, for its book-keeping. Gives null when there
-    // is no memory.
+    // The host's allocator. pszFile and uiLine name the calling place, for its records. Returns null when there is no
+    // memory.
     static void* operator new(std::size_t uiSize, const char* pszFile, unsigned int uiLine) noexcept;
     static void operator delete(void* pBlock) noexcept;
     static void operator delete(void* pBlock, const char* pszFile, unsigned int uiLine) noexcept;
 
-    // Both give the new count.
+    // Both return the new count.
     virtual std::int32_t AddRef();
     virtual std::int32_t Release();
 
     virtual const SQmClassRecord* GetClassRecord() = 0;
 
-    // Gives the view that pszInterface names, with a reference added, or null for a name that the object hasn't.
+    // Returns the view that pszInterface names, with a reference added, or null when the object has no such view.
     virtual void* QueryInterface(const char* pszInterface) = 0;
 
 protected:
@@ -77,7 +77,7 @@ enum class EQmByteArrayModeAlloc : std::int32_t
     Default = 0
 };
 
-// A block of bytes that grows. Owns its memory. A copy that there is no memory for is empty; an assignment then changes
+// A block of bytes that grows. Owns its memory. When there is no memory, a new copy is empty and an assignment changes
 // nothing.
 class QM_HOSTCORE CQmByteArray
 {
@@ -105,8 +105,8 @@ private:
     std::size_t m_uiCapacity;
 };
 
-// Narrow text, nul-terminated, never null: a null pointer is the empty text, and so is a text that there is no memory
-// for.
+// Narrow text, nul-terminated, never null. A null pointer gives the empty text. When there is no memory for a text, it
+// is empty too.
 class QM_HOSTCORE CQmStringA
 {
 public:
@@ -130,8 +130,8 @@ public:
     CQmStringW();
     CQmStringW(const CQmStringW& other);
     CQmStringW(const wchar_t* pwszText);
-    // Widens narrow text, which is UTF-8; a byte that isn't becomes U+FFFD. uiLength 0 means up to the nul, anything
-    // else up to so many bytes or a nul before.
+    // Widens UTF-8 text. A byte that isn't UTF-8 becomes U+FFFD. uiLength 0 means up to the nul, any other number at
+    // most that many bytes and at most up to a nul.
     CQmStringW(const char* pszText, std::size_t uiLength);
     ~CQmStringW();
     CQmStringW& operator=(const CQmStringW& other);
@@ -212,6 +212,6 @@ struct QM_HOSTCORE SQmImageAttributes
     double m_dCompressionParam;
 };
 
-// The translation of a source text, looked up in the context that pszContext names. Without a translation the text
-// itself. The result stays valid until the calling thread's next call, and no longer than the source text.
+// Returns the translation of a source text in the context that pszContext names, or the text itself if it has none. The
+// result is valid until the calling thread's next call, and no longer than the source text.
 QM_HOSTCORE const wchar_t* QM_GetTranslation(const wchar_t* pwszText, const char* pszContext);

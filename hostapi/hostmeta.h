@@ -1,4 +1,4 @@
-// The host library `hostmeta`: what is known of a picture and of an experiment.
+// The host library `hostmeta`: metadata of a picture and of an experiment.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ struct QM_HOSTMETA SQmPicturePlanes
     SQmPicturePlanes& operator=(const SQmPicturePlanes& other);
 
     static void Free(SQmPicturePlanes& planes);
-    // Room for uiPlanes planes of uiComponents components each. QM_ERR_FAIL when there is no memory.
+    // Allocates uiPlanes planes of uiComponents components each. QM_ERR_FAIL when there is no memory.
     static QmStatus Alloc(SQmPicturePlanes& planes, unsigned int uiPlanes, unsigned int uiComponents);
     // Marks the planes as one RGB plane.
     static QmStatus MakeRGB(SQmPicturePlanes& planes);

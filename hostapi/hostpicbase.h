@@ -20,7 +20,7 @@ struct SQmPicBuf
     std::uint8_t m_uiBits;         // per component
     std::uint32_t m_uiComponents;
     std::uint64_t m_uiSize;  // bytes of the pixel block: m_uiHeight rows
-    unsigned char* m_pData;  // the pixels, given back by Free
+    unsigned char* m_pData;  // the pixels, which Free frees
 };
 
 struct SQmLutParam;  // opaque to modules
@@ -34,7 +34,7 @@ struct QM_HOSTPICBASE SQmLut
     SQmLut(const SQmLut&) = delete;
     SQmLut& operator=(const SQmLut&) = delete;
 
-    // Gives the tables back; harmless when there are none.
+    // Frees the tables. Harmless when there are none.
     static void Free(SQmLut& lut);
 
     std::uint64_t m_uiHead;  // the state of the LUT; 0 means that no range was measured
@@ -51,15 +51,15 @@ public:
     // Makes a zeroed record ready.
     static QmStatus Init(SQmPicBuf* pPic);
 
-    // Allocates the pixels for a shape, giving back those that the record held. uiPitch 0 means rows rounded up to 4
-    // bytes. bScratch true leaves the pixels unset, for pictures that are written whole before they are read; false
-    // makes them zero. The block begins at a multiple of 64 bytes, and 64 bytes behind its end may be read and written.
-    // QM_ERR_FAIL when there is no memory or the size can't be held, QM_ERR_RANGE for bits or components that no
-    // picture has; the record then is all zero.
+    // Allocates the pixels for a shape and frees those that the record had. uiPitch 0 means rows rounded up to 4 bytes.
+    // bScratch true leaves the pixels unset, for pictures that are written whole before they are read; false makes them
+    // zero. The block begins at a multiple of 64 bytes, and 64 bytes after its end may be read and written. QM_ERR_FAIL
+    // when there is no memory or the size is too large, QM_ERR_RANGE for bits or components that no picture has; the
+    // record is then all zero.
     static QmStatus Reinit(SQmPicBuf* pPic, std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch,
                            std::uint32_t uiBits, std::uint32_t uiComponents, bool bScratch);
 
-    // Gives the pixels back. Twice on one record is harmless.
+    // Frees the pixels. Harmless when called twice for one record.
     static QmStatus Free(SQmPicBuf* pPic);
 
     // Copies pixels, row by row, between pictures of one shape. QM_ERR_RANGE when the shapes differ.
@@ -89,7 +89,7 @@ class QM_HOSTPICBASE CQmPicMemAPI_Base
 public:
     // Turns uiPixelCount pixels in rows of uiWidth into 24-bit B, G, R through the display tables of pLut. One
     // component becomes grey, a fourth is dropped. Source and target rows have pitches of their own; what pads the
-    // target's rows isn't touched. QM_ERR_RANGE for a form that isn't served.
+    // target's rows isn't touched. QM_ERR_RANGE for a form that isn't supported.
     static QmStatus ConvertToTrueColor(void* pDst, std::uint32_t uiDstWidthBytes, const void* pSrc,
                                        std::uint32_t uiComponents, std::uint32_t uiBits, std::uint32_t uiSrcWidthBytes,
                                        std::uint32_t uiWidth, std::uint64_t uiPixelCount, const SQmLut* pLut);

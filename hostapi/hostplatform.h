@@ -15,13 +15,13 @@ using QmFileHandle = struct SQmFile*;
 
 inline constexpr int QM_FILE_READ = 1;     // mode: an existing file, for reading
 inline constexpr int QM_FILE_CREATE = 14;  // mode: a new file, or an existing one emptied, for reading and writing
-inline constexpr int QM_SHARE_NONE = 0;    // share: nobody else may open it meanwhile
+inline constexpr int QM_SHARE_NONE = 0;    // share: no other open of the file meanwhile
 inline constexpr int QM_SHARE_READ = 1;    // share: others may read it
 inline constexpr int QM_SEEK_BEGIN = 0;    // origin: absolute position
 inline constexpr int QM_SEEK_END = 2;      // origin: relative to the end
 
 // One thread at a time may use a handle. A file may be read and written through buffers, but a read always sees what
-// the same handle wrote, and a closed file is complete for everybody. Failures are QM_ERR_FAIL if nothing else is told.
+// the same handle wrote, and a closed file is complete for every reader. Failures are QM_ERR_FAIL unless stated.
 //
 // QM_ERR_FILEOPEN when the file can't be opened or is a directory; *phFile is null then. nReserved is -1. Share modes
 // are only heeded where the system keeps other programs to them.
@@ -60,7 +60,7 @@ QM_HOSTPLATFORM QmStatus QM_RemoveFile(const wchar_t* pwszPath, std::uint32_t ui
 // Milliseconds since some fixed moment; never runs backwards.
 QM_HOSTPLATFORM double QM_GetTimeCounter();
 
-// Diagnostics: DiagOutputExW_hlp tells the place of the calling thread's next line, DiagOutputExW writes that line.
+// Diagnostics: DiagOutputExW_hlp sets the place of the calling thread's next line, DiagOutputExW writes that line.
 //
 // The format is printf's, in which %s means wide text on every system and %S narrow text (UTF-8). A conversion that
 // isn't one of printf's is written as it stands, so that a stray % in a text does no harm. pszFile is read when the
@@ -69,7 +69,7 @@ QM_HOSTPLATFORM void DiagOutputExW_hlp(const char* pszFile, int nLine, int nRese
 QM_HOSTPLATFORM void DiagOutputExW(const wchar_t* pwszFormat, ...);
 
 // Takes the lines from now on, on the thread that writes them, one call at a time; null takes none. pszFile is "" and
-// nLine 0 when no place was told. There is no sink at first. When QM_SetDiagSink returns, no other thread is in the
+// nLine 0 when no place was set. There is no sink at first. When QM_SetDiagSink returns, no other thread is in the
 // sink that it replaced. A sink may replace itself; lines that it writes itself are dropped.
 using PQmDiagSink = void (*)(const char* pszFile, int nLine, const wchar_t* pwszText, void* pUser);
 QM_HOSTPLATFORM void QM_SetDiagSink(PQmDiagSink pfnSink, void* pUser);

@@ -31,7 +31,7 @@ public:
     virtual QmStatus GetFormatId(CQmStringA& strId) = 0;
     virtual QmStatus GetFormatDescription(CQmStringW& strDescription) = 0;
     virtual QmStatus GetFileExtension(CQmStringW& strExtension) = 0;
-    virtual std::uint32_t BuildCodecTable() = 0;  // gives the number of codecs
+    virtual std::uint32_t BuildCodecTable() = 0;  // returns the number of codecs
     virtual QmStatus GetCodecInfo(std::uint32_t uiIndex, SQmCodecInfo* pInfo) = 0;
     virtual QmStatus SetActiveCodec(std::uint32_t uiIndex) = 0;
     virtual QmStatus GetActiveCodec(std::uint32_t* puiIndex) = 0;
@@ -73,5 +73,5 @@ public:
 };
 
 // The one function that a file-format module exports, by the name "QM_ConstructorFor" and the class. pszFile and
-// uiLine go to the host's allocator. Gives the format object's IQmInterface view with a count of 0 references, or null.
+// uiLine go to the host's allocator. Returns the format object's IQmInterface view with a count of 0, or null.
 using PQmModuleConstructor = IQmInterface* (*)(const char* pszFile, unsigned int uiLine);

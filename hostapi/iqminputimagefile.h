@@ -10,14 +10,14 @@ class IQmImageFormat;
 
 // One image file, open for reading. The host calls it from one thread at a time.
 //
-// Operations whose names say nothing belong to wider formats; a format that has no use for one gives
+// Operations without a descriptive name belong to other formats. A format that has no use for one returns
 // QM_ERR_NOTSUPPORTED or QM_ERR_NOTIMPL.
 class IQmInputImageFile
 {
 public:
     virtual ~IQmInputImageFile() = default;
 
-    virtual std::int32_t AddRef() = 0;  // gives the new count
+    virtual std::int32_t AddRef() = 0;  // returns the new count
     virtual std::int32_t Release() = 0;
     // The format object, with a reference added.
     virtual IQmImageFormat* GetFormat() = 0;
@@ -37,12 +37,12 @@ public:
     virtual QmStatus InputOperationH() = 0;
     virtual QmStatus InputOperationI() = 0;
     virtual QmStatus InputOperationJ() = 0;
-    // A 24-bit picture of the first frame, *puiWidth x *puiHeight, in pBuffer, whose size is trusted. With pBuffer
-    // null only tells the native size. pReserved isn't looked at; pPass1 and pPass2 are passed through.
+    // A 24-bit picture of the first frame, *puiWidth x *puiHeight, in pBuffer, whose size isn't checked. With pBuffer
+    // null it only reports the native size. pReserved isn't used; pPass1 and pPass2 are passed through.
     virtual QmStatus GetPreviewBitmap(std::uint32_t* puiWidth, std::uint32_t* puiHeight, void* pBuffer, void* pReserved,
                                       bool bAutoContrast, void* pPass1, void* pPass2) = 0;
     virtual QmStatus ReadFirstFrame(void* pBuffer, void* pPass1, void* pPass2) = 0;
-    // Fills pBuffer, which holds height x row pitch bytes as GetImageAttributes tells them, with a frame.
+    // Copies a frame to pBuffer, which has height x row pitch bytes as GetImageAttributes reports them.
     virtual QmStatus ReadFrame(std::uint32_t uiIndex, void* pBuffer, void* pPass1, void* pPass2) = 0;
     virtual QmStatus InputOperationK() = 0;
     virtual QmStatus ReadFrameTile(std::uint32_t uiIndex, std::uint32_t uiValue1, std::uint32_t uiValue2,

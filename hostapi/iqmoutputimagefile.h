@@ -12,7 +12,7 @@ class IQmImageFormat;
 // One image file being written. The host calls it from one thread at a time: SetImageAttributes, then for each frame
 // SetFrameTime or SetPictureMetadata and WriteNextFrame, then CloseOutput or the last Release.
 //
-// Operations whose names say nothing belong to wider formats.
+// Operations without a descriptive name belong to other formats.
 class IQmOutputImageFile
 {
 public:
@@ -39,7 +39,7 @@ public:
     virtual QmStatus OutputOperationJ() = 0;
     virtual QmStatus OutputOperationK() = 0;
     virtual QmStatus OutputOperationL() = 0;
-    // pPixels: the bare pixel block of one frame, rows at the pitch that the attributes give.
+    // pPixels: the pixels of one frame, in rows at the pitch that the attributes give.
     virtual QmStatus WriteNextFrame(const void* pPixels) = 0;
     virtual QmStatus WriteFrame(std::uint32_t uiIndex, const void* pPixels, void* pPass1, void* pPass2) = 0;
     virtual QmStatus WriteFrameForward(std::uint32_t uiIndex, const void* pPixels, void* pPass1, void* pPass2)

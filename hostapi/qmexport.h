@@ -1,4 +1,4 @@
-// Where a host library's symbols come from: exported while the library itself is built, imported by everyone else.
+// Where a host library's symbols come from: exported while the library itself is built, imported everywhere else.
 #pragma once
 
 #if defined(_WIN32)

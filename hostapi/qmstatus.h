@@ -10,4 +10,4 @@ inline constexpr QmStatus QM_ERR_NOTIMPL = -2;          // this object doesn't p
 inline constexpr QmStatus QM_ERR_RANGE = -4;            // an index or the form of a picture is refused
 inline constexpr QmStatus QM_ERR_FAIL = -9;             // any general failure
 inline constexpr QmStatus QM_ERR_FILEOPEN = -1500;      // a file didn't open
-inline constexpr QmStatus QM_ERR_NOTSUPPORTED = -1506;  // this format doesn't do that
+inline constexpr QmStatus QM_ERR_NOTSUPPORTED = -1506;  // not supported by this format

@@ -17,11 +17,11 @@ constexpr bool IsUnicodeScalar(char32_t ch) noexcept
 struct SUtf8Character
 {
     char32_t m_ch;
-    std::size_t m_uiBytes;  // how many bytes it took
+    std::size_t m_uiBytes;  // its length
 };
 
 // Decodes the character at pszText, which has at least one byte and at most uiAvailable. A byte that begins no
-// well-formed sequence is a character of its own, U+FFFD, so that one wrong byte never swallows its neighbours.
+// well-formed sequence is a character of its own, U+FFFD, so one wrong byte never affects its neighbours.
 inline SUtf8Character DecodeUtf8(const char* pszText, std::size_t uiAvailable) noexcept
 {
     const auto byteAt = [pszText](std::size_t i) { return static_cast<unsigned char>(pszText[i]); };
@@ -43,13 +43,13 @@ inline SUtf8Character DecodeUtf8(const char* pszText, std::size_t uiAvailable) n
     return {ch, uiLength};
 }
 
-// Wide units that a character takes: 2 for a surrogate pair.
+// The number of wide units of a character: 2 for a surrogate pair.
 constexpr std::size_t WideLength(char32_t ch) noexcept
 {
     return UTF_WIDE_IS_16_BIT && ch > 0xFFFF ? 2 : 1;
 }
 
-// Stores a character's wide units and gives the place after them.
+// Stores a character's wide units and returns the place after them.
 inline wchar_t* StoreWide(wchar_t* pwsz, char32_t ch) noexcept
 {
     if (WideLength(ch) == 2)

@@ -51,7 +51,7 @@ QmStatus CQmByteArray::SetData(const void* pData, std::size_t uiSize, EQmByteArr
     if (pData == nullptr && uiSize != 0) return QM_ERR_FAIL;
     if (uiSize > SIZE_MAX - uiKept) return QM_ERR_FAIL;
 
-    // Growing moves the block, and with it bytes that lie in this very array.
+    // Growing moves the block, also when the new bytes are in this very array.
     const auto* pBytes = static_cast<const unsigned char*>(pData);
     const bool bOwn =
         m_pBytes != nullptr && !std::less<>()(pBytes, m_pBytes) && std::less<>()(pBytes, m_pBytes + m_uiSize);

@@ -4,8 +4,8 @@
 namespace
 {
 
-// Days from March 1 of the year 0 to a day of the Gregorian calendar, which is carried on to before its introduction.
-// A year that begins in March has its leap day at the end, where it shifts no month.
+// Days from March 1 of the year 0 to a day of the Gregorian calendar, which is extended to the time before it was
+// introduced. A year that begins in March has its leap day at the end, where it shifts no month.
 std::int64_t DaysSinceMarchOfYear0(std::int64_t nYear, std::int64_t nMonth, std::int64_t nDay)
 {
     const std::int64_t nYearFromMarch = nMonth < 2 ? nYear - 1 : nYear;  // nMonth is 0 for January
@@ -22,7 +22,7 @@ CQmDateTime::CQmDateTime(const std::tm& time) : m_time(time) {}
 
 double CQmDateTime::GetJulianDayNumber() const
 {
-    // Months beyond December belong to later years, as everywhere in broken-down times.
+    // Months after December belong to later years, as always in broken-down times.
     std::int64_t nYear = std::int64_t{m_time.tm_year} + 1900;
     std::int64_t nMonth = m_time.tm_mon;
     nYear += (nMonth >= 0 ? nMonth : nMonth - 11) / 12;

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-// The destructors stand here so that the classes' tables of operations have one home.
+// The destructors are defined here so that each class's virtual table is emitted in one place.
 IQmInterface::IQmInterface() = default;
 IQmInterface::~IQmInterface() = default;
 
@@ -21,7 +21,7 @@ void CQmClass::operator delete(void* pBlock) noexcept
     std::free(pBlock);
 }
 
-// The one that a throwing constructor ends in.
+// Called when a constructor throws.
 void CQmClass::operator delete(void* pBlock, const char*, unsigned int) noexcept
 {
     std::free(pBlock);
@@ -34,7 +34,7 @@ std::int32_t CQmClass::AddRef()
 
 std::int32_t CQmClass::Release()
 {
-    // Everything that other threads did to the object before their Release must be seen by the one that deletes it.
+    // The deleting thread must see everything that other threads did to the object before their Release.
     const std::int32_t nCount = m_nRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (nCount == 0 && m_bDeleteOnRelease) delete this;
     return nCount;

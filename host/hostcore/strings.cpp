@@ -1,7 +1,6 @@
 // Narrow and wide text.
 //
-// An empty text has no block of its own, so that neither an empty string nor the failure to make a longer one can
-// leave a string without text.
+// An empty text has no block of its own. So an empty string needs no memory, and a string that finds none is empty.
 #include "hostapi/hostcore.h"
 
 #include <cstdlib>
@@ -66,7 +65,7 @@ wchar_t* WidenText(const char* pszText, std::size_t uiBytes) noexcept
     return pwszWide;
 }
 
-// Bytes before the nul, looking at no more than uiLength of them; 0 for uiLength means without limit.
+// The number of bytes before the nul, at most uiLength; 0 for uiLength means no limit.
 std::size_t BoundedLength(const char* pszText, std::size_t uiLength) noexcept
 {
     if (pszText == nullptr) return 0;

@@ -11,7 +11,7 @@ SQmExperiment::SQmExperiment()
       m_dPeriod3(0.0)
 {}
 
-// A loop that stands alone has no use for the nesting's numbers; this host knows no other.
+// A loop that isn't nested needs no numbers of nesting, and this host has no other loops.
 QmStatus SQmExperiment::Init(SQmExperiment& experiment, EQmExperimentType eType, bool, unsigned int uiCount,
                              unsigned int uiStart, unsigned int, unsigned int)
 {

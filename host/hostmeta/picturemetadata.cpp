@@ -1,4 +1,4 @@
-// What is known of one picture.
+// Metadata of one picture.
 #include "hostapi/hostmeta.h"
 
 SQmPictureMetadata::SQmPictureMetadata() : m_dTime(-1.0), m_dMeta1(0), m_dMeta2(0.0), m_bMeta3(0) {}

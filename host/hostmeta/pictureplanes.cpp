@@ -6,7 +6,7 @@
 namespace
 {
 
-// More planes than any camera has. Keeps a wrong number from asking for all memory there is.
+// More planes than any camera has. Keeps a wrong number from taking all memory.
 constexpr unsigned int MAX_PLANES = 65536;
 
 constexpr std::uint32_t COLOR_WHITE = 0x00FFFFFF;

@@ -1,5 +1,5 @@
-// All positions are kept as whole numbers of the smallest part that source and target pixels have in common, so that
-// weights are whole numbers as well and nothing is rounded before the one division per component.
+// All positions are whole numbers of the smallest part that source and target pixels have in common. So the weights are
+// whole numbers too, and nothing is rounded before the one division for each component.
 #include "host/hostpicbase/axistaps.h"
 
 #include <algorithm>
@@ -13,15 +13,15 @@ void AddPixel(SAxisTaps& taps, std::uint64_t uiFirst, std::uint64_t uiCount)
         {static_cast<std::uint32_t>(uiFirst), static_cast<std::uint32_t>(uiCount), taps.m_vWeights.size()});
 }
 
-// In halves of 1/uiTarget source pixel, the middle of target pixel i lies at (2i + 1) * uiSource.
+// In halves of 1/uiTarget source pixel, the middle of target pixel i is at (2i + 1) * uiSource.
 void AddNearest(SAxisTaps& taps, std::uint64_t uiSource, std::uint64_t uiTarget, std::uint64_t i)
 {
     AddPixel(taps, (2 * i + 1) * uiSource / (2 * uiTarget), 1);
     taps.m_vWeights.push_back(1.0);
 }
 
-// The same unit, counted from the middle of the first source pixel. Past the outermost middles there is nothing to
-// interpolate with, and the outermost pixel counts alone.
+// The same unit, counted from the middle of the first source pixel. Outside the outermost middles there is no second
+// pixel to interpolate with, and the outermost one counts alone.
 void AddLinear(SAxisTaps& taps, std::uint64_t uiSource, std::uint64_t uiTarget, std::uint64_t i)
 {
     const std::uint64_t uiUnit = 2 * uiTarget;

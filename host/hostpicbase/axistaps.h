@@ -8,8 +8,8 @@
 enum class EResampling
 {
     Nearest,  // the source pixel under the middle of the target pixel
-    Linear,   // between the two source pixels whose middles lie on either side of the target pixel's
-    Area      // all that the target pixel covers, each for the part that is covered
+    Linear,   // between the two source pixels whose middles are on either side of the target pixel's
+    Area      // all that the target pixel covers, each weighted by the covered part
 };
 
 struct SAxisTaps
@@ -24,7 +24,7 @@ struct SAxisTaps
 
     std::vector<SPixel> m_vPixels;   // one for each target pixel
     std::vector<double> m_vWeights;  // whole numbers
-    double m_dTotal;                 // what the weights of each target pixel add up to, a whole number too
+    double m_dTotal;                 // the sum of each target pixel's weights, a whole number too
 };
 
 // Both sizes are 1 to 2^31-1 pixels. Throws std::bad_alloc when there is no memory.

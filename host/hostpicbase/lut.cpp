@@ -21,7 +21,7 @@ struct SRange
     double m_dHigh;
 };
 
-// Values that the bits don't allow count as the highest that they do.
+// Values above the highest that the bits allow count as the highest.
 template <typename TComponent>
 void CountValues(std::vector<CHistogram>& vHistograms, const SQmPicBuf& pic)
 {
@@ -40,7 +40,7 @@ void CountValues(std::vector<CHistogram>& vHistograms, const SQmPicBuf& pic)
     }
 }
 
-// The value that has uiBelow pixels before it when all are put in order.
+// The value with uiBelow pixels before it when all pixels are sorted.
 std::uint32_t ValueAtRank(const CHistogram& histogram, std::uint64_t uiBelow)
 {
     std::uint32_t uiValue = 0;
@@ -136,7 +136,8 @@ QmStatus SQmPicBufAPI_Base::CreateLutsRGB(SQmLut* pDisplay, SQmLutParam*, std::u
     if (pDisplay == nullptr) return QM_ERR_FAIL;
     if (!IsPixelForm(uiBits, 1)) return QM_ERR_RANGE;
 
-    // Without a measured range the number of components isn't known either: there are tables for all that there may be.
+    // Without a measured range the number of components isn't known either, so the tables are for the most there can
+    // be.
     const bool bRange = pSource != nullptr && pSource->m_uiHead != LUT_EMPTY;
     if (bRange && (pSource->m_uiBits != uiBits || !IsPixelForm(uiBits, pSource->m_uiComponents))) return QM_ERR_RANGE;
     const std::uint32_t uiComponents = bRange ? pSource->m_uiComponents : MAX_COMPONENTS;

@@ -1,4 +1,4 @@
-// Picture buffers: where pixels live.
+// Picture buffers.
 #include "hostapi/hostpicbase.h"
 
 #include <cstdlib>
@@ -9,19 +9,19 @@
 namespace
 {
 
-// Vector code reads and writes whole registers: rows begin at a multiple of the widest one, and behind the last row
-// lies room for one more.
+// Vector code reads and writes whole registers: rows begin at a multiple of the widest one, and the block has one more
+// after the last row.
 constexpr std::size_t BLOCK_ALIGNMENT = 64;
 constexpr std::size_t BLOCK_SLACK = 64;
 
-// No process has this much address space; a shape beyond it is a mistake, not a lack of memory.
+// No process has this much address space. A larger shape is a mistake, not a lack of memory.
 constexpr std::uint64_t MAX_BLOCK_SIZE = std::uint64_t{1} << 47;
 
-// Ahead of the pixels stands the address of the block that holds them, to be freed.
+// Before the pixels comes the address of the allocated block, for freeing it.
 unsigned char* AllocatePixels(std::size_t uiSize, bool bZero) noexcept
 {
     const std::size_t uiBlock = sizeof(void*) + BLOCK_ALIGNMENT - 1 + uiSize + BLOCK_SLACK;
-    // A large zeroed block comes from the system as it is, with nothing to clear.
+    // The system's memory is zero already, so a large block needs no clearing.
     void* pBlock = bZero ? std::calloc(uiBlock, 1) : std::malloc(uiBlock);
     if (pBlock == nullptr) return nullptr;
     const auto uiFirst = reinterpret_cast<std::uintptr_t>(pBlock) + sizeof(void*);
@@ -53,7 +53,7 @@ QmStatus SQmPicBufAPI_Base::Reinit(SQmPicBuf* pPic, std::uint32_t uiWidth, std::
 {
     if (pPic == nullptr) return QM_ERR_FAIL;
     FreePixels(pPic->m_pData);
-    // A caller that doesn't look at the status finds a picture without rows, not rows without pixels.
+    // A caller that doesn't check the status finds a picture without rows, not rows without pixels.
     *pPic = SQmPicBuf{};
     if (!IsPixelForm(uiBits, uiComponents)) return QM_ERR_RANGE;
 

@@ -16,7 +16,7 @@ constexpr std::uint32_t BytesPerComponent(std::uint32_t uiBits) noexcept
     return uiBits <= 8 ? 1 : 2;
 }
 
-// Bytes of the pixels of one row, without what pads it.
+// Bytes of the pixels of one row, without the padding.
 constexpr std::uint64_t RowBytes(std::uint32_t uiWidth, std::uint32_t uiBits, std::uint32_t uiComponents) noexcept
 {
     return std::uint64_t{uiWidth} * uiComponents * BytesPerComponent(uiBits);
@@ -27,15 +27,14 @@ constexpr std::uint32_t MaxComponentValue(std::uint32_t uiBits) noexcept
     return (1u << uiBits) - 1;
 }
 
-// The nearest whole number, halves going up, of one that isn't negative.
+// The nearest whole number of one that isn't negative, halves rounded up.
 constexpr std::uint32_t RoundHalfUp(double dValue) noexcept
 {
     constexpr double HALF = 0.5;
     return static_cast<std::uint32_t>(dValue + HALF);
 }
 
-// Component number uiIndex of a row. Rows lie where the caller's pitch puts them, so that two-byte components need not
-// be aligned.
+// Component number uiIndex of a row. The caller's pitch places the rows, so two-byte components may be unaligned.
 template <typename TComponent>
 TComponent LoadComponent(const unsigned char* pRow, std::size_t uiIndex) noexcept
 {

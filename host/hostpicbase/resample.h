@@ -6,7 +6,7 @@
 
 #include "host/hostpicbase/axistaps.h"
 
-// Pixels to read. Steps may be negative: a picture that is turned over begins at its other end.
+// Pixels to read. Steps may be negative, for a mirrored picture that begins at its other end.
 struct SPixelSource
 {
     const unsigned char* m_pFirst;
@@ -24,7 +24,7 @@ struct SPixelTarget
 };
 
 // Fills as many rows and columns as the taps have pixels. Every component is the exact weighted mean, halves rounded
-// up, as long as its weighted sum fits the 53 bits that a double counts exactly, which no usual picture leaves; beyond
-// it is still the same on every machine. Throws std::bad_alloc when there is no memory.
+// up, as long as its weighted sum fits the 53 bits that a double counts exactly. It does for every usual picture, and
+// beyond that the result is still the same on every machine. Throws std::bad_alloc when there is no memory.
 void ResamplePixels(const SPixelTarget& target, const SPixelSource& source, const SAxisTaps& columns,
                     const SAxisTaps& rows);

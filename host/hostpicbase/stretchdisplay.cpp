@@ -18,10 +18,10 @@ enum EStretchMode : std::uint32_t
     STRETCH_SMOOTH = 3
 };
 
-// Positions along an axis are multiplied by sizes; below this the products stay within 64 bits.
+// Positions along an axis are multiplied by sizes. Up to this size the products fit 64 bits.
 constexpr std::uint32_t MAX_SIZE = 0x7FFFFFFF;
 
-// Every axis for itself: a picture that gets wider and lower is interpolated across and averaged down.
+// Each axis by itself: a picture that gets wider and lower is interpolated horizontally and averaged vertically.
 EResampling ChooseResampling(std::uint32_t uiMode, std::uint32_t uiSource, std::uint32_t uiTarget)
 {
     switch (uiMode)
@@ -75,7 +75,7 @@ QmStatus CQmPicMemAPI_Base::StretchDisplay(void* pDst, std::uint32_t uiDstWidth,
         source.m_nRowStep = -source.m_nRowStep;
     }
 
-    // A picture that only gets a margin is the everyday case, once for each frame of an odd size.
+    // A picture that only gets a margin is the usual case: each frame of an odd size does.
     if (uiDstRegionWidth == uiSrcWidth && uiDstRegionHeight == uiSrcHeight && !bMirror)
     {
         for (std::uint32_t y = 0; y < uiSrcHeight; ++y)

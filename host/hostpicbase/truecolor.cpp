@@ -1,4 +1,4 @@
-// Pictures as a display takes them: 24 bits, B, G, R.
+// Pictures for a display: 24 bits, B, G, R.
 #include "hostapi/hostpicbase.h"
 
 #include <algorithm>
@@ -10,13 +10,13 @@ namespace
 
 constexpr std::uint32_t COLORS = 3;
 
-// One component for all three colours, or the first three of a pixel for one each; a fourth is no colour.
+// One component for all three colours, or the first three components for one colour each. A fourth is no colour.
 struct SRowForm
 {
     std::size_t m_uiPixelStep;                // components from pixel to pixel
     std::size_t m_auiComponent[COLORS];       // the one that makes each colour
     const unsigned char* m_apTables[COLORS];  // and its table
-    std::uint32_t m_uiMax;                    // the last value that the tables know
+    std::uint32_t m_uiMax;                    // the last value in the tables
 };
 
 template <typename TComponent>

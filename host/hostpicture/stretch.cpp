@@ -1,4 +1,4 @@
-// Resampling of whole pictures: the region that is drawn is the whole target.
+// Resampling of whole pictures: the drawn region is the whole target.
 #include "hostapi/hostpicture.h"
 
 QmStatus CQmPicBufAPI::Stretch(SQmPicBuf* pDst, const SQmPicBuf* pSrc, unsigned int uiMode)

@@ -8,8 +8,8 @@ namespace
 
 constexpr std::size_t WINDOW_SIZE = 64 * 1024;
 
-// What a read far from the last one fetches. A walk that steps from box to box over the media data needs a header at
-// each stop; only what goes on from there is worth a whole window.
+// Bytes that a read far from the last one fetches. A walk that steps from box to box over the media data needs only a
+// header at each step. Only a read that continues fetches a whole window.
 constexpr std::size_t FIRST_FETCH = 4 * 1024;
 
 constexpr std::uint64_t MAX_POSITION = std::numeric_limits<std::int64_t>::max();
@@ -64,7 +64,7 @@ bool CBufferedFile::Write(const void* pBuffer, std::uint64_t uiBytes)
     const auto uiCount = static_cast<std::size_t>(uiBytes);
     if (uiCount == 0) return true;
 
-    // The window takes bytes that lie in it or begin at its end; a gap would be bytes that it doesn't know.
+    // The window takes bytes that begin in it or at its end. A gap would be bytes of unknown value.
     std::uint64_t uiOffset = m_uiPosition - m_uiWindow;
     if (uiOffset > m_uiHeld || uiCount > WINDOW_SIZE - uiOffset)
     {
@@ -102,7 +102,7 @@ bool CBufferedFile::SeekFromEnd(std::int64_t nOffset)
 {
     std::uint64_t uiSize = 0;
     if (!GetSize(&uiSize)) return false;
-    const std::uint64_t uiPosition = uiSize + static_cast<std::uint64_t>(nOffset);  // wraps for what lies outside
+    const std::uint64_t uiPosition = uiSize + static_cast<std::uint64_t>(nOffset);  // wraps for a position outside
     if (uiPosition > MAX_POSITION) return false;
     m_uiPosition = uiPosition;
     return true;
@@ -122,7 +122,7 @@ bool CBufferedFile::GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWr
     return Flush() && m_file.GetTimes(pCreated, pAccessed, pWritten);
 }
 
-// Gives the system what it hasn't got. The window goes on holding it.
+// Writes the unsaved bytes to the system. The window keeps them.
 bool CBufferedFile::Flush()
 {
     if (m_uiUnsavedBegin == m_uiUnsavedEnd) return true;
@@ -133,7 +133,7 @@ bool CBufferedFile::Flush()
     return true;
 }
 
-// The window may now differ from the file, and what it had unsaved is gone.
+// The window may now differ from the file, and its unsaved bytes are lost.
 bool CBufferedFile::Lose()
 {
     m_bLostBytes = true;

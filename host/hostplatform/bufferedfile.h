@@ -1,8 +1,8 @@
 // A file with a current position, read and written through one buffer.
 //
-// The buffer is a window: it holds the file's bytes from some position on, and knows which of them the system hasn't
-// got yet. Moving the position moves nothing else, so that a walk that looks back and forth stays inside the window,
-// and a read after a write finds the bytes there.
+// The buffer is a window: it holds the file's bytes from some position on, and which of them aren't written yet. A
+// change of the position changes nothing else. So a walk back and forth stays inside the window, and a read after a
+// write finds the bytes there.
 #pragma once
 
 #include <cstddef>
@@ -20,8 +20,8 @@ public:
     // False when bytes were lost, now or at any time since the file was opened.
     bool Close();
 
-    // All uiBytes or nothing; the position moves on only then. The table of a long film is read eight bytes at a
-    // time, so what the window holds is worth a path without calls.
+    // Reads all uiBytes, or fails and leaves the position. The table of a long video is read in steps of eight bytes,
+    // so reads inside the window have a fast path.
     bool Read(void* pBuffer, std::uint64_t uiBytes)
     {
         const std::uint64_t uiOffset = m_uiPosition - m_uiWindow;  // wraps to a large number before the window
@@ -31,14 +31,14 @@ public:
         return true;
     }
 
-    // Once bytes that had been taken couldn't be written, every further write fails: the file is no longer what its
-    // writer takes it for.
+    // After bytes that were accepted couldn't be written, every later write fails: the file already differs from what
+    // its writer expects.
     bool Write(const void* pBuffer, std::uint64_t uiBytes);
 
     bool SeekFromBegin(std::int64_t nOffset);
     bool SeekFromEnd(std::int64_t nOffset);
 
-    // What the system will have when everything is written.
+    // The size when everything is written.
     bool GetSize(std::uint64_t* puiSize);
     bool GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten);
 
@@ -55,6 +55,6 @@ private:
     std::unique_ptr<unsigned char[]> m_pWindow;
     std::uint64_t m_uiWindow = 0;      // the file position of the window's first byte
     std::size_t m_uiHeld = 0;          // bytes of the file that the window holds
-    std::size_t m_uiUnsavedBegin = 0;  // those that the system hasn't got, from here
+    std::size_t m_uiUnsavedBegin = 0;  // bytes that aren't written yet, from here
     std::size_t m_uiUnsavedEnd = 0;    // to here; nothing when both are equal
 };

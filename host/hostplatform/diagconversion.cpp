@@ -23,11 +23,11 @@ constexpr unsigned int LengthBits(TLength... lengths)
 
 using enum EArgumentLength;
 
-// Of the types that have a letter of their own only long differs between the systems.
+// Of the types with a letter of their own, only long differs between the systems.
 static_assert(sizeof(long long) == 8 && sizeof(std::intmax_t) == 8 && sizeof(std::size_t) == 8 &&
               sizeof(std::ptrdiff_t) == 8);
 
-// What the letters of one kind may have beside a width.
+// What the letters of one kind may have besides a width.
 struct SConversionKind
 {
     std::string_view m_strTypes;

@@ -35,9 +35,9 @@ struct SDiagConversion
     const wchar_t* m_pwszEnd = nullptr;  // what follows it
 };
 
-// Reads what follows a percent sign. Nothing for what printf doesn't define: an unknown letter, a length or a flag that
-// means nothing for the letter, a text that ends too early.
+// Reads what follows a percent sign. Returns nothing for what printf doesn't define: an unknown letter, a length or a
+// flag without meaning for the letter, a text that ends too early.
 std::optional<SDiagConversion> ParseDiagConversion(const wchar_t* pwszText);
 
-// Wider fields and longer fractions help nobody; a wrong number mustn't make a line of a gigabyte.
+// No line needs wider fields or longer fractions, and a wrong number must not make a line of a gigabyte.
 inline constexpr int MAX_FIELD_NUMBER = 65535;

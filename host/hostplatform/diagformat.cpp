@@ -1,6 +1,6 @@
-// The system's own wide printf won't do: what %s means in it, which letters it knows and what it does to an unknown one
-// differ from system to system. Here the format is read once for all of them, and only numbers go to the system's
-// printf, one at a time, with a format that is known to be right.
+// The system's own wide printf can't be used: the meaning of %s, the set of letters and the treatment of an unknown one
+// differ between systems. Here the format is read in one way for all of them, and only numbers go to the system's
+// printf, each with a format that is known to be right.
 #include "host/hostplatform/diagformat.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace
 
 constexpr std::size_t NO_LIMIT = std::numeric_limits<std::size_t>::max();
 
-// The arguments that are left. A va_list that is handed on by reference is this record's reason.
+// The arguments that are left. A record, since a va_list can't be passed by reference everywhere.
 struct SArguments
 {
     std::va_list m_list;
@@ -33,10 +33,10 @@ struct SField
     int m_nPrecision = -1;  // negative for none
 };
 
-// Widens up to the nul, or until the next character wouldn't fit uiMaxUnits any more; looks at no byte behind that.
+// Widens up to the nul, or until the next character wouldn't fit uiMaxUnits. Reads no byte after that.
 std::wstring WidenUtf8(const char* pszText, std::size_t uiMaxUnits)
 {
-    constexpr std::size_t LONGEST_SEQUENCE = 4;  // none goes on behind a nul
+    constexpr std::size_t LONGEST_SEQUENCE = 4;  // none contains a nul
     std::wstring strWide;
     while (strWide.size() < uiMaxUnits && *pszText != '\0')
     {
@@ -66,7 +66,7 @@ void AppendPadded(std::wstring& strOut, const std::wstring& strText, int nWidth)
     if (nWidth < 0) strOut.append(uiPadding, L' ');
 }
 
-// pszLength says what TValue is to printf.
+// pszLength is printf's length for TValue.
 template <typename TValue>
 void AppendNumber(std::wstring& strOut, const SField& field, const char* pszLength, TValue value)
 {
@@ -94,7 +94,7 @@ void AppendNumber(std::wstring& strOut, const SField& field, const char* pszLeng
     strOut += WidenUtf8(strLong.c_str(), NO_LIMIT);
 }
 
-// Arguments shorter than an int were passed as an int; the length tells what they had been.
+// Arguments shorter than an int are passed as an int. The length says what they were.
 long long TakeSigned(EArgumentLength eLength, SArguments& arguments)
 {
     switch (eLength)
@@ -129,7 +129,7 @@ unsigned long long TakeUnsigned(EArgumentLength eLength, SArguments& arguments)
     }
 }
 
-// A length tells the width of the text where there is one, the letter's case where there is none.
+// The length, if there is one, decides whether the text is wide; otherwise the letter's case does.
 bool IsWideText(const SDiagConversion& conversion)
 {
     if (conversion.m_eLength != EArgumentLength::Default) return conversion.m_eLength == EArgumentLength::Long;
@@ -156,7 +156,7 @@ std::wstring TakeCharacter(const SField& field, SArguments& arguments)
     return std::wstring(1, static_cast<wchar_t>(DecodeUtf8(&chNarrow, 1).m_ch));
 }
 
-// One form on every system: what the systems' own printf write differs.
+// One form on every system, since the systems' own printf functions differ.
 std::wstring TakePointer(SArguments& arguments)
 {
     char achText[2 + 2 * sizeof(void*) + 1];
@@ -177,7 +177,7 @@ SField TakeFieldNumbers(const SDiagConversion& conversion, SArguments& arguments
     if (conversion.m_bLeft && field.m_nWidth > 0) field.m_nWidth = -field.m_nWidth;
     if (conversion.m_precision.m_bGiven)
     {
-        // For text the precision only says how far to look.
+        // For text the precision is the greatest length.
         const bool bText = conversion.m_chType == 's' || conversion.m_chType == 'S';
         field.m_nPrecision = takeNumber(conversion.m_precision, bText ? INT_MAX : MAX_FIELD_NUMBER);
     }
@@ -243,7 +243,7 @@ std::wstring FormatDiagText(const wchar_t* pwszFormat, std::va_list args)
             }
             else
             {
-                strOut += L'%';  // what follows it is text like any other
+                strOut += L'%';  // the rest is ordinary text
             }
         }
     }

@@ -1,4 +1,4 @@
-// Lines of diagnostics and who takes them.
+// Lines of diagnostics and their sink.
 #include "hostapi/hostplatform.h"
 
 #include <atomic>
@@ -18,17 +18,17 @@ struct SDiagPlace
     int m_nLine;
 };
 
-// Plain data on purpose: it needs no clean-up when a thread ends, which some systems do after the library is gone.
+// Plain data on purpose: it needs no clean-up when a thread ends, which may be after the library was unloaded.
 thread_local SDiagPlace t_place = {"", 0};
 thread_local bool t_bInSink = false;
 
-// Guards the sink and is held while it runs, so that lines come one at a time and a sink that was replaced is never
-// called again. Recursive because a sink may put another one in its place.
+// Guards the sink and is held while it runs, so lines come one at a time and a replaced sink is never called again.
+// Recursive, because a sink may replace itself.
 std::recursive_mutex g_mutexSink;
 PQmDiagSink g_pfnSink = nullptr;
 void* g_pSinkUser = nullptr;
 
-// Tells those who write lines whether to bother; whether there still is a sink is looked up under the lock.
+// Lets a writer of lines return early when there is no sink. Whether there still is one is checked under the lock.
 std::atomic<bool> g_bSinkSet = false;
 
 class CInSink
@@ -66,7 +66,7 @@ void DiagOutputExW(const wchar_t* pwszFormat, ...)
     }
     catch (const std::bad_alloc&)
     {
-        // A line that there is no memory for is lost. Diagnostics never fail what they describe.
+        // Without memory the line is lost. Diagnostics never make the operation fail that they describe.
     }
     va_end(args);
 }

@@ -14,7 +14,7 @@ struct SQmFile
 namespace
 {
 
-// Nothing to move is no reason to ask for a place to move it to.
+// A transfer of no bytes needs no buffer.
 bool IsTransfer(QmFileHandle hFile, const void* pBuffer, std::uint64_t uiBytes)
 {
     return hFile != nullptr && (pBuffer != nullptr || uiBytes == 0);

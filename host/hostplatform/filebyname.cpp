@@ -1,4 +1,4 @@
-// What is done to files by their names: copying, moving, removing.
+// Operations on files by name: copying, moving, removing.
 #include "hostapi/hostplatform.h"
 
 #include <algorithm>
@@ -34,21 +34,21 @@ bool IsPath(const wchar_t* pwszPath)
     return pwszPath != nullptr && *pwszPath != L'\0';
 }
 
-// A file beside the target that has the target's bytes until they are complete. It removes itself unless it was
-// renamed, so that a copy that fails leaves no part of it, and an existing target as it was.
+// A file beside the target that takes the target's bytes until they are complete. Its destructor removes it unless it
+// was renamed. So a failed copy leaves no part of itself, and an existing target as it was.
 class CPartialFile
 {
 public:
     bool Create(const wchar_t* pwszTarget)
     {
         constexpr int MAX_ATTEMPTS = 100;
-        // A name of its own, since the target's may be as long as names can be.
+        // Not made from the target's name, which may have the greatest length already.
         const std::wstring strFolder(pwszTarget, FindNativeFileName(pwszTarget));
         for (int i = 0; i < MAX_ATTEMPTS && !m_bCreated; ++i)
         {
             m_strPath = strFolder + L"~copy" + std::to_wstring(i) + L".part";
             m_bCreated = m_file.Open(m_strPath.c_str(), EFileAccess::CreateNew, false);
-            if (!m_bCreated && !NativePathExists(m_strPath.c_str())) break;  // it isn't the name that was the matter
+            if (!m_bCreated && !NativePathExists(m_strPath.c_str())) break;  // the name isn't the reason
         }
         return m_bCreated;
     }
@@ -103,7 +103,7 @@ QmStatus CopyWithProgress(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool b
     if (!target.Create(pwszTo)) return QM_ERR_FILEOPEN;
     if (!CopyBytes(source, target.File(), uiTotal, progress)) return QM_ERR_FAIL;
     target.File().TakeAttributesOf(source);
-    source.Close();  // the target may be the very same file, which Windows doesn't replace while it is open
+    source.Close();  // the target may be the same file, which Windows doesn't replace while it is open
     return target.FinishAs(pwszTo, bOverwrite) ? QM_OK : QM_ERR_FAIL;
 }
 

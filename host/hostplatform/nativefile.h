@@ -1,4 +1,4 @@
-// Files as the system has them: no buffers, no current position. One source file for each system.
+// Files of the system: no buffers, no current position. One source file for each system.
 #pragma once
 
 #include <cstddef>
@@ -34,7 +34,7 @@ public:
     bool GetSize(std::uint64_t* puiSize);
     // In UTC.
     bool GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten);
-    // Takes over what a copy keeps of its original: the time of last writing and, where the system ties them to the
+    // Copies the properties that a copy keeps of its original: the time of last writing and, where they depend on the
     // file alone, the permissions.
     void TakeAttributesOf(CNativeFile& original);
 
@@ -45,20 +45,20 @@ private:
 enum class ERenameResult
 {
     Done,
-    OtherDevice,  // only copying gets the file there
+    OtherDevice,  // the file has to be copied
     Failed
 };
 
-// Gives a file another name at one stroke. An existing target is replaced or refused. Throws std::bad_alloc.
+// Renames a file in one atomic step. An existing target is replaced or refused. Throws std::bad_alloc.
 ERenameResult RenameNativeFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool bReplace);
 
 // Files only, no directories. Throws std::bad_alloc.
 bool RemoveNativeFile(const wchar_t* pwszPath);
 
-// Whether anything has this name. Throws std::bad_alloc.
+// Whether there is anything of this name. Throws std::bad_alloc.
 bool NativePathExists(const wchar_t* pwszPath);
 
-// The size of a file, which nobody needs to be able to open. Throws std::bad_alloc.
+// The size of a file, which need not be readable. Throws std::bad_alloc.
 bool GetNativeFileSize(const wchar_t* pwszPath, std::uint64_t* puiSize);
 
 // Where in a path the name of the file itself begins.

@@ -1,7 +1,7 @@
 // Files by POSIX calls. Paths are bytes here: UTF-8.
 //
-// Nothing is ever locked. What POSIX has are agreements between programs that ask for them, while every reader is to
-// see a file that is being written, and no program but this one would keep to them.
+// Files are never locked. POSIX locks are agreements between programs that ask for them. No other program would follow
+// them, and a file that is being written must be open to every reader.
 #include "host/hostplatform/nativefile.h"
 
 #include <fcntl.h>
@@ -22,7 +22,7 @@ static_assert(sizeof(off_t) == 8, "positions are 64 bits wide");
 namespace
 {
 
-// Gives the empty path, which opens nothing, for wide text that isn't Unicode.
+// Returns the empty path, which opens no file, for wide text that isn't Unicode.
 std::string NativePath(const wchar_t* pwszPath)
 {
     std::string strPath;
@@ -38,7 +38,7 @@ bool ToTm(std::time_t nTime, std::tm* pTime)
     return pTime == nullptr || gmtime_r(&nTime, pTime) != nullptr;
 }
 
-// Not every file system knows when a file was made; the oldest other time is then the nearest thing.
+// Not every file system has the time of creation. The oldest other time is then the best answer.
 std::time_t CreationTime(int nFile, const struct stat& status)
 {
     struct statx extended = {};
@@ -54,7 +54,7 @@ std::time_t CreationTime(int nFile, const struct stat& status)
 bool CNativeFile::Open(const wchar_t* pwszPath, EFileAccess eAccess, bool)
 {
     Close();
-    // O_NONBLOCK is for pipes, which would wait for their other end before they could be refused; files don't heed it.
+    // O_NONBLOCK is for pipes, which would wait for their other end before they could be refused. Files ignore it.
     int nFlags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     switch (eAccess)
     {
@@ -86,7 +86,7 @@ bool CNativeFile::Close()
     if (m_nHandle < 0) return true;
     const int nFile = static_cast<int>(m_nHandle);
     m_nHandle = -1;
-    return close(nFile) == 0 || errno == EINTR;  // interrupted or not, the descriptor is gone
+    return close(nFile) == 0 || errno == EINTR;  // the descriptor is closed in both cases
 }
 
 bool CNativeFile::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes, std::size_t* puiRead)
@@ -141,7 +141,7 @@ void CNativeFile::TakeAttributesOf(CNativeFile& original)
 {
     struct stat status = {};
     if (fstat(static_cast<int>(original.m_nHandle), &status) != 0) return;
-    // A file system without one of them still takes the bytes, which are what a copy is for.
+    // Not examined: a file system without one of them still takes the bytes, and a copy is for the bytes.
     [[maybe_unused]] const int nMode = fchmod(static_cast<int>(m_nHandle), status.st_mode & 0777);
     const struct timespec aTimes[2] = {{0, UTIME_OMIT}, status.st_mtim};
     [[maybe_unused]] const int nTimes = futimens(static_cast<int>(m_nHandle), aTimes);
@@ -155,7 +155,8 @@ ERenameResult RenameNativeFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, b
                            : renameat2(AT_FDCWD, strFrom.c_str(), AT_FDCWD, strTo.c_str(), RENAME_NOREPLACE);
     if (nResult != 0 && !bReplace && (errno == EINVAL || errno == ENOSYS))
     {
-        // A file system that can't refuse by itself: looking first leaves a moment in which another program may come.
+        // A file system that can't refuse by itself. Between the check and the rename another program may create the
+        // file.
         if (NativePathExists(pwszTo)) return ERenameResult::Failed;
         nResult = rename(strFrom.c_str(), strTo.c_str());
     }

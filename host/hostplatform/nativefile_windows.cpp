@@ -16,7 +16,7 @@ HANDLE ToHandle(std::intptr_t nHandle)
     return reinterpret_cast<HANDLE>(nHandle);
 }
 
-// The place of one transfer. With it a file that was opened for synchronous use needs no current position.
+// The position of one transfer. With it a file that was opened for synchronous use needs no current position.
 OVERLAPPED PlaceAt(std::uint64_t uiPosition)
 {
     OVERLAPPED place = {};
@@ -137,7 +137,7 @@ void CNativeFile::TakeAttributesOf(CNativeFile& original)
 {
     FILETIME written = {};
     if (!GetFileTime(ToHandle(original.m_nHandle), nullptr, nullptr, &written)) return;
-    SetFileTime(ToHandle(m_nHandle), nullptr, nullptr, &written);  // the bytes are what a copy is for
+    SetFileTime(ToHandle(m_nHandle), nullptr, nullptr, &written);  // not examined: a copy is for the bytes
 }
 
 ERenameResult RenameNativeFile(const wchar_t* pwszFrom, const wchar_t* pwszTo, bool bReplace)
