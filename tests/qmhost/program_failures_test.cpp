@@ -27,6 +27,48 @@ TEST_F(Program, FailingFrameIsNamedAndNoHalfFileIsLeft)
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder / "d"), {}), 3);
 }
 
+TEST_F(Program, KeepGoingLeavesOutTheFrameThatFails)
+{
+    for (const std::string strScript : {"ReadFrame=-9 frame=3", "ReadFrame=-9 frame=3 dies=1"})
+    {
+        ExpectFailure(
+            Run({"frames", m_strVideo, "--out", Target("d"), "--frames", "4,3,2,3:4", "--keep-going"}, strScript),
+            "ReadFrame failed with status -9 (general failure): frame 3 of " + QuotedVideo() +
+                "\nqmhost: frames failed with status -9 (general failure): 1 of 3 frames of " + QuotedVideo() +
+                " couldn't be read and are left out");
+        EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000002.png"), FrameBytes(2)) << strScript;
+        EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000004.png"), FrameBytes(4)) << strScript;
+        EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), "frame,time_ms\n2,82\n4,161\n") << strScript;
+        EXPECT_EQ(std::distance(fs::directory_iterator(m_folder / "d"), {}), 3) << strScript;
+        fs::remove_all(m_folder / "d");
+    }
+}
+
+TEST_F(Program, KeepGoingWithoutAnyFrame)
+{
+    const ProgramResult result = Run({"frames", m_strVideo, "--out", Target("d"), "--keep-going"}, "ReadFrame=-9");
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(std::count(result.m_strErr.begin(), result.m_strErr.end(), '\n'), 6) << result.m_strErr;
+    EXPECT_THAT(result.m_strErr, HasSubstr(": 5 of 5 frames of " + QuotedVideo() + " couldn't be read"));
+    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), "frame,time_ms\n");
+}
+
+TEST_F(Program, KeepGoingRemovesAnOldPictureOfTheLostFrame)
+{
+    EXPECT_EQ(Run({"frames", m_strVideo, "--out", Target("d"), "--keep-going"}).m_nStatus, 0);
+    EXPECT_TRUE(fs::exists(m_folder / "d" / "frame_000003.png"));
+    EXPECT_EQ(Run({"frames", m_strVideo, "--out", Target("d"), "--keep-going"}, "ReadFrame=-9 frame=3").m_nStatus, 1);
+    EXPECT_FALSE(fs::exists(m_folder / "d" / "frame_000003.png"));
+}
+
+TEST_F(Program, KeepGoingEndsWhenPicturesCannotBeWritten)
+{
+    fs::create_directories(m_folder / "d" / "frame_000001.png");
+    ExpectFailure(Run({"frames", m_strVideo, "--out", Target("d"), "--keep-going"}),
+                  "frames failed with status -9 (general failure): '" + Target("d") + "/frame_000001.png" +
+                      "' can't be written: " + std::make_error_code(std::errc::is_a_directory).message());
+}
+
 TEST_F(Program, FrameBeyondTheLastIsNeverAskedFor)
 {
     ExpectFailure(Run({"frames", m_strVideo, "--out", Target("d"), "--frames", "0,2:6:2"}),
@@ -149,6 +191,7 @@ TEST_F(Program, WrongCommandLines)
         {"frames", m_strVideo},
         {"frames", m_strVideo, "--out", Target("d"), "--raw", Target("r")},
         {"frames", m_strVideo, "--raw", Target("r"), "--format", "png"},
+        {"frames", m_strVideo, "--raw", Target("r"), "--keep-going"},
         {"frames", m_strVideo, "--out", Target("d"), "--format", "jpeg"},
         {"frames", m_strVideo, "--out", Target("d"), "--frames", "5:1"},
         {"frames", m_strVideo, "--out", Target("d"), "--frames", ""},

@@ -1,6 +1,7 @@
 // The built program with the real module and real videos, next to what ffmpeg and ffprobe say of them.
 #include <algorithm>
 #include <set>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -294,6 +295,102 @@ TEST_F(Videos, WhatIsNoVideoIsRefused)
             EXPECT_EQ(result.m_strErr, strFailed + strPath + strReason);
         }
     }
+}
+
+// --- damaged videos ---
+
+// A copy in which the bytes of one picture are zero, counted in decoding order.
+std::string WithZeroedPicture(const std::string& strVideo, const std::string& strCopy, int nPicture)
+{
+    std::istringstream packets(test_support::RunForOutput("ffprobe -v error -select_streams v:0 -show_entries "
+                                                          "packet=size,pos -of compact=p=0:nk=1 " +
+                                                          test_support::Quoted(strVideo)));
+    std::string strPacket;  // size|position
+    for (int i = 0; i <= nPicture; ++i)
+        std::getline(packets, strPacket);
+    const std::size_t uiSize = std::stoull(strPacket);
+    const std::size_t uiPosition = std::stoull(strPacket.substr(strPacket.find('|') + 1));
+    std::string bytes = FileText(strVideo);
+    bytes.replace(uiPosition, uiSize, std::string(uiSize, '\0'));
+    std::ofstream(strCopy, std::ios::binary) << bytes;
+    return strCopy;
+}
+
+// Every picture depends on itself alone.
+std::string IntraVideo()
+{
+    return MakeVideoFile(
+        {"intra.mp4", 120, {"-c:v", "libx264", "-profile:v", "high", "-bf", "0", "-g", "1", "-qp", "8"}});
+}
+
+std::string PictureFile(int nFrame)
+{
+    return "frame_" + std::to_string(1'000'000 + nFrame).substr(1) + ".png";
+}
+
+std::string LostFrame(int nFrame, const std::string& strVideo)
+{
+    return "qmhost: ReadFrame failed with status -9 (general failure): frame " + std::to_string(nFrame) + " of '" +
+           strVideo + "'\n";
+}
+
+TEST_F(Videos, DamagedPictureEndsTheCommand)
+{
+    const std::string strDamaged = WithZeroedPicture(IntraVideo(), Target("damaged.mp4"), 80);
+    const ProgramResult result = Run({"frames", strDamaged, "--out", Target("d")});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, LostFrame(80, strDamaged));
+    EXPECT_TRUE(fs::exists(m_folder / "d" / PictureFile(79)));
+    EXPECT_FALSE(fs::exists(m_folder / "d" / PictureFile(81)));
+}
+
+TEST_F(Videos, KeepGoingReadsEveryFrameButTheDamagedOne)
+{
+    const auto vPictures = PicturesByFfmpeg(IntraVideo());
+    const std::string strDamaged = WithZeroedPicture(IntraVideo(), Target("damaged.mp4"), 80);
+    const ProgramResult result = Run({"frames", strDamaged, "--out", Target("d"), "--keep-going"});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, LostFrame(80, strDamaged) +
+                                   "qmhost: frames failed with status -9 (general failure): 1 of 120 frames of '" +
+                                   strDamaged + "' couldn't be read and are left out\n");
+    std::string strTimes = "frame,time_ms\n";
+    for (int i = 0; i < 120; ++i)
+    {
+        const fs::path path = m_folder / "d" / PictureFile(i);
+        ASSERT_EQ(fs::exists(path), i != 80) << i;
+        if (i == 80) continue;
+        EXPECT_TRUE(PixelsOf(path) == vPictures[static_cast<std::size_t>(i)]) << i;
+        strTimes += std::to_string(i) + "," + std::to_string(40 * i) + "\n";
+    }
+    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), strTimes);
+}
+
+// The module gives up a file object when damage ends its first play, so more frames may be lost than are damaged. No
+// frame gets a wrong picture, and each is either written or reported.
+TEST_F(Videos, KeepGoingWithDamageAtTheBeginning)
+{
+    const auto vPictures = PicturesByFfmpeg(IntraVideo());
+    const std::string strDamaged = WithZeroedPicture(IntraVideo(), Target("damaged.mp4"), 5);
+    const ProgramResult result =
+        Run({"frames", strDamaged, "--out", Target("d"), "--keep-going", "--frames", "0:7,60"});
+    EXPECT_EQ(result.m_nStatus, 1);
+    std::string strTimes = "frame,time_ms\n";
+    std::string strLost;
+    for (const int i : {0, 1, 2, 3, 4, 5, 6, 7, 60})
+    {
+        const fs::path path = m_folder / "d" / PictureFile(i);
+        if (!fs::exists(path))
+        {
+            strLost += LostFrame(i, strDamaged);
+            continue;
+        }
+        EXPECT_NE(i, 5);
+        EXPECT_TRUE(PixelsOf(path) == vPictures[static_cast<std::size_t>(i)]) << i;
+        strTimes += std::to_string(i) + "," + std::to_string(40 * i) + "\n";
+    }
+    EXPECT_EQ(result.m_strErr.substr(0, strLost.size()), strLost);
+    EXPECT_FALSE(strLost.empty());
+    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), strTimes);
 }
 
 // --- lists of times that aren't the video's ---

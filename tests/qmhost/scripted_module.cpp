@@ -1,12 +1,16 @@
 // A file-format module for tests: it opens every file that exists, records in every file that it writes what it was
 // given (scripted_output.cpp), and does what the environment variable QMHOST_SCRIPT says: items "name=number" separated
 // by blanks, where a name is an operation, to give that status, or
-//   frames, width, height    what the file has
-//   frame                    the one frame for which ReadFrame or WriteNextFrame gives its status; without it all
-//   frames times                    the number of entries in the block of times, when it differs from frames factory 0
-//   for a factory that gives null interface                0 for an object without the format interface badperiod 1 for
-//   a mean period that is no number makesfile                0 for an output object that doesn't say that it couldn't
-//   open its file reason                   0 for a frame that fails without a word to the diagnostics
+//
+//   frames, width, height  what the file has
+//   frame                  the one frame for which ReadFrame or WriteNextFrame gives its status; without it all frames
+//   dies                   1 for an input object that reads no frame any more after one that failed
+//   times                  the number of entries in the block of times, when it differs from frames
+//   factory                0 for a factory that gives null
+//   interface              0 for an object without the format interface
+//   badperiod              1 for a mean period that is no number
+//   makesfile              0 for an output object that doesn't report that it couldn't open its file
+//   reason                 0 for a frame that fails without a line in the diagnostics
 //
 // Byte x of row y of frame f is (7f + 5y + x) mod 251, padding is 0xEE, frame f is at 40f + f mod 3 milliseconds.
 #include <cstdio>
@@ -119,7 +123,9 @@ public:
         SQmImageAttributes attributes;
         GetImageAttributes(&attributes);
         Fill(uiIndex, attributes.m_uiWidth, attributes.m_uiHeight, attributes.m_uiWidthBytes, pBuffer);
-        return Number("frame", static_cast<int>(uiIndex)) == uiIndex ? Status("ReadFrame") : QM_OK;
+        if (m_bDead || Number("frame", static_cast<int>(uiIndex)) != uiIndex) return m_bDead ? QM_ERR_FAIL : QM_OK;
+        m_bDead = Scripted("dies", 0) != 0;
+        return Status("ReadFrame");
     }
     QmStatus GetCacheItem(const wchar_t* pwszName, CQmByteArray* pData) override
     {
@@ -170,6 +176,7 @@ public:
 private:
     std::int32_t m_nRefCount = 0;
     IQmImageFormat* m_pFormat;
+    bool m_bDead = false;
 };
 
 class ScriptedFormat : public IQmImageFormat, public virtual CQmClass

@@ -1,6 +1,7 @@
 // qmhost frames: pictures of frames as image files or as raw bytes.
 #include "command.h"
 
+#include <algorithm>
 #include <iostream>
 #include <optional>
 
@@ -19,6 +20,11 @@ namespace
 {
 
 constexpr const char* COMMAND = "frames";
+
+// With new objects of the module, for a frame that couldn't be read. An object starts with the first 48 pictures and
+// reads no more when one of these is damaged. Whether a request for a later frame comes before that depends on how soon
+// its threads run, hence more than one attempt.
+constexpr int NEW_ATTEMPTS = 3;
 
 std::string FrameListProblem(const std::string& text)
 {
@@ -47,30 +53,99 @@ FrameList ChooseFrames(const InputFile& file, const std::string& strList)
     return list;
 }
 
-// One picture a frame, however often the list names it, and the times of these frames in the order of file names.
-void WritePictures(InputFile& file, const std::vector<double>& vTimesMs, const FrameList& list,
-                   const std::filesystem::path& folder, EImageFormat eFormat, ProgressBar& progress)
+// Writes the pictures of frames as files of a folder.
+class PictureFolder
 {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " can't be made: " + error.message());
+public:
+    PictureFolder(InputFile& file, std::filesystem::path folder, EImageFormat eFormat)
+        : m_file(file), m_folder(std::move(folder)), m_eFormat(eFormat), m_vOutcomes(file.FrameCount())
+    {
+        std::error_code error;
+        std::filesystem::create_directories(m_folder, error);
+        if (error) throw std::runtime_error(Quoted(Utf8FromPath(m_folder)) + " can't be made: " + error.message());
+    }
 
-    std::vector<bool> vWritten(file.FrameCount());
-    list.ForEach([&](std::uint32_t uiFrame) {
-        if (!vWritten[uiFrame])
+    // One picture a frame, however often the list names it. With bKeepGoing a frame that can't be read is reported on
+    // standard error and left out.
+    void Write(const FrameList& list, bool bKeepGoing, ProgressBar& progress)
+    {
+        list.ForEach([&](std::uint32_t uiFrame) {
+            EOutcome& eOutcome = m_vOutcomes[uiFrame];
+            if (eOutcome == EOutcome::NotAsked) eOutcome = WritePicture(uiFrame, bKeepGoing, progress);
+            progress.Step();
+        });
+    }
+
+    // The times of the frames that were written, in the order of file names.
+    void WriteTimes(const std::vector<double>& vTimesMs) const
+    {
+        std::vector<FrameTime> vTimes;
+        for (std::uint32_t uiFrame = 0; uiFrame < m_vOutcomes.size(); ++uiFrame)
+            if (m_vOutcomes[uiFrame] == EOutcome::Written) vTimes.push_back({uiFrame, vTimesMs[uiFrame]});
+        WriteWholeFile(m_folder / "times.csv", TimesAsCsv(vTimes));
+    }
+
+    // Throws Failure when frames were left out.
+    void RequireAll() const
+    {
+        const auto nLost = std::count(m_vOutcomes.begin(), m_vOutcomes.end(), EOutcome::Lost);
+        const auto nWritten = std::count(m_vOutcomes.begin(), m_vOutcomes.end(), EOutcome::Written);
+        if (nLost == 0) return;
+        throw Failure(COMMAND, QM_ERR_FAIL,
+                      std::to_string(nLost) + " of " + std::to_string(nLost + nWritten) + " frames of " +
+                          Quoted(m_file.Path()) + " couldn't be read and are left out");
+    }
+
+private:
+    enum class EOutcome : unsigned char
+    {
+        NotAsked,
+        Written,
+        Lost
+    };
+
+    EOutcome WritePicture(std::uint32_t uiFrame, bool bKeepGoing, ProgressBar& progress)
+    {
+        const auto path = m_folder / PictureName(uiFrame, m_file.FrameCount(), FileExtension(m_eFormat));
+        const std::optional<PictureView> picture =
+            bKeepGoing ? ReadIfPossible(uiFrame, progress) : m_file.ReadFrame(uiFrame);
+        if (!picture)
         {
-            WriteWholeFile(folder / PictureName(uiFrame, file.FrameCount(), FileExtension(eFormat)),
-                           EncodeImage(file.ReadFrame(uiFrame), eFormat));
-            vWritten[uiFrame] = true;
+            std::error_code ignored;
+            std::filesystem::remove(path, ignored);  // one of an earlier run would pass for this one's
+            return EOutcome::Lost;
         }
-        progress.Step();
-    });
+        WriteWholeFile(path, EncodeImage(*picture, m_eFormat));
+        return EOutcome::Written;
+    }
 
-    std::vector<FrameTime> vTimes;
-    for (std::uint32_t uiFrame = 0; uiFrame < file.FrameCount(); ++uiFrame)
-        if (vWritten[uiFrame]) vTimes.push_back({uiFrame, vTimesMs[uiFrame]});
-    WriteWholeFile(folder / "times.csv", TimesAsCsv(vTimes));
-}
+    // The picture, or a line on standard error and nothing. A frame is only lost when new objects of the module can't
+    // read it either: after a damaged picture an object may read none of the others.
+    std::optional<PictureView> ReadIfPossible(std::uint32_t uiFrame, ProgressBar& progress)
+    {
+        std::string strFailure;
+        for (int nAttempt = 0; nAttempt < 1 + NEW_ATTEMPTS; ++nAttempt)
+        {
+            if (nAttempt > 0) m_file.Reopen();
+            try
+            {
+                return m_file.ReadFrame(uiFrame);
+            }
+            catch (const Failure& e)
+            {
+                strFailure = e.what();
+            }
+        }
+        progress.Wipe();
+        std::cerr << "qmhost: " << strFailure << '\n';
+        return std::nullopt;
+    }
+
+    InputFile& m_file;
+    std::filesystem::path m_folder;
+    EImageFormat m_eFormat;
+    std::vector<EOutcome> m_vOutcomes;  // of every frame of the file
+};
 
 void WriteRawFile(InputFile& file, const FrameList& list, const std::filesystem::path& path, ProgressBar& progress)
 {
@@ -100,8 +175,9 @@ public:
         CLI::App* pApp = program.add_subcommand("frames", "Writes the pictures of frames");
         pApp->add_option("FILE", m_strFile, "MP4 file")->required();
         CLI::Option_group* pTarget = pApp->add_option_group("target", "Where the pictures go (exactly one)");
-        pTarget->add_option("--out", m_strFolder, "Folder for image files and their times.csv; made if missing")
-            ->type_name("DIR");
+        CLI::Option* pFolder =
+            pTarget->add_option("--out", m_strFolder, "Folder for image files and their times.csv; made if missing")
+                ->type_name("DIR");
         CLI::Option* pRaw =
             pTarget->add_option("--raw", m_strRaw, "File for bare 24-bit rows B, G, R, frames in order; - for stdout")
                 ->type_name("OUT.bgr");
@@ -115,6 +191,10 @@ public:
             ->type_name("png|tiff")
             ->check(CLI::IsMember({"png", "tiff"}).description(""))
             ->excludes(pRaw);
+        // A raw file has nothing that shows which frame is missing.
+        pApp->add_flag("--keep-going", m_bKeepGoing,
+                       "Leave out frames that can't be read, report each, and end with status 1")
+            ->needs(pFolder);
         pApp->add_flag("--allow-blank", m_bAllowBlank, ALLOW_BLANK_HELP);
         pApp->add_flag("--allow-foreign-times", m_bAllowForeignTimes, ALLOW_FOREIGN_TIMES_HELP);
         return pApp;
@@ -139,7 +219,10 @@ public:
         }
         else
         {
-            WritePictures(file, vTimesMs, list, PathFromUtf8(m_strFolder), eFormat, progress);
+            PictureFolder folder(file, PathFromUtf8(m_strFolder), eFormat);
+            folder.Write(list, m_bKeepGoing, progress);
+            folder.WriteTimes(vTimesMs);
+            folder.RequireAll();
         }
     }
 
@@ -149,6 +232,7 @@ private:
     std::optional<std::string> m_strRaw;
     std::string m_strList;
     std::string m_strFormat = "png";
+    bool m_bKeepGoing = false;
     bool m_bAllowBlank = false;
     bool m_bAllowForeignTimes = false;
 };

@@ -67,10 +67,28 @@ std::wstring HostPath(const std::string& strPath, std::string_view operation)
     return *std::move(wide);
 }
 
-InputFile::InputFile(const Session& session, std::string strPath) : m_strPath(std::move(strPath))
+InputFile::InputFile(const Session& session, std::string strPath) : m_session(session), m_strPath(std::move(strPath))
+{
+    Open();
+}
+
+void InputFile::Reopen()
+{
+    const SQmImageAttributes before = m_attributes;
+    m_pFile.reset();
+    Open();
+    if (m_attributes.m_uiWidth != before.m_uiWidth || m_attributes.m_uiHeight != before.m_uiHeight ||
+        m_attributes.m_uiWidthBytes != before.m_uiWidthBytes ||
+        m_attributes.m_uiSequenceCount != before.m_uiSequenceCount)
+    {
+        throw Failure("GetImageAttributes", QM_ERR_FAIL, Quoted(m_strPath) + " has changed while it was read");
+    }
+}
+
+void InputFile::Open()
 {
     IQmInputImageFile* pFile = nullptr;
-    const QmStatus nStatus = session.Format().CreateInputFileForPath(
+    const QmStatus nStatus = m_session.Format().CreateInputFileForPath(
         CQmStringW(HostPath(m_strPath, "CreateInputFileForPath").c_str()), &pFile);
     m_pFile.reset(pFile);
     Require(nStatus, "CreateInputFileForPath", Quoted(m_strPath));

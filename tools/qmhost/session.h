@@ -48,8 +48,12 @@ std::wstring HostPath(const std::string& strPath, std::string_view operation);
 class InputFile
 {
 public:
-    // Opens the file, so that the attributes are known. strPath is UTF-8.
+    // Opens the file, so that the attributes are known. strPath is UTF-8. The session must outlive the object.
     InputFile(const Session& session, std::string strPath);
+
+    // Starts again with a new object of the module. An object whose first pictures are damaged may read nothing more,
+    // not even what is undamaged. Throws Failure as well when the file has another shape now.
+    void Reopen();
 
     const std::string& Path() const { return m_strPath; }
     const SQmImageAttributes& Attributes() const { return m_attributes; }
@@ -77,6 +81,9 @@ private:
     {
         void operator()(IQmInputImageFile* pFile) const { pFile->Release(); }
     };
+    void Open();
+
+    const Session& m_session;
     std::string m_strPath;
     std::unique_ptr<IQmInputImageFile, ReleaseFile> m_pFile;
     SQmImageAttributes m_attributes;

@@ -26,7 +26,7 @@ ProgressBar::ProgressBar(std::ostream* pOut, std::uint64_t uiTotal) : m_pOut(pOu
 
 ProgressBar::~ProgressBar()
 {
-    if (m_pOut && m_uiDrawn > 0) *m_pOut << '\r' << std::string(m_uiDrawn, ' ') << '\r' << std::flush;
+    Wipe();
 }
 
 void ProgressBar::Step()
@@ -39,6 +39,12 @@ void ProgressBar::Step()
     *m_pOut << '\r' << text << std::flush;
     m_uiDrawn = text.size();
     m_timeDrawn = now;
+}
+
+void ProgressBar::Wipe()
+{
+    if (m_pOut && m_uiDrawn > 0) *m_pOut << '\r' << std::string(m_uiDrawn, ' ') << '\r' << std::flush;
+    m_uiDrawn = 0;
 }
 
 }  // namespace qmhost

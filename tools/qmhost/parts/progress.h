@@ -12,17 +12,20 @@ namespace qmhost
 // "[#########---------------------] 30%  37/123", always 30 cells wide. uiTotal 0 counts as done.
 std::string ProgressText(std::uint64_t uiDone, std::uint64_t uiTotal);
 
-// Draws the bar on a terminal, ten times a second at most, and wipes it when destroyed. Silent without a stream.
+// Draws the bar on a terminal, ten times a second at most, and wipes it at its end. Silent without a stream.
 class ProgressBar
 {
 public:
-    // pOut: where the terminal is, or null when nobody watches.
+    // pOut: the terminal, or null for no bar.
     ProgressBar(std::ostream* pOut, std::uint64_t uiTotal);
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
     void Step();
+
+    // Makes place on the terminal for a message. The next step draws the bar again.
+    void Wipe();
 
 private:
     std::ostream* m_pOut;
