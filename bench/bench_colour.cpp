@@ -1,4 +1,4 @@
-// The colour conversions beside libswscale, and the building of the look-up table.
+// The colour conversions next to libswscale, and the time to build the look-up table.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -20,16 +20,16 @@ extern "C"
 #include <libswscale/swscale.h>
 }
 
-#include "hostapi/hostpicbase.h"
 #include "colour/colourconversion.h"
 #include "colour/colourkernels.h"
+#include "hostapi/hostpicbase.h"
 
 namespace
 {
 constexpr std::uint32_t g_uiWidth = 1920;
 constexpr std::uint32_t g_uiHeight = 1080;
 
-// A picture whose memory lives as long as it.
+// A picture that owns its memory.
 struct SPicture
 {
     explicit SPicture(std::uint32_t uiComponents) : m_vPixels(std::size_t{g_uiWidth} * g_uiHeight * uiComponents)
@@ -99,7 +99,7 @@ double CpuMilliseconds()
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
-// CPU time of the first conversion of a fresh process, in milliseconds: the filling and every page fault of it.
+// CPU time of the first conversion of a new process, in milliseconds. It fills the table, with every page fault.
 double MeasureTableOnce()
 {
     int anPipe[2];
@@ -125,7 +125,7 @@ double MeasureTableOnce()
     return dTaken;
 }
 
-// Keeps each benchmark's median CPU time beside the usual table.
+// Collects each benchmark's median CPU time, besides the usual output.
 class CReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -182,7 +182,7 @@ double BestSwscale(const CReporter& reporter, const std::string& strName)
 
 int main(int argc, char** argv)
 {
-    // Before anything else touches the table: every child must meet untouched pages.
+    // First, since every child process must find the table's pages unused.
     std::vector<double> vTable;
     for (int n = 0; n < 5; ++n)
     {

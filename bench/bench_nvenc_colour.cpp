@@ -1,4 +1,4 @@
-// The software encoder's conversion of a 1080p picture from BGRA to NV12, beside libswscale's.
+// The software encoder's conversion of a 1080p picture from BGRA to NV12, next to libswscale's.
 #include <cstdio>
 #include <memory>
 #include <random>

@@ -15,7 +15,7 @@ namespace
 
 using namespace test_support;
 
-constexpr std::uint32_t g_uiFrames = 1500;  // a minute, so that what an opening costs weighs as it does in use
+constexpr std::uint32_t g_uiFrames = 1500;  // a minute, so that the time of an opening counts as much as it does in use
 constexpr int g_nRandomReads = 60;
 constexpr int g_nRounds = 5;
 
@@ -52,7 +52,7 @@ private:
     std::vector<unsigned char> m_vBuffer;
 };
 
-// FFMS2 with its index made beforehand and its output set to bgr24.
+// FFMS2 with an index that was made before and its output set to bgr24.
 class Ffms2Reader
 {
 public:

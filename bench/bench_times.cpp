@@ -1,4 +1,4 @@
-// The frame-time list of a file with a million frames of irregular distance: by the box walk alone and through the
+// The frame-time list of a file with a million frames at irregular distances: by the box walk alone and through the
 // host interface, next to ffprobe listing the packets and to avformat_open_input, which reads the same boxes.
 extern "C"
 {
@@ -26,7 +26,7 @@ void Check(bool bOk, const char* pszWhat)
     if (!bOk) throw std::runtime_error(pszWhat);
 }
 
-// A thousand tiny pictures, a thousand times over.
+// A thousand tiny pictures, repeated a thousand times.
 void MakeVideo(const TempDir& dir, const std::filesystem::path& path)
 {
     const auto part = dir / "part.mp4";

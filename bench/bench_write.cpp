@@ -1,8 +1,8 @@
-// Writing with NVENC1: its parts by themselves, then the whole next to the ffmpeg program with the same encoder, set
-// the same.
+// Writing with NVENC1: each part by itself, then the whole next to the ffmpeg program with the same encoder and
+// settings.
 //
-// bench_write [PACKETS]: muxing is measured with 1,000,000 packets unless told otherwise. It takes 6 GB of the folder
-// for temporary files, and gives them back.
+// bench_write [PACKETS]: the number of packets for muxing is 1,000,000 by default, which takes 6 GB of temporary files.
+// They are removed at the end.
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -75,7 +75,7 @@ void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frame
     file->CloseOutput();
 }
 
-// How the runtime set its encoder for the file that was written last, as ffmpeg's arguments.
+// The runtime's settings of its encoder for the file that was written last, as ffmpeg's arguments.
 std::string EncoderArguments(const EncoderScript& script)
 {
     NvencRuntimeX264Settings settings{};
@@ -93,7 +93,7 @@ void MeasureWriting(const std::filesystem::path& directory)
     RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
               std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
 
-    const EncoderScript script;  // holds the runtime over all files, so that what it remembers lasts
+    const EncoderScript script;  // keeps the runtime loaded for all files, with its record of settings
     const ModuleHost host;
     ChooseCodec(host, L"NVENC1");
     WriteThroughHost(host, frames, ours);

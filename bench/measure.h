@@ -1,4 +1,4 @@
-// Timing of this system next to a peer: both in one run, in turns, so that a noisy machine disturbs both alike.
+// Times this system next to a peer: both in one run and in turns, so that a busy machine slows both in the same way.
 #pragma once
 
 #include <sys/resource.h>
@@ -20,7 +20,7 @@ inline double SecondsOf(const std::function<void()>& fnWork)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-// Processor seconds that the calling process and its ended children have used.
+// Processor seconds of the calling process and its ended children.
 inline double CpuSeconds()
 {
     double dSum = 0.0;
@@ -47,7 +47,7 @@ inline double Median(std::vector<double> vValues)
     return vValues[vValues.size() / 2];
 }
 
-// Runs both in turns and prints one line: the medians, and how many times as fast as the peer we are.
+// Runs both in turns and prints one line: the medians, and how many times as fast as the peer this system is.
 inline double Compare(const std::string& strName, int nRounds, const std::function<double()>& fnOurs,
                       const std::string& strPeer, const std::function<double()>& fnPeer)
 {

@@ -1,4 +1,4 @@
-// The kernel from B, G, R to YUY2 over every input that can make a difference.
+// The kernel from B, G, R to YUY2, for every input that can change a byte.
 //
 // A pair's luma bytes depend on one pixel each. Its chroma bytes depend on the first pixel through one float and on
 // the second through one integer, of which there are far fewer than pixels. So three things together cover all pairs:
@@ -41,8 +41,8 @@ constexpr std::uint32_t g_uiRow = 4096;
 // The least chroma, the greatest, and something between.
 constexpr std::uint32_t g_auiPartners[] = {0x00FFFF, 0x0000FF, 0x7B3F01};
 
-// Runs every pixel through the kernel at one place of the pair, with each partner at the other, and gives the number
-// of pairs that differ from the definition.
+// Converts every pixel at one place of the pair, with each partner at the other, and returns the number of pairs that
+// differ from the definition.
 std::size_t CountWrongPairs(const SColourKernels& kernels, bool bAsFirst)
 {
     Bytes vBgr(g_uiRow * 6);
@@ -164,7 +164,7 @@ TEST_P(BgrToYuy2Kernel, GivesTheDefinitionForEveryMeanOfV)
     EXPECT_EQ(CountWrongMeans(Kernels(), &SPixelTerms::m_fV, 3), 0U);
 }
 
-TEST_P(BgrToYuy2Kernel, GivesTheDefinitionForRandomPairsAndWritesNothingBeside)
+TEST_P(BgrToYuy2Kernel, GivesTheDefinitionForRandomPairsAndWritesNothingElse)
 {
     std::mt19937 random(7);
     for (std::size_t uiPairs = 0; uiPairs <= 300; ++uiPairs)

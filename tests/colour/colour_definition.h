@@ -1,6 +1,6 @@
-// The colour conversions written down once more, for the tests to hold the module against. Single-precision results
-// are got by way of double precision: the product of two floats is exact in a double, and the sum of two, rounded to
-// a double and then to a float, is the float sum.
+// A second definition of the colour conversions, to which the tests compare the module. Single-precision results are
+// computed in double precision: the product of two floats is exact in a double, and the sum of two, rounded to a double
+// and then to a float, is the float sum.
 #pragma once
 
 #include <cstddef>
@@ -42,7 +42,7 @@ inline SBgr DefinedBgr(unsigned uiY, unsigned uiU, unsigned uiV)
             Limit(Add(Mul(fV, 1.596F), fY))};
 }
 
-// What one pixel gives to its pair.
+// The part of one pixel in its pair.
 struct SPixelTerms
 {
     SPixelTerms(unsigned uiB, unsigned uiG, unsigned uiR)

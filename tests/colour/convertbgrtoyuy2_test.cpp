@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-#include "hostapi/hostpicbase.h"
 #include "colour/colourconversion.h"
+#include "hostapi/hostpicbase.h"
 #include "tests/colour/colour_definition.h"
 #include "tests/colour/guarded_block.h"
 #include "tests/colour/kernels_under_test.h"
@@ -108,8 +108,8 @@ TEST(ConvertBgrToYuy2, TheSecondPixelsChromaGoesThroughAnInteger)
 
 TEST(ConvertBgrToYuy2, TheSecondPixelsChromaNeverWraps)
 {
-    // With a black first pixel, whose chroma is 128, chroma that had wrapped would leave the range of the means of 128
-    // and 16 to 240.
+    // The first pixel is black, with chroma 128. Wrapped chroma of the second would give a value outside of the means
+    // of 128 and 16 to 240.
     Bytes vBgr(256 * 6);
     Bytes vYuy2(256 * 4);
     SQmPicBuf target{512, 1, 1024, 8, 2, 1024, vYuy2.data()};
@@ -149,7 +149,7 @@ TEST(ConvertBgrToYuy2, AnEvenWidthNeverStraddlesARowEnd)
     {
         const bool bLuma = ui % 2 == 0;
         const bool bWhite = ui / (uiWidth * 2) == 1;
-        // White's chroma: 128 and what the float sums leave beside 0.
+        // White's chroma: 128 plus the rounding error of the float sums.
         EXPECT_NEAR(vYuy2[ui], bLuma ? (bWhite ? 235 : 16) : 128, bLuma ? 0 : 1) << ui;
     }
 }
@@ -181,9 +181,9 @@ TEST(ConvertBgrToYuy2, AnyShapeAlignmentAndContent)
     }
 }
 
-TEST(ConvertBgrToYuy2, ReadsNoFurtherThanTheLastPixel)
+TEST(ConvertBgrToYuy2, ReadsNoByteAfterTheLastPixel)
 {
-    // Memory checkers see a read behind the exact block, for an even width and an odd one.
+    // Blocks of the exact size, for an even width and an odd one: the address sanitizer reports a read after them.
     for (const std::uint32_t uiWidth : {38U, 39U})
     {
         const Bytes vSource(uiWidth * 3 * 2, 0);
@@ -198,7 +198,7 @@ TEST(ConvertBgrToYuy2, ReadsNoFurtherThanTheLastPixel)
     }
 }
 
-TEST(ConvertBgrToYuy2, APictureThatCannotHoldItsRowsIsLeftAlone)
+TEST(ConvertBgrToYuy2, APictureThatIsTooSmallForItsRowsIsUnchanged)
 {
     Bytes vBgr(64);
     Bytes vTarget(64, 7);

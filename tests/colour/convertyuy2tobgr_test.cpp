@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "hostapi/hostpicbase.h"
 #include "colour/colourconversion.h"
+#include "hostapi/hostpicbase.h"
 #include "tests/colour/colour_definition.h"
 #include "tests/colour/guarded_block.h"
 #include "tests/colour/kernels_under_test.h"
@@ -44,7 +44,7 @@ enum class EFill
 };
 
 // Converts a picture of the given shape between guarded blocks and compares every byte of the target's block. The
-// bytes that the conversion doesn't own must keep their values.
+// bytes that the conversion must not write keep their values.
 void ExpectPictureIsConverted(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch, std::size_t uiShift,
                               EFill eFill, std::mt19937& random)
 {
@@ -98,7 +98,7 @@ TEST(ConvertYuy2ToBgr, LumaOutsideTheStudioRangeIsLimited)
     EXPECT_EQ(Convert(255, 128, 128), (Bytes{255, 255, 255}));
 }
 
-TEST(ConvertYuy2ToBgr, BothPixelsOfAPairShareTheChromaAsItStands)
+TEST(ConvertYuy2ToBgr, BothPixelsOfAPairHaveTheSameChroma)
 {
     std::uint8_t abYuy2[32] = {100, 90, 200, 170, 100, 166, 200, 86};
     std::uint8_t abBgr[12] = {};
@@ -122,7 +122,7 @@ TEST(ConvertYuy2ToBgr, AnOddWidthWritesIntoThePadding)
     }
 }
 
-TEST(ConvertYuy2ToBgr, AnOddWidthWithoutPaddingWritesNothingBehindTheBlock)
+TEST(ConvertYuy2ToBgr, AnOddWidthWithoutPaddingWritesNothingAfterTheBlock)
 {
     std::mt19937 random(2);
     for (const std::uint32_t uiWidth : {1U, 3U, 15U, 17U, 33U})
@@ -147,9 +147,9 @@ TEST(ConvertYuy2ToBgr, AnyShapeAlignmentAndContent)
     }
 }
 
-TEST(ConvertYuy2ToBgr, ReadsNoFurtherThanTheLastPair)
+TEST(ConvertYuy2ToBgr, ReadsNoByteAfterTheLastPair)
 {
-    // The sample's last row may end with its last pair; memory checkers see a read behind it.
+    // The sample's last row may end with its last pair. The address sanitizer reports a read after it.
     const std::uint32_t uiWidth = 38;
     const std::uint32_t uiPitch = 80;
     const std::vector<std::uint8_t> vSource(uiPitch + uiWidth * 2, 128);
@@ -162,7 +162,7 @@ TEST(ConvertYuy2ToBgr, ReadsNoFurtherThanTheLastPair)
     EXPECT_EQ(vTarget, Bytes(vTarget.size(), 130));  // (128 - 16) * 1.164 = 130.368
 }
 
-TEST(ConvertYuy2ToBgr, APictureThatCannotHoldItsRowsIsLeftAlone)
+TEST(ConvertYuy2ToBgr, APictureThatIsTooSmallForItsRowsIsUnchanged)
 {
     std::uint8_t abYuy2[64] = {};
     Bytes vTarget(64, 7);
@@ -218,7 +218,7 @@ TEST_P(Yuy2ToBgrKernel, GivesTheDefinitionForEveryTriple)
     }
 }
 
-TEST_P(Yuy2ToBgrKernel, WritesItsPixelsAndNothingBeside)
+TEST_P(Yuy2ToBgrKernel, WritesItsPixelsAndNothingElse)
 {
     MakeTable();
     std::mt19937 random(4);

@@ -1,4 +1,4 @@
-// 24-bit rows to 32-bit ones, as the encoders' surfaces want them.
+// 24-bit rows to 32-bit ones, for the encoders' surfaces.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -57,9 +57,9 @@ TEST(CopyBgrToBgra, AnUpwardSurfaceHasANegativePitch)
     EXPECT_EQ(vTarget, (Bytes{4, 5, 6, 255, 1, 2, 3, 255}));
 }
 
-TEST(CopyBgrToBgra, ARowsPlaceIsAProductOf32Bits)
+TEST(CopyBgrToBgra, ARowsOffsetIsAProductOf32Bits)
 {
-    // Row 2 lies at 2 * 0x80000001, of which 32 bits are 2. The pages between are never touched.
+    // Row 2 is at 2 * 0x80000001, of which 32 bits are 2. The pages in between are never accessed.
     constexpr std::uint32_t uiPitch = 0x80000001U;
     const std::unique_ptr<std::uint8_t, decltype(&std::free)> pSource(
         static_cast<std::uint8_t*>(std::malloc(std::size_t{uiPitch} + 3)), &std::free);
@@ -82,12 +82,12 @@ class BgrToBgraKernel : public ColourKernelTest
 };
 INSTANTIATE_TEST_SUITE_P(Kernels, BgrToBgraKernel, BothKernels(), KernelsName);
 
-TEST_P(BgrToBgraKernel, WritesItsPixelsAndNothingBeside)
+TEST_P(BgrToBgraKernel, WritesItsPixelsAndNothingElse)
 {
     std::mt19937 random(9);
     for (std::size_t uiPixels = 0; uiPixels <= 100; ++uiPixels)
     {
-        // An exact block: memory checkers see a read behind it.
+        // A block of the exact size: the address sanitizer reports a read after it.
         Bytes vSource(uiPixels * 3);
         for (std::uint8_t& b : vSource)
         {

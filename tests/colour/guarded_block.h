@@ -1,5 +1,5 @@
-// A block of bytes that notices when somebody writes beside it, at any alignment. The block ends where its allocation
-// ends but for the guard, so that sanitizers notice reads, too, when the guard is left out.
+// A block of bytes at any alignment, with guards that show writes outside of it. Without the guard after it, the block
+// ends with its allocation, so that sanitizers also report reads.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 class CGuardedBlock
 {
 public:
-    // The first byte of the block lies uiShift bytes behind an allocation's start. Guards and contents are random.
+    // The block begins uiShift bytes after the start of an allocation. Guards and contents are random.
     CGuardedBlock(std::size_t uiSize, std::size_t uiShift, std::mt19937& random)
         : m_uiFront(uiShift + g_uiGuard), m_uiSize(uiSize), m_vBytes(uiShift + uiSize + 2 * g_uiGuard)
     {

@@ -1,4 +1,4 @@
-// Runs a test once for the plain colour kernels and once for those for AVX2.
+// Runs a test twice: for the plain colour kernels and for those for AVX2.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "hostapi/hostpicbase.h"
 #include "colour/colourconversion.h"
+#include "hostapi/hostpicbase.h"
 #include "tests/colour/colour_definition.h"
 #include "tests/colour/kernels_under_test.h"
 
@@ -14,7 +14,7 @@ namespace
 {
 constexpr std::size_t g_uiPlaneSize = std::size_t{3} << 16;
 
-// Compares one luma's entries with the definition; gives the number of those that differ.
+// Compares one luma's entries with the definition. Returns the number of different ones.
 std::size_t CountWrongEntries(const std::uint8_t* pPlane, unsigned uiY)
 {
     std::size_t uiWrong = 0;
@@ -39,7 +39,7 @@ void ConvertOnePair(std::uint8_t (&abBgr)[8], std::uint8_t bY, std::uint8_t bU, 
 }  // namespace
 
 // First in this file: with all tests in one process it must come before any conversion.
-TEST(YuvToRgbLut, IsMadeOnceByTheFirstConversionsHoweverManyThreads)
+TEST(YuvToRgbLut, IsMadeOnceByTheFirstConversionsOnAnyNumberOfThreads)
 {
     if (g_bYuvToRgbLutReady != 0) GTEST_SKIP() << "the table was made by an earlier test of this process";
     ASSERT_EQ(g_yuvToRgbLut[g_uiYuvToRgbLutSize - 1], 0) << "zero until it is made";
@@ -90,7 +90,7 @@ class LutPlane : public ColourKernelTest
 };
 INSTANTIATE_TEST_SUITE_P(Kernels, LutPlane, BothKernels(), KernelsName);
 
-TEST_P(LutPlane, IsTheDefinitionForEveryTripleAndNothingBeside)
+TEST_P(LutPlane, IsTheDefinitionForEveryTripleAndWritesNothingElse)
 {
     std::vector<std::uint8_t> vPlane(g_uiPlaneSize + 2, 0xA5);
     for (unsigned uiY = 0; uiY < 256; ++uiY)

@@ -1,10 +1,10 @@
-// The array behind the log.
+// The array of the sample log.
 #include <gtest/gtest.h>
 
 #include "common/growingarray.h"
 #include "tests/mp4_outputfile/muxer/bytes.h"
 
-TEST(GrowingArray, HoldsWhatWasPutInAcrossItsBlocks)
+TEST(GrowingArray, HoldsItsEntriesAcrossBlocks)
 {
     CGrowingArray<std::uint32_t> array;
     EXPECT_TRUE(array.empty());
@@ -43,7 +43,7 @@ TEST(GrowingArray, TakesLessThanAMebibyteBeyondItsEntries)
     }
 }
 
-TEST(GrowingArray, ReservesAheadAndGivesAllBack)
+TEST(GrowingArray, ReservesAheadAndFreesEverything)
 {
     CGrowingArray<std::uint32_t> array;
     array.reserve(200000);

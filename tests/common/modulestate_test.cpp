@@ -1,9 +1,9 @@
-// The count of format objects that keeps the runtimes started.
+// The count of format objects, which keeps the runtimes started.
 #include <gtest/gtest.h>
 
 #include "amf/common/amffactoryhelper.h"
-#include "mp4filesimpl/imageformatmp4.h"
 #include "common/modulestate.h"
+#include "mp4filesimpl/imageformatmp4.h"
 
 namespace
 {
@@ -27,7 +27,7 @@ TEST(ModuleState, AnObjectThatWasNeverCountedLeavesTheCountAtZero)
     EXPECT_EQ(g_nFormatObjects, 0);
 }
 
-TEST(ModuleState, ANegativeCountIsLeftAlone)
+TEST(ModuleState, ANegativeCountIsUnchanged)
 {
     g_nFormatObjects = -2;
     StopModuleRuntime();

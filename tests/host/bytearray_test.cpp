@@ -43,7 +43,7 @@ TEST(ByteArray, ReplacesAndAppends)
     EXPECT_EQ(TextOf(bytes), "xy");
 }
 
-TEST(ByteArray, GivesPositionsUpToOnePastTheLastByte)
+TEST(ByteArray, HasPositionsUpToOnePastTheLastByte)
 {
     CQmByteArray bytes;
     SetText(bytes, "abc", REPLACE);
@@ -62,7 +62,7 @@ TEST(ByteArray, LengthensWithZerosAndShortens)
     EXPECT_EQ(TextOf(bytes), std::string("ab\0\0\0", 5));
 }
 
-TEST(ByteArray, TakesNoBytesFromNull)
+TEST(ByteArray, AcceptsNoBytesFromNull)
 {
     CQmByteArray bytes;
     SetText(bytes, "abc", REPLACE);
@@ -102,7 +102,7 @@ TEST(ByteArray, ReplacesItselfByItsOwnTail)
     EXPECT_EQ(TextOf(bytes), "34567");
 }
 
-TEST(ByteArray, CopiesAreApart)
+TEST(ByteArray, CopiesAreIndependent)
 {
     CQmByteArray original;
     SetText(original, "abc", REPLACE);
@@ -117,13 +117,13 @@ TEST(ByteArray, CopiesAreApart)
     EXPECT_EQ(TextOf(original), "Xbc");
 }
 
-TEST(ByteArray, StaysAsItIsWithoutMemory)
+TEST(ByteArray, IsUnchangedWithoutMemory)
 {
     CQmByteArray bytes;
     SetText(bytes, "abc", REPLACE);
     EXPECT_EQ(bytes.SetSize(std::numeric_limits<std::size_t>::max() / 2), QM_ERR_FAIL);
     EXPECT_EQ(TextOf(bytes), "abc");
-    // The sum of the sizes wraps round; nothing may be read or written then.
+    // The sum of the sizes wraps. No byte may be read or written then.
     EXPECT_EQ(bytes.SetData("x", std::numeric_limits<std::size_t>::max() - 1, APPEND, DEFAULT), QM_ERR_FAIL);
     EXPECT_EQ(TextOf(bytes), "abc");
 }

@@ -28,7 +28,7 @@ TEST(DateTime, GivesPublishedJulianDays)
     EXPECT_DOUBLE_EQ(JulianDay(1957, 10, 4, 19, 26, 24), 2436116.31);
 }
 
-TEST(DateTime, CarriesTheGregorianCalendarBackToItsBeginning)
+TEST(DateTime, ExtendsTheGregorianCalendarToTheTimeBeforeIt)
 {
     EXPECT_EQ(JulianDay(-4713, 11, 24, 12, 0, 0), 0.0);
     EXPECT_EQ(JulianDay(0, 3, 1, 0, 0, 0), 1721119.5);
@@ -53,7 +53,7 @@ TEST(DateTime, CountsEveryDayOnce)
     }
 }
 
-TEST(DateTime, TakesFieldsBeyondTheirRange)
+TEST(DateTime, AcceptsFieldsBeyondTheirRange)
 {
     EXPECT_EQ(JulianDay(1999, 13, 1, 12, 0, 0), 2451545.0);
     EXPECT_EQ(JulianDay(2001, -11, 1, 12, 0, 0), 2451545.0);

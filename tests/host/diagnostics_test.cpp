@@ -20,7 +20,7 @@ struct SLine
     std::wstring m_strText;
 };
 
-// Takes every line for as long as it lives. The container needs no lock of its own: lines come one at a time.
+// Collects every line during its lifetime. The container needs no lock, since lines come one at a time.
 class CCapture
 {
 public:
@@ -46,7 +46,7 @@ std::wstring Format(const wchar_t* pwszFormat, TArguments... arguments)
 
 }  // namespace
 
-TEST(Diagnostics, ALineHasThePlaceThatWasTold)
+TEST(Diagnostics, ALineHasThePlaceThatWasSet)
 {
     CCapture capture;
     DiagOutputExW_hlp("some/source.cpp", 145, 0);
@@ -58,7 +58,7 @@ TEST(Diagnostics, ALineHasThePlaceThatWasTold)
     EXPECT_EQ(capture.m_vLines[0].m_strFile, "some/source.cpp");
     EXPECT_EQ(capture.m_vLines[0].m_nLine, 145);
     EXPECT_EQ(capture.m_vLines[0].m_strText, L"first");
-    EXPECT_EQ(capture.m_vLines[1].m_strFile, "");  // a place is good for one line
+    EXPECT_EQ(capture.m_vLines[1].m_strFile, "");  // a place is used for one line only
     EXPECT_EQ(capture.m_vLines[1].m_nLine, 0);
     EXPECT_EQ(capture.m_vLines[2].m_strFile, "");
     EXPECT_EQ(capture.m_vLines[2].m_nLine, 7);
@@ -71,10 +71,10 @@ TEST(Diagnostics, WithoutASinkAreDropped)
     CCapture capture;
     DiagOutputExW(L"this one is taken");
     ASSERT_EQ(capture.m_vLines.size(), 1u);
-    EXPECT_EQ(capture.m_vLines[0].m_strFile, "");  // the dropped line used its place up
+    EXPECT_EQ(capture.m_vLines[0].m_strFile, "");  // the dropped line used the place
 }
 
-TEST(Diagnostics, ANewSinkTakesOver)
+TEST(Diagnostics, ANewSinkReplacesTheOldOne)
 {
     CCapture first;
     DiagOutputExW(L"one");
@@ -87,7 +87,7 @@ TEST(Diagnostics, ANewSinkTakesOver)
     EXPECT_EQ(first.m_vLines.size(), 1u);
 }
 
-TEST(Diagnostics, ASinkMayPutAnotherInItsPlace)
+TEST(Diagnostics, ASinkMayReplaceItself)
 {
     static int nCalls = 0;
     nCalls = 0;
@@ -118,7 +118,7 @@ TEST(Diagnostics, ASinksOwnLinesAreDropped)
     EXPECT_EQ(nCalls, 2);
 }
 
-TEST(Diagnostics, ThreadsKeepTheirPlacesAndTakeTurns)
+TEST(Diagnostics, EachThreadHasItsOwnPlaceAndLinesComeOneAtATime)
 {
     constexpr int THREADS = 4;
     constexpr int LINES = 500;
@@ -151,7 +151,7 @@ TEST(Diagnostics, SinksAreReplacedWhileLinesAreWritten)
     std::size_t uiLines = 0;
     for (int i = 0; i < 200 || uiLines == 0; ++i)
     {
-        CCapture capture;  // gone at the end of the turn, and with it the place that the lines are put
+        CCapture capture;  // destroyed at the end of each turn, with its list of lines
         std::this_thread::yield();
         QM_SetDiagSink(nullptr, nullptr);
         uiLines += capture.m_vLines.size();
@@ -168,7 +168,7 @@ TEST(DiagFormat, PlainTextStaysAsItIs)
     EXPECT_EQ(Format(L"100%%, %%d"), L"100%, %d");
 }
 
-TEST(DiagFormat, TextIsWideUnlessToldOtherwise)
+TEST(DiagFormat, TextIsWideUnlessTheFormatSaysOtherwise)
 {
     EXPECT_EQ(Format(L"[%s]", L"\u00e4\u65e5\U0001F600"), L"[\u00e4\u65e5\U0001F600]");
     EXPECT_EQ(Format(L"[%ls] [%lS]", L"one", L"two"), L"[one] [two]");
@@ -187,16 +187,16 @@ TEST(DiagFormat, TextHasWidthAndPrecision)
     EXPECT_EQ(Format(L"[%.2S] [%4S]", "\xC3\xA4\xC3\xB6\xC3\xBC", "\xC3\xA4"), L"[\u00e4\u00f6] [   \u00e4]");
 }
 
-TEST(DiagFormat, PrecisionBoundsWhatIsReadOfAText)
+TEST(DiagFormat, PrecisionLimitsWhatIsReadOfAText)
 {
-    const wchar_t awchText[2] = {L'a', L'b'};  // no nul behind them
+    const wchar_t awchText[2] = {L'a', L'b'};  // no nul after them
     const char achText[2] = {'a', 'b'};
     EXPECT_EQ(Format(L"[%.2s] [%.*S]", awchText, 2, achText), L"[ab] [ab]");
 }
 
 TEST(DiagFormat, PrecisionNeverCutsACharacterOfNarrowText)
 {
-    // One unit of wide text where it is UTF-32, two where it is UTF-16: it comes whole or not at all.
+    // One unit in UTF-32, two in UTF-16: the character is written whole or not at all.
     const wchar_t* pwszExpected = sizeof(wchar_t) == 2 ? L"[a]" : L"[a\U0001F600]";
     EXPECT_EQ(Format(L"[%.2S]", "a\xF0\x9F\x98\x80z"), pwszExpected);
 }
@@ -207,7 +207,7 @@ TEST(DiagFormat, NullTextIsShown)
     EXPECT_EQ(Format(L"[%S]", static_cast<const char*>(nullptr)), L"[(null)]");
 }
 
-TEST(DiagFormat, CharactersAreWideUnlessToldOtherwise)
+TEST(DiagFormat, CharactersAreWideUnlessTheFormatSaysOtherwise)
 {
     EXPECT_EQ(Format(L"[%c] [%lc] [%3c] [%-3c]", L'\u65e5', L'\u00e4', L'x', L'x'), L"[\u65e5] [\u00e4] [  x] [x  ]");
     EXPECT_EQ(Format(L"[%C] [%hc] [%C]", 'a', 'b', '\xE4'), L"[a] [b] [\uFFFD]");
@@ -278,7 +278,7 @@ TEST(DiagFormat, WhatIsNoConversionIsTextAndTakesNoArgument)
     EXPECT_EQ(Format(L"%'d %1$d %w %d", 1), L"%'d %1$d %w 1");
 }
 
-TEST(DiagFormat, FlagsAndLengthsThatMeanNothingMakeNoConversion)
+TEST(DiagFormat, FlagsAndLengthsWithoutMeaningMakeNoConversion)
 {
     EXPECT_EQ(Format(L"50% of, 50 % saved, %+s, %#d, %0s, %0c, % u, %+x %d", 1),
               L"50% of, 50 % saved, %+s, %#d, %0s, %0c, % u, %+x 1");

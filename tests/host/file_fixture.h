@@ -53,7 +53,7 @@ protected:
     QmFileHandle m_hFile = nullptr;
 };
 
-// Something that isn't null, to see it become null.
+// A handle that isn't null, so that a test sees it become null.
 inline QmFileHandle AnyHandle()
 {
     static char chAny;

@@ -53,13 +53,13 @@ TEST_F(File, WhatCanNotBeOpenedLeavesANullHandle)
     for (const int nMode : {QM_FILE_READ, QM_FILE_CREATE})
     {
         expectRefused(m_folder.Path().wstring().c_str(), nMode);        // a directory
-        expectRefused((m_folder / L"no folder/a.bin").c_str(), nMode);  // a missing one on the way
-        expectRefused((m_folder / L"file/a.bin").c_str(), nMode);       // a file on the way
+        expectRefused((m_folder / L"no folder/a.bin").c_str(), nMode);  // a missing folder in the path
+        expectRefused((m_folder / L"file/a.bin").c_str(), nMode);       // a file in the path
         expectRefused(L"", nMode);
         expectRefused(nullptr, nMode);
     }
     expectRefused((m_folder / L"missing.bin").c_str(), QM_FILE_READ);
-    expectRefused((m_folder / L"file").c_str(), 2);  // no mode of the host's
+    expectRefused((m_folder / L"file").c_str(), 2);  // not a mode of the host
     EXPECT_EQ(m_folder.Names(), std::set<std::string>{"file"});
 }
 
@@ -85,7 +85,7 @@ TEST_F(File, NullsAreFailures)
     EXPECT_EQ(Read(3), BytesOf("abc"));
 }
 
-TEST_F(File, NoBytesAreReadAndWrittenAnywhere)
+TEST_F(File, ATransferOfNoBytesWorksAtAnyPosition)
 {
     Open(L"a.bin", QM_FILE_CREATE);
     EXPECT_EQ(QM_WriteFile(m_hFile, nullptr, 0, nullptr, nullptr), QM_OK);

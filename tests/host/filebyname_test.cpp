@@ -61,7 +61,7 @@ protected:
 
 }  // namespace
 
-TEST_F(FileByName, TellsTheSizeOfFilesOnly)
+TEST_F(FileByName, ReportsTheSizeOfFilesOnly)
 {
     Spill(Path("a"), m_large);
     std::uint64_t uiSize = 0;
@@ -74,7 +74,7 @@ TEST_F(FileByName, TellsTheSizeOfFilesOnly)
     EXPECT_EQ(QM_GetFileSizeFromName(nullptr, &uiSize), QM_ERR_FILEOPEN);
 }
 
-TEST_F(FileByName, TellsTheSizeOfAFileThatIsBeingWritten)
+TEST_F(FileByName, ReportsTheSizeOfAFileThatIsBeingWritten)
 {
     QmFileHandle hFile = nullptr;
     ASSERT_EQ(QM_OpenFile((m_folder / L"a").c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_OK);
@@ -95,7 +95,7 @@ TEST_F(FileByName, CopiesWithProgress)
     EXPECT_EQ(m_folder.Names(), (CNames{"a", "b"}));
 }
 
-TEST_F(FileByName, CopiesWithoutAnybodyWatching)
+TEST_F(FileByName, CopiesWithoutAProgressFunction)
 {
     Spill(Path("a"), m_small);
     EXPECT_EQ(QM_CopyFile((m_folder / L"a").c_str(), (m_folder / L"b").c_str(), false, nullptr, nullptr, 0), QM_OK);
@@ -132,7 +132,7 @@ TEST_F(FileByName, ACopyHasItsOriginalsTime)
     EXPECT_EQ(std::filesystem::last_write_time(Path("b")), time);
 }
 
-TEST_F(FileByName, CopyReplacesOnlyWhenTold)
+TEST_F(FileByName, CopyReplacesOnlyWhenAsked)
 {
     Spill(Path("a"), m_large);
     Spill(Path("b"), m_small);
@@ -196,7 +196,7 @@ TEST_F(FileByName, CopyLeavesNothingWhereAFolderIsInTheWay)
     EXPECT_EQ(m_folder.Names(), (CNames{"a", "b"}));
 }
 
-TEST_F(FileByName, CopiesToANameAsLongAsNamesGet)
+TEST_F(FileByName, CopiesToANameOfTheGreatestLength)
 {
     Spill(Path("a"), m_small);
     EXPECT_EQ(Copy(L"a", std::wstring(200, L'n') + L".mp4", false), QM_OK);
@@ -207,7 +207,7 @@ TEST_F(FileByName, CopiesToANameAsLongAsNamesGet)
 #endif
 }
 
-TEST_F(FileByName, CopiesBesideTheLeftoversOfOthers)
+TEST_F(FileByName, CopiesBesideTheLeftoversOfFailedCopies)
 {
     Spill(Path("a"), m_small);
     Spill(Path("~copy0.part"), m_large);
@@ -225,7 +225,7 @@ TEST_F(FileByName, Moves)
     EXPECT_EQ(m_folder.Names(), CNames{"b"});
 }
 
-TEST_F(FileByName, MoveReplacesOnlyWhenTold)
+TEST_F(FileByName, MoveReplacesOnlyWhenAsked)
 {
     Spill(Path("a"), m_large);
     Spill(Path("b"), m_small);

@@ -1,4 +1,4 @@
-// Where a file is read and written, with a buffer between.
+// The position at which a file is read and written through its buffer.
 #include "file_fixture.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ TEST_F(File, ReadsNothingPastTheEnd)
     Spill(m_folder.Path() / "a.bin", BytesOf("0123456789"));
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Read(11), CBytes());
-    EXPECT_EQ(Read(10), BytesOf("0123456789"));  // a read that failed moved nothing
+    EXPECT_EQ(Read(10), BytesOf("0123456789"));  // a failed read doesn't move the position
     EXPECT_EQ(Read(1), CBytes());
     EXPECT_EQ(Seek(8), QM_OK);
     EXPECT_EQ(Read(3), CBytes());
@@ -37,7 +37,7 @@ TEST_F(File, SeeksFromTheBeginAndTheEnd)
     EXPECT_EQ(Read(1), CBytes());
 }
 
-TEST_F(File, SeeksThatLeadNowhereMoveNothing)
+TEST_F(File, ASeekOutsideTheRangeFailsAndMovesNothing)
 {
     Spill(m_folder.Path() / "a.bin", BytesOf("0123456789"));
     Open(L"a.bin", QM_FILE_READ);
@@ -49,13 +49,13 @@ TEST_F(File, SeeksThatLeadNowhereMoveNothing)
     EXPECT_EQ(Seek(-11, QM_SEEK_END), QM_ERR_FAIL);
     EXPECT_EQ(Seek(MIN, QM_SEEK_END), QM_ERR_FAIL);
     EXPECT_EQ(Seek(MAX, QM_SEEK_END), QM_ERR_FAIL);
-    EXPECT_EQ(Seek(0, 1), QM_ERR_FAIL);  // no origin of the host's
+    EXPECT_EQ(Seek(0, 1), QM_ERR_FAIL);  // not an origin of the host
     EXPECT_EQ(Read(1), BytesOf("5"));
     EXPECT_EQ(Seek(MAX), QM_OK);
     EXPECT_EQ(Read(1), CBytes());
 }
 
-TEST_F(File, TakesNothingBehindTheLastPosition)
+TEST_F(File, WritesNothingAfterTheLastPosition)
 {
     Open(L"a.bin", QM_FILE_CREATE);
     EXPECT_EQ(Seek(std::numeric_limits<std::int64_t>::max() - 2), QM_OK);
@@ -87,7 +87,7 @@ TEST_F(File, TheSizeCountsWhatIsStillInTheBuffer)
     EXPECT_EQ(Seek(2), QM_OK);
     EXPECT_EQ(Write(BytesOf("ab")), QM_OK);
     EXPECT_EQ(Size(), 10u);
-    EXPECT_EQ(Seek(5, QM_SEEK_END), QM_OK);  // the end that the writer knows
+    EXPECT_EQ(Seek(5, QM_SEEK_END), QM_OK);  // the end includes what the buffer holds
     EXPECT_EQ(Write(BytesOf("z")), QM_OK);
     EXPECT_EQ(Size(), 16u);
     EXPECT_EQ(Close(), QM_OK);
@@ -105,7 +105,8 @@ TEST_F(File, GapsReadAsZeros)
 
 TEST_F(File, PositionsGoBeyondFourGigabytes)
 {
-    constexpr std::int64_t FAR_POSITION = (std::int64_t{1} << 32) + 123456789;  // nothing is stored in the gap before
+    constexpr std::int64_t FAR_POSITION =
+        (std::int64_t{1} << 32) + 123456789;  // after a gap, which takes no disk space
     Open(L"a.bin", QM_FILE_CREATE);
     EXPECT_EQ(Write(BytesOf("begin")), QM_OK);
     EXPECT_EQ(Seek(FAR_POSITION), QM_OK);
@@ -121,7 +122,7 @@ TEST_F(File, PositionsGoBeyondFourGigabytes)
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Seek(FAR_POSITION - 2), QM_OK);
     EXPECT_EQ(Read(5), BytesOf(std::string("\0\0far", 5)));
-    EXPECT_EQ(Seek(FAR_POSITION % (std::int64_t{1} << 32)), QM_OK);  // where 32 bits would have put it
+    EXPECT_EQ(Seek(FAR_POSITION % (std::int64_t{1} << 32)), QM_OK);  // the position that 32 bits would give
     EXPECT_EQ(Read(3), CBytes(3));
     EXPECT_EQ(Seek(-3, QM_SEEK_END), QM_OK);
     EXPECT_EQ(Read(3), BytesOf("far"));
@@ -129,12 +130,12 @@ TEST_F(File, PositionsGoBeyondFourGigabytes)
     EXPECT_EQ(Read(5), BytesOf("begin"));
 }
 
-TEST_F(File, BehavesAsAPlainArrayOfBytes)
+TEST_F(File, BehavesLikeAnArrayOfBytes)
 {
     constexpr unsigned int SEED = 20240501;
     std::mt19937 random(SEED);
     const auto below = [&random](std::size_t n) { return static_cast<std::size_t>(random() % n); };
-    // Sizes and positions on either side of anything that a buffer may be.
+    // Sizes and positions below and above the size of any buffer.
     const auto anySize = [&] {
         constexpr std::size_t NEAR[] = {4095, 4096, 4097, 65535, 65536, 65537, 131072};
         switch (below(8))
@@ -206,10 +207,10 @@ TEST_F(File, BehavesAsAPlainArrayOfBytes)
     EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), model);
 }
 
-TEST_F(File, ManyPatchesOverAStreamAllLand)
+TEST_F(File, ManyPatchesOfAStreamAreAllWritten)
 {
-    // How a muxed file is finished: one seek and four bytes for each unit, then the size near the beginning, then more
-    // at the end.
+    // As a muxed file is finished: a seek and four bytes for each unit, then the size near the beginning, then more
+    // bytes at the end.
     Open(L"a.bin", QM_FILE_CREATE);
     CBytes model = RandomBytes(300000, 2);
     for (std::size_t i = 0; i < model.size(); i += 1000)

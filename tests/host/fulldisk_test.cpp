@@ -1,4 +1,4 @@
-// A disk that takes nothing.
+// A full disk.
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ TEST_F(FullDisk, IsReportedByALargeWrite)
     EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
 }
 
-TEST_F(FullDisk, IsReportedByAReadThatHasToSaveFirst)
+TEST_F(FullDisk, IsReportedByAReadThatHasToWriteFirst)
 {
     EXPECT_EQ(Write(100), QM_OK);
     unsigned char auiByte[200];

@@ -154,7 +154,7 @@ TEST(AutoContrast, RefusesWhatItCanNotMeasure)
     wrong = record;
     wrong.m_uiComponents = 5;
     EXPECT_EQ(measure(&wrong, 0.0, 0.0, false), QM_ERR_RANGE);
-    EXPECT_EQ(lut.m_uiHead, 0u);  // still nothing measured
+    EXPECT_EQ(lut.m_uiHead, 0u);  // no range was measured
 }
 
 TEST(DisplayLut, WithoutARangeShowsEightBitsAsTheyAre)
@@ -207,7 +207,7 @@ TEST(DisplayLut, StretchesTheMeasuredRange)
     }
 }
 
-TEST(DisplayLut, ShowsAFlatPictureAsItIs)
+TEST(DisplayLut, LeavesAFlatPictureUnchanged)
 {
     STestPicture picture(4, 4, 8, 3);
     std::fill(picture.m_vBytes.begin(), picture.m_vBytes.end(), static_cast<unsigned char>(100));

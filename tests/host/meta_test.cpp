@@ -13,7 +13,7 @@ TEST(PictureMetadata, DefaultsToAnUnknownTime)
     EXPECT_STREQ(metadata.m_strMeta4, L"");
 }
 
-TEST(PictureMetadata, SetToDefaultTakesEverythingBack)
+TEST(PictureMetadata, SetToDefaultResetsEverything)
 {
     SQmPictureMetadata metadata;
     metadata.m_dTime = 12.5;
@@ -46,7 +46,7 @@ TEST(PictureMetadata, CopiesHavePlanesOfTheirOwn)
     EXPECT_STREQ(assigned.m_Planes.m_pPlanes[0].m_strName, L"RGB");
 }
 
-TEST(PicturePlanes, AllocGivesBackWhatTheyHeld)
+TEST(PicturePlanes, AllocFreesTheFormerPlanes)
 {
     SQmPicturePlanes planes;
     ASSERT_EQ(SQmPicturePlanes::Alloc(planes, 3, 2), QM_OK);

@@ -11,7 +11,7 @@
 namespace
 {
 
-// A record as modules make it.
+// A record made as modules make it.
 struct SPicture : SQmPicBuf
 {
     SPicture() : SQmPicBuf{} { SQmPicBufAPI_Base::Init(this); }
@@ -73,7 +73,7 @@ TEST(PicBuf, ReinitFillsTheRecord)
     EXPECT_EQ(pic.m_uiSize, 112u);
     ASSERT_NE(pic.m_pData, nullptr);
 
-    ASSERT_EQ(pic.Reinit(3, 2, 100, 16, 4, true), QM_OK);  // the former pixels are given back
+    ASSERT_EQ(pic.Reinit(3, 2, 100, 16, 4, true), QM_OK);  // the former pixels are freed
     EXPECT_EQ(pic.m_uiWidthBytes, 100u);
     EXPECT_EQ(pic.m_uiBits, 16u);
     EXPECT_EQ(pic.m_uiSize, 200u);
@@ -88,7 +88,7 @@ TEST(PicBuf, PixelsSuitVectorCode)
             SPicture pic;
             ASSERT_EQ(pic.Reinit(uiWidth, 3, 0, 8, 3, bScratch), QM_OK);
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pic.m_pData) % 64, 0u);
-            // Behind the last row there is room for a register: what is written there can be read, and hurts nobody.
+            // After the last row comes memory for one register. What is written there can be read back.
             std::memset(pic.m_pData + pic.m_uiSize, 0xA5, 64);
             EXPECT_EQ(std::count(pic.m_pData + pic.m_uiSize, pic.m_pData + pic.m_uiSize + 64, 0xA5), 64);
         }
@@ -104,7 +104,7 @@ TEST(PicBuf, PixelsAreZeroUnlessTheyAreScratch)
             SPicture pic;
             ASSERT_EQ(pic.Reinit(500, uiHeight, 0, 8, 3, false), QM_OK);
             EXPECT_TRUE(std::all_of(pic.m_pData, pic.m_pData + pic.m_uiSize, [](unsigned char ui) { return ui == 0; }));
-            std::memset(pic.m_pData, 0xFF, pic.m_uiSize);  // what the next one may get
+            std::memset(pic.m_pData, 0xFF, pic.m_uiSize);  // the next block may be the same memory
         }
     }
 }
@@ -121,7 +121,7 @@ TEST(PicBuf, FreeTwiceIsHarmless)
     EXPECT_NE(pic.m_pData, nullptr);
 }
 
-TEST(PicBuf, InitForgetsWithoutGivingBack)
+TEST(PicBuf, InitClearsTheRecordWithoutFreeing)
 {
     SQmPicBuf pic;
     std::memset(static_cast<void*>(&pic), 0xCC, sizeof(pic));
@@ -141,7 +141,7 @@ TEST(PicBuf, NullsAreFailures)
     EXPECT_EQ(SQmPicBufAPI_Base::Copy(&pic, &pic), QM_ERR_FAIL);  // no pixels yet
 }
 
-TEST(PicBuf, AShapeThatCanNotBeHeldLeavesNoPixels)
+TEST(PicBuf, AShapeThatIsTooLargeLeavesNoPixels)
 {
     struct SShape
     {
@@ -152,7 +152,7 @@ TEST(PicBuf, AShapeThatCanNotBeHeldLeavesNoPixels)
     constexpr SShape SHAPES[] = {
         {5, 7, 14, 8, 3, QM_ERR_FAIL},                                            // rows wider than their pitch
         {1431655766, 1, 0, 8, 3, QM_ERR_FAIL},                                    // rows of more than 32 bits
-        {MAX, MAX, 0, 16, 4, QM_ERR_FAIL},     {1, MAX, MAX, 8, 1, QM_ERR_FAIL},  // a block that no address reaches
+        {MAX, MAX, 0, 16, 4, QM_ERR_FAIL},     {1, MAX, MAX, 8, 1, QM_ERR_FAIL},  // a block beyond the address space
         {5, 7, 0, 7, 3, QM_ERR_RANGE},         {5, 7, 0, 17, 3, QM_ERR_RANGE},
         {5, 7, 0, 264, 3, QM_ERR_RANGE},  // 8 in eight bits
         {5, 7, 0, 8, 0, QM_ERR_RANGE},         {5, 7, 0, 8, 5, QM_ERR_RANGE}};
@@ -169,7 +169,7 @@ TEST(PicBuf, AShapeThatCanNotBeHeldLeavesNoPixels)
 
 TEST(PicBuf, LackOfMemoryLeavesNoPixels)
 {
-    // 2^42 bytes: within what addresses reach, far beyond what a machine has.
+    // 2^42 bytes: inside the address space, and more than any machine has.
     SPicture pic;
     const QmStatus nStatus = pic.Reinit(1u << 14, 1u << 28, 0, 8, 1, false);
     if (nStatus == QM_OK) GTEST_SKIP() << "this system promises memory that it doesn't have";
@@ -177,7 +177,7 @@ TEST(PicBuf, LackOfMemoryLeavesNoPixels)
     ExpectNoPixels(pic);
 }
 
-TEST(PicBuf, APictureWithoutPixelsIsOne)
+TEST(PicBuf, APictureWithoutPixelsIsValid)
 {
     SPicture pic;
     EXPECT_EQ(pic.Reinit(0, 5, 0, 8, 3, false), QM_OK);
@@ -188,7 +188,7 @@ TEST(PicBuf, APictureWithoutPixelsIsOne)
     EXPECT_NE(pic.m_pData, nullptr);
 }
 
-TEST(PicBuf, CopyHeedsBothPitchesAndLeavesThePadding)
+TEST(PicBuf, CopyFollowsBothPitchesAndLeavesThePadding)
 {
     SPicture source;
     SPicture target;

@@ -1,4 +1,4 @@
-// Pictures in blocks of exactly the bytes that they have, so that a step outside is seen.
+// Pictures in blocks of exactly their size, so that the address sanitizer reports an access outside.
 #pragma once
 
 #include "hostapi/hostpicbase.h"
@@ -17,7 +17,7 @@ struct STestPicture
           m_uiBits(uiBits),
           m_uiComponents(uiComponents),
           m_uiWidthBytes(uiWidth * uiComponents * (uiBits > 8 ? 2 : 1) + uiPadding),
-          // The last row has no padding: nobody has any business there.
+          // The last row has no padding: no code may access it there.
           m_vBytes(uiHeight == 0 ? 0 : std::size_t{uiHeight} * m_uiWidthBytes - uiPadding, 0xEE)
     {}
 
@@ -52,7 +52,7 @@ struct STestPicture
         std::memcpy(m_vBytes.data() + i, &uiShort, sizeof(uiShort));
     }
 
-    // A record that borrows the pixels.
+    // A record that points to the pixels and doesn't own them.
     SQmPicBuf Record()
     {
         SQmPicBuf pic = {};

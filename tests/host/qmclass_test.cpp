@@ -11,7 +11,7 @@
 namespace
 {
 
-// The shape of a format object: an interface and the counted base, both over one root.
+// Built like a format object: an interface and the counted base, both derived from one root.
 class IThing : public virtual IQmInterface
 {
 public:
@@ -45,7 +45,7 @@ private:
 
 }  // namespace
 
-TEST(QmClass, BelongsToWhoeverAddsTheFirstReference)
+TEST(QmClass, BelongsToTheCallerThatAddsTheFirstReference)
 {
     int nDeleted = 0;
     IQmInterface* pInterface = new ("factory", 1u) CThing(true, &nDeleted);
@@ -77,14 +77,14 @@ TEST(QmClass, IsDeletedThroughItsRoot)
     EXPECT_EQ(nDeleted, 1);
 }
 
-TEST(QmClass, GivesNullWithoutMemory)
+TEST(QmClass, ReturnsNullWithoutMemory)
 {
     volatile std::size_t uiTooMuch = std::numeric_limits<std::size_t>::max() / 2;
     EXPECT_EQ(CQmClass::operator new(uiTooMuch, "file", 1u), nullptr);
     CQmClass::operator delete(nullptr);
 }
 
-TEST(QmClass, AThrowingConstructorGivesItsMemoryBack)
+TEST(QmClass, AThrowingConstructorFreesItsMemory)
 {
     int nDeleted = 0;
     EXPECT_THROW(new (__FILE__, 1u) CThing(true, &nDeleted, true), std::runtime_error);

@@ -1,5 +1,5 @@
-// A sanitizer's allocator ends the program where there is no memory; these tests want to see what the libraries do
-// then.
+// A sanitizer's allocator ends the program when there is no memory. These tests check what the libraries do in that
+// case, so the allocator returns null instead.
 #include "hostapi/qmexport.h"
 
 #if defined(__SANITIZE_ADDRESS__)

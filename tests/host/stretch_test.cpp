@@ -18,8 +18,8 @@ enum EMode : std::uint32_t
     SMOOTH
 };
 
-// What each of uiSource pixels weighs in pixel i of uiTarget, straight from the meaning of the modes and in whole
-// numbers: all of a row's source pixels are asked, most weigh nothing.
+// The weight of each of uiSource pixels in pixel i of uiTarget, from the definition of the modes and in whole numbers.
+// All source pixels of a row are listed; most have the weight 0.
 std::vector<std::uint64_t> Weights(std::uint32_t uiMode, std::int64_t nSource, std::int64_t nTarget, std::int64_t i)
 {
     if (uiMode == SMOOTH) uiMode = nTarget < nSource ? AREA : LINEAR;
@@ -39,7 +39,7 @@ std::vector<std::uint64_t> Weights(std::uint32_t uiMode, std::int64_t nSource, s
     const auto distance = [=](std::int64_t k) { return std::abs((2 * i + 1) * nSource - (2 * k + 1) * nTarget); };
     if (uiMode == LINEAR)
     {
-        // A weight that falls from 1 at the middle to 0 at the neighbour's; the picture's border goes on outside.
+        // The weight falls from 1 at the middle to 0 at the neighbour's middle. Outside, the border pixel is repeated.
         for (std::int64_t k = -1; k <= nSource; ++k)
         {
             const std::int64_t nWeight = std::max<std::int64_t>(2 * nTarget - distance(k), 0);
@@ -51,7 +51,7 @@ std::vector<std::uint64_t> Weights(std::uint32_t uiMode, std::int64_t nSource, s
     std::int64_t nNearest = 0;
     for (std::int64_t k = 0; k < nSource; ++k)
     {
-        if (distance(k) <= distance(nNearest)) nNearest = k;  // of two equally near the later
+        if (distance(k) <= distance(nNearest)) nNearest = k;  // of two at the same distance, the later
     }
     vWeights[static_cast<std::size_t>(nNearest)] = 1;
     return vWeights;
@@ -156,7 +156,7 @@ TEST(Stretch, LinearInterpolatesBetweenMiddles)
     EXPECT_EQ(StretchedRow({0, 100}, 4, LINEAR), (CValues{0, 25, 75, 100}));
     EXPECT_EQ(StretchedRow({0, 100}, 3, LINEAR), (CValues{0, 50, 100}));
     EXPECT_EQ(StretchedRow({7}, 3, LINEAR), (CValues{7, 7, 7}));
-    EXPECT_EQ(StretchedRow({0, 1}, 3, LINEAR), (CValues{0, 1, 1}));  // halves go up
+    EXPECT_EQ(StretchedRow({0, 1}, 3, LINEAR), (CValues{0, 1, 1}));  // halves are rounded up
 }
 
 TEST(Stretch, AreaAveragesWhatAPixelCovers)
@@ -302,7 +302,7 @@ TEST(StretchDisplay, DrawsIntoItsRegionOnly)
     }
 }
 
-TEST(StretchDisplay, GivesAnOddPictureItsMargin)
+TEST(StretchDisplay, AddsTheMarginOfAnOddPicture)
 {
     std::mt19937 random(14);
     STestPicture source(5, 3, 8, 3, 1);
@@ -318,7 +318,7 @@ TEST(StretchDisplay, GivesAnOddPictureItsMargin)
     }
 }
 
-TEST(StretchDisplay, TurnsThePictureOver)
+TEST(StretchDisplay, MirrorsThePicture)
 {
     const STestPicture source = Row({1, 2, 3});
     STestPicture target(3, 1, 8, 1);
@@ -345,7 +345,7 @@ TEST(StretchDisplay, RefusesWhatDoesNotFit)
     EXPECT_EQ(draw({4, 0, 0xFFFFFFFF, 4}, SMOOTH), QM_ERR_RANGE);
     EXPECT_EQ(draw({0, 4, 4, 0xFFFFFFFE}, SMOOTH), QM_ERR_RANGE);
     EXPECT_EQ(draw({0, 0, 4, 4}, 4), QM_ERR_RANGE);
-    EXPECT_EQ(draw({8, 8, 0, 0}, SMOOTH), QM_OK);  // a region without pixels is drawn soon
+    EXPECT_EQ(draw({8, 8, 0, 0}, SMOOTH), QM_OK);  // a region without pixels takes no drawing
 
     const auto drawForm = [&](std::uint32_t uiComponents, std::uint32_t uiBits, std::uint32_t uiDstPitch,
                               std::uint32_t uiSrcPitch) {

@@ -14,7 +14,7 @@ TEST(StringA, IsNeverNull)
     EXPECT_STREQ(str, "");
 }
 
-TEST(StringA, CopiesAreApart)
+TEST(StringA, CopiesAreIndependent)
 {
     CQmStringA str;
     str = "one";
@@ -37,7 +37,7 @@ TEST(StringW, IsNeverNull)
     EXPECT_STREQ(str, L"");
 }
 
-TEST(StringW, CopiesAreApart)
+TEST(StringW, CopiesAreIndependent)
 {
     CQmStringW str(L"one");
     const CQmStringW copy(str);
@@ -49,7 +49,7 @@ TEST(StringW, CopiesAreApart)
     EXPECT_STREQ(str.GetString(), L"two");
 }
 
-TEST(StringW, TakesItselfAndItsOwnTail)
+TEST(StringW, IsAssignedItselfAndItsOwnTail)
 {
     CQmStringW str(L"0123456789");
     const CQmStringW& self = str;
@@ -59,7 +59,7 @@ TEST(StringW, TakesItselfAndItsOwnTail)
     EXPECT_STREQ(str, L"789");
 }
 
-TEST(StringW, EmptyTakesTheTextAway)
+TEST(StringW, EmptyRemovesTheText)
 {
     CQmStringW str(L"text");
     str.Empty();
@@ -91,9 +91,9 @@ TEST(StringW, WidensUtf8UpToTheNulOrTheLength)
     EXPECT_STREQ(CQmStringW("\xEF\xBF\xBF\xF4\x8F\xBF\xBF", 0), L"\uFFFF\U0010FFFF");
 }
 
-TEST(StringW, WidensNoMoreBytesThanTold)
+TEST(StringW, WidensNoMoreBytesThanItsLength)
 {
-    const char achText[3] = {'a', 'b', 'c'};  // no nul behind it
+    const char achText[3] = {'a', 'b', 'c'};  // no nul after it
     EXPECT_STREQ(CQmStringW(achText, 3), L"abc");
 }
 
@@ -103,11 +103,11 @@ TEST(StringW, ShowsBytesThatAreNotUtf8AsReplacements)
     EXPECT_STREQ(CQmStringW("\x80", 0), L"\uFFFD");
     EXPECT_STREQ(CQmStringW("\xE6\x97!", 0), L"\uFFFD\uFFFD!");          // the third byte is missing
     EXPECT_STREQ(CQmStringW("\xE6\x97\xA5", 2), L"\uFFFD\uFFFD");        // cut by the length
-    EXPECT_STREQ(CQmStringW("\xC0\xAF", 0), L"\uFFFD\uFFFD");            // too long a form of '/'
-    EXPECT_STREQ(CQmStringW("\xE0\x80\xAF", 0), L"\uFFFD\uFFFD\uFFFD");  // and again
+    EXPECT_STREQ(CQmStringW("\xC0\xAF", 0), L"\uFFFD\uFFFD");            // '/' in a form that is too long
+    EXPECT_STREQ(CQmStringW("\xE0\x80\xAF", 0), L"\uFFFD\uFFFD\uFFFD");  // likewise
     EXPECT_STREQ(CQmStringW("\xF0\x80\x80\xAF", 0), L"\uFFFD\uFFFD\uFFFD\uFFFD");
     EXPECT_STREQ(CQmStringW("\xED\xA0\x80", 0), L"\uFFFD\uFFFD\uFFFD");            // half a surrogate pair
-    EXPECT_STREQ(CQmStringW("\xF4\x90\x80\x80", 0), L"\uFFFD\uFFFD\uFFFD\uFFFD");  // behind the last character
+    EXPECT_STREQ(CQmStringW("\xF4\x90\x80\x80", 0), L"\uFFFD\uFFFD\uFFFD\uFFFD");  // beyond Unicode
     EXPECT_STREQ(CQmStringW("\xF8\x88\x80\x80\x80", 0), L"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
 }
 

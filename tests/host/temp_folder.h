@@ -34,7 +34,7 @@ public:
 
     const std::filesystem::path& Path() const { return m_path; }
 
-    // The wide path of a file in the folder, as the host takes it.
+    // The wide path of a file in the folder, for the host.
     std::wstring operator/(const std::wstring& strName) const { return m_path.wstring() + L"/" + strName; }
 
     std::set<std::string> Names() const

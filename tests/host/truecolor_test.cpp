@@ -9,7 +9,7 @@
 namespace
 {
 
-// Tables that tell which component a value went through.
+// Tables that show which component a value was converted by.
 void MakeMarkedTables(SQmLut& lut, std::uint32_t uiBits, std::uint32_t uiComponents)
 {
     ASSERT_EQ(SQmPicBufAPI_Base::CreateLutsRGB(&lut, nullptr, uiBits, nullptr, nullptr, true), QM_OK);
@@ -30,7 +30,7 @@ QmStatus Convert(STestPicture& target, STestPicture& source, std::uint64_t uiPix
 
 }  // namespace
 
-TEST(TrueColor, SendsEveryComponentThroughItsTable)
+TEST(TrueColor, ConvertsEveryComponentByItsTable)
 {
     std::mt19937 random(9);
     for (const std::uint32_t uiBits : {8u, 9u, 12u, 16u})
@@ -42,7 +42,7 @@ TEST(TrueColor, SendsEveryComponentThroughItsTable)
             STestPicture source(13, 7, uiBits, uiComponents, 3);
             source.FillRandom(random);
             STestPicture target(13, 7, 8, 3, 2);
-            STestPicture expected(13, 7, 8, 3, 2);  // its padding too: nothing is written there
+            STestPicture expected(13, 7, 8, 3, 2);  // with its padding, which must stay unchanged
             for (std::uint32_t y = 0; y < 7; ++y)
             {
                 for (std::uint32_t x = 0; x < 13; ++x)
@@ -60,7 +60,7 @@ TEST(TrueColor, SendsEveryComponentThroughItsTable)
     }
 }
 
-TEST(TrueColor, ConvertsSoManyPixelsAndNoMore)
+TEST(TrueColor, ConvertsTheGivenNumberOfPixelsOnly)
 {
     SQmLut lut;
     MakeMarkedTables(lut, 8, 3);
@@ -88,7 +88,7 @@ TEST(TrueColor, ValuesBeyondTheBitsAreTheHighest)
     EXPECT_EQ(target.m_vBytes, std::vector<unsigned char>(6, 255));
 }
 
-TEST(TrueColor, RefusesFormsThatItDoesNotServe)
+TEST(TrueColor, RefusesFormsThatItDoesNotSupport)
 {
     SQmLut lut;
     ASSERT_EQ(SQmPicBufAPI_Base::CreateLutsRGB(&lut, nullptr, 8, nullptr, nullptr, true), QM_OK);
@@ -121,7 +121,7 @@ TEST(TrueColor, RefusesFormsThatItDoesNotServe)
 
 TEST(TrueColor, ShowsAPreviewWithAutomaticContrast)
 {
-    // The way a module makes one: measure, build the display's tables, convert.
+    // As a module makes one: measure, build the display tables, convert.
     STestPicture picture(16, 16, 8, 3);
     for (std::uint32_t i = 0; i < 256; ++i)
     {

@@ -54,7 +54,7 @@ SWalk WalkFile(const std::string& strFile, std::uint32_t uiTarget = BoxType("moo
     return walk;
 }
 
-TEST(BoxWalk, GivesRunningSumsInTicksAndTellsWhatItMet)
+TEST(BoxWalk, ReturnsRunningSumsInTicksAndWhichBoxesItFound)
 {
     const SWalk walk = WalkFile(FileType() + Movie(Track(600, {{2, 20}, {1, 30}})));
     EXPECT_EQ(walk.m_nStatus, QM_OK);
@@ -65,7 +65,7 @@ TEST(BoxWalk, GivesRunningSumsInTicksAndTellsWhatItMet)
     EXPECT_TRUE(walk.m_bFoundStts);
 }
 
-TEST(FrameTimes, MediaDataInFrontOfTheMovieIsSteppedOver)
+TEST(FrameTimes, MediaDataBeforeTheMovieIsSteppedOver)
 {
     const std::string strMdat = Box("mdat", std::string(100'000, 'm'));
     const SRead read = ReadTimes(FileType() + strMdat + Movie(Track(1000, {{3, 40}})));
@@ -73,16 +73,16 @@ TEST(FrameTimes, MediaDataInFrontOfTheMovieIsSteppedOver)
     EXPECT_EQ(read.m_vTimes, (Times{0, 40, 80}));
 }
 
-TEST(FrameTimes, MediaDataBehindTheMovieIsNotReached)
+TEST(FrameTimes, MediaDataAfterTheMovieIsNotReached)
 {
     const SRead read = ReadTimes(FileType() + Movie(Track(1000, {{3, 40}})) + BoxOfSize(0, "mdat", "cut"));
     EXPECT_EQ(read.m_nStatus, QM_OK);
     EXPECT_EQ(read.m_vTimes, (Times{0, 40, 80}));
 }
 
-// Read from its second byte on, the header is a box of 0x016D bytes, behind which the media data is taken for a box
-// that is larger than the file: the walk leaves the file without having met a size of 0.
-TEST(FrameTimes, A64BitBoxSizeIsNotUnderstoodAndTheWalkRunsOffTheEnd)
+// Read from its second byte on, the header is a box of 0x016D bytes. After it, the media data reads as a box that is
+// larger than the file, so the walk runs past the end and never meets a size of 0.
+TEST(FrameTimes, A64BitBoxSizeIsNotUnderstoodAndTheWalkRunsPastTheEnd)
 {
     const std::string strMdat = BoxOfSize(1, "mdat", Word(0) + Word(16 + 1000) + std::string(1000, 'm'));
     ASSERT_EQ(strMdat.substr(1 + 0x16D, 4), "mmmm");
@@ -111,7 +111,7 @@ TEST(FrameTimes, AMovieOfSizeZeroIsWalked)
     EXPECT_EQ(ReadTimes(FileType() + strMovie).m_vTimes, (Times{0, 40, 80}));
 }
 
-TEST(FrameTimes, AnAudioTrackInFrontGivesItsOwnSampleTimes)
+TEST(FrameTimes, AnAudioTrackBeforeTheVideoGivesItsOwnSampleTimes)
 {
     const std::string strSound = Track(48000, {{5, 1024}});
     const std::string strVideo = Track(1000, {{3, 40}});
@@ -125,7 +125,7 @@ TEST(FrameTimes, ATimescaleOfZeroFails)
     EXPECT_EQ(ReadTimes(FileType() + Movie(Track(0, {{3, 40}}))).m_nStatus, QM_ERR_FAIL);
 }
 
-TEST(FrameTimes, AMovieWithoutMediaHeaderFailsThoughTheWalkGivesZero)
+TEST(FrameTimes, AMovieWithoutMediaHeaderFailsThoughTheWalkReturnsZero)
 {
     const std::string strFile = FileType() + Movie(Track(MediaInfo(SampleTable({{3, 40}}))));
     const SWalk walk = WalkFile(strFile);
@@ -208,7 +208,7 @@ TEST(FrameTimes, OtherVersionsOfTheMediaHeaderHaveWiderTimes)
     }
 }
 
-// The sign is carried into 64 bits, which makes the divisor larger than any time.
+// The sign is extended to 64 bits, which makes the divisor larger than any time.
 TEST(FrameTimes, ATimescaleWithItsTopBitSetMakesEveryTimeZero)
 {
     const SRead read = ReadTimes(FileType() + Movie(Track(0x80000000U, {{3, 0xFFFFFFFFU}})));
@@ -238,7 +238,7 @@ TEST(FrameTimes, ATargetMissingFromItsParentIsTakenFromItsLaterSiblings)
     EXPECT_EQ(read.m_vTimes, (Times{0, 40}));
 }
 
-TEST(FrameTimes, ATableCutBehindItsFirstEntryCountsAsFarAsItGoes)
+TEST(FrameTimes, ATableCutAfterItsFirstEntryCountsUpToTheCut)
 {
     std::string strFile = FileType() + Movie(Track(1000, {{2, 40}, {2, 50}}));
     strFile.resize(strFile.size() - 8);
@@ -256,7 +256,7 @@ TEST(BoxWalk, MediaInfoByItselfGoesDownAndIsSteppedOver)
     EXPECT_TRUE(walk.m_bFoundMinf);
 
     const SWalk without = WalkFile(Box("minf", ""), BoxType("minf"));
-    EXPECT_EQ(without.m_nStatus, QM_OK);  // what the level below gave is dropped
+    EXPECT_EQ(without.m_nStatus, QM_OK);  // the status of the level below is dropped
     EXPECT_FALSE(without.m_bFoundStts);
 }
 
@@ -269,14 +269,14 @@ TEST(FrameTimes, MoreSamplesThanTheFileHasBytesAreRefusedBeforeTheListGrows)
     EXPECT_LT(read.m_vTimes.capacity(), 1000U);
 }
 
-TEST(FrameTimes, ManyEntriesTogetherCannotPromiseMoreSamplesThanTheFileHasBytes)
+TEST(FrameTimes, ManyEntriesTogetherCannotClaimMoreSamplesThanTheFileHasBytes)
 {
     const SRead read = ReadTimes(FileType() + Movie(Track(1000, {{200, 1}, {200, 1}, {200, 1}})));
     EXPECT_EQ(read.m_nStatus, QM_ERR_FAIL);
     EXPECT_LE(read.m_vTimes.size(), 401U);
 }
 
-TEST(FrameTimes, AFileOfNothingButTinyBoxesIsGivenUp)
+TEST(FrameTimes, AFileOfTinyBoxesOnlyFails)
 {
     std::string strTiny;
     for (int i = 0; i < 1'100'000; ++i)
@@ -290,14 +290,14 @@ TEST(FrameTimes, AFileOfNothingButTinyBoxesIsGivenUp)
 TEST(FrameTimes, AMediaHeaderOfSizeZeroIsReadOnce)
 {
     std::string strHeader = MediaHeader(1000);
-    strHeader.replace(0, 4, Word(0));  // the way on to its sibling leads back to it
+    strHeader.replace(0, 4, Word(0));  // so the step to its sibling leads back to it
     EXPECT_EQ(ReadTimes(FileType() + Movie(Track(strHeader + MediaInfo(SampleTable({{2, 40}}))))).m_nStatus,
               QM_ERR_FAIL);
 }
 
 // --- sparse files ---
 
-// A file whose size is forged too: after its contents come zeros that the disk doesn't hold.
+// A file with a forged size: after its contents come zeros that aren't on the disk.
 class CSparseFile
 {
 public:
@@ -325,7 +325,7 @@ private:
 constexpr std::uint32_t g_uiManySamples = 20'000'000;
 constexpr std::size_t g_uiMiB = std::size_t{1} << 20;
 
-TEST(FrameTimesOfSparseFiles, MoreSamplesThanTheFileHoldsBytesAreRefusedBeforeTheListGrows)
+TEST(FrameTimesOfSparseFiles, MoreSamplesThanTheFileHoldsAreRefusedBeforeTheListGrows)
 {
     const CSparseFile file(FileType() + Movie(Track(1000, {{g_uiManySamples, 40}})), std::uint64_t{1} << 30);
     if (!file.IsMade()) GTEST_SKIP() << "no sparse files here";
@@ -334,7 +334,7 @@ TEST(FrameTimesOfSparseFiles, MoreSamplesThanTheFileHoldsBytesAreRefusedBeforeTh
     EXPECT_LT(read.m_vTimes.capacity(), 1000U);
 }
 
-TEST(FrameTimesOfSparseFiles, ManyEntriesTogetherCannotPromiseMoreSamplesThanTheFileHoldsBytes)
+TEST(FrameTimesOfSparseFiles, ManyEntriesTogetherCannotClaimMoreSamplesThanTheFileHolds)
 {
     const CSparseFile file(FileType() + Movie(Track(1000, {{500'000, 40}, {500'000, 40}, {500'000, 40}})),
                            std::uint64_t{1} << 30);

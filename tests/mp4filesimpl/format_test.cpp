@@ -25,7 +25,7 @@ protected:
 
 // --- identity ---
 
-TEST_F(Format, TellsItsNameDescriptionAndExtension)
+TEST_F(Format, ReturnsItsNameDescriptionAndExtension)
 {
     CQmStringA strId;
     CQmStringW strDescription;
@@ -121,21 +121,21 @@ TEST_F(Format, GetCodecInfo7IsRefused)
     EXPECT_STREQ(info.m_wszName, L"before");
 }
 
-TEST_F(Format, GetCodecInfoOfNoCodecGivesTheFirstRow)
+TEST_F(Format, GetCodecInfoOfNoCodecReturnsTheFirstRow)
 {
     SQmCodecInfo info;
     EXPECT_EQ(m_format->GetCodecInfo(NONE, &info), QM_OK);
     EXPECT_STREQ(info.m_wszCode, L"HQ");
 }
 
-TEST_F(Format, GetActiveCodecAfterConstructionGivesNone)
+TEST_F(Format, GetActiveCodecAfterConstructionReturnsNone)
 {
     std::uint32_t uiIndex = 3;
     EXPECT_EQ(m_format->GetActiveCodec(&uiIndex), QM_OK);
     EXPECT_EQ(uiIndex, NONE);
 }
 
-// The table is needed to judge an index, and nobody has asked for it before.
+// The table is needed to check an index, and no call has built it before.
 TEST_F(Format, SetActiveCodec6IsAcceptedOnANewObject)
 {
     EXPECT_EQ(m_format->SetActiveCodec(6), QM_OK);
@@ -155,7 +155,7 @@ TEST_F(Format, SetActiveCodecKeepsTheIndexOfEveryCodec)
     }
 }
 
-TEST_F(Format, SetActiveCodec7TurnsTheActiveCodecIntoNoneAndGivesZero)
+TEST_F(Format, SetActiveCodec7SetsNoCodecAndReturnsZero)
 {
     for (const std::uint32_t uiBad : {7U, NONE})
     {
@@ -358,7 +358,7 @@ TEST_F(Format, AnOutputFileOfEveryFormHoldsAReferenceToTheFormat)
     EXPECT_EQ(m_format.Class()->Release(), 1);
 }
 
-TEST_F(Format, PlacesWithoutUseGiveTheirFixedResults)
+TEST_F(Format, UnusedOperationsReturnTheirFixedResults)
 {
     EXPECT_EQ(m_format->UnusedPathOperationA(CQmStringW(L"x")), QM_ERR_NOTIMPL);
     EXPECT_EQ(m_format->UnusedPathOperationB(CQmStringW(L"x")), QM_ERR_NOTIMPL);
@@ -411,7 +411,7 @@ TEST_F(Format, AFileIsCopiedOrMovedOverAnotherOnlyWhenThatIsAllowed)
     EXPECT_NE(m_format->GetImageFileSize(strLong.c_str(), &uiGone), QM_OK);
 }
 
-// What a progress call-back was told, and what it answers.
+// The reports that a progress call-back got, and its answer.
 struct SProgressNotes
 {
     bool m_bGoOn;
@@ -427,7 +427,7 @@ bool NoteProgress(std::uint64_t uiDone, std::uint64_t uiTotal, void* pUser)
     return pNotes->m_bGoOn;
 }
 
-TEST_F(Format, TheProgressOfACopyAndOfAMoveIsToldToTheHostsPointerAndTheHostMayStopIt)
+TEST_F(Format, TheProgressOfACopyAndOfAMoveIsReportedToTheHostWhichMayStopIt)
 {
     const CTemporaryFile file("twelve bytes");
     const std::wstring strTarget = file.Path() + L".target";

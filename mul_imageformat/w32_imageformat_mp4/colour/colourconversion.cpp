@@ -4,16 +4,16 @@
 #include <cstring>
 #include <mutex>
 
-#include "hostapi/hostpicbase.h"
 #include "colour/colourkernels.h"
+#include "hostapi/hostpicbase.h"
 
 std::uint8_t g_yuvToRgbLut[g_uiYuvToRgbLutSize];
 std::atomic<std::uint8_t> g_bYuvToRgbLutReady{0};
 
 namespace
 {
-// Two decoders may meet here with the flag still 0. Filling the table twice would give the same bytes, but two threads
-// that write one byte are a data race in C++ whatever they write; so the first one fills it and the others wait.
+// Two decoders may get here at the same time with the flag still 0. Filling the table twice would give the same bytes,
+// but two threads that write one byte are a data race in C++. So the first one fills it and the others wait.
 void MakeYuvToRgbLutReady()
 {
     if (g_bYuvToRgbLutReady.load(std::memory_order_acquire) != 0) return;

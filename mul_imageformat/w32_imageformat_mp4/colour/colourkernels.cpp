@@ -4,7 +4,7 @@
 
 const SColourKernels& ColourKernels()
 {
-    // The system must save the wide registers as well, which this call answers for, too.
+    // The answer includes whether the system saves the wide registers.
     static const SColourKernels& s_kernels = IsProcessorFeaturePresent(PF_AVX2_INSTRUCTIONS_AVAILABLE) != FALSE
                                                  ? g_avx2ColourKernels
                                                  : g_scalarColourKernels;

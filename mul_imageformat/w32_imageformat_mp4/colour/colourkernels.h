@@ -1,5 +1,5 @@
-// The inner loops of the colour conversions, once in plain C++ and once for AVX2. Both give the same bytes for every
-// input; the plain ones are the definition, and serve what is too short for a vector and processors without AVX2.
+// The inner loops of the colour conversions, in plain C++ and for AVX2. Both give the same bytes for every input. The
+// plain ones are the definition, and are used for rows that are too short for a vector and on processors without AVX2.
 #pragma once
 
 #include <cstddef>
@@ -22,5 +22,5 @@ struct SColourKernels
 extern const SColourKernels g_scalarColourKernels;
 extern const SColourKernels g_avx2ColourKernels;  // only for processors that have AVX2
 
-// The fastest kernels that this machine's processor and system run. Chosen at the first call.
+// The fastest kernels that this processor and system can run. Chosen at the first call.
 const SColourKernels& ColourKernels();

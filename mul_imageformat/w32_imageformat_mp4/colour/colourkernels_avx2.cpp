@@ -1,11 +1,11 @@
-// The colour conversions for AVX2. Each float lane does the very operations of the plain code in the same order, so
-// the bytes are the same; limiting to a byte is left to the saturating packs, which see the truncated integers.
+// The colour conversions for AVX2. Each float lane does the same operations as the plain code in the same order, so the
+// bytes are the same. The saturating packs limit the truncated integers to bytes.
 //
 // Files of this kind use nothing of the standard library's inline code: the linker may keep one file's copy of such
 // code for the whole module, and one compiled for AVX2 would not run on an older processor.
 //
-// What doesn't fill a last block is done by a block that ends with the row and does some pixels twice. Rows shorter
-// than a block are left to the plain code.
+// The rest of a row is converted by a block that ends with the row and converts some pixels a second time. Rows shorter
+// than a block are converted by the plain code.
 #include "colour/colourkernels_avx2.h"
 
 #include <immintrin.h>
@@ -50,7 +50,7 @@ __m256i Load(const std::uint8_t* pLow, const std::uint8_t* pHigh)
 
 // ---- YUY2 to B, G, R ----
 
-// Limits 8 pairs of values to bytes; the 16 bits of pair n's first value stand at n of a half, its second's at n + 4.
+// Limits 8 pairs of values to bytes; the 16 bits of pair n's first value are at n of a half, its second's at n + 4.
 __m256i Pack(__m256 fFirst, __m256 fSecond)
 {
     return _mm256_packs_epi32(Truncate(fFirst), Truncate(fSecond));
@@ -130,8 +130,8 @@ struct SPixels
     __m256 m_fR;
 };
 
-// Mean of the first pixel's value and the second's, of which only the integer counts. No pixel's value leaves 16 to
-// 240, so that no limit is needed and the low 8 bits of the integer are all of it.
+// Mean of the first pixel's value and the integer part of the second's. Every value is from 16 to 240, so no limit is
+// needed, and the low 8 bits of the integer are the whole number.
 __m256i Mean(__m256 fFirst, __m256 fSecond)
 {
     const __m256 fWhole = _mm256_round_ps(fSecond, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
@@ -141,7 +141,7 @@ __m256i Mean(__m256 fFirst, __m256 fSecond)
 void BgrBlockToYuy2(std::uint8_t* pTarget, const std::uint8_t* pSource)
 {
     // Pixels 0 to 3 and 8 to 11, then 4 to 7 and 12 to 15, each widened to 32 bits with 0 on top. The last four are
-    // loaded from 4 bytes before them, as nothing may be read behind the block.
+    // loaded from 4 bytes before them, as no byte may be read after the block.
     const __m128i nFromFirst = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
     const __m128i nFromFifth = _mm_setr_epi8(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
     const __m256i nLower = _mm256_shuffle_epi8(Load(pSource, pSource + 24), Both(nFromFirst));
@@ -165,7 +165,7 @@ void BgrBlockToYuy2(std::uint8_t* pTarget, const std::uint8_t* pSource)
 
 void BgrBlockToBgra(std::uint8_t* pTarget, const std::uint8_t* pSource)
 {
-    // The upper four pixels are loaded from 4 bytes before them, as nothing may be read behind the block.
+    // The upper four pixels are loaded from 4 bytes before them, as no byte may be read after the block.
     const __m256i nOrder = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
                                             4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
     const __m256i nAlpha = _mm256_set1_epi32(static_cast<int>(0xFF000000U));

@@ -1,5 +1,5 @@
-// The colour conversions in plain C++: the definition that the vector code is held against. Every operation is one
-// 32-bit floating-point operation, in the order written; a fused or reordered one would change pixels.
+// The colour conversions in plain C++. They are the definition to which the vector code is compared. Every operation is
+// one 32-bit floating-point operation, in the order written. A fused or reordered one would change pixels.
 #include "colour/colourconversion.h"
 #include "colour/colourkernels.h"
 
@@ -48,7 +48,7 @@ void Yuy2ToBgr(std::uint8_t* pTarget, const std::uint8_t* pSource, std::size_t u
     }
 }
 
-// What the second pixel of a pair gives to the chroma goes through an integer, what the first gives does not.
+// The second pixel's part of a pair's chroma is truncated to an integer, the first pixel's isn't.
 float ThroughByte(float fValue)
 {
     return static_cast<float>(static_cast<std::uint8_t>(static_cast<int>(fValue)));

@@ -1,4 +1,4 @@
-// The look-up table's filling for AVX2. See colourkernels_avx2.cpp for what holds for code of this kind.
+// Fills the look-up table with AVX2. colourkernels_avx2.cpp states the rules for such files.
 #include <immintrin.h>
 
 #include "colour/colourkernels_avx2.h"
@@ -48,11 +48,11 @@ __m256i ToBytes(__m256 f0, __m256 f1, __m256 f2, __m256 f3)
     return _mm256_packus_epi16(nLow, nHigh);
 }
 
-// What the entries of one luma have in common for all U, by blocks of V.
+// The parts of one luma's entries that are the same for all U, by blocks of V.
 struct SLumaRow
 {
     STriple m_aRed[g_nBlocks];       // in its places, the others 0
-    __m256 m_afGreen[g_nBlocks][4];  // before the U term is taken off, in the order that ToBytes wants
+    __m256 m_afGreen[g_nBlocks][4];  // before the U term is subtracted, in the order that ToBytes needs
 };
 
 void MakeLumaRow(SLumaRow& row, __m256 fY)

@@ -1,5 +1,4 @@
-// A lock that neither throws nor needs memory while it is taken, on any system: a writer that is out of memory can
-// still be closed.
+// A lock that neither throws nor needs memory on any system, so a writer can be closed when memory has run out.
 #pragma once
 
 #include <windows.h>
@@ -19,7 +18,7 @@ private:
     CRITICAL_SECTION m_section;
 };
 
-// Holds a section as long as it lives.
+// Holds a section during its lifetime.
 class CSectionLock
 {
 public:

@@ -1,4 +1,4 @@
-// A growable array for what a file's length decides: sizes, times and NALs of hours of acquisition.
+// A growing array for lists as long as a file: sizes, times and NALs of hours of acquisition.
 #pragma once
 
 #include <cstddef>
@@ -7,10 +7,10 @@
 #include <type_traits>
 #include <vector>
 
-// Takes memory in blocks and never moves what it holds: a contiguous array holds all entries twice while it grows, and
-// leaves the smaller copies' places behind. So memory is that of the entries, but for a part of one block.
+// Takes memory in blocks and never moves its entries. A contiguous array holds all entries twice while it grows, and
+// its smaller copies leave gaps in the heap. So the memory is that of the entries, and at most one block more.
 //
-// Used as the standard's containers are; indices are trusted. May throw std::bad_alloc where it grows.
+// Used like the standard containers. Indices aren't checked. May throw std::bad_alloc when it grows.
 template <class T>
 class CGrowingArray
 {
@@ -50,7 +50,7 @@ public:
         ++m_uiSize;
     }
 
-    // Empties it and gives all memory back.
+    // Empties it and frees all memory.
     void Release()
     {
         std::vector<std::unique_ptr<T[]>>().swap(m_vBlocks);
@@ -58,8 +58,8 @@ public:
     }
 
 private:
-    // A block takes whole pages together with what an allocator keeps beside it: a block of whole pages would begin
-    // another one for that, and so once a block.
+    // A block and the allocator's own data beside it fill whole pages. A block of whole pages would take one more page
+    // for that data.
     static constexpr std::size_t s_uiBlock = ((std::size_t{1} << 20) - 64) / sizeof(T);
     std::vector<std::unique_ptr<T[]>> m_vBlocks;
     std::size_t m_uiSize = 0;

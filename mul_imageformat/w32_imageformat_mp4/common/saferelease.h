@@ -1,6 +1,6 @@
 #pragma once
 
-// Releases what an interface pointer holds, if anything, and clears it.
+// Releases the object of an interface pointer, if there is one, and sets the pointer to null.
 template <typename T>
 void SafeRelease(T** ppInterface)
 {

@@ -1,4 +1,4 @@
-// From the exceptions of missing memory to a result.
+// Turns the exceptions of missing memory into a result.
 #pragma once
 
 #include <new>
