@@ -5,6 +5,7 @@
 #include "runtimes/nvenc/entries.h"
 #include "runtimes/nvenc/entry_call.h"
 #include "runtimes/nvenc/presets.h"
+#include "runtimes/nvenc/records.h"
 
 namespace nvencruntime
 {
@@ -106,9 +107,10 @@ NVENCSTATUS GetEncodeCaps(void* encoder, GUID encodeGUID, NV_ENC_CAPS_PARAM* cap
         {
             return NV_ENC_ERR_INVALID_PTR;
         }
-        if (capsParam->version != NV_ENC_CAPS_PARAM_VER)
+        const NVENCSTATUS eStatus = CheckRecord(*capsParam, NV_ENC_CAPS_PARAM_VER);
+        if (eStatus != NV_ENC_SUCCESS)
         {
-            return NV_ENC_ERR_INVALID_VERSION;
+            return eStatus;
         }
         const std::optional<std::int32_t> value = AskCapability(capsParam->capsToQuery);
         *capsVal = value.value_or(0);
@@ -136,9 +138,14 @@ NVENCSTATUS GetEncodePresetConfig(void* encoder, GUID encodeGUID, GUID presetGUI
         {
             return NV_ENC_ERR_INVALID_PTR;
         }
-        if (presetConfig->version != NV_ENC_PRESET_CONFIG_VER || presetConfig->presetCfg.version != NV_ENC_CONFIG_VER)
+        if (presetConfig->presetCfg.version != NV_ENC_CONFIG_VER)
         {
             return NV_ENC_ERR_INVALID_VERSION;
+        }
+        const NVENCSTATUS eStatus = CheckRecord(*presetConfig, NV_ENC_PRESET_CONFIG_VER);
+        if (eStatus != NV_ENC_SUCCESS)
+        {
+            return eStatus;
         }
         const Preset* const pPreset = FindPreset(presetGUID);
         if (!pPreset)

@@ -1,5 +1,11 @@
+#include <windows.h>
+
+#include <d3d9.h>
+
+#include "platform/com/com_ptr.h"
 #include "runtimes/nvenc/entries.h"
 #include "runtimes/nvenc/entry_call.h"
+#include "runtimes/nvenc/records.h"
 
 namespace nvencruntime
 {
@@ -20,10 +26,14 @@ NVENCSTATUS OpenEncodeSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* openSessio
             return NV_ENC_ERR_INVALID_PTR;
         }
         *encoder = nullptr;
-        if (openSessionExParams->version != NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS_VER ||
-            openSessionExParams->apiVersion != NVENCAPI_VERSION)
+        if (openSessionExParams->apiVersion != NVENCAPI_VERSION)
         {
             return NV_ENC_ERR_INVALID_VERSION;
+        }
+        const NVENCSTATUS eStatus = CheckRecord(*openSessionExParams, NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS_VER);
+        if (eStatus != NV_ENC_SUCCESS)
+        {
+            return eStatus;
         }
         if (openSessionExParams->deviceType != NV_ENC_DEVICE_TYPE_DIRECTX)
         {
@@ -33,7 +43,14 @@ NVENCSTATUS OpenEncodeSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* openSessio
         {
             return NV_ENC_ERR_INVALID_PTR;
         }
-        *encoder = SessionRegistry::Get().Open();
+        // Devices of other versions of Direct3D have this type too.
+        platform::ComPtr<IDirect3DDevice9> pDevice;
+        if (FAILED(static_cast<IUnknown*>(openSessionExParams->device)
+                       ->QueryInterface(IID_IDirect3DDevice9, reinterpret_cast<void**>(pDevice.Put()))))
+        {
+            return NV_ENC_ERR_UNSUPPORTED_DEVICE;
+        }
+        *encoder = SessionRegistry::Get().Open(pDevice.Get());
         return NV_ENC_SUCCESS;
     });
 }
@@ -54,6 +71,7 @@ NVENCSTATUS DestroyEncoder(void* encoder)
             // Another thread was faster.
             return NV_ENC_ERR_INVALID_ENCODERDEVICE;
         }
+        pSession->ReportWhatIsLeft();
         pSession->Close();
         return NV_ENC_SUCCESS;
     });

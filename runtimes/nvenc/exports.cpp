@@ -6,6 +6,7 @@
 #include "runtimes/nvenc/entry_call.h"
 #include "runtimes/nvenc/nvenc_export.h"
 #include "runtimes/nvenc/nvenc_script.h"
+#include "runtimes/nvenc/records.h"
 
 namespace nvencruntime
 {
@@ -42,6 +43,8 @@ const NvencRuntimeScript c_script = {
     [](NvencRuntimeEntry eEntry) { return Script::Get().CountCalls(eEntry); },
     [] { return SessionRegistry::Get().CountObjects(); },
     [](NvencRuntimeX264Settings* pSettings) { Script::Get().GetX264Settings(*pSettings); },
+    [](std::int32_t nWatch) { Script::Get().WatchSurfaces(nWatch != 0); },
+    [] { return Script::Get().GetBreaches(); },
 };
 
 }  // namespace
@@ -68,9 +71,10 @@ NVENC_RUNTIME_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTIO
         {
             return NV_ENC_ERR_INVALID_PTR;
         }
-        if (functionList->version != NV_ENCODE_API_FUNCTION_LIST_VER)
+        const NVENCSTATUS eStatus = CheckRecord(*functionList, NV_ENCODE_API_FUNCTION_LIST_VER);
+        if (eStatus != NV_ENC_SUCCESS)
         {
-            return NV_ENC_ERR_INVALID_VERSION;
+            return eStatus;
         }
         AddQueryEntries(*functionList);
         AddSessionEntries(*functionList);

@@ -3,15 +3,32 @@
 #include <algorithm>
 
 #include "runtimes/nvenc/capabilities.h"
+#include "runtimes/nvenc/records.h"
+#include "runtimes/nvenc/script.h"
 
 namespace nvencruntime
 {
 
+void MappedInput::CheckContents()
+{
+    if (!checksum)
+    {
+        return;
+    }
+    const std::optional<std::uint64_t> now = pSurface->Checksum();
+    if (now && *now != *checksum)
+    {
+        Script::Get().OnSurfaceWritten();
+        checksum = now;
+    }
+}
+
 NVENCSTATUS InputResources::Register(NV_ENC_REGISTER_RESOURCE& record)
 {
-    if (record.version != NV_ENC_REGISTER_RESOURCE_VER)
+    const NVENCSTATUS eStatus = CheckRecord(record, NV_ENC_REGISTER_RESOURCE_VER);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eStatus;
     }
     if (!record.resourceToRegister)
     {
@@ -30,7 +47,8 @@ NVENCSTATUS InputResources::Register(NV_ENC_REGISTER_RESOURCE& record)
     auto* const pSurface = static_cast<IDirect3DSurface9*>(record.resourceToRegister);
     const bool bKnown =
         std::ranges::any_of(m_registered, [&](const auto& entry) { return entry.second->Surface() == pSurface; });
-    auto pInput = bKnown ? nullptr : InputSurface::Open(pSurface, record.bufferFormat, record.width, record.height);
+    auto pInput =
+        bKnown ? nullptr : InputSurface::Open(m_pDevice, pSurface, record.bufferFormat, record.width, record.height);
     if (!pInput)
     {
         return NV_ENC_ERR_RESOURCE_REGISTER_FAILED;
@@ -55,9 +73,10 @@ NVENCSTATUS InputResources::Unregister(void* pRegistered)
 
 NVENCSTATUS InputResources::Map(NV_ENC_MAP_INPUT_RESOURCE& record)
 {
-    if (record.version != NV_ENC_MAP_INPUT_RESOURCE_VER)
+    const NVENCSTATUS eStatus = CheckRecord(record, NV_ENC_MAP_INPUT_RESOURCE_VER);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eStatus;
     }
     if (!record.registeredResource)
     {
@@ -68,12 +87,14 @@ NVENCSTATUS InputResources::Map(NV_ENC_MAP_INPUT_RESOURCE& record)
     {
         return NV_ENC_ERR_RESOURCE_NOT_REGISTERED;
     }
-    if (IsMapped(record.registeredResource))
+    auto pInput = std::make_shared<MappedInput>();
+    pInput->pSurface = pSurface;
+    pInput->pRegistered = record.registeredResource;
+    if (Script::Get().AreSurfacesWatched())
     {
-        return NV_ENC_ERR_MAP_FAILED;
+        pInput->checksum = pSurface->Checksum();
     }
-    record.mappedResource =
-        m_mapped.Add(std::make_shared<MappedInput>(MappedInput{pSurface, record.registeredResource}));
+    record.mappedResource = m_mapped.Add(std::move(pInput));
     record.mappedBufferFmt = pSurface->Format();
     return NV_ENC_SUCCESS;
 }
@@ -89,8 +110,17 @@ NVENCSTATUS InputResources::Unmap(void* pMapped)
     {
         return NV_ENC_ERR_ENCODER_BUSY;
     }
+    pInput->CheckContents();
     m_mapped.Remove(pMapped);
     return NV_ENC_SUCCESS;
+}
+
+void InputResources::CheckContents()
+{
+    for (const auto& [pHandle, pInput] : m_mapped)
+    {
+        pInput->CheckContents();
+    }
 }
 
 void InputResources::Clear()

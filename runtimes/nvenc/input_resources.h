@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/handles.h"
@@ -10,18 +11,26 @@
 namespace nvencruntime
 {
 
-// A surface in the encoder's hands, from map to unmap.
+// A surface that the encoder may read, from map to unmap. Until then its caller mustn't write to it.
 struct MappedInput
 {
+    // Reports a surface whose contents aren't those that it was mapped with, once for each change. Does nothing unless
+    // surfaces were watched when it was mapped.
+    void CheckContents();
+
     std::shared_ptr<InputSurface> pSurface;
     void* pRegistered;
-    std::uint32_t uiInFlight = 0;  // pictures sent from it whose packets aren't there yet
+    std::optional<std::uint64_t> checksum;  // of a watched surface
+    std::uint32_t uiInFlight = 0;           // pictures sent from it whose packets aren't there yet
 };
 
 // Guarded by its session. Statuses as the entries of the same names answer them.
 class InputResources
 {
 public:
+    // pDevice: the session's, whose surfaces alone can be registered.
+    explicit InputResources(const IDirect3DDevice9* pDevice) : m_pDevice(pDevice) {}
+
     NVENCSTATUS Register(NV_ENC_REGISTER_RESOURCE& record);
     NVENCSTATUS Unregister(void* pRegistered);
     NVENCSTATUS Map(NV_ENC_MAP_INPUT_RESOURCE& record);
@@ -33,12 +42,16 @@ public:
     std::uint32_t CountRegistered() const { return m_registered.Count(); }
     std::uint32_t CountMapped() const { return m_mapped.Count(); }
 
-    // Gives all surfaces back, mapped or not.
+    // MappedInput::CheckContents of all.
+    void CheckContents();
+
+    // Releases all surfaces, mapped or not.
     void Clear();
 
 private:
     bool IsMapped(void* pRegistered) const;
 
+    const IDirect3DDevice9* const m_pDevice;
     HandleTable<InputSurface> m_registered;
     HandleTable<MappedInput> m_mapped;
 };

@@ -4,6 +4,8 @@
 
 #include <d3d9.h>
 
+#include "platform/com/com_ptr.h"
+
 namespace nvencruntime
 {
 namespace
@@ -54,9 +56,15 @@ private:
 
 }  // namespace
 
-std::shared_ptr<InputSurface> InputSurface::Open(IDirect3DSurface9* pSurface, NV_ENC_BUFFER_FORMAT eFormat,
-                                                 std::uint32_t uiWidth, std::uint32_t uiHeight)
+std::shared_ptr<InputSurface> InputSurface::Open(const IDirect3DDevice9* pDevice, IDirect3DSurface9* pSurface,
+                                                 NV_ENC_BUFFER_FORMAT eFormat, std::uint32_t uiWidth,
+                                                 std::uint32_t uiHeight)
 {
+    platform::ComPtr<IDirect3DDevice9> pOwner;
+    if (FAILED(pSurface->GetDevice(pOwner.Put())) || pOwner.Get() != pDevice)
+    {
+        return nullptr;
+    }
     D3DSURFACE_DESC desc{};
     if (FAILED(pSurface->GetDesc(&desc)) || !HoldsFormat(desc.Format, eFormat) || desc.Width < uiWidth ||
         desc.Height < uiHeight)
@@ -100,6 +108,35 @@ bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv1
                  uiWidth, uiHeight, target);
     }
     return true;
+}
+
+std::optional<std::uint64_t> InputSurface::Checksum() const
+{
+    const SurfaceLock lock(m_pSurface);
+    if (!lock)
+    {
+        return std::nullopt;
+    }
+    const bool bPacked = m_eFormat == NV_ENC_BUFFER_FORMAT_ARGB;
+    const std::size_t uiRowBytes = std::size_t{m_uiWidth} * (bPacked ? 4 : 1);
+    const std::uint32_t uiChromaRows = bPacked ? 0 : m_uiHeight / 2;
+    std::uint64_t ui64Sum = 0xCBF29CE484222325;  // FNV-1a, 64 bits
+    const auto addRow = [&](std::uint32_t uiRow) {
+        const std::uint8_t* const pRow = lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(uiRow);
+        for (std::size_t ui = 0; ui < uiRowBytes; ++ui)
+        {
+            ui64Sum = (ui64Sum ^ pRow[ui]) * 0x100000001B3;
+        }
+    };
+    for (std::uint32_t uiRow = 0; uiRow < m_uiHeight; ++uiRow)
+    {
+        addRow(uiRow);
+    }
+    for (std::uint32_t uiRow = 0; uiRow < uiChromaRows; ++uiRow)
+    {
+        addRow(m_uiSurfaceHeight + uiRow);
+    }
+    return ui64Sum;
 }
 
 }  // namespace nvencruntime

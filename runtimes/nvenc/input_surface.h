@@ -2,23 +2,25 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/colour.h"
 
+struct IDirect3DDevice9;
 struct IDirect3DSurface9;
 
 namespace nvencruntime
 {
 
-// Holds a reference on the surface. Nothing of it is used but its description and its lock, and that only on the
-// thread that calls: a device is usually made for one thread.
+// Holds a reference on the surface. It is used on the calling thread only: a device is usually made for one thread.
 class InputSurface
 {
 public:
-    // Null if the surface hasn't the format or is smaller than that many pixels.
-    static std::shared_ptr<InputSurface> Open(IDirect3DSurface9* pSurface, NV_ENC_BUFFER_FORMAT eFormat,
-                                              std::uint32_t uiWidth, std::uint32_t uiHeight);
+    // Null if the surface isn't the device's, hasn't the format or is smaller than that many pixels.
+    static std::shared_ptr<InputSurface> Open(const IDirect3DDevice9* pDevice, IDirect3DSurface9* pSurface,
+                                              NV_ENC_BUFFER_FORMAT eFormat, std::uint32_t uiWidth,
+                                              std::uint32_t uiHeight);
     ~InputSurface();
     InputSurface(const InputSurface&) = delete;
     InputSurface& operator=(const InputSurface&) = delete;
@@ -31,6 +33,9 @@ public:
     // Converts the upper left part of the surface, of even size and not larger than the surface. False if it can't be
     // locked.
     bool Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv12View& target) const;
+
+    // Of the registered part. Nothing if it can't be locked.
+    std::optional<std::uint64_t> Checksum() const;
 
 private:
     InputSurface(IDirect3DSurface9* pSurface, NV_ENC_BUFFER_FORMAT eFormat, std::uint32_t uiWidth,

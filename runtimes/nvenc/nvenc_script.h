@@ -63,6 +63,19 @@ struct NvencRuntimeObjects
     std::uint32_t uiMappedResources;
     std::uint32_t uiBitstreamBuffers;
     std::uint32_t uiRegisteredEvents;
+    std::uint32_t uiPendingPackets;  // pictures that were sent and whose packets aren't there
+    std::uint32_t uiUnreadPackets;   // that are there and haven't been locked
+    std::uint32_t uiLockedBuffers;
+};
+
+// Rules of the interface that callers have broken since the last Reset. The calls themselves were answered as ever.
+struct NvencRuntimeBreaches
+{
+    // What sessions held when they were destroyed; uiSessions is the number of those that held anything.
+    NvencRuntimeObjects left;
+    std::uint32_t uiSurfacesWritten;  // while they were mapped; see WatchSurfaces
+    std::uint32_t uiLocksOutOfOrder;  // of packets with an older one unread
+    std::uint32_t uiEventsUnregisteredInFlight;
 };
 
 // What the encoder of a session was set to, for a peer to be given the same: the names of x264's preset and profile
@@ -109,6 +122,13 @@ struct NvencRuntimeScript
 
     // Of the session that was initialised last; all empty before the first.
     void (*GetX264Settings)(NvencRuntimeX264Settings* pSettings);
+
+    // With a nonzero value the contents of surfaces that are mapped from now on are held against those at their
+    // mapping: when a picture is sent from them, when they are unmapped, and when their session is destroyed. Each of
+    // these, and the mapping, locks the surface once more.
+    void (*WatchSurfaces)(std::int32_t nWatch);
+
+    NvencRuntimeBreaches (*GetBreaches)();
 };
 
 // Exported as "NvencRuntimeGetScript". The table lives as long as the runtime is loaded.

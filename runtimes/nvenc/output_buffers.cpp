@@ -1,5 +1,6 @@
 #include "runtimes/nvenc/output_buffers.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace nvencruntime
@@ -31,6 +32,7 @@ void OutputBuffers::Send(const std::shared_ptr<OutputBuffer>& pBuffer, std::shar
 {
     m_pending.push_back(pBuffer);
     pBuffer->eState = OutputBuffer::State::Pending;
+    pBuffer->ui64Number = ++m_ui64Sent;
     pBuffer->eFailure = NV_ENC_SUCCESS;
     pBuffer->pCompletionEvent = pCompletionEvent;
     pBuffer->pInput = std::move(pInput);
@@ -58,6 +60,20 @@ std::shared_ptr<OutputBuffer> OutputBuffers::Fail(NVENCSTATUS eStatus)
     return pBuffer;
 }
 
+bool OutputBuffers::IsOlderUnread(const OutputBuffer& buffer) const
+{
+    return std::ranges::any_of(m_buffers, [&](const auto& entry) {
+        const OutputBuffer& other = *entry.second;
+        const bool bUnread = other.eState == OutputBuffer::State::Pending || other.eState == OutputBuffer::State::Ready;
+        return bUnread && other.ui64Number < buffer.ui64Number;
+    });
+}
+
+bool OutputBuffers::IsEventPending(const void* pEvent) const
+{
+    return std::ranges::any_of(m_pending, [&](const auto& pBuffer) { return pBuffer->pCompletionEvent == pEvent; });
+}
+
 NVENCSTATUS OutputBuffers::Unlock(void* pHandle)
 {
     const std::shared_ptr<OutputBuffer> pBuffer = m_buffers.Find(pHandle);
@@ -71,6 +87,17 @@ NVENCSTATUS OutputBuffers::Unlock(void* pHandle)
     }
     pBuffer->eState = OutputBuffer::State::Idle;
     return NV_ENC_SUCCESS;
+}
+
+void OutputBuffers::CountObjects(NvencRuntimeObjects& objects) const
+{
+    for (const auto& [pHandle, pBuffer] : m_buffers)
+    {
+        ++objects.uiBitstreamBuffers;
+        objects.uiPendingPackets += pBuffer->eState == OutputBuffer::State::Pending ? 1 : 0;
+        objects.uiUnreadPackets += pBuffer->eState == OutputBuffer::State::Ready ? 1 : 0;
+        objects.uiLockedBuffers += pBuffer->eState == OutputBuffer::State::Locked ? 1 : 0;
+    }
 }
 
 void OutputBuffers::Clear()

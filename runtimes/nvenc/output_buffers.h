@@ -7,6 +7,7 @@
 #include "abi/nvenc/nvEncodeAPI.h"
 #include "runtimes/nvenc/handles.h"
 #include "runtimes/nvenc/input_resources.h"
+#include "runtimes/nvenc/nvenc_script.h"
 #include "runtimes/nvenc/packet.h"
 
 namespace nvencruntime
@@ -23,6 +24,7 @@ struct OutputBuffer
     };
 
     State eState = State::Idle;
+    std::uint64_t ui64Number = 0;  // of the picture it was sent with, in the order of sending
     Packet packet;
     NVENCSTATUS eFailure = NV_ENC_SUCCESS;
     void* pCompletionEvent = nullptr;     // of the picture it was sent with
@@ -47,9 +49,14 @@ public:
     // The same with a failure.
     std::shared_ptr<OutputBuffer> Fail(NVENCSTATUS eStatus);
 
+    // Whether a picture that was sent before this buffer's has a packet that nobody has read.
+    bool IsOlderUnread(const OutputBuffer& buffer) const;
+    // Whether the packet of a picture with that event isn't there.
+    bool IsEventPending(const void* pEvent) const;
+
     NVENCSTATUS Unlock(void* pHandle);
 
-    std::uint32_t Count() const { return m_buffers.Count(); }
+    void CountObjects(NvencRuntimeObjects& objects) const;
     void Clear();
 
 private:
@@ -57,6 +64,7 @@ private:
 
     HandleTable<OutputBuffer> m_buffers;
     std::deque<std::shared_ptr<OutputBuffer>> m_pending;
+    std::uint64_t m_ui64Sent = 0;
 };
 
 }  // namespace nvencruntime

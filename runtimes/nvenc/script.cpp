@@ -130,6 +130,59 @@ void Script::SetX264Settings(const NvencRuntimeX264Settings& settings)
     m_settings = settings;
 }
 
+void Script::WatchSurfaces(bool bWatch)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.bWatch = bWatch;
+}
+
+bool Script::AreSurfacesWatched() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.bWatch;
+}
+
+NvencRuntimeBreaches Script::GetBreaches() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.breaches;
+}
+
+void Script::OnDestroyed(const NvencRuntimeObjects& left)
+{
+    constexpr std::uint32_t NvencRuntimeObjects::*c_counts[] = {
+        &NvencRuntimeObjects::uiRegisteredResources, &NvencRuntimeObjects::uiMappedResources,
+        &NvencRuntimeObjects::uiBitstreamBuffers,    &NvencRuntimeObjects::uiRegisteredEvents,
+        &NvencRuntimeObjects::uiPendingPackets,      &NvencRuntimeObjects::uiUnreadPackets,
+        &NvencRuntimeObjects::uiLockedBuffers};
+    const std::lock_guard lock(m_mutex);
+    bool bAny = false;
+    for (const auto pCount : c_counts)
+    {
+        m_rules.breaches.left.*pCount += left.*pCount;
+        bAny = bAny || left.*pCount != 0;
+    }
+    m_rules.breaches.left.uiSessions += bAny ? 1 : 0;
+}
+
+void Script::OnSurfaceWritten()
+{
+    const std::lock_guard lock(m_mutex);
+    ++m_rules.breaches.uiSurfacesWritten;
+}
+
+void Script::OnLockOutOfOrder()
+{
+    const std::lock_guard lock(m_mutex);
+    ++m_rules.breaches.uiLocksOutOfOrder;
+}
+
+void Script::OnEventUnregisteredInFlight()
+{
+    const std::lock_guard lock(m_mutex);
+    ++m_rules.breaches.uiEventsUnregisteredInFlight;
+}
+
 void Script::WaitWhileHeld(const std::atomic<bool>& bStop)
 {
     std::unique_lock lock(m_mutex);

@@ -28,6 +28,8 @@ public:
     void HoldEncoders(bool bHold);
     std::uint32_t CountCalls(NvencRuntimeEntry eEntry) const;
     void GetX264Settings(NvencRuntimeX264Settings& settings) const;
+    void WatchSurfaces(bool bWatch);
+    NvencRuntimeBreaches GetBreaches() const;
 
     // Counts a call, and gives the status with which it is to fail, if any.
     std::optional<NVENCSTATUS> OnCall(NvencRuntimeEntry eEntry);
@@ -36,6 +38,13 @@ public:
     std::optional<std::int32_t> Capability(NV_ENC_CAPS eCapability) const;
     std::uint32_t PacketDelay() const;
     void SetX264Settings(const NvencRuntimeX264Settings& settings);
+    bool AreSurfacesWatched() const;
+
+    // Breaches of the interface's rules, to be reported.
+    void OnDestroyed(const NvencRuntimeObjects& left);
+    void OnSurfaceWritten();
+    void OnLockOutOfOrder();
+    void OnEventUnregisteredInFlight();
 
     // Waits while encoders are held, at most until bStop is set and WakeHeld called.
     void WaitWhileHeld(const std::atomic<bool>& bStop);
@@ -58,6 +67,8 @@ private:
         std::uint32_t uiVersion = NVENCAPI_LEAST_SUPPORTED_VERSION;
         std::uint32_t uiPacketDelay = 0;
         bool bHold = false;
+        bool bWatch = false;
+        NvencRuntimeBreaches breaches{};
     };
 
     mutable std::mutex m_mutex;

@@ -2,10 +2,31 @@
 
 #include <cstring>
 
+#include <windows.h>
+
+#include <d3d9.h>
+
+#include "runtimes/nvenc/records.h"
 #include "runtimes/nvenc/script.h"
 
 namespace nvencruntime
 {
+namespace
+{
+
+NVENCSTATUS CheckEvent(const NV_ENC_EVENT_PARAMS& record)
+{
+    const NVENCSTATUS eStatus = CheckRecord(record, NV_ENC_EVENT_PARAMS_VER);
+    if (eStatus != NV_ENC_SUCCESS)
+    {
+        return eStatus;
+    }
+    return record.completionEvent ? NV_ENC_SUCCESS : NV_ENC_ERR_INVALID_EVENT;
+}
+
+}  // namespace
+
+Session::Session(IDirect3DDevice9* pDevice) : m_pDevice(pDevice), m_inputs(pDevice) {}
 
 Session::~Session()
 {
@@ -54,6 +75,10 @@ NVENCSTATUS Session::GetSequenceParams(const NV_ENC_SEQUENCE_PARAM_PAYLOAD& reco
     {
         return NV_ENC_ERR_INVALID_VERSION;
     }
+    if (!AreReservedFieldsZero(record))
+    {
+        return NV_ENC_ERR_INVALID_PARAM;
+    }
     if (!record.spsppsBuffer || !record.outSPSPPSPayloadSize)
     {
         return NV_ENC_ERR_INVALID_PTR;
@@ -75,13 +100,10 @@ NVENCSTATUS Session::GetSequenceParams(const NV_ENC_SEQUENCE_PARAM_PAYLOAD& reco
 
 NVENCSTATUS Session::RegisterAsyncEvent(const NV_ENC_EVENT_PARAMS& record)
 {
-    if (record.version != NV_ENC_EVENT_PARAMS_VER)
+    const NVENCSTATUS eStatus = CheckEvent(record);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
-    }
-    if (!record.completionEvent)
-    {
-        return NV_ENC_ERR_INVALID_EVENT;
+        return eStatus;
     }
     const std::lock_guard lock(m_mutex);
     return m_events.insert(record.completionEvent).second ? NV_ENC_SUCCESS : NV_ENC_ERR_INVALID_EVENT;
@@ -89,16 +111,22 @@ NVENCSTATUS Session::RegisterAsyncEvent(const NV_ENC_EVENT_PARAMS& record)
 
 NVENCSTATUS Session::UnregisterAsyncEvent(const NV_ENC_EVENT_PARAMS& record)
 {
-    if (record.version != NV_ENC_EVENT_PARAMS_VER)
+    const NVENCSTATUS eStatus = CheckEvent(record);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
-    }
-    if (!record.completionEvent)
-    {
-        return NV_ENC_ERR_INVALID_EVENT;
+        return eStatus;
     }
     const std::lock_guard lock(m_mutex);
-    return m_events.erase(record.completionEvent) != 0 ? NV_ENC_SUCCESS : NV_ENC_ERR_EVENT_NOT_REGISTERD;
+    if (m_events.erase(record.completionEvent) == 0)
+    {
+        return NV_ENC_ERR_EVENT_NOT_REGISTERD;
+    }
+    // Its caller closes it next, so it has to go all the same. It isn't signalled any more.
+    if (m_outputs.IsEventPending(record.completionEvent))
+    {
+        Script::Get().OnEventUnregisteredInFlight();
+    }
+    return NV_ENC_SUCCESS;
 }
 
 NVENCSTATUS Session::RegisterResource(NV_ENC_REGISTER_RESOURCE& record)
@@ -127,9 +155,10 @@ NVENCSTATUS Session::UnmapInputResource(void* pMapped)
 
 NVENCSTATUS Session::CreateBitstreamBuffer(NV_ENC_CREATE_BITSTREAM_BUFFER& record)
 {
-    if (record.version != NV_ENC_CREATE_BITSTREAM_BUFFER_VER)
+    const NVENCSTATUS eStatus = CheckRecord(record, NV_ENC_CREATE_BITSTREAM_BUFFER_VER);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eStatus;
     }
     const std::lock_guard lock(m_mutex);
     if (!IsInitialized())
@@ -169,6 +198,16 @@ void Session::Close()
     m_outputs.Clear();
     m_inputs.Clear();
     m_events.clear();
+    m_pDevice = nullptr;
+}
+
+void Session::ReportWhatIsLeft()
+{
+    NvencRuntimeObjects left{};
+    CountObjects(left);
+    const std::lock_guard lock(m_mutex);
+    m_inputs.CheckContents();
+    Script::Get().OnDestroyed(left);
 }
 
 void Session::CountObjects(NvencRuntimeObjects& objects) const
@@ -177,8 +216,8 @@ void Session::CountObjects(NvencRuntimeObjects& objects) const
     ++objects.uiSessions;
     objects.uiRegisteredResources += m_inputs.CountRegistered();
     objects.uiMappedResources += m_inputs.CountMapped();
-    objects.uiBitstreamBuffers += m_outputs.Count();
     objects.uiRegisteredEvents += static_cast<std::uint32_t>(m_events.size());
+    m_outputs.CountObjects(objects);
 }
 
 }  // namespace nvencruntime

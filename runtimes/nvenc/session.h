@@ -9,11 +9,14 @@
 #include <set>
 
 #include "abi/nvenc/nvEncodeAPI.h"
+#include "platform/com/com_ptr.h"
 #include "runtimes/nvenc/encode_worker.h"
 #include "runtimes/nvenc/input_resources.h"
 #include "runtimes/nvenc/nvenc_script.h"
 #include "runtimes/nvenc/output_buffers.h"
 #include "runtimes/nvenc/picture_plan.h"
+
+struct IDirect3DDevice9;
 
 namespace nvencruntime
 {
@@ -24,7 +27,8 @@ namespace nvencruntime
 class Session
 {
 public:
-    Session() = default;
+    // Holds the device.
+    explicit Session(IDirect3DDevice9* pDevice);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -47,8 +51,11 @@ public:
     NVENCSTATUS LockBitstream(NV_ENC_LOCK_BITSTREAM& record);
     NVENCSTATUS UnlockBitstream(void* pBuffer);
 
-    // Ends everything: calls that wait come back with NV_ENC_ERR_INVALID_ENCODERDEVICE, pictures under way are
-    // dropped, surfaces and buffers given back. Once, after no new call can reach the session.
+    // Reports to the script what the caller should have given back or read before it destroys the session.
+    void ReportWhatIsLeft();
+
+    // Ends everything: waiting calls return NV_ENC_ERR_INVALID_ENCODERDEVICE, pictures that aren't encoded yet are
+    // dropped, surfaces, buffers and the device released. Once, after no new call can reach the session.
     void Close();
 
     void CountObjects(NvencRuntimeObjects& objects) const;
@@ -77,6 +84,7 @@ private:
 
     // Pictures go in one after the other, and a surface is read between the examination of a picture and its
     // submission; taken before m_mutex.
+    platform::ComPtr<IDirect3DDevice9> m_pDevice;
     std::mutex m_submitMutex;
     std::optional<PicturePlan> m_plan;
     std::uint32_t m_uiPicturesInStream = 0;

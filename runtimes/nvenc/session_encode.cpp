@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include "runtimes/nvenc/records.h"
+#include "runtimes/nvenc/script.h"
 #include "runtimes/nvenc/session.h"
 
 namespace nvencruntime
@@ -70,9 +72,10 @@ NVENCSTATUS CheckPicture(const NV_ENC_PIC_PARAMS& record, const EncodeSettings& 
 
 NVENCSTATUS Session::EncodePicture(const NV_ENC_PIC_PARAMS& record)
 {
-    if (record.version != NV_ENC_PIC_PARAMS_VER)
+    const NVENCSTATUS eRecordStatus = CheckRecord(record, NV_ENC_PIC_PARAMS_VER);
+    if (eRecordStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eRecordStatus;
     }
     const std::lock_guard submitLock(m_submitMutex);
     {
@@ -112,6 +115,7 @@ NVENCSTATUS Session::EncodeOne(const NV_ENC_PIC_PARAMS& record)
     // Without m_mutex: the worker delivers meanwhile. The surface stays ours through the submission.
     EncodeJob job;
     job.pPicture = m_pWorker->TakePicture();
+    submission.pInput->CheckContents();
     if (!submission.pInput->pSurface->Read(record.inputWidth, record.inputHeight, job.pPicture->View()))
     {
         return NV_ENC_ERR_MAP_FAILED;
@@ -143,13 +147,13 @@ NVENCSTATUS Session::EndStream(const NV_ENC_PIC_PARAMS& record)
         return NV_ENC_ERR_INVALID_PARAM;
     }
     const std::lock_guard lock(m_mutex);
-    const bool bSignals = IsAsync() && record.completionEvent;
-    if (bSignals && !m_events.contains(record.completionEvent))
+    const NVENCSTATUS eStatus = CheckCompletionEvent(record);
+    if (eStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_EVENT_NOT_REGISTERD;
+        return eStatus;
     }
     EncodeJob job;
-    job.pCompletionEvent = bSignals ? record.completionEvent : nullptr;
+    job.pCompletionEvent = IsAsync() ? record.completionEvent : nullptr;
     m_plan->Restart();
     m_uiPicturesInStream = 0;
     Submit(std::move(job));
@@ -282,9 +286,10 @@ void Session::Signal(void* pEvent) const
 
 NVENCSTATUS Session::LockBitstream(NV_ENC_LOCK_BITSTREAM& record)
 {
-    if (record.version != NV_ENC_LOCK_BITSTREAM_VER)
+    const NVENCSTATUS eRecordStatus = CheckRecord(record, NV_ENC_LOCK_BITSTREAM_VER);
+    if (eRecordStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eRecordStatus;
     }
     if (!record.outputBitstream)
     {
@@ -341,6 +346,10 @@ NVENCSTATUS Session::LockBitstream(NV_ENC_LOCK_BITSTREAM& record)
     record.pictureType = packet.eType;
     record.pictureStruct = NV_ENC_PIC_STRUCT_FRAME;
     record.frameAvgQP = packet.uiAverageQp;
+    if (m_outputs.IsOlderUnread(*pBuffer))
+    {
+        Script::Get().OnLockOutOfOrder();
+    }
     pBuffer->eState = OutputBuffer::State::Locked;
     return NV_ENC_SUCCESS;
 }

@@ -14,10 +14,10 @@ SessionRegistry& SessionRegistry::Get()
     return s_registry;
 }
 
-void* SessionRegistry::Open()
+void* SessionRegistry::Open(IDirect3DDevice9* pDevice)
 {
     const std::lock_guard lock(m_mutex);
-    return m_sessions.Add(std::make_shared<Session>());
+    return m_sessions.Add(std::make_shared<Session>(pDevice));
 }
 
 std::shared_ptr<Session> SessionRegistry::Find(void* pHandle) const

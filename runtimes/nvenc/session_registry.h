@@ -16,7 +16,7 @@ class SessionRegistry
 public:
     static SessionRegistry& Get();
 
-    void* Open();
+    void* Open(IDirect3DDevice9* pDevice);
     // Null for what is no open session.
     std::shared_ptr<Session> Find(void* pHandle) const;
     // Removes the session from the registry; the caller closes it. Null as above.

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "runtimes/nvenc/capabilities.h"
+#include "runtimes/nvenc/records.h"
 #include "runtimes/nvenc/settings_h264.h"
 
 namespace nvencruntime
@@ -148,9 +149,10 @@ NVENCSTATUS CheckRateControl(const NV_ENC_RC_PARAMS& rc)
 
 NVENCSTATUS ReadSettings(const NV_ENC_INITIALIZE_PARAMS& params, EncodeSettings& settings)
 {
-    if (params.version != NV_ENC_INITIALIZE_PARAMS_VER)
+    const NVENCSTATUS eRecordStatus = CheckRecord(params, NV_ENC_INITIALIZE_PARAMS_VER);
+    if (eRecordStatus != NV_ENC_SUCCESS)
     {
-        return NV_ENC_ERR_INVALID_VERSION;
+        return eRecordStatus;
     }
     if (params.encodeGUID != NV_ENC_CODEC_H264_GUID)
     {
@@ -165,6 +167,10 @@ NVENCSTATUS ReadSettings(const NV_ENC_INITIALIZE_PARAMS& params, EncodeSettings&
                                 params.encodeConfig->rcParams.version != NV_ENC_RC_PARAMS_VER))
     {
         return NV_ENC_ERR_INVALID_VERSION;
+    }
+    if (params.encodeConfig && !AreReservedFieldsZero(*params.encodeConfig))
+    {
+        return NV_ENC_ERR_INVALID_PARAM;
     }
     settings.config = params.encodeConfig ? *params.encodeConfig : MakePresetConfig(*settings.pPreset);
     settings.params = params;

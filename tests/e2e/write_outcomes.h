@@ -1,15 +1,16 @@
-// What is to become of a file of eight frames when a call of the encoder's runtime fails.
+// What a file of eight frames is when a call of the encoder's runtime fails.
 //
 //   frame sent     1   2   3   4   5   6   7   8   end of stream
 //   packet read                1   2   3   4   5   6 7 8
 //
-// A frame's packet is read three frames later, through the frame's own slot of four. A slot whose packet couldn't be
-// read is still taken when its next frame comes, so a file that has lost its step refuses every frame from there on,
-// as a driver that lost one call would have it.
+// A frame's packet is read three frames later, through the frame's own slot of four. A packet that couldn't be read
+// keeps its slot, and the ring has no other for the next frame: every later frame is refused. A frame that wasn't sent
+// leaves its slot, with its surface still mapped, to the next frame.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "hostapi/qmstatus.h"
@@ -30,13 +31,14 @@ inline constexpr int g_nClose = 241;
 // How often an undisturbed file calls an entry.
 std::uint32_t CallsOf(NvencRuntimeEntry eEntry);
 
-// What is to become of a file.
+// The file, and what the host and the runtime see while it is written.
 struct Outcome
 {
     std::vector<QmStatus> m_vFrames = std::vector<QmStatus>(g_uiFrames, QM_OK);
     std::optional<std::uint32_t> m_uiPackets = g_uiFrames;  // nothing: there is no file
     bool m_bFirstPackets = true;                            // they are those that an undisturbed file begins with
-    int m_nLine = 0;                                        // where the failure is told, 0 for nowhere
+    int m_nLine = 0;                                        // where the failure is reported, 0 for nowhere
+    NvencRuntimeBreaches m_breaches{};                      // with surfaces watched
 
     void RefuseFrom(std::uint32_t uiFrame)
     {
@@ -45,20 +47,26 @@ struct Outcome
     }
 };
 
+// All counts that aren't 0, by name.
+std::string TextOf(const NvencRuntimeBreaches& breaches);
+
 // No frame is taken.
 Outcome WithoutFile(int nLine);
 
-// The packet of that number, from 1, can't be had when it is wanted; uiPackets reach the file.
+// The packet of that number, from 1, can't be read when it is due; uiPackets reach the file.
 Outcome WithoutPacket(std::uint32_t uiPacket, std::uint32_t uiPackets);
 
-// That call to encode a picture, from 1, fails. Behind the pictures' calls come two for the end of the stream, of which
+// That call to encode a picture, from 1, fails. After the pictures' calls come two for the end of the stream, of which
 // the second is the session's own and doesn't count.
 Outcome WithoutPicture(std::uint32_t uiCall, NVENCSTATUS eStatus);
 
-// One call of an entry fails, counted from 1.
-Outcome OfOneFailure(NvencRuntimeEntry eEntry, std::uint32_t uiCall, NVENCSTATUS eStatus);
+// All calls from that one on, the ends of the stream included, are refused.
+Outcome WithoutPicturesFrom(std::uint32_t uiCall);
+
+// One call of an entry fails, counted from 1; bEvents: the session waits on events.
+Outcome OfOneFailure(NvencRuntimeEntry eEntry, std::uint32_t uiCall, NVENCSTATUS eStatus, bool bEvents);
 
 // All calls fail, which for most entries is no different from the first.
-Outcome OfLastingFailure(NvencRuntimeEntry eEntry, NVENCSTATUS eStatus);
+Outcome OfLastingFailure(NvencRuntimeEntry eEntry, NVENCSTATUS eStatus, bool bEvents);
 
 }  // namespace test_support

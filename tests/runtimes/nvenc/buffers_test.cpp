@@ -158,6 +158,6 @@ TEST_F(NvencRuntime, DestroyingASessionWakesWhoWaitsForAPacket)
     EXPECT_EQ(m_api.nvEncDestroyEncoder(pEncoder), NV_ENC_SUCCESS);
     reader.join();
     EXPECT_EQ(eStatus, NV_ENC_ERR_INVALID_ENCODERDEVICE);
-    EXPECT_EQ(session.surface.References(), 1);
+    EXPECT_EQ(session.surface.References(), 1u);
     EXPECT_EQ(session.Destroy(), NV_ENC_ERR_INVALID_ENCODERDEVICE);
 }

@@ -58,7 +58,7 @@ TEST_F(NvencRuntime, ASurfaceOfADeviceIsEncoded)
 
     SessionSetup setup(c_uiWidth, c_uiHeight);
     setup.config.rcParams.constQP = {24, 28, 21};
-    OpenSession session;
+    OpenSession session(device.pDevice);
     ASSERT_EQ(session.Initialize(setup), NV_ENC_SUCCESS);
     auto record = MakeRecord<NV_ENC_REGISTER_RESOURCE>(NV_ENC_REGISTER_RESOURCE_VER);
     record.width = c_uiWidth;

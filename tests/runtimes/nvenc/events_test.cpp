@@ -123,7 +123,18 @@ TEST_F(NvencRuntime, EndOfStreamSetsItsEventBehindThoseOfThePackets)
     EXPECT_EQ(session.Unlock(session.pBuffer), NV_ENC_SUCCESS);
 }
 
-TEST_F(NvencRuntime, AnEventThatIsUnregisteredMeanwhileIsntSet)
+TEST_F(NvencRuntime, AnAsynchronousEndOfStreamNeedsARegisteredEvent)
+{
+    const Event event;
+    const SmallSession session(AsyncSetup());
+    EXPECT_EQ(session.EndStream(), NV_ENC_ERR_INVALID_EVENT);
+    EXPECT_EQ(session.EndStream(event.Handle()), NV_ENC_ERR_EVENT_NOT_REGISTERD);
+    EXPECT_EQ(Register(session, event.Handle()), NV_ENC_SUCCESS);
+    EXPECT_EQ(session.EndStream(event.Handle()), NV_ENC_SUCCESS);
+    EXPECT_TRUE(event.Comes());
+}
+
+TEST_F(NvencRuntime, AnEventThatIsUnregisteredInFlightIsReportedAndNotSet)
 {
     const Event event;
     SmallSession session(AsyncSetup());
@@ -133,6 +144,7 @@ TEST_F(NvencRuntime, AnEventThatIsUnregisteredMeanwhileIsntSet)
     m_script.HoldEncoders(1);
     ASSERT_EQ(session.Encode(picture), NV_ENC_SUCCESS);
     EXPECT_EQ(Unregister(session, event.Handle()), NV_ENC_SUCCESS);
+    EXPECT_EQ(m_script.GetBreaches().uiEventsUnregisteredInFlight, 1u);
     m_script.HoldEncoders(0);
     ASSERT_EQ(session.Lock(session.pBuffer), NV_ENC_SUCCESS);
     EXPECT_FALSE(event.IsSet());

@@ -65,10 +65,9 @@ namespace
 
 NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS OpenRecord()
 {
-    static int s_nDevice = 0;
     auto record = MakeRecord<NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS>(0x70010009);
     record.deviceType = NV_ENC_DEVICE_TYPE_DIRECTX;
-    record.device = &s_nDevice;
+    record.device = static_cast<IDirect3DDevice9*>(&FakeDevice::Get());
     record.apiVersion = 9;
     return record;
 }

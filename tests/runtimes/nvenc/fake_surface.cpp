@@ -2,35 +2,50 @@
 
 #include <gtest/gtest.h>
 
-namespace
+FakeDevice& FakeDevice::Get()
 {
-
-HRESULT Unexpected()
-{
-    ADD_FAILURE() << "the runtime called a function of the surface that isn't its business";
-    return E_NOTIMPL;
+    static FakeDevice s_device;
+    return s_device;
 }
 
-}  // namespace
+HRESULT FakeDevice::QueryInterface(REFIID riid, void** ppv)
+{
+    *ppv = nullptr;
+    if (riid != IID_IDirect3DDevice9)
+    {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    *ppv = static_cast<IDirect3DDevice9*>(this);
+    return S_OK;
+}
 
-FakeSurface::FakeSurface(std::uint32_t uiWidth, std::uint32_t uiHeight, D3DFORMAT eFormat)
+HRESULT FakeDevice::OnIdle()
+{
+    ADD_FAILURE() << "the runtime called an operation of the device that it has no use for";
+    return IdleDevice::OnIdle();
+}
+
+FakeSurface::FakeSurface(std::uint32_t uiWidth, std::uint32_t uiHeight, D3DFORMAT eFormat, FakeDevice& device)
     : m_uiWidth(uiWidth),
       m_uiHeight(uiHeight),
       m_eFormat(eFormat),
+      m_device(device),
       m_uiPitch((eFormat == D3DFMT_A8R8G8B8 ? 4 * uiWidth : uiWidth) + 48),
       m_bytes(std::size_t{m_uiPitch} * (eFormat == D3DFMT_A8R8G8B8 ? uiHeight : uiHeight + (uiHeight + 1) / 2), 0xA5)
 {}
 
 FakeSurface::~FakeSurface()
 {
-    EXPECT_EQ(m_nReferences, 1);
+    EXPECT_EQ(m_uiReferences, 1u);
     EXPECT_FALSE(m_bLocked);
 }
 
-HRESULT FakeSurface::QueryInterface(REFIID, void** ppv)
+HRESULT FakeSurface::GetDevice(IDirect3DDevice9** ppDevice)
 {
-    *ppv = nullptr;
-    return Unexpected();
+    m_device.AddRef();
+    *ppDevice = &m_device;
+    return D3D_OK;
 }
 
 HRESULT FakeSurface::GetDesc(D3DSURFACE_DESC* pDesc)
@@ -64,60 +79,8 @@ HRESULT FakeSurface::UnlockRect()
     return D3D_OK;
 }
 
-HRESULT FakeSurface::GetDevice(IDirect3DDevice9**)
+HRESULT FakeSurface::OnIdle()
 {
-    return Unexpected();
-}
-
-HRESULT FakeSurface::SetPrivateData(REFGUID, const void*, DWORD, DWORD)
-{
-    return Unexpected();
-}
-
-HRESULT FakeSurface::GetPrivateData(REFGUID, void*, DWORD*)
-{
-    return Unexpected();
-}
-
-HRESULT FakeSurface::FreePrivateData(REFGUID)
-{
-    return Unexpected();
-}
-
-DWORD FakeSurface::SetPriority(DWORD)
-{
-    Unexpected();
-    return 0;
-}
-
-DWORD FakeSurface::GetPriority()
-{
-    Unexpected();
-    return 0;
-}
-
-void FakeSurface::PreLoad()
-{
-    Unexpected();
-}
-
-D3DRESOURCETYPE FakeSurface::GetType()
-{
-    Unexpected();
-    return D3DRTYPE_SURFACE;
-}
-
-HRESULT FakeSurface::GetContainer(REFIID, void**)
-{
-    return Unexpected();
-}
-
-HRESULT FakeSurface::GetDC(HDC*)
-{
-    return Unexpected();
-}
-
-HRESULT FakeSurface::ReleaseDC(HDC)
-{
-    return Unexpected();
+    ADD_FAILURE() << "the runtime called an operation of the surface that it has no use for";
+    return IdleSurface::OnIdle();
 }

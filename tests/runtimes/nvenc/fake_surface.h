@@ -1,20 +1,33 @@
-// A surface in memory whose references and locks are counted, and whose lock can fail.
+// A surface in memory whose references and locks are counted, and whose lock can fail; and the device it belongs to.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include <windows.h>
+#include "tests/support/idle_d3d9.h"
 
-#include <d3d9.h>
-
-class FakeSurface final : public IDirect3DSurface9
+// Is asked for its interfaces and nothing else: a call of any other operation is a failure of the test.
+class FakeDevice final : public IdleDevice
 {
 public:
-    // A8R8G8B8, or NV12 by its four letters. Rows are longer than the picture, and the bytes behind it are filled.
-    FakeSurface(std::uint32_t uiWidth, std::uint32_t uiHeight, D3DFORMAT eFormat = D3DFMT_A8R8G8B8);
-    // Expects that everybody has given it back.
-    ~FakeSurface();
+    // The one that sessions and surfaces have unless a test says otherwise. It starts with one reference.
+    static FakeDevice& Get();
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
+
+protected:
+    HRESULT OnIdle() override;
+};
+
+// The runtime may ask for its device and its description and may lock it. Any other call is a failure of the test.
+class FakeSurface final : public IdleSurface
+{
+public:
+    // A8R8G8B8, or NV12 by its four letters. Rows are longer than the picture, and the bytes after it are filled.
+    FakeSurface(std::uint32_t uiWidth, std::uint32_t uiHeight, D3DFORMAT eFormat = D3DFMT_A8R8G8B8,
+                FakeDevice& device = FakeDevice::Get());
+    // Expects that the runtime holds no reference and no lock.
+    ~FakeSurface() override;
     FakeSurface(const FakeSurface&) = delete;
     FakeSurface& operator=(const FakeSurface&) = delete;
 
@@ -25,38 +38,25 @@ public:
     std::uint32_t Width() const { return m_uiWidth; }
     std::uint32_t Height() const { return m_uiHeight; }
 
-    int References() const { return m_nReferences; }
+    ULONG References() const { return m_uiReferences; }
     int Locks() const { return m_nLocks; }
     void FailLocks(bool bFail) { m_bFailLocks = bFail; }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++m_nReferences); }
-    ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--m_nReferences); }
-
+    HRESULT STDMETHODCALLTYPE GetDevice(IDirect3DDevice9** ppDevice) override;
     HRESULT STDMETHODCALLTYPE GetDesc(D3DSURFACE_DESC* pDesc) override;
     HRESULT STDMETHODCALLTYPE LockRect(D3DLOCKED_RECT* pLocked, const RECT* pRect, DWORD dwFlags) override;
     HRESULT STDMETHODCALLTYPE UnlockRect() override;
 
-    // Not the runtime's business: a call of any of these is a failure of the test.
-    HRESULT STDMETHODCALLTYPE GetDevice(IDirect3DDevice9** ppDevice) override;
-    HRESULT STDMETHODCALLTYPE SetPrivateData(REFGUID guid, const void* pData, DWORD dwSize, DWORD dwFlags) override;
-    HRESULT STDMETHODCALLTYPE GetPrivateData(REFGUID guid, void* pData, DWORD* pdwSize) override;
-    HRESULT STDMETHODCALLTYPE FreePrivateData(REFGUID guid) override;
-    DWORD STDMETHODCALLTYPE SetPriority(DWORD dwPriority) override;
-    DWORD STDMETHODCALLTYPE GetPriority() override;
-    void STDMETHODCALLTYPE PreLoad() override;
-    D3DRESOURCETYPE STDMETHODCALLTYPE GetType() override;
-    HRESULT STDMETHODCALLTYPE GetContainer(REFIID riid, void** ppContainer) override;
-    HRESULT STDMETHODCALLTYPE GetDC(HDC* phdc) override;
-    HRESULT STDMETHODCALLTYPE ReleaseDC(HDC hdc) override;
+protected:
+    HRESULT OnIdle() override;
 
 private:
     const std::uint32_t m_uiWidth;
     const std::uint32_t m_uiHeight;
     const D3DFORMAT m_eFormat;
+    FakeDevice& m_device;
     const std::uint32_t m_uiPitch;
     std::vector<std::uint8_t> m_bytes;
-    int m_nReferences = 1;
     int m_nLocks = 0;
     bool m_bLocked = false;
     bool m_bFailLocks = false;

@@ -43,12 +43,12 @@ TEST_F(NvencRuntime, ARegisteredSurfaceIsHeldUntilItIsUnregistered)
     OpenSession session;
     ASSERT_EQ(session.Initialize(setup), NV_ENC_SUCCESS);
     void* const pRegistered = session.Register(surface);
-    EXPECT_EQ(surface.References(), 2);
+    EXPECT_EQ(surface.References(), 2u);
     void* const pMapped = session.Map(pRegistered);
     EXPECT_EQ(Unregister(session, pRegistered), NV_ENC_ERR_INVALID_CALL);
     EXPECT_EQ(Unmap(session, pMapped), NV_ENC_SUCCESS);
     EXPECT_EQ(Unregister(session, pRegistered), NV_ENC_SUCCESS);
-    EXPECT_EQ(surface.References(), 1);
+    EXPECT_EQ(surface.References(), 1u);
     EXPECT_EQ(Unregister(session, pRegistered), NV_ENC_ERR_RESOURCE_NOT_REGISTERED);
 }
 
@@ -63,8 +63,8 @@ TEST_F(NvencRuntime, DestroyingASessionGivesBackWhatItWasGiven)
     session.Map(session.Register(second));
     session.CreateBuffer();
     EXPECT_EQ(session.Destroy(), NV_ENC_SUCCESS);
-    EXPECT_EQ(first.References(), 1);
-    EXPECT_EQ(second.References(), 1);
+    EXPECT_EQ(first.References(), 1u);
+    EXPECT_EQ(second.References(), 1u);
     const NvencRuntimeObjects objects = m_script.CountObjects();
     EXPECT_EQ(objects.uiRegisteredResources, 0u);
     EXPECT_EQ(objects.uiMappedResources, 0u);
@@ -102,8 +102,8 @@ TEST_F(NvencRuntime, RegistrationExaminesTheSurface)
     EXPECT_EQ(RegisterWith(session, surface, [](auto& r) { r.bufferUsage = NV_ENC_OUTPUT_BITSTREAM; }), eUnsupported);
 
     // Nothing of that was kept.
-    EXPECT_EQ(surface.References(), 1);
-    EXPECT_EQ(nv12.References(), 1);
+    EXPECT_EQ(surface.References(), 1u);
+    EXPECT_EQ(nv12.References(), 1u);
     EXPECT_EQ(RegisterWith(session, surface, [](auto& r) { r.width = 32; }), NV_ENC_SUCCESS);
     EXPECT_EQ(RegisterWith(session, nv12, [](auto& r) { r.bufferFormat = NV_ENC_BUFFER_FORMAT_NV12; }), NV_ENC_SUCCESS);
 }
@@ -116,16 +116,29 @@ TEST_F(NvencRuntime, ASurfaceIsRegisteredOnce)
     ASSERT_EQ(session.Initialize(setup), NV_ENC_SUCCESS);
     session.Register(surface);
     EXPECT_EQ(RegisterWith(session, surface, [](auto&) {}), NV_ENC_ERR_RESOURCE_REGISTER_FAILED);
-    EXPECT_EQ(surface.References(), 2);
+    EXPECT_EQ(surface.References(), 2u);
 }
 
-TEST_F(NvencRuntime, AResourceIsMappedOnceAtATime)
+// A caller whose picture was refused may leave its surface mapped and map it again for the next one.
+TEST_F(NvencRuntime, AResourceMayBeMappedAgain)
 {
     SmallSession session;
-    EXPECT_EQ(TryMap(session, session.pRegistered), NV_ENC_ERR_MAP_FAILED);
+    void* const pSecond = session.Map(session.pRegistered);
+    EXPECT_NE(pSecond, session.pMapped);
+    EXPECT_EQ(m_script.CountObjects().uiMappedResources, 2u);
+    EXPECT_EQ(session.Encode(session.OpenSession::Picture(pSecond, session.pBuffer, 64, 48)), NV_ENC_SUCCESS);
+    EXPECT_EQ(session.Lock(session.pBuffer), NV_ENC_SUCCESS);
+    EXPECT_EQ(session.Unlock(session.pBuffer), NV_ENC_SUCCESS);
+
+    // Each mapping is ended on its own, and the surface is the session's until the last one is.
+    EXPECT_EQ(Unmap(session, pSecond), NV_ENC_SUCCESS);
+    EXPECT_EQ(Unmap(session, pSecond), NV_ENC_ERR_RESOURCE_NOT_MAPPED);
+    EXPECT_EQ(Unregister(session, session.pRegistered), NV_ENC_ERR_INVALID_CALL);
+    EXPECT_EQ(session.Encode(session.Picture()), NV_ENC_SUCCESS);
+    EXPECT_EQ(session.Lock(session.pBuffer), NV_ENC_SUCCESS);
+    EXPECT_EQ(session.Unlock(session.pBuffer), NV_ENC_SUCCESS);
     EXPECT_EQ(Unmap(session, session.pMapped), NV_ENC_SUCCESS);
-    EXPECT_EQ(Unmap(session, session.pMapped), NV_ENC_ERR_RESOURCE_NOT_MAPPED);
-    EXPECT_EQ(TryMap(session, session.pRegistered), NV_ENC_SUCCESS);
+    EXPECT_EQ(Unregister(session, session.pRegistered), NV_ENC_SUCCESS);
 }
 
 TEST_F(NvencRuntime, MappingTellsTheFormat)

@@ -14,11 +14,18 @@ RingClient::RingClient(const SessionSetup& setup, std::size_t uiSlots, NV_ENC_BU
         pSlot->pRegistered = m_session.Register(*pSlot->pSurface, eFormat);
         pSlot->pBuffer = m_session.CreateBuffer();
         pSlot->hEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-        auto record = MakeRecord<NV_ENC_EVENT_PARAMS>(NV_ENC_EVENT_PARAMS_VER);
-        record.completionEvent = pSlot->hEvent;
-        EXPECT_EQ(Runtime::Get().api.nvEncRegisterAsyncEvent(m_session.Handle(), &record), NV_ENC_SUCCESS);
+        RegisterEvent(pSlot->hEvent);
         m_slots.push_back(std::move(pSlot));
     }
+    m_hEndEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    RegisterEvent(m_hEndEvent);
+}
+
+void RingClient::RegisterEvent(HANDLE hEvent) const
+{
+    auto record = MakeRecord<NV_ENC_EVENT_PARAMS>(NV_ENC_EVENT_PARAMS_VER);
+    record.completionEvent = hEvent;
+    EXPECT_EQ(Runtime::Get().api.nvEncRegisterAsyncEvent(m_session.Handle(), &record), NV_ENC_SUCCESS);
 }
 
 RingClient::~RingClient()
@@ -28,6 +35,7 @@ RingClient::~RingClient()
     {
         CloseHandle(pSlot->hEvent);
     }
+    CloseHandle(m_hEndEvent);
 }
 
 NVENCSTATUS RingClient::Send(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eType)
@@ -54,10 +62,14 @@ NVENCSTATUS RingClient::Send(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eType)
 
 void RingClient::Finish()
 {
-    EXPECT_EQ(m_session.EndStream(), NV_ENC_SUCCESS);
+    EXPECT_EQ(m_session.EndStream(m_hEndEvent), NV_ENC_SUCCESS);
     while (m_uiRead < m_uiSent)
     {
         Read();
+    }
+    if (m_params.enableEncodeAsync)
+    {
+        EXPECT_EQ(WaitForSingleObject(m_hEndEvent, 20000), WAIT_OBJECT_0);
     }
 }
 

@@ -47,12 +47,14 @@ private:
         HANDLE hEvent = nullptr;
     };
 
+    void RegisterEvent(HANDLE hEvent) const;
     void Read();
 
     const NV_ENC_INITIALIZE_PARAMS m_params;
     const NV_ENC_BUFFER_FORMAT m_eFormat;
     OpenSession m_session;
     std::vector<std::unique_ptr<Slot>> m_slots;
+    HANDLE m_hEndEvent = nullptr;  // of the end of the stream
     std::size_t m_uiSent = 0;
     std::size_t m_uiRead = 0;
     std::vector<ReadPacket> m_packets;

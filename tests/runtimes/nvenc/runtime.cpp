@@ -12,13 +12,6 @@ Function Find(HMODULE hModule, const char* pszName)
     return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(hModule, pszName)));
 }
 
-// Any address will do: the runtime isn't to touch a device.
-void* Device()
-{
-    static int s_nDevice = 0;
-    return &s_nDevice;
-}
-
 Runtime Load()
 {
     Runtime runtime{};
@@ -71,11 +64,11 @@ SessionSetup::SessionSetup(std::uint32_t uiWidth, std::uint32_t uiHeight, const 
     params.enablePTD = 1;
 }
 
-OpenSession::OpenSession()
+OpenSession::OpenSession(IDirect3DDevice9* pDevice)
 {
     auto record = MakeRecord<NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS>(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS_VER);
     record.deviceType = NV_ENC_DEVICE_TYPE_DIRECTX;
-    record.device = Device();
+    record.device = pDevice;
     record.apiVersion = NVENCAPI_VERSION;
     EXPECT_EQ(Runtime::Get().api.nvEncOpenEncodeSessionEx(&record, &m_pEncoder), NV_ENC_SUCCESS);
 }
@@ -196,6 +189,7 @@ NvencRuntime::NvencRuntime() : m_runtime(Runtime::Get()), m_script(*m_runtime.pS
 
 NvencRuntime::~NvencRuntime()
 {
+    EXPECT_EQ(FakeDevice::Get().m_uiReferences, 1u);
     EXPECT_EQ(m_script.CountObjects().uiSessions, 0u);
     m_script.Reset();
 }

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "fake_surface.h"
 #include "abi/nvenc/nvEncodeAPI.h"
+#include "fake_surface.h"
 #include "runtimes/nvenc/nvenc_script.h"
 
 // Loaded once and kept, so that what a script says outlives single tests' handles.
@@ -52,7 +52,7 @@ struct SessionSetup
 class OpenSession
 {
 public:
-    OpenSession();
+    explicit OpenSession(IDirect3DDevice9* pDevice = &FakeDevice::Get());
     ~OpenSession();
     OpenSession(const OpenSession&) = delete;
     OpenSession& operator=(const OpenSession&) = delete;

@@ -1,6 +1,10 @@
 // Direct3D objects that do nothing: a fake derives from one of them and overrides what its test is about. Idle
-// operations answer E_NOTIMPL, or nothing where they can't fail.
+// operations return E_NOTIMPL, or nothing where they can't fail.
 #pragma once
+
+#include <atomic>
+
+#include <windows.h>
 
 #include <d3d9.h>
 #include <dxva2api.h>
@@ -8,10 +12,16 @@
 #define IDLE(operation, parameters)                                                                                    \
     HRESULT STDMETHODCALLTYPE operation parameters override                                                            \
     {                                                                                                                  \
-        return E_NOTIMPL;                                                                                              \
+        return OnIdle();                                                                                               \
+    }
+#define IDLE_PLAIN(result, operation, parameters)                                                                      \
+    result STDMETHODCALLTYPE operation parameters override                                                             \
+    {                                                                                                                  \
+        OnIdle();                                                                                                      \
+        return result();                                                                                               \
     }
 
-// Counts references and lives on when the last one goes: the test owns it and looks at the count. It starts at 1.
+// Counts references and stays alive after the last Release: the test owns it and reads the count, which starts at 1.
 template <typename TInterface>
 class IdleUnknown : public TInterface
 {
@@ -22,7 +32,11 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_uiReferences; }
     ULONG STDMETHODCALLTYPE Release() override { return --m_uiReferences; }
 
-    ULONG m_uiReferences = 1;
+    std::atomic<ULONG> m_uiReferences = 1;
+
+protected:
+    // Runs in every idle operation.
+    virtual HRESULT OnIdle() { return E_NOTIMPL; }
 };
 
 class IdleSurface : public IdleUnknown<IDirect3DSurface9>
@@ -32,10 +46,10 @@ public:
     IDLE(SetPrivateData, (REFGUID, const void*, DWORD, DWORD))
     IDLE(GetPrivateData, (REFGUID, void*, DWORD*))
     IDLE(FreePrivateData, (REFGUID))
-    DWORD STDMETHODCALLTYPE SetPriority(DWORD) override { return {}; }
-    DWORD STDMETHODCALLTYPE GetPriority() override { return {}; }
-    void STDMETHODCALLTYPE PreLoad() override {}
-    D3DRESOURCETYPE STDMETHODCALLTYPE GetType() override { return {}; }
+    IDLE_PLAIN(DWORD, SetPriority, (DWORD))
+    IDLE_PLAIN(DWORD, GetPriority, ())
+    IDLE_PLAIN(void, PreLoad, ())
+    IDLE_PLAIN(D3DRESOURCETYPE, GetType, ())
     IDLE(GetContainer, (REFIID, void**))
     IDLE(GetDesc, (D3DSURFACE_DESC*))
     IDLE(LockRect, (D3DLOCKED_RECT*, const RECT*, DWORD))
@@ -62,25 +76,25 @@ class IdleDevice : public IdleUnknown<IDirect3DDevice9>
 {
 public:
     IDLE(TestCooperativeLevel, ())
-    UINT STDMETHODCALLTYPE GetAvailableTextureMem() override { return {}; }
+    IDLE_PLAIN(UINT, GetAvailableTextureMem, ())
     IDLE(EvictManagedResources, ())
     IDLE(GetDirect3D, (IDirect3D9**))
     IDLE(GetDeviceCaps, (D3DCAPS9*))
     IDLE(GetDisplayMode, (UINT, D3DDISPLAYMODE*))
     IDLE(GetCreationParameters, (D3DDEVICE_CREATION_PARAMETERS*))
     IDLE(SetCursorProperties, (UINT, UINT, IDirect3DSurface9*))
-    void STDMETHODCALLTYPE SetCursorPosition(int, int, DWORD) override {}
-    BOOL STDMETHODCALLTYPE ShowCursor(BOOL) override { return {}; }
+    IDLE_PLAIN(void, SetCursorPosition, (int, int, DWORD))
+    IDLE_PLAIN(BOOL, ShowCursor, (BOOL))
     IDLE(CreateAdditionalSwapChain, (D3DPRESENT_PARAMETERS*, IDirect3DSwapChain9**))
     IDLE(GetSwapChain, (UINT, IDirect3DSwapChain9**))
-    UINT STDMETHODCALLTYPE GetNumberOfSwapChains() override { return {}; }
+    IDLE_PLAIN(UINT, GetNumberOfSwapChains, ())
     IDLE(Reset, (D3DPRESENT_PARAMETERS*))
     IDLE(Present, (const RECT*, const RECT*, HWND, const RGNDATA*))
     IDLE(GetBackBuffer, (UINT, UINT, D3DBACKBUFFER_TYPE, IDirect3DSurface9**))
     IDLE(GetRasterStatus, (UINT, D3DRASTER_STATUS*))
     IDLE(SetDialogBoxMode, (BOOL))
-    void STDMETHODCALLTYPE SetGammaRamp(UINT, DWORD, const D3DGAMMARAMP*) override {}
-    void STDMETHODCALLTYPE GetGammaRamp(UINT, D3DGAMMARAMP*) override {}
+    IDLE_PLAIN(void, SetGammaRamp, (UINT, DWORD, const D3DGAMMARAMP*))
+    IDLE_PLAIN(void, GetGammaRamp, (UINT, D3DGAMMARAMP*))
     IDLE(CreateTexture, (UINT, UINT, UINT, DWORD, D3DFORMAT, D3DPOOL, IDirect3DTexture9**, HANDLE*))
     IDLE(CreateVolumeTexture, (UINT, UINT, UINT, UINT, DWORD, D3DFORMAT, D3DPOOL, IDirect3DVolumeTexture9**, HANDLE*))
     IDLE(CreateCubeTexture, (UINT, UINT, DWORD, D3DFORMAT, D3DPOOL, IDirect3DCubeTexture9**, HANDLE*))
@@ -137,9 +151,9 @@ public:
     IDLE(SetScissorRect, (const RECT*))
     IDLE(GetScissorRect, (RECT*))
     IDLE(SetSoftwareVertexProcessing, (BOOL))
-    BOOL STDMETHODCALLTYPE GetSoftwareVertexProcessing() override { return {}; }
+    IDLE_PLAIN(BOOL, GetSoftwareVertexProcessing, ())
     IDLE(SetNPatchMode, (float))
-    float STDMETHODCALLTYPE GetNPatchMode() override { return {}; }
+    IDLE_PLAIN(float, GetNPatchMode, ())
     IDLE(DrawPrimitive, (D3DPRIMITIVETYPE, UINT, UINT))
     IDLE(DrawIndexedPrimitive, (D3DPRIMITIVETYPE, INT, UINT, UINT, UINT, UINT))
     IDLE(DrawPrimitiveUP, (D3DPRIMITIVETYPE, UINT, const void*, UINT))
@@ -184,9 +198,9 @@ class IdleDirect3D : public IdleUnknown<IDirect3D9Ex>
 {
 public:
     IDLE(RegisterSoftwareDevice, (void*))
-    UINT STDMETHODCALLTYPE GetAdapterCount() override { return {}; }
+    IDLE_PLAIN(UINT, GetAdapterCount, ())
     IDLE(GetAdapterIdentifier, (UINT, DWORD, D3DADAPTER_IDENTIFIER9*))
-    UINT STDMETHODCALLTYPE GetAdapterModeCount(UINT, D3DFORMAT) override { return {}; }
+    IDLE_PLAIN(UINT, GetAdapterModeCount, (UINT, D3DFORMAT))
     IDLE(EnumAdapterModes, (UINT, D3DFORMAT, UINT, D3DDISPLAYMODE*))
     IDLE(GetAdapterDisplayMode, (UINT, D3DDISPLAYMODE*))
     IDLE(CheckDeviceType, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT, BOOL))
@@ -195,9 +209,9 @@ public:
     IDLE(CheckDepthStencilMatch, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT, D3DFORMAT))
     IDLE(CheckDeviceFormatConversion, (UINT, D3DDEVTYPE, D3DFORMAT, D3DFORMAT))
     IDLE(GetDeviceCaps, (UINT, D3DDEVTYPE, D3DCAPS9*))
-    HMONITOR STDMETHODCALLTYPE GetAdapterMonitor(UINT) override { return {}; }
+    IDLE_PLAIN(HMONITOR, GetAdapterMonitor, (UINT))
     IDLE(CreateDevice, (UINT, D3DDEVTYPE, HWND, DWORD, D3DPRESENT_PARAMETERS*, IDirect3DDevice9**))
-    UINT STDMETHODCALLTYPE GetAdapterModeCountEx(UINT, const D3DDISPLAYMODEFILTER*) override { return {}; }
+    IDLE_PLAIN(UINT, GetAdapterModeCountEx, (UINT, const D3DDISPLAYMODEFILTER*))
     IDLE(EnumAdapterModesEx, (UINT, const D3DDISPLAYMODEFILTER*, UINT, D3DDISPLAYMODEEX*))
     IDLE(GetAdapterDisplayModeEx, (UINT, D3DDISPLAYMODEEX*, D3DDISPLAYROTATION*))
     IDLE(CreateDeviceEx,
@@ -205,4 +219,5 @@ public:
     IDLE(GetAdapterLUID, (UINT, LUID*))
 };
 
+#undef IDLE_PLAIN
 #undef IDLE
