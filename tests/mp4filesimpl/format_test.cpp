@@ -358,6 +358,20 @@ TEST_F(Format, AnOutputFileOfEveryFormHoldsAReferenceToTheFormat)
     EXPECT_EQ(m_format.Class()->Release(), 1);
 }
 
+// A host passes the path as a copy, and a copy that finds no memory is empty.
+TEST_F(Format, AnOutputFileWithAnEmptyPathIsRefused)
+{
+    auto* const pBefore = reinterpret_cast<IQmOutputImageFile*>(&m_format);
+    IQmOutputImageFile* pCreated = pBefore;
+    IQmOutputImageFile* pOpened = pBefore;
+    EXPECT_EQ(m_format->CreateOutputFileForPath(CQmStringW(), &pCreated), QM_ERR_FAIL);
+    EXPECT_EQ(m_format->OpenOutputFileForPath(CQmStringW(), &pOpened), QM_ERR_FAIL);
+    EXPECT_EQ(pCreated, nullptr);
+    EXPECT_EQ(pOpened, nullptr);
+    EXPECT_EQ(m_format.Class()->AddRef(), 2);  // the refused files hold no reference
+    EXPECT_EQ(m_format.Class()->Release(), 1);
+}
+
 TEST_F(Format, UnusedOperationsReturnTheirFixedResults)
 {
     EXPECT_EQ(m_format->UnusedPathOperationA(CQmStringW(L"x")), QM_ERR_NOTIMPL);

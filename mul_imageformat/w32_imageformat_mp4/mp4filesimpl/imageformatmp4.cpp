@@ -231,9 +231,13 @@ QmStatus CQmImageFormatMP4::CreateOutputFile(void*, IQmOutputImageFile** ppFile)
     return GiveOutputFile(this, CQmStringW(), ppFile);
 }
 
+// The path is a copy, and a copy that found no memory is empty. A file without a path would accept every frame and
+// write none, so an empty path is refused.
 QmStatus CQmImageFormatMP4::CreateOutputFileForPath(CQmStringW strPath, IQmOutputImageFile** ppFile)
 {
-    return GiveOutputFile(this, strPath, ppFile);
+    if (strPath != L"") return GiveOutputFile(this, strPath, ppFile);
+    *ppFile = nullptr;
+    return QM_ERR_FAIL;
 }
 
 QmStatus CQmImageFormatMP4::OpenOutputFile(void* pValue, IQmOutputImageFile** ppFile)
