@@ -1,5 +1,7 @@
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
 
+#include "common/saferelease.h"
+
 namespace
 {
 // The surface format of a buffer format, D3DFMT_UNKNOWN for those that the session doesn't take from Direct3D 9.
@@ -23,13 +25,6 @@ void ReleaseSurfaces(std::vector<NvEncInputFrame>& vFrames)
         if (frame.inputPtr) static_cast<IDirect3DSurface9*>(frame.inputPtr)->Release();
     }
     vFrames.clear();
-}
-
-template <typename T>
-void ReleaseAndForget(T*& pInterface)
-{
-    if (pInterface) pInterface->Release();
-    pInterface = nullptr;
 }
 }  // namespace
 
@@ -133,6 +128,6 @@ void NvEncoderD3D9::ReleaseD3D9Resources()
     UnregisterResources();
     ReleaseSurfaces(m_vInputFrames);
     ReleaseSurfaces(m_vReferenceFrames);
-    ReleaseAndForget(m_pDXVA2VideoProcessServices);
-    ReleaseAndForget(m_pD3D9Device);
+    SafeRelease(&m_pDXVA2VideoProcessServices);
+    SafeRelease(&m_pD3D9Device);
 }
