@@ -169,7 +169,7 @@ std::int64_t ContainerFile::Duration() const
         nLongest = std::max(nLongest, av_rescale_q(stream.duration, stream.time_base, HUNDRED_NANOSECONDS));
     }
     if (nLongest > 0 || m_context->duration == AV_NOPTS_VALUE) return nLongest;
-    return std::max<std::int64_t>(0, av_rescale_q(m_context->duration, AV_TIME_BASE_Q, HUNDRED_NANOSECONDS));
+    return std::max<std::int64_t>(0, av_rescale_q(m_context->duration, av_get_time_base_q(), HUNDRED_NANOSECONDS));
 }
 
 void ContainerFile::Select(unsigned int uiStream)
