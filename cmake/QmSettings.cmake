@@ -29,7 +29,12 @@ if(QM_WARNINGS_AS_ERRORS)
 endif()
 
 if(QM_SANITIZE)
-    add_compile_options(-fsanitize=${QM_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    # Less optimised and with line numbers only: compiling takes less than half the time, and reports read the same.
+    add_compile_options(-fsanitize=${QM_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1 -g1)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # With the sanitizers' checks in between, gcc takes values for unset that are set. The other builds look for it.
+        add_compile_options(-Wno-maybe-uninitialized)
+    endif()
     add_link_options(-fsanitize=${QM_SANITIZE})
 endif()
 

@@ -1,8 +1,9 @@
 # qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds])
 #
-# One GoogleTest program. Natively every test case is a ctest entry of its own. In the Windows build the whole
-# program is one entry, since a start under Wine costs a second, and a program that needs Media Foundation is built
-# but not run: Wine's is not the system's.
+# One GoogleTest program. Usually every test case is a ctest entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole
+# program is one entry. A start costs a tenth of a second of processor time under a sanitizer and a second under Wine,
+# for each of some thousand cases. In the Windows build a program that needs Media Foundation is built but not run:
+# Wine's is not the system's.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")
@@ -22,11 +23,15 @@ function(qm_add_test name)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gmock_main GTest::gtest)
-    if(NOT WIN32)
+    if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
+        return()
+    endif()
+    if(QM_WHOLE_TEST_PROGRAMS)
+        add_test(NAME ${name} COMMAND ${name})
+        # The programs that may take longest start first, so that none of them is left alone at the end.
+        set_tests_properties(${name} PROPERTIES TIMEOUT 1200 COST ${ARG_TIMEOUT})
+    else()
         gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
             TEST_PREFIX "${name}." PROPERTIES TIMEOUT ${ARG_TIMEOUT})
-    elseif(NOT ARG_NEEDS_MEDIA_FOUNDATION)
-        add_test(NAME ${name} COMMAND ${name})
-        set_tests_properties(${name} PROPERTIES TIMEOUT 600)
     endif()
 endfunction()

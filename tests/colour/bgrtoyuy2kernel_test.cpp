@@ -13,9 +13,12 @@
 #include "tests/colour/colour_definition.h"
 #include "tests/colour/guarded_block.h"
 #include "tests/colour/kernels_under_test.h"
+#include "tests/support/repetitions.h"
 
 namespace
 {
+using test_support::Stride;
+
 using Bytes = std::vector<std::uint8_t>;
 
 SPixelTerms TermsOf(std::uint32_t uiPixel)
@@ -49,7 +52,7 @@ std::size_t CountWrongPairs(const SColourKernels& kernels, bool bAsFirst)
     Bytes vYuy2(g_uiRow * 4);
     std::size_t uiWrong = 0;
     std::vector<SPixelTerms> vTerms;
-    for (std::uint32_t uiStart = 0; uiStart < g_uiPixels; uiStart += g_uiRow)
+    for (std::uint32_t uiStart = 0; uiStart < g_uiPixels; uiStart += g_uiRow * Stride(16))
     {
         vTerms.clear();
         for (std::uint32_t ui = 0; ui < g_uiRow; ++ui)
@@ -122,8 +125,9 @@ std::size_t CountWrongMeans(const SColourKernels& kernels, float SPixelTerms::*p
         PutPixel(&vBgr[ui * 6], found.m_vFirst[ui]);
     }
     std::size_t uiWrong = 0;
-    for (const std::uint32_t uiSecond : found.m_vSecond)
+    for (std::size_t uiAt = 0; uiAt < found.m_vSecond.size(); uiAt += Stride(16))
     {
+        const std::uint32_t uiSecond = found.m_vSecond[uiAt];
         const float fSecond = TermsOf(uiSecond).*pTerm;
         for (std::size_t ui = 0; ui < uiPairs; ++ui)
         {

@@ -7,6 +7,7 @@
 
 #include "support/module_host.h"
 #include "support/picture_definition.h"
+#include "support/repetitions.h"
 #include "support/video_maker.h"
 #include "video_cases.h"
 
@@ -14,9 +15,6 @@ namespace
 {
 
 using namespace test_support;
-
-// Under a sanitizer every read takes several times as long, and what it looks for shows in far fewer.
-constexpr int g_nRandomReads = QM_SANITIZED ? 200 : 2000;
 
 class Frames : public testing::TestWithParam<e2e::VideoCase>
 {
@@ -120,7 +118,8 @@ TEST_P(Frames, ReadAtRandomThousandsOfTimesWithoutOneWrongFrame)
     SCOPED_TRACE("seed " + std::to_string(uiSeed));
     std::mt19937 random(uiSeed);
     std::uniform_int_distribution<std::size_t> frame(0, Count() - 1);
-    for (int n = 0; n < g_nRandomReads; ++n)
+    const int nReads = Repetitions(2000);
+    for (int n = 0; n < nReads; ++n)
         ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
 }
 

@@ -7,6 +7,7 @@
 #include "peak_memory.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
+#include "support/repetitions.h"
 #include "support/video_maker.h"
 #include "video_cases.h"
 
@@ -129,7 +130,7 @@ TEST_F(HostileFiles, EveryTruncationOfASmallFileEndsWithAStatus)
         const Bytes vFile = SmallVideo(pszOptions);
         ASSERT_LT(vFile.size(), 4096u);
         const auto path = m_dir / "truncated.mp4";
-        for (std::size_t ui = 0; ui < vFile.size(); ui += QM_SANITIZED ? 5 : 1)
+        for (std::size_t ui = 0; ui < vFile.size(); ui += Stride(5))
         {
             WriteBytes(path, Bytes(vFile.begin(), vFile.begin() + static_cast<std::ptrdiff_t>(ui)));
             UseWhole(m_host, path, std::string("cut at ") + std::to_string(ui) + pszOptions);
@@ -142,7 +143,7 @@ TEST_F(HostileFiles, EveryReplacedWordOfMoovEndsWithAStatus)
     const Bytes vFile = SmallVideo();
     const Mp4Box moov = FindBox(vFile, "moov");
     const auto path = m_dir / "replaced.mp4";
-    for (std::size_t uiAt = moov.m_uiHeader; uiAt + 4 <= moov.m_uiEnd; uiAt += QM_SANITIZED ? 12 : 4)
+    for (std::size_t uiAt = moov.m_uiHeader; uiAt + 4 <= moov.m_uiEnd; uiAt += 4 * Stride(3))
     {
         for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         {
@@ -164,7 +165,7 @@ TEST_F(HostileFiles, EveryReplacedWordOfTheTimingBoxesEndsWithAStatus)
                                      "moov/trak/mdia/minf/stbl/stsz", "moov/trak/mdia/minf/stbl/stsc"})
     {
         const Mp4Box box = FindBox(vFile, pszBox);
-        for (std::size_t uiAt = box.m_uiHeader; uiAt + 4 <= box.m_uiEnd; uiAt += QM_SANITIZED ? 3 : 1)
+        for (std::size_t uiAt = box.m_uiHeader; uiAt + 4 <= box.m_uiEnd; uiAt += Stride(3))
         {
             for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
             {

@@ -5,6 +5,7 @@
 
 #include "box_builder.h"
 #include "parts/timesorigin.h"
+#include "tests/support/repetitions.h"
 
 namespace qmhost
 {
@@ -271,7 +272,8 @@ TEST(TimesOriginOfHostileFiles, RandomBytes)
 {
     std::mt19937 random(815);
     const std::string file = MakeFile({SOUND, VIDEO}, MakeFragment(2, {4}));
-    for (int i = 0; i < 3000; ++i)
+    const int nFiles = test_support::Repetitions(3000);
+    for (int i = 0; i < nFiles; ++i)
     {
         std::string hostile = file;
         for (int n = 0; n < 4; ++n)

@@ -5,6 +5,7 @@
 
 #include "box_builder.h"
 #include "parts/videoprofile.h"
+#include "tests/support/repetitions.h"
 
 namespace qmhost
 {
@@ -62,7 +63,8 @@ TEST(HostileProfile, EveryWordReplaced)
 TEST(HostileProfile, RandomBytes)
 {
     std::mt19937 random(4711);
-    for (int i = 0; i < 2000; ++i)
+    const int nFiles = test_support::Repetitions(2000);
+    for (int i = 0; i < nFiles; ++i)
     {
         std::string file(random() % 300, '\0');
         for (char& c : file)

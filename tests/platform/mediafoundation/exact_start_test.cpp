@@ -10,6 +10,7 @@
 
 #include "media_files.h"
 #include "test_graph.h"
+#include "tests/support/repetitions.h"
 
 namespace mftest
 {
@@ -173,7 +174,8 @@ TEST_P(ExactStart, EveryPictureBackwards)
 TEST_P(ExactStart, AtRandom)
 {
     std::mt19937 random(20260101);
-    for (int i = 0; i < 60; ++i)
+    const int nTimes = test_support::Repetitions(60);
+    for (int i = 0; i < nTimes; ++i)
     {
         ExpectPicturesFrom(random() % m_pictures.size(), 1 + random() % 12);
     }
