@@ -1,5 +1,6 @@
 #include "mp4filesimpl/boxwalk.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -59,7 +60,7 @@ private:
 
     bool ReadTimescale();
     QmStatus ReadSampleTable(std::int64_t nPosition, std::uint64_t uiFileSize);
-    bool CanHold(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition);
+    std::uint64_t FindProof(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition);
     bool AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta);
 
     QmFileHandle m_hFile;
@@ -169,6 +170,7 @@ QmStatus CBoxWalk::ReadSampleTable(std::int64_t nPosition, std::uint64_t uiFileS
     nPosition += 8;
 
     std::uint64_t uiSamples = 0;
+    std::uint64_t uiBelieved = std::min(uiFileSize, SAMPLES_WITHOUT_PROOF);
     std::uint32_t uiEmptyEntries = 0;
     for (std::uint32_t uiEntries = LoadBigEndian32(aEntryCount.data()); uiEntries > 0; --uiEntries)
     {
@@ -176,34 +178,35 @@ QmStatus CBoxWalk::ReadSampleTable(std::int64_t nPosition, std::uint64_t uiFileS
         if (!Read(aEntry)) return QM_ERR_FAIL;
         nPosition += 8;
         const std::uint32_t uiCount = LoadBigEndian32(aEntry.data());
-        const std::uint32_t uiDelta = LoadBigEndian32(aEntry.data() + 4);
         uiSamples += uiCount;
         if (uiCount == 0) ++uiEmptyEntries;
-        m_bFoundStts = uiEmptyEntries <= MAX_EMPTY_ENTRIES && CanHold(uiSamples, uiFileSize, nPosition) &&
-                       AppendSamples(uiCount, uiDelta);
+        if (uiSamples > uiBelieved) uiBelieved = FindProof(uiSamples, uiFileSize, nPosition);
+        m_bFoundStts = uiSamples <= uiBelieved && uiEmptyEntries <= MAX_EMPTY_ENTRIES &&
+                       AppendSamples(uiCount, LoadBigEndian32(aEntry.data() + 4));
         if (!m_bFoundStts) return QM_ERR_FAIL;
     }
     return QM_OK;
 }
 
-// Whether the file can hold that many samples, each of a byte at least. The file is at nPosition, before and after.
-bool CBoxWalk::CanHold(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition)
+// Returns the number of samples that the file proves, uiSamples or more if it can. The file's position is nPosition,
+// before and after.
+std::uint64_t CBoxWalk::FindProof(std::uint64_t uiSamples, std::uint64_t uiFileSize, std::int64_t nPosition)
 {
-    if (uiSamples > uiFileSize) return false;
-    if (uiSamples <= SAMPLES_WITHOUT_PROOF) return true;
-    return m_held.AreAtLeast(uiSamples / SAMPLES_PER_HELD_BYTE) &&
-           QM_SeekFile(m_hFile, nPosition, QM_SEEK_BEGIN) == QM_OK;
+    if (uiSamples > uiFileSize) return 0;
+    const std::uint64_t uiHeld = m_held.CountUpTo(uiSamples / SAMPLES_PER_HELD_BYTE + 1);
+    if (QM_SeekFile(m_hFile, nPosition, QM_SEEK_BEGIN) != QM_OK) return 0;
+    return std::min(uiFileSize, uiHeld * SAMPLES_PER_HELD_BYTE);
 }
 
 // Returns false when there is no memory for their times.
 bool CBoxWalk::AppendSamples(std::uint32_t uiCount, std::uint32_t uiDelta)
 {
     return WithoutExceptions(false, [&] {
+        // A long run takes its memory at once: growing step by step would take up to three times as much.
+        if (uiCount > m_vTimes.size()) m_vTimes.reserve(m_vTimes.size() + uiCount);
         std::uint64_t uiTime = m_vTimes.empty() ? 0 : m_vTimes.back();
-        std::size_t uiSample = m_vTimes.size();
-        m_vTimes.resize(uiSample + uiCount);  // at once: step by step, a long list would take three times its memory
-        for (; uiSample < m_vTimes.size(); ++uiSample)
-            m_vTimes[uiSample] = uiTime += uiDelta;
+        for (; uiCount > 0; --uiCount)
+            m_vTimes.push_back(uiTime += uiDelta);
         return true;
     });
 }

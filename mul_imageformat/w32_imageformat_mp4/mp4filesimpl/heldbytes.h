@@ -13,10 +13,10 @@ public:
     // hFile stays the caller's and outlives this object.
     explicit CHeldBytes(QmFileHandle hFile) : m_hFile(hFile) {}
 
-    // Whether the file holds at least uiCount bytes other than zero. Reads no further than that takes, goes on next
-    // time where it stopped, and gives up at a place up to which three quarters and 64 MiB of the file are zeros. Moves
+    // Returns the number of bytes other than zero that were counted so far, after reading on until it is at least
+    // uiCount or the file ends. Gives up where it has read 64 MiB and 64 bytes more for each one that isn't zero. Moves
     // the file's position.
-    bool AreAtLeast(std::uint64_t uiCount);
+    std::uint64_t CountUpTo(std::uint64_t uiCount);
 
 private:
     QmFileHandle m_hFile;
