@@ -165,8 +165,10 @@ PLATFORM_INTERFACE_IID(IMFMediaEvent);
 #define MF_EVENT_FLAG_NO_WAIT 0x00000001
 
 DEFINE_GUID(IID_IMFMediaEventGenerator, 0x2cd0bd52, 0xbcd5, 0x4b89, 0xb6, 0x2c, 0xea, 0xdc, 0x0c, 0x03, 0x1e, 0x7d);
-// GetEvent waits for an event unless it is told not to (MF_E_NO_EVENTS_AVAILABLE then). After the generator's shut-down
-// every waiting and every later call gives MF_E_SHUTDOWN.
+// GetEvent waits for an event, or with MF_EVENT_FLAG_NO_WAIT returns MF_E_NO_EVENTS_AVAILABLE instead. BeginGetEvent has
+// the callback invoked once, on another thread, when there is an event, which EndGetEvent then takes; from the one to
+// the other GetEvent returns MF_E_MULTIPLE_SUBSCRIBERS. After the generator's shut-down every waiting and every later
+// call returns MF_E_SHUTDOWN, and a callback that waits is invoked.
 struct IMFMediaEventGenerator : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;

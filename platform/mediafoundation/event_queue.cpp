@@ -1,5 +1,7 @@
 #include "platform/mediafoundation/event_queue.h"
 
+#include <atomic>
+
 #include "mferror.h"
 #include "platform/com/com_object.h"
 #include "platform/mediafoundation/with_attributes.h"
@@ -55,6 +57,36 @@ private:
     PROPVARIANT m_value;
 };
 
+class AsyncResult final : public platform::ComObject<platform::Implements<IMFAsyncResult>>
+{
+public:
+    explicit AsyncResult(IUnknown* pState) : m_state(pState) {}
+
+    HRESULT STDMETHODCALLTYPE GetState(IUnknown** ppunkState) override
+    {
+        if (ppunkState == nullptr) return E_POINTER;
+        *ppunkState = ComPtr<IUnknown>(m_state).Detach();
+        return *ppunkState != nullptr ? S_OK : E_POINTER;
+    }
+    HRESULT STDMETHODCALLTYPE GetStatus() override { return m_hrStatus; }
+    HRESULT STDMETHODCALLTYPE SetStatus(HRESULT hrStatus) override
+    {
+        m_hrStatus = hrStatus;
+        return S_OK;
+    }
+    // The operation has no object.
+    HRESULT STDMETHODCALLTYPE GetObject(IUnknown** ppObject) override
+    {
+        if (ppObject != nullptr) *ppObject = nullptr;
+        return E_POINTER;
+    }
+    IUnknown* STDMETHODCALLTYPE GetStateNoAddRef() override { return m_state.Get(); }
+
+private:
+    const ComPtr<IUnknown> m_state;
+    std::atomic<HRESULT> m_hrStatus{S_OK};
+};
+
 }  // namespace
 
 HRESULT MakeEvent(MediaEventType type, REFGUID extendedType, HRESULT hrStatus, const PROPVARIANT* pValue,
@@ -73,6 +105,7 @@ HRESULT EventQueue::Take(DWORD dwFlags, IMFMediaEvent** ppEvent)
     if (ppEvent == nullptr) return E_POINTER;
     *ppEvent = nullptr;
     std::unique_lock lock(m_lock);
+    if (m_result) return m_bShutdown ? MF_E_SHUTDOWN : MF_E_MULTIPLE_SUBSCRIBERS;
     const bool bWait = (dwFlags & MF_EVENT_FLAG_NO_WAIT) == 0;
     if (bWait) m_changed.wait(lock, [this] { return m_bShutdown || !m_events.empty(); });
     if (m_bShutdown) return MF_E_SHUTDOWN;
@@ -80,6 +113,59 @@ HRESULT EventQueue::Take(DWORD dwFlags, IMFMediaEvent** ppEvent)
     *ppEvent = m_events.front().Detach();
     m_events.pop_front();
     return S_OK;
+}
+
+HRESULT EventQueue::BeginTake(IMFAsyncCallback* pCallback, IUnknown* pState, std::shared_ptr<void> owner)
+{
+    if (pCallback == nullptr) return E_POINTER;
+    return WithoutExceptions([&] {
+        {
+            const std::lock_guard lock(m_lock);
+            if (m_bShutdown) return MF_E_SHUTDOWN;
+            if (m_result) return m_callback.Get() == pCallback ? MF_S_MULTIPLE_BEGIN : MF_E_MULTIPLE_BEGIN;
+            auto result = ComPtr<IMFAsyncResult>::Attach(new AsyncResult(pState));
+            if (!m_thread.joinable())
+            {
+                m_thread = std::thread([this, keep = std::move(owner)] { InvokeCallbacks(); });
+            }
+            m_callback = ComPtr<IMFAsyncCallback>(pCallback);
+            m_result = std::move(result);
+        }
+        m_changed.notify_all();
+        return S_OK;
+    });
+}
+
+HRESULT EventQueue::EndTake(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
+{
+    if (ppEvent == nullptr) return E_POINTER;
+    *ppEvent = nullptr;
+    ComPtr<IMFAsyncResult> taken;  // released after the lock
+    const std::lock_guard lock(m_lock);
+    if (pResult == nullptr || pResult != m_result.Get()) return E_INVALIDARG;
+    if (m_bShutdown) return MF_E_SHUTDOWN;
+    if (m_callback) return MF_E_NO_EVENTS_AVAILABLE;  // it wasn't invoked yet
+    taken = std::move(m_result);
+    *ppEvent = m_events.front().Detach();
+    m_events.pop_front();
+    return S_OK;
+}
+
+void EventQueue::InvokeCallbacks()
+{
+    std::unique_lock lock(m_lock);
+    for (;;)
+    {
+        m_changed.wait(lock, [this] { return m_bShutdown || (m_callback && !m_events.empty()); });
+        if (!m_callback) return;
+        ComPtr<IMFAsyncCallback> callback = std::move(m_callback);
+        ComPtr<IMFAsyncResult> result = m_result;
+        lock.unlock();
+        (void)callback->Invoke(result.Get());
+        callback = nullptr;
+        result = nullptr;
+        lock.lock();
+    }
 }
 
 HRESULT EventQueue::Add(ComPtr<IMFMediaEvent> event)
@@ -90,7 +176,7 @@ HRESULT EventQueue::Add(ComPtr<IMFMediaEvent> event)
             if (m_bShutdown) return MF_E_SHUTDOWN;
             m_events.push_back(std::move(event));
         }
-        m_changed.notify_one();
+        m_changed.notify_all();
         return S_OK;
     });
 }
@@ -110,12 +196,17 @@ HRESULT EventQueue::Add(MediaEventType type, REFGUID extendedType, HRESULT hrSta
 void EventQueue::Shutdown()
 {
     std::deque<ComPtr<IMFMediaEvent>> dropped;
+    std::thread ending;
     {
         const std::lock_guard lock(m_lock);
         m_bShutdown = true;
         dropped.swap(m_events);
+        ending = std::move(m_thread);
     }
     m_changed.notify_all();
+    if (!ending.joinable()) return;
+    // A callback can't wait for its own end.
+    ending.get_id() == std::this_thread::get_id() ? ending.detach() : ending.join();
 }
 
 bool EventQueue::IsShutdown() const

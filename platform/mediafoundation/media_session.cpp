@@ -28,9 +28,14 @@ public:
     {
         return m_engine->Events().Take(dwFlags, ppEvent);
     }
-    // Events are taken with GetEvent.
-    HRESULT STDMETHODCALLTYPE BeginGetEvent(IMFAsyncCallback*, IUnknown*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EndGetEvent(IMFAsyncResult*, IMFMediaEvent**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) override
+    {
+        return m_engine->Events().BeginTake(pCallback, punkState, m_engine);
+    }
+    HRESULT STDMETHODCALLTYPE EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) override
+    {
+        return m_engine->Events().EndTake(pResult, ppEvent);
+    }
     HRESULT STDMETHODCALLTYPE QueueEvent(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
                                          const PROPVARIANT* pvValue) override
     {

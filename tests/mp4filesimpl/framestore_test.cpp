@@ -3,10 +3,13 @@
 
 #include "e2e/peak_memory.h"
 #include "grabber_fixture.h"
+#include "support/moved_clock.h"
 #include "support/short_memory.h"
 
 namespace
 {
+
+using test_support::MoveClock;
 
 TEST_F(Grabber, SetWindowReturnsWhetherTheFrameAndTheWholeWindowAreStored)
 {
@@ -232,6 +235,48 @@ TEST_F(AskedStore, WhenNoPlayBeginsAnyMoreAWaitFailsAndSoDoesEveryRequestThatIsN
     EXPECT_EQ(m_nStatus, QM_ERR_FAIL);
     ASSERT_TRUE(Ask(0));
     EXPECT_EQ(m_nStatus, QM_OK);
+}
+
+// --- silence ---
+
+TEST_F(AskedStore, TheSessionMayBeSilentFor20SecondsAnd100MillisecondsForEachFrame)
+{
+    Ask(0);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'000U);
+    Ask(7);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
+    MoveClock(20'699);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 1U);
+    MoveClock(1);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 0U);
+    MoveClock(5);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 0U);
+}
+
+TEST_F(AskedStore, ASampleAnEventAndARequestStartTheLimitAgain)
+{
+    Play(0);
+    Ask(7);
+    MoveClock(5'000);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 15'700U);
+    Deliver(1);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
+    MoveClock(5'000);
+    m_pStore->NoteEvent();
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
+    MoveClock(5'000);
+    Ask(8);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'800U);
+    m_pStore->CountSamples();
+    MoveClock(5'000);
+    Deliver(1);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'800U);
+}
+
+TEST_F(AskedStore, TheHighestIndexHasALimitToo)
+{
+    Ask(0xFFFFFFFF);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 0xFFFFFFFEU);  // the longest that a wait can be
 }
 
 // --- plays ---

@@ -79,17 +79,6 @@ TEST_F(InputFile, OpeningTellsShapeAndTimesAndStartsNoThread)
     EXPECT_FALSE(file.HasThreads());
 }
 
-// The picture data is cut off: a session that played the file would count hardly a sample of it.
-TEST_F(InputFile, ACleanFileIsReadForItsBoxesOnly)
-{
-    const auto path = MakeVideo("front.mp4", TestPicture(100) + "-profile:v high -movflags +faststart");
-    std::string strBytes = BytesOf(path);
-    strBytes.resize(strBytes.find("mdat") + 300);
-    CVideoFile file(m_format.Get(), WriteBeside(path, ".cut.mp4", strBytes));
-    ASSERT_EQ(file.Open(), QM_OK);
-    EXPECT_EQ(file.m_vFrameTimesMs, Steps(100, 40));
-}
-
 TEST_F(InputFile, AnAudioTrackInFrontOfTheVideoGivesTheTimes)
 {
     CVideoFile file(m_format.Get(),

@@ -6,7 +6,6 @@
 
 #include "mp4filesimpl/samplegrabber.h"
 #include "numbered_picture.h"
-#include "support/scripted_event.h"
 
 namespace
 {
@@ -124,6 +123,7 @@ STDMETHODIMP CScriptedSession::Shutdown()
         m_bShutDown = true;
         m_cv.notify_all();
     }
+    m_events.Shutdown();
     if (m_player.joinable()) m_player.join();
     return S_OK;
 }
@@ -145,22 +145,33 @@ STDMETHODIMP CScriptedSession::SetRate(BOOL, float fRate)
 
 // --- events ---
 
-STDMETHODIMP CScriptedSession::GetEvent(DWORD, IMFMediaEvent** ppEvent)
-{
-    *ppEvent = nullptr;
-    std::unique_lock lock(m_mtx);
-    m_cv.wait(lock, [this] { return m_bShutDown || !m_events.empty(); });
-    if (m_bShutDown) return MF_E_SHUTDOWN;
-    *ppEvent = new CScriptedEvent(m_events.front().m_eType, m_events.front().m_hrStatus);
-    m_events.pop_front();
-    return S_OK;
-}
-
 void CScriptedSession::Report(MediaEventType eType, HRESULT hrStatus)
 {
-    if (m_script.m_bSilent && eType != MESessionStopped) return;
+    if (m_script.m_bMute || (m_script.m_bSilent && eType != MESessionStopped)) return;
+    m_events.Add(eType, hrStatus);
+}
+
+void CScriptedSession::WaitUntilEventsAreTaken()
+{
+    while (!m_events.AreTaken())
+        Sleep(1);
+}
+
+void CScriptedSession::WaitUntilStuckAfter(const std::string& strCall)
+{
+    const auto IsStuck = [&] {
+        const std::lock_guard lock(m_mtx);
+        return m_bStuck && m_commands.empty() && std::find(m_vCalls.begin(), m_vCalls.end(), strCall) != m_vCalls.end();
+    };
+    while (!IsStuck())
+        Sleep(1);
+    WaitUntilEventsAreTaken();
+}
+
+void CScriptedSession::GoOn()
+{
     const std::lock_guard lock(m_mtx);
-    m_events.push_back({eType, hrStatus});
+    m_bGoesOn = true;
     m_cv.notify_all();
 }
 
@@ -170,6 +181,7 @@ void CScriptedSession::Run()
 {
     std::unique_lock lock(m_mtx);
     const auto HasWork = [this] { return m_bShutDown || !m_commands.empty(); };
+    const auto IsStuck = [this] { return m_uiNext >= m_script.m_uiStuckAt && !m_bGoesOn; };
     while (!m_bShutDown)
     {
         if (!m_commands.empty())
@@ -180,6 +192,12 @@ void CScriptedSession::Run()
             m_bHeld = false;
             Obey(command);
             lock.lock();
+        }
+        else if (m_bPlaying && IsStuck())
+        {
+            m_bStuck = true;
+            m_cv.wait(lock, [&] { return HasWork() || !IsStuck(); });
+            m_bStuck = false;
         }
         else if (m_bPlaying && !m_bHeld)
         {

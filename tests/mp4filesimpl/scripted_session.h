@@ -20,6 +20,7 @@
 #include <mfidl.h>
 
 #include "support/idle_session.h"
+#include "support/scripted_events.h"
 
 // What a session plays and how. Fixed while it lives.
 struct SScript
@@ -33,8 +34,10 @@ struct SScript
     int m_nLate = 2;                         // pictures still delivered after a pause was asked for
     // Whether the session waits for a call after that picture: the code under test must make one there.
     std::function<bool(std::size_t)> m_fnHold = [](std::size_t) { return false; };
-    bool m_bSilent = false;   // reports nothing but that it was stopped
-    bool m_bNoRates = false;  // has no rate control
+    bool m_bSilent = false;              // reports nothing but that it was stopped
+    bool m_bMute = false;                // reports nothing at all
+    std::size_t m_uiStuckAt = SIZE_MAX;  // the picture that never comes, with nothing after it
+    bool m_bNoRates = false;             // has no rate control
     HRESULT m_hrSetTopology = S_OK;
     HRESULT m_hrStop = S_OK;
     // By number of the call, from 0: what the call returns, and the status of its event.
@@ -61,12 +64,21 @@ public:
     std::vector<std::string> Calls() const;
     int CountCalls(const std::string& strCall) const;
     std::size_t Delivered() const { return m_uiDelivered; }
+    // Has the session report something.
+    void Report(MediaEventType eType, HRESULT hrStatus);
+    // Returns when the events were taken and the next one is waited for.
+    void WaitUntilEventsAreTaken();
+    // Returns when the session is stuck after a call, and its events were taken.
+    void WaitUntilStuckAfter(const std::string& strCall);
+    // The picture at which the session is stuck comes now, and the others after it.
+    void GoOn();
 
     STDMETHODIMP QueryInterface(REFIID riid, void** ppObject) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
     STDMETHODIMP_(ULONG) Release() override;
 
-    STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
+    STDMETHODIMP BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown*) override { return m_events.Begin(pCallback); }
+    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent** ppEvent) override { return m_events.End(ppEvent); }
     STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
     STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
     STDMETHODIMP Pause() override;
@@ -91,18 +103,13 @@ private:
         std::size_t m_uiPicture;  // of a seek
         int m_nNumber;            // of the call
     };
-    struct SEvent
-    {
-        MediaEventType m_eType;
-        HRESULT m_hrStatus;
-    };
 
     void Run();
     void Obey(const SCommand& command);
     void DeliverNext();
-    void Report(MediaEventType eType, HRESULT hrStatus);
 
     const SScript m_script;
+    CScriptedEvents m_events;
     SampleGrabberCB* const m_pGrabber;
     std::atomic<ULONG> m_nRefCount{1};
 
@@ -110,13 +117,14 @@ private:
     std::condition_variable m_cv;
     std::vector<std::string> m_vCalls;
     std::deque<SCommand> m_commands;
-    std::deque<SEvent> m_events;
     bool m_bShutDown = false;
     bool m_bSeekNeeded = true;  // a rate was set since the last start, or nothing was played yet
     int m_nStarts = 0;
     int m_nPauses = 0;
     std::size_t m_uiNext = 0;  // the next picture to deliver
     bool m_bPaused = false;
+    bool m_bGoesOn = false;  // GoOn was called
+    bool m_bStuck = false;   // waits for GoOn or a call
 
     bool m_bPlaying = false;  // the player's thread only, as is the next
     bool m_bHeld = false;     // waits for a call

@@ -18,8 +18,14 @@ CFrameReader::CFrameReader(CReadGraph& graph, const std::vector<std::uint64_t>& 
       m_Attributes(attributes),
       m_bTopologySet(false),
       m_hWorkerThread(nullptr),
-      m_hPumpThread(nullptr)
+      m_hPumpThread(nullptr),
+      m_hEndWorker(nullptr)
 {}
+
+CFrameReader::~CFrameReader()
+{
+    if (m_hEndWorker != nullptr) CloseHandle(m_hEndWorker);
+}
 
 QmStatus CFrameReader::Read(std::uint32_t uiIndex, void* pBuffer)
 {
@@ -27,7 +33,10 @@ QmStatus CFrameReader::Read(std::uint32_t uiIndex, void* pBuffer)
     if (StartThreads() != QM_OK) return QM_ERR_FAIL;
     QmStatus nStatus = QM_OK;
     if (m_Graph.GetStore()->AskForFrame(uiIndex, pBuffer, &nStatus)) return nStatus;
-    return m_Graph.GetStore()->WaitForFrame(pBuffer);
+    nStatus = m_Graph.GetStore()->WaitForFrame(pBuffer);
+    // A session that was silent for too long may not wake the worker either.
+    if (m_Graph.GetStore()->HavePlaysEnded()) SetEvent(m_hEndWorker);
+    return nStatus;
 }
 
 // Gives the topology to the session and starts the threads, each once.
@@ -38,6 +47,8 @@ QmStatus CFrameReader::StartThreads()
         if (FAILED(m_Graph.SetTopology())) return QM_ERR_FAIL;
         m_bTopologySet = true;
     }
+    if (m_hEndWorker == nullptr) m_hEndWorker = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (m_hEndWorker == nullptr) return QM_ERR_FAIL;
     if (m_hPumpThread == nullptr) m_hPumpThread = CreateThread(nullptr, 0, PumpThread, this, 0, nullptr);
     if (m_hPumpThread == nullptr) return QM_ERR_FAIL;
     if (m_hWorkerThread == nullptr) m_hWorkerThread = CreateThread(nullptr, 0, WorkerThread, this, 0, nullptr);
@@ -57,10 +68,8 @@ void CFrameReader::End()
     }
     if (m_hWorkerThread != nullptr)
     {
-        // The worker may be waiting for an event of a session that has none to report. It reports a stop, and a session
-        // that refuses to stop ends every wait when it is shut down.
-        IMFMediaSession* pSession = m_Graph.GetSession();
-        if (FAILED(pSession->Stop())) pSession->Shutdown();
+        // The worker may be waiting for an event that never comes.
+        SetEvent(m_hEndWorker);
         WaitForSingleObject(m_hWorkerThread, INFINITE);
         CloseHandle(m_hWorkerThread);
         m_hWorkerThread = nullptr;
@@ -71,8 +80,13 @@ void CFrameReader::End()
 DWORD WINAPI CFrameReader::WorkerThread(void* pReader)
 {
     CFrameReader& reader = *static_cast<CFrameReader*>(pReader);
-    const SReadPlan plan = {*reader.m_Graph.GetSession(),  *reader.m_Graph.GetStore(),     reader.m_vFrameTimesMs,
-                            reader.m_Attributes.m_uiWidth, reader.m_Attributes.m_uiHeight, *reader.m_PlayLock.Get()};
+    const SReadPlan plan = {*reader.m_Graph.GetSession(),
+                            *reader.m_Graph.GetStore(),
+                            reader.m_vFrameTimesMs,
+                            reader.m_Attributes.m_uiWidth,
+                            reader.m_Attributes.m_uiHeight,
+                            *reader.m_PlayLock.Get(),
+                            reader.m_hEndWorker};
     CReadWorker(plan).Run();
     return 0;
 }

@@ -22,12 +22,12 @@ public:
     CFrameReader(CReadGraph& graph, const std::vector<std::uint64_t>& vFrameTimesMs,
                  const SQmImageAttributes& attributes);
     // Precondition: End was called after the last Read.
-    ~CFrameReader() = default;
+    ~CFrameReader();
     CFrameReader(const CFrameReader&) = delete;
     CFrameReader& operator=(const CFrameReader&) = delete;
 
     // Copies the pixels of frame uiIndex to pBuffer. Calls come one at a time. QM_ERR_FAIL when the frame can't be
-    // delivered.
+    // delivered. After a read that failed because the session was silent for too long, no other play begins.
     QmStatus Read(std::uint32_t uiIndex, void* pBuffer);
 
     // Sets the flag that the graph's store was given, and returns when no thread of the reader runs any more. Samples
@@ -50,6 +50,7 @@ private:
     bool m_bTopologySet;                                // the session has its topology
     HANDLE m_hWorkerThread;                             // null until the first frame is asked for
     HANDLE m_hPumpThread;                               // likewise
+    HANDLE m_hEndWorker;                                // manual-reset: the worker is to end
     // Held from the begin of a play to its start, and while one is paused, so that a pause meets the play that asked
     // for it. Taken before the store's lock.
     CCriticalSection m_PlayLock;

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "colour/colourconversion.h"
+#include "common/waits.h"
 
 namespace
 {
@@ -14,6 +15,11 @@ constexpr std::uint64_t NO_FRAME = ~std::uint64_t{0};
 
 constexpr std::uint32_t SEQUENTIAL_WINDOW = 48;
 constexpr std::uint32_t RANDOM_WINDOW = 8;
+
+// How long a session may be silent. A slow machine that decodes a long group of pictures up to the one that is wanted
+// delivers nothing in between.
+constexpr std::uint64_t SILENCE_LIMIT_MS = 20'000;
+constexpr std::uint64_t DECODING_LIMIT_MS = 100;  // for each frame
 
 // YUY2 samples: 2 bytes per pixel, rows rounded up to 32 bytes.
 std::uint32_t GetSamplePitch(std::uint32_t uiWidth)
@@ -58,7 +64,8 @@ CFrameStore::CFrameStore()
       m_ePause(EPauseState::NotWanted),
       m_uiRequestNumber(0),
       m_bRequestFailed(false),
-      m_bPlaysEnded(false)
+      m_bPlaysEnded(false),
+      m_uiLastActivity(GetMilliseconds())
 {}
 
 CFrameStore::~CFrameStore()
@@ -96,6 +103,7 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
 {
     {
         const CSectionLock lock(m_Lock.Get());
+        m_uiLastActivity = GetMilliseconds();
         if (m_uiWidth == COUNTING_MODE) return CountSample(llSampleDuration);
 
         // The worker may be waiting for an event of the session. The sample is stored all the same: no caller looks
@@ -306,6 +314,7 @@ bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pn
         *pnStatus = CopyFrame(*pFrame, pBuffer);
         return true;
     }
+    m_uiLastActivity = GetMilliseconds();
     // Before any other thread can see the request, so that no signal for it is lost.
     ResetEvent(m_hFrameReady);
     *pnStatus = QM_ERR_FAIL;
@@ -316,14 +325,30 @@ QmStatus CFrameStore::WaitForFrame(void* pBuffer)
 {
     for (;;)
     {
-        WaitForSingleObject(m_hFrameReady, INFINITE);
+        AwaitAny(&m_hFrameReady, 1, GetSilenceLeft());
         const CSectionLock lock(m_Lock.Get());
         const SQmGrabbedFrame* pFrame = Find(m_uiRequested);
         if (pFrame != nullptr) return CopyFrame(*pFrame, pBuffer);
+        if (GetSilenceLeft() == 0) EndPlays();
         if (m_bRequestFailed || m_bPlaysEnded) return QM_ERR_FAIL;
         // The signal came without the frame: it was dropped again, or there was no memory for it. QM_OK would leave
         // the host with another picture under its index, so the worker tries again.
     }
+}
+
+DWORD CFrameStore::GetSilenceLeft() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    const std::uint64_t uiLimit = SILENCE_LIMIT_MS + DECODING_LIMIT_MS * m_uiRequested;
+    const std::uint64_t uiSilent = GetMilliseconds() - m_uiLastActivity;
+    if (uiSilent >= uiLimit) return 0;
+    return static_cast<DWORD>(std::min<std::uint64_t>(uiLimit - uiSilent, INFINITE - 1));
+}
+
+void CFrameStore::NoteEvent()
+{
+    const CSectionLock lock(m_Lock.Get());
+    m_uiLastActivity = GetMilliseconds();
 }
 
 // --- plays ---
@@ -340,7 +365,7 @@ bool CFrameStore::BeginPlay(const std::function<SPlayDecision(const SRestingStor
                             SPlayDecision* pDecision)
 {
     const CSectionLock lock(m_Lock.Get());
-    if (IsClosing()) return false;
+    if (IsClosing() || m_bPlaysEnded) return false;
 
     SRestingStore store = {};
     store.m_uiRequested = m_uiRequested;
@@ -402,6 +427,12 @@ void CFrameStore::EndPlays()
     m_bRunning = false;
     m_bPlaysEnded = true;
     SetEvent(m_hFrameReady);
+}
+
+bool CFrameStore::HavePlaysEnded() const
+{
+    const CSectionLock lock(m_Lock.Get());
+    return m_bPlaysEnded;
 }
 
 // --- pauses ---

@@ -133,8 +133,14 @@ public:
     // pixels in pBuffer, or QM_ERR_FAIL. Else the caller waits with WaitForFrame.
     bool AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pnStatus);
 
-    // Waits until the requested frame is stored and copies its pixels, or until it can't be delivered.
+    // Waits until the requested frame is stored and copies its pixels, or until it can't be delivered. When the session
+    // is silent for too long, all plays end.
     QmStatus WaitForFrame(void* pBuffer);
+
+    // Milliseconds that the session may still be silent: 20 s since its last sample, its last event or the last
+    // request, and 100 ms for every frame that it may have to decode up to the requested one.
+    DWORD GetSilenceLeft() const;
+    void NoteEvent();
 
     // --- plays: the worker ---
 
@@ -143,7 +149,7 @@ public:
 
     // With the session at rest: signals the requested frame if it is stored, has fnDecide decide, and gets ready for
     // the play that it decides for. Returns the decision; the caller starts the session for a Play. False, and nothing
-    // is done, when the input file is closing.
+    // is done, when the input file is closing or all plays have ended.
     //
     // fnDecide is called with the lock held, and calls nothing of the store.
     bool BeginPlay(const std::function<SPlayDecision(const SRestingStore&)>& fnDecide, std::uint64_t uiLastFrame,
@@ -155,6 +161,7 @@ public:
 
     // No play begins any more, and requests for frames that aren't stored fail.
     void EndPlays();
+    bool HavePlaysEnded() const;
 
     // --- pauses: the pump ---
 
@@ -211,4 +218,5 @@ private:
     std::uint64_t m_uiRequestNumber;  // of the current request, from 1; 0 before the first
     bool m_bRequestFailed;            // the frame of the current request can't be delivered
     bool m_bPlaysEnded;               // no other play begins
+    std::uint64_t m_uiLastActivity;   // when the session last did anything, or the host asked
 };

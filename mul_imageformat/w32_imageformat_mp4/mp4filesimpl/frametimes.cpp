@@ -4,7 +4,7 @@
 
 #include <mfapi.h>
 
-#include "common/saferelease.h"
+#include "common/sessionevents.h"
 #include "mp4filesimpl/boxwalk.h"
 #include "mp4filesimpl/readgraph.h"
 
@@ -21,22 +21,23 @@ const GUID* const g_apCountingSubtypes[] = {
 constexpr std::int64_t HNS_PER_MS = 10000;
 
 // Plays the file through and makes the list of times from the durations of its samples. *pbRefused: the session doesn't
-// play it in this format.
+// play it in this format. E_ABORT when the session is silent for too long.
 HRESULT CountSamples(CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs, bool* pbRefused)
 {
     *pbRefused = false;
+    CFrameStore& store = *graph.GetStore();
+    CSessionEvents events(graph.GetSession());
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
+    store.NoteEvent();
     HRESULT hr = graph.GetSession()->Start(&GUID_NULL, &varBeginning);
     for (MediaEventType eType = MEUnknown; SUCCEEDED(hr) && eType != MESessionEnded;)
     {
-        IMFMediaEvent* pEvent = nullptr;
         HRESULT hrStatus = S_OK;
-        hr = graph.GetSession()->GetEvent(0, &pEvent);
-        if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
-        if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
-        SafeRelease(&pEvent);
-        if (SUCCEEDED(hr) && FAILED(hrStatus))
+        hr = events.Take(store.GetSilenceLeft(), nullptr, &eType, &hrStatus);
+        if (hr == S_FALSE && store.GetSilenceLeft() == 0) hr = E_ABORT;
+        if (hr == S_OK) store.NoteEvent();
+        if (hr == S_OK && FAILED(hrStatus))
         {
             *pbRefused = true;
             return S_OK;
@@ -44,7 +45,7 @@ HRESULT CountSamples(CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs, bo
     }
     if (FAILED(hr)) return hr;
 
-    std::list<LONGLONG> lstTimes = graph.GetStore()->TakeSampleTimes();
+    std::list<LONGLONG> lstTimes = store.TakeSampleTimes();
     if (lstTimes.empty()) return E_FAIL;  // it played, and there was nothing in it
     lstTimes.pop_back();                  // the end of the last sample
     vTimesMs.resize(lstTimes.size());

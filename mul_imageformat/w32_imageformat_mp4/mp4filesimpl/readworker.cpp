@@ -46,17 +46,16 @@ bool CReadWorker::WaitWhilePlaying()
 {
     while (m_Plan.m_Store.IsPlaying())
     {
-        IMFMediaEvent* pEvent = nullptr;
-        HRESULT hrStatus = S_OK;
         MediaEventType eType = MEUnknown;
-        HRESULT hr = m_Plan.m_Session.GetEvent(0, &pEvent);
-        if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
-        if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
-        SafeRelease(&pEvent);
+        HRESULT hrStatus = S_OK;
+        const HRESULT hr = m_Events.Take(INFINITE, m_Plan.m_hEnd, &eType, &hrStatus);
         if (FAILED(hr) || (FAILED(hrStatus) && m_bFirst)) return false;
-
-        TakeEvent(eType, hrStatus);
-        if (m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
+        if (hr == S_OK)
+        {
+            m_Plan.m_Store.NoteEvent();
+            TakeEvent(eType, hrStatus);
+        }
+        if (hr != S_OK || m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
         if (eType != MESessionEnded) Sleep(POLL_MS);
     }
     return true;

@@ -8,6 +8,7 @@
 
 #include <mfidl.h>
 
+#include "common/sessionevents.h"
 #include "mp4filesimpl/framestore.h"
 
 // What a worker works with. All of it outlives the worker.
@@ -19,6 +20,7 @@ struct SReadPlan
     std::uint32_t m_uiWidth;                            // of the picture
     std::uint32_t m_uiHeight;
     CRITICAL_SECTION& m_PlayLock;  // held from the begin of a play to its start
+    HANDLE m_hEnd;                 // signalled when the worker is to end, whatever the session does
 };
 
 // It alone takes the session's events, and it starts every play: first from the beginning of the file, then wherever
@@ -28,9 +30,10 @@ struct SReadPlan
 class CReadWorker
 {
 public:
-    explicit CReadWorker(const SReadPlan& plan) : m_Plan(plan) {}
+    explicit CReadWorker(const SReadPlan& plan) : m_Plan(plan), m_Events(&plan.m_Session) {}
 
-    // Returns when the session has failed or the input file is closing. Wakes a waiting reader.
+    // Returns when the session has failed or is silent for too long, or the input file is closing. Wakes a waiting
+    // reader.
     void Run();
 
 private:
@@ -56,6 +59,7 @@ private:
     std::uint64_t LastFrame() const { return m_Plan.m_vFrameTimesMs.size() - 1; }
 
     const SReadPlan m_Plan;
+    CSessionEvents m_Events;
     bool m_bFirst = true;                  // the play from the beginning: its failure ends the thread
     bool m_bStarted = false;               // the session has reported that the current play began
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged

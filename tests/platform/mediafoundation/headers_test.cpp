@@ -23,6 +23,9 @@ static_assert(static_cast<std::uint32_t>(MF_E_PLATFORM_NOT_INITIALIZED) == 0xc00
 static_assert(static_cast<std::uint32_t>(MF_E_INVALIDMEDIATYPE) == 0xc00d36b4);
 static_assert(static_cast<std::uint32_t>(MF_E_UNSUPPORTED_BYTESTREAM_TYPE) == 0xc00d36c4);
 static_assert(static_cast<std::uint32_t>(MF_E_NO_EVENTS_AVAILABLE) == 0xc00d3e80);
+static_assert(static_cast<std::uint32_t>(MF_S_MULTIPLE_BEGIN) == 0x000d36d8);
+static_assert(static_cast<std::uint32_t>(MF_E_MULTIPLE_BEGIN) == 0xc00d36d9);
+static_assert(static_cast<std::uint32_t>(MF_E_MULTIPLE_SUBSCRIBERS) == 0xc00d36da);
 static_assert(static_cast<std::uint32_t>(MF_E_SHUTDOWN) == 0xc00d3e85);
 static_assert(static_cast<std::uint32_t>(MF_E_TOPO_CODEC_NOT_FOUND) == 0xc00d5212);
 static_assert(sizeof(VIDEOINFOHEADER2) == 112 && sizeof(BITMAPINFOHEADER) == 40);

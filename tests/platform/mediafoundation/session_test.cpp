@@ -434,6 +434,109 @@ TEST_F(Session, ASourceServesOneSessionAtATime)
     second->Shutdown();
 }
 
+// --- events by callback ---
+
+class EventCallback final : public platform::ComObject<platform::Implements<IMFAsyncCallback>>
+{
+public:
+    HRESULT STDMETHODCALLTYPE GetParameters(DWORD*, DWORD*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult* pResult) override
+    {
+        m_invoked.set_value({std::this_thread::get_id(), ComPtr<IMFAsyncResult>(pResult)});
+        return S_OK;
+    }
+
+    struct Invocation
+    {
+        std::thread::id m_thread;
+        ComPtr<IMFAsyncResult> m_result;
+    };
+    std::promise<Invocation> m_invoked;  // fails on a second invocation
+};
+
+TEST_F(Session, InvokesACallbackOnceOnAnotherThreadWhenThereIsAnEvent)
+{
+    ComPtr<IMFMediaSession> session;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, session.Put()), S_OK);
+    for (const bool bEventFirst : {true, false})
+    {
+        const auto callback = ComPtr<EventCallback>::Attach(new EventCallback());
+        const auto state = ComPtr<EventCallback>::Attach(new EventCallback());
+        auto invoked = callback->m_invoked.get_future();
+        if (bEventFirst) ASSERT_EQ(session->QueueEvent(MEError, GUID_NULL, E_FAIL, nullptr), S_OK);
+        ASSERT_EQ(session->BeginGetEvent(callback.Get(), state.Get()), S_OK);
+        if (!bEventFirst)
+        {
+            EXPECT_EQ(invoked.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+            ASSERT_EQ(session->QueueEvent(MEError, GUID_NULL, E_FAIL, nullptr), S_OK);
+        }
+        const EventCallback::Invocation invocation = invoked.get();
+        EXPECT_NE(invocation.m_thread, std::this_thread::get_id());
+        EXPECT_EQ(invocation.m_result->GetStateNoAddRef(), state.Get());
+        EXPECT_EQ(invocation.m_result->GetStatus(), S_OK);
+
+        ComPtr<IMFMediaEvent> event;
+        EXPECT_EQ(session->GetEvent(MF_EVENT_FLAG_NO_WAIT, event.Put()), MF_E_MULTIPLE_SUBSCRIBERS);
+        ASSERT_EQ(session->EndGetEvent(invocation.m_result.Get(), event.Put()), S_OK);
+        MediaEventType type = MEUnknown;
+        EXPECT_EQ(event->GetType(&type), S_OK);
+        EXPECT_EQ(type, MEError);
+        EXPECT_EQ(session->EndGetEvent(invocation.m_result.Get(), event.Put()), E_INVALIDARG);
+        EXPECT_EQ(session->GetEvent(MF_EVENT_FLAG_NO_WAIT, event.Put()), MF_E_NO_EVENTS_AVAILABLE);
+    }
+    session->Shutdown();
+}
+
+TEST_F(Session, HasOneCallbackAtATime)
+{
+    ComPtr<IMFMediaSession> session;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, session.Put()), S_OK);
+    const auto first = ComPtr<EventCallback>::Attach(new EventCallback());
+    const auto second = ComPtr<EventCallback>::Attach(new EventCallback());
+    EXPECT_EQ(session->BeginGetEvent(nullptr, nullptr), E_POINTER);
+    ASSERT_EQ(session->BeginGetEvent(first.Get(), nullptr), S_OK);
+    EXPECT_EQ(session->BeginGetEvent(first.Get(), nullptr), MF_S_MULTIPLE_BEGIN);
+    EXPECT_EQ(session->BeginGetEvent(second.Get(), nullptr), MF_E_MULTIPLE_BEGIN);
+    session->Shutdown();
+}
+
+TEST_F(Session, ItsShutdownInvokesACallbackThatWaits)
+{
+    ComPtr<IMFMediaSession> session;
+    ASSERT_EQ(MFCreateMediaSession(nullptr, session.Put()), S_OK);
+    const auto callback = ComPtr<EventCallback>::Attach(new EventCallback());
+    auto invoked = callback->m_invoked.get_future();
+    ASSERT_EQ(session->BeginGetEvent(callback.Get(), nullptr), S_OK);
+    ASSERT_EQ(session->Shutdown(), S_OK);
+    ASSERT_EQ(invoked.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    ComPtr<IMFMediaEvent> event;
+    EXPECT_EQ(session->EndGetEvent(invoked.get().m_result.Get(), event.Put()), MF_E_SHUTDOWN);
+    EXPECT_EQ(session->BeginGetEvent(callback.Get(), nullptr), MF_E_SHUTDOWN);
+}
+
+// The callback holds the last reference to the session, and gives it back when it is invoked.
+TEST_F(Session, MayEndInItsOwnCallback)
+{
+    class Last final : public platform::ComObject<platform::Implements<IMFAsyncCallback>>
+    {
+    public:
+        HRESULT STDMETHODCALLTYPE GetParameters(DWORD*, DWORD*) override { return E_NOTIMPL; }
+        HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult*) override
+        {
+            m_session = nullptr;
+            m_done.set_value();
+            return S_OK;
+        }
+        ComPtr<IMFMediaSession> m_session;
+        std::promise<void> m_done;
+    };
+    const auto callback = ComPtr<Last>::Attach(new Last());
+    ASSERT_EQ(MFCreateMediaSession(nullptr, callback->m_session.Put()), S_OK);
+    ASSERT_EQ(callback->m_session->BeginGetEvent(callback.Get(), nullptr), S_OK);
+    ASSERT_EQ(callback->m_session->QueueEvent(MEError, GUID_NULL, E_FAIL, nullptr), S_OK);
+    callback->m_done.get_future().get();
+}
+
 TEST_F(Session, RefusesPositionsItDoesNotKnow)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
