@@ -36,6 +36,9 @@ QM_HOSTPLATFORM QmStatus QM_ReadFile(QmFileHandle hFile, void* pBuffer, std::uin
 // May succeed before the system has the bytes. A file that has lost bytes takes no more.
 QM_HOSTPLATFORM QmStatus QM_WriteFile(QmFileHandle hFile, const void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
                                       void* pReserved2);
+// How often a file of this process has lost bytes that were written to it, once for each file. For a program whose
+// module drops the status of its writes.
+QM_HOSTPLATFORM std::uint32_t QM_GetLossCount();
 // A position past the end is allowed, one before the start is not.
 QM_HOSTPLATFORM QmStatus QM_SeekFile(QmFileHandle hFile, std::int64_t nOffset, int nOrigin);
 // Counts what was written, whether the system has it or not.

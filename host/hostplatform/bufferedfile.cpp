@@ -1,6 +1,7 @@
 #include "host/hostplatform/bufferedfile.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 
 namespace
@@ -13,6 +14,8 @@ constexpr std::size_t WINDOW_SIZE = 64 * 1024;
 constexpr std::size_t FIRST_FETCH = 4 * 1024;
 
 constexpr std::uint64_t MAX_POSITION = std::numeric_limits<std::int64_t>::max();
+std::atomic<std::uint32_t> g_uiLosses = 0;
+
 static_assert(sizeof(std::size_t) == sizeof(std::uint64_t), "sizes of transfers are handed on as they are");
 
 }  // namespace
@@ -133,9 +136,15 @@ bool CBufferedFile::Flush()
     return true;
 }
 
+std::uint32_t CBufferedFile::LossCount()
+{
+    return g_uiLosses;
+}
+
 // The window may now differ from the file, and its unsaved bytes are lost.
 bool CBufferedFile::Lose()
 {
+    if (!m_bLostBytes) ++g_uiLosses;
     m_bLostBytes = true;
     m_uiHeld = 0;
     return false;

@@ -42,6 +42,9 @@ public:
     bool GetSize(std::uint64_t* puiSize);
     bool GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten);
 
+    // Files of this process that have lost bytes so far.
+    static std::uint32_t LossCount();
+
 private:
     bool ReadOutsideWindow(void* pBuffer, std::uint64_t uiBytes);
     bool Flush();

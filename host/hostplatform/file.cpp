@@ -47,6 +47,11 @@ QmStatus QM_OpenFile(const wchar_t* pwszPath, int nMode, int nShare, int, QmFile
     }
 }
 
+std::uint32_t QM_GetLossCount()
+{
+    return CBufferedFile::LossCount();
+}
+
 QmStatus QM_CloseFile(QmFileHandle hFile)
 {
     if (hFile == nullptr) return QM_ERR_FAIL;

@@ -39,6 +39,23 @@ TEST_F(FullDisk, IsReportedWhenTheBufferIsFull)
     EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
 }
 
+TEST_F(FullDisk, IsCountedOnceForEachFile)
+{
+    const std::uint32_t uiBefore = QM_GetLossCount();
+    EXPECT_EQ(Write(100), QM_OK);
+    EXPECT_EQ(QM_GetLossCount(), uiBefore);  // still in the buffer
+    EXPECT_EQ(Write(1000000), QM_ERR_FAIL);
+    EXPECT_EQ(QM_GetLossCount(), uiBefore + 1);
+    EXPECT_EQ(Write(1000000), QM_ERR_FAIL);
+    EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
+    EXPECT_EQ(QM_GetLossCount(), uiBefore + 1);
+
+    ASSERT_EQ(QM_OpenFile(L"/dev/full", QM_FILE_CREATE, QM_SHARE_NONE, -1, &m_hFile), QM_OK);
+    EXPECT_EQ(Write(100), QM_OK);
+    EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
+    EXPECT_EQ(QM_GetLossCount(), uiBefore + 2);
+}
+
 TEST_F(FullDisk, IsReportedByALargeWrite)
 {
     EXPECT_EQ(Write(1000000), QM_ERR_FAIL);

@@ -50,6 +50,13 @@ inline std::string MakeTrack(std::string_view handler, const std::string& sample
                                MakeBox("mdia", MakeBox("mdhd", std::string(24, '\0')) + hdlr + minf));
 }
 
+// A video track with nothing but its table of sizes.
+inline std::string MakeTrackOfSizes(const std::string& stsz)
+{
+    const std::string hdlr = MakeBox("hdlr", std::string(8, '\0') + "vide" + std::string(13, '\0'));
+    return MakeBox("trak", MakeBox("mdia", hdlr + MakeBox("minf", MakeBox("stbl", stsz))));
+}
+
 inline std::string MakeMovie(const std::string& tracks)
 {
     return MakeBox("moov", MakeBox("mvhd", std::string(100, '\0')) + tracks);

@@ -190,7 +190,7 @@ TEST_F(RoundTrip, MachineWithoutTheEncoderIsToldOfInPlainWords)
     EXPECT_EQ(result.m_nStatus, 1);
     EXPECT_EQ(result.m_strErr,
               "qmhost: WriteNextFrame failed with status -9 (general failure): frame 0 of '" + m_strOut +
-                  "'; no file was made\n"
+                  "'; a refused frame ends the file, since later ones would get wrong times; no file was made\n"
                   "  NvEncoder::LoadNvEncApi : NVENC library file is not found. Please ensure NV driver "
                   "is installed\n");
     EXPECT_FALSE(fs::exists(m_strOut));
@@ -204,15 +204,80 @@ TEST_F(RoundTrip, CodecsAreThoseOfTheTable)
     EXPECT_THAT(result.m_strErr, HasSubstr("there is no codec 'H264', only HQ, NQ, LQ, FST, AMF1, NVENC1\n"));
 }
 
-// The module doesn't hear of a disk that is full, so the program has to look.
-TEST_F(RoundTrip, DiskThatIsFullIsNoticed)
+// --- the module doesn't report writes that failed, so the program finds out itself ---
+
+// 300 small pictures make a file of more than the 64 KB that go to the system at once.
+class WriteWithoutSpace : public RoundTrip
+{
+protected:
+    // Noise, so that pictures don't get small.
+    WriteWithoutSpace()
+    {
+        test_support::RunFfmpeg("-f lavfi -i testsrc2=size=64x48:rate=25,noise=alls=60:allf=t -frames:v 300 -pix_fmt "
+                                "bgr24 -f rawvideo " +
+                                test_support::Quoted(Target("r.bgr")));
+        m_vWrite = {"write",         m_strOut, "--codec", "NVENC1",   "--raw",
+                    Target("r.bgr"), "--size", "64x48",   "--period", "40"};
+    }
+
+    // With files of at most so many blocks of 1024 bytes.
+    ProgramResult WriteWithLimit(std::uintmax_t uiBlocks) const
+    {
+        std::vector<std::string> vArguments = {"-c", "ulimit -f " + std::to_string(uiBlocks) + "; exec \"$@\"", "sh",
+                                               QMHOST_PROGRAM};
+        vArguments.insert(vArguments.end(), m_vWrite.begin(), m_vWrite.end());
+        return RunProgram("bash", vArguments);
+    }
+    std::uintmax_t SizeOfWholeFile() const
+    {
+        EXPECT_EQ(RunProgram(QMHOST_PROGRAM, m_vWrite).m_nStatus, 0);
+        const std::uintmax_t uiSize = fs::file_size(m_strOut);
+        fs::remove(m_strOut);
+        return uiSize;
+    }
+    std::string Refused() const
+    {
+        return "qmhost: write failed with status -9 (general failure): the system refused bytes of '" + m_strOut + "'";
+    }
+
+    std::vector<std::string> m_vWrite;
+};
+
+TEST_F(WriteWithoutSpace, IsReportedWhenItHappens)
+{
+    ASSERT_GT(SizeOfWholeFile(), 4 * 64 * 1024U);
+    const ProgramResult result = WriteWithLimit(100);
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_THAT(result.m_strErr, testing::StartsWith(Refused() + ", by frame "));
+    EXPECT_THAT(result.m_strErr, testing::EndsWith(" at the latest; the file is left as it is, incomplete\n"));
+    EXPECT_LT(std::stoi(result.m_strErr.substr(result.m_strErr.find("by frame ") + 9)), 299);
+    EXPECT_EQ(FileText(m_strOut).substr(40, 4), "\x1A\xBE\xCE\xDA");  // the mark of an unfinished file
+}
+
+// So late that the module has taken every frame.
+TEST_F(WriteWithoutSpace, IsReportedAtTheEnd)
+{
+    const std::uintmax_t uiSize = SizeOfWholeFile();
+    const ProgramResult result = WriteWithLimit((uiSize - 1) / 1024);
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, Refused() + "; the file is left as it is, incomplete\n");
+}
+
+TEST_F(WriteWithoutSpace, IsNoProblemWithEnough)
+{
+    const std::uintmax_t uiSize = SizeOfWholeFile();
+    const ProgramResult result = WriteWithLimit(uiSize / 1024 + 1);
+    EXPECT_EQ(result.m_nStatus, 0);
+    EXPECT_EQ(result.m_strErr, "");
+    EXPECT_EQ(fs::file_size(m_strOut), uiSize);
+}
+
+TEST_F(WriteWithoutSpace, DiskThatIsFull)
 {
     fs::create_symlink("/dev/full", m_strOut);
-    const ProgramResult result =
-        RunProgram(QMHOST_PROGRAM, {"write", m_strOut, "--codec", "NVENC1", "--raw",
-                                    File("r.bgr", Joined(Pictures(64, 48))), "--size", "64x48", "--period", "40"});
+    const ProgramResult result = RunProgram(QMHOST_PROGRAM, m_vWrite);
     EXPECT_EQ(result.m_nStatus, 1);
-    EXPECT_THAT(result.m_strErr, HasSubstr("' doesn't hold the 6 frames written: "));
+    EXPECT_THAT(result.m_strErr, testing::StartsWith(Refused() + ", by frame "));
 }
 
 }  // namespace

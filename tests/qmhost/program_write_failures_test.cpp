@@ -12,6 +12,8 @@ using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
 
+const std::string REFUSED = "'; a refused frame ends the file, since later ones would get wrong times";
+
 class FailingWrite : public Program
 {
 protected:
@@ -52,8 +54,8 @@ protected:
 TEST_F(FailingWrite, FrameThatFailsIsNamedWithTheModulesReason)
 {
     ExpectFailure(WriteThree("WriteNextFrame=-9 frame=1"),
-                  "WriteNextFrame failed with status -9 (general failure): frame 1 of '" + m_strOut +
-                      "'; the file is left as it is, incomplete\n  the encoder is \u00E9mpty");
+                  "WriteNextFrame failed with status -9 (general failure): frame 1 of '" + m_strOut + REFUSED +
+                      "; the file is left as it is, incomplete\n  the encoder is \u00E9mpty");
     EXPECT_THAT(FileText(m_pathOut), HasSubstr("\nframe 0 "));  // neither renamed nor removed
     EXPECT_THAT(FileText(m_pathOut), testing::Not(HasSubstr("\nframe 40 ")));
 }
@@ -62,8 +64,8 @@ TEST_F(FailingWrite, ReasonOfAnotherFrameIsNotTold)
 {
     // The last text before is that of the frame itself.
     ExpectFailure(WriteThree("WriteNextFrame=-9 frame=1 reason=0"),
-                  "WriteNextFrame failed with status -9 (general failure): frame 1 of '" + m_strOut +
-                      "'; the file is left as it is, incomplete\n  frame 1");
+                  "WriteNextFrame failed with status -9 (general failure): frame 1 of '" + m_strOut + REFUSED +
+                      "; the file is left as it is, incomplete\n  frame 1");
     ExpectFailure(WriteThree("CloseOutput=-9 frames=3"), "CloseOutput failed with status -9 (general failure): '" +
                                                              m_strOut + "'; the file is left as it is, incomplete");
 }
@@ -76,7 +78,7 @@ TEST_F(FailingWrite, ReasonStandsOnceWhenAllDiagnosticsAreShown)
     EXPECT_EQ(result.m_strErr, "scripted.cpp:34: frame 0\n"
                                "the encoder\nis \u00E9mpty\n\n"
                                "qmhost: WriteNextFrame failed with status -9 (general failure): frame 0 of '" +
-                                   m_strOut + "'; no file was made\n");
+                                   m_strOut + REFUSED + "; no file was made\n");
 }
 
 TEST_F(FailingWrite, FileThatWasThereStaysWhenTheFirstFrameFails)
@@ -112,9 +114,16 @@ TEST_F(FailingWrite, FileThatLacksFramesAfterwards)
 {
     ExpectFailure(WriteThree("frames=2"),
                   "write failed with status -9 (general failure): '" + m_strOut +
-                      "' doesn't hold the 3 frames written: it has 2; the file is left as it is, "
+                      "' doesn't hold the 3 frames written: the module finds 2; the file is left as it is, "
                       "incomplete");
-    EXPECT_THAT(WriteThree("GetImageAttributes=-9").m_strErr,
+    ExpectFailure(WriteThree("listed=2"), "write failed with status -9 (general failure): '" + m_strOut +
+                                              "' doesn't hold the 3 frames written: its index has 2; the file is left "
+                                              "as it is, incomplete");
+    ExpectFailure(WriteThree("index=0"),
+                  "write failed with status -9 (general failure): '" + m_strOut +
+                      "' doesn't hold the 3 frames written: it has no index; the file is left as "
+                      "it is, incomplete");
+    EXPECT_THAT(WriteThree("GetImageAttributes=-9 frames=3").m_strErr,
                 HasSubstr("' doesn't hold the 3 frames written: GetImageAttributes failed with status -9 "));
 }
 

@@ -10,6 +10,8 @@
 //   interface              0 for an object without the format interface
 //   badperiod              1 for a mean period that is no number
 //   makesfile              0 for an output object that doesn't report that it couldn't open its file
+//   index                  0 for a file that is written without an index
+//   listed                 the number of pictures in the index of a file that is written
 //   reason                 0 for a frame that fails without a line in the diagnostics
 //
 // Byte x of row y of frame f is (7f + 5y + x) mod 251, padding is 0xEE, frame f is at 40f + f mod 3 milliseconds.

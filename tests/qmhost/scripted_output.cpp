@@ -1,9 +1,10 @@
-// The scripted module's output object. The file that it writes is a record of what it was given, a line for each call:
-// "codec", "attributes" and, for each frame, "frame" with its time and the bytes of all rows. Like the real one it
-// opens the file at the first frame.
+// The scripted module's output object. The file that it writes is an MP4 file whose `mdat` is a record of what the
+// object was given, a line for each call: "codec", "attributes" and, for each frame, "frame" with its time and the
+// bytes of all rows. Like the real one it opens the file at the first frame, and finishes it when it is closed.
 #include <cstdio>
 #include <string>
 
+#include "box_builder.h"
 #include "hostapi/hostplatform.h"
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqmoutputimagefile.h"
@@ -37,7 +38,7 @@ public:
     }
     QmStatus CloseOutput() override
     {
-        if (m_hFile) QM_CloseFile(m_hFile);
+        if (m_hFile) Finish();
         m_hFile = nullptr;
         return Status("CloseOutput");
     }
@@ -69,6 +70,7 @@ public:
         }
         if (uiFrame == 0 && Scripted("makesfile", 1) != 0)
             QM_OpenFile(m_strPath.GetString(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &m_hFile);
+        if (uiFrame == 0) Write(MakeBox("mdat", ""));
         RecordFrame(static_cast<const unsigned char*>(pPixels));
         return QM_OK;
     }
@@ -110,8 +112,28 @@ private:
             m_strRecord += acText;
         }
         m_strRecord += '\n';
-        if (m_hFile) QM_WriteFile(m_hFile, m_strRecord.data(), m_strRecord.size(), nullptr, nullptr);
+        Write(m_strRecord);
         m_strRecord.clear();
+    }
+
+    void Write(const std::string& bytes)
+    {
+        if (m_hFile) QM_WriteFile(m_hFile, bytes.data(), bytes.size(), nullptr, nullptr);
+    }
+
+    // Pictures of one byte are enough for an index.
+    void Finish()
+    {
+        std::uint64_t uiSize = 0;
+        QM_GetFileSize(m_hFile, &uiSize);
+        if (Scripted("index", 1) != 0)
+        {
+            const std::string sizes = Bytes32(0) + Bytes32(1) + Bytes32(Number("listed", static_cast<int>(m_uiFrames)));
+            Write(MakeMovie(MakeTrackOfSizes(MakeBox("stsz", sizes))));
+        }
+        QM_SeekFile(m_hFile, 0, QM_SEEK_BEGIN);
+        Write(Bytes32(static_cast<std::uint32_t>(uiSize)));
+        QM_CloseFile(m_hFile);
     }
 
     std::int32_t m_nRefCount = 0;

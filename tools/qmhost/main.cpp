@@ -4,6 +4,6 @@
 
 int main(int argc, char** argv)
 {
-    qmhost::PrepareStandardStreams();
+    qmhost::PrepareProcess();
     return qmhost::RunCommandLine(qmhost::CommandLineArguments(argc, argv));
 }

@@ -1,13 +1,19 @@
 #include "outputvideo.h"
 
 #include "diagnostics.h"
+#include "hostapi/hostplatform.h"
 #include "parts/failure.h"
 #include "parts/text.h"
+#include "parts/writtenfile.h"
 
 namespace qmhost
 {
 namespace
 {
+
+// The time of a frame is in the module's list before its picture is written. After a picture that was refused, the
+// file's later ones would have the times of those before them. So the first refused frame is the last one.
+constexpr const char* REFUSED_FRAME = "; a refused frame ends the file, since later ones would get wrong times";
 
 std::int32_t References(IQmImageFormat& format)
 {
@@ -23,7 +29,8 @@ OutputVideo::OutputVideo(const Session& session, std::string strPath, std::uint3
     : m_session(session),
       m_strPath(std::move(strPath)),
       m_target(PathFromUtf8(m_strPath)),
-      m_nFormatReferences(References(session.Format()))
+      m_nFormatReferences(References(session.Format())),
+      m_uiLosses(QM_GetLossCount())
 {
     const CQmStringW strHostPath(HostPath(m_strPath, "CreateOutputFileForPath").c_str());
     IQmImageFormat& format = session.Format();
@@ -49,7 +56,8 @@ void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
 {
     const std::string strWhat = "frame " + std::to_string(m_uiFrames) + " of " + Quoted(m_strPath);
     Do("SetFrameTime", strWhat, [&] { return m_pFile->SetFrameTime(dTimeMs); });
-    Do("WriteNextFrame", strWhat, [&] { return m_pFile->WriteNextFrame(pPixels); });
+    Do("WriteNextFrame", strWhat + REFUSED_FRAME, [&] { return m_pFile->WriteNextFrame(pPixels); });
+    RequireNoLoss(", by frame " + std::to_string(m_uiFrames) + " at the latest");
     // A module may go on without a file when it couldn't open one. Better to hear of it now than at the end.
     if (m_uiFrames++ == 0 && !m_target.Exists())
         throw Failure("write", QM_ERR_FILEOPEN, "the first frame made no file " + Quoted(m_strPath));
@@ -59,6 +67,7 @@ void OutputVideo::Close()
 {
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
     Release();
+    RequireNoLoss("");
     const std::string strProblem = ReadBack();
     if (strProblem.empty()) return;
     throw Failure("write", QM_ERR_FAIL,
@@ -66,11 +75,22 @@ void OutputVideo::Close()
                       " frames written: " + strProblem + "; " + m_target.AfterFailure());
 }
 
+void OutputVideo::RequireNoLoss(const std::string& strWhere)
+{
+    if (QM_GetLossCount() == m_uiLosses) return;
+    const std::string strDisk = m_target.DiskState();
+    throw Failure("write", QM_ERR_FAIL,
+                  "the system refused bytes of " + Quoted(m_strPath) + strWhere + strDisk + "; " + Abandon());
+}
+
 std::string OutputVideo::ReadBack() const
 try
 {
+    FileBytes bytes(PathFromUtf8(m_strPath));
+    const std::string strProblem = WrittenFileProblem(bytes, m_uiFrames);
+    if (!strProblem.empty()) return strProblem;
     const std::uint32_t uiThere = InputFile(m_session, m_strPath).FrameCount();
-    return uiThere == m_uiFrames ? "" : "it has " + std::to_string(uiThere);
+    return uiThere == m_uiFrames ? "" : "the module finds " + std::to_string(uiThere);
 }
 catch (const Failure& e)
 {

@@ -28,7 +28,7 @@ public:
     // Writes the next frame: rows as the attributes tell.
     void WriteFrame(double dTimeMs, const void* pPixels);
 
-    // Finishes the file, and looks whether it holds every frame: the module doesn't tell when a write to disk fails.
+    // Finishes the file and checks that it holds every frame: the module doesn't report a write to disk that failed.
     void Close();
 
     // Gives the file up, and says in a few words what is left of it.
@@ -47,6 +47,9 @@ private:
     // Lets the module's object go, once.
     void Release();
 
+    // Throws Failure when the system has refused bytes of the file. The module drops the status of its writes.
+    void RequireNoLoss(const std::string& strWhere);
+
     // What is wrong with the file that was written, "" for nothing.
     std::string ReadBack() const;
 
@@ -56,6 +59,7 @@ private:
     std::int32_t m_nFormatReferences;  // without the module's object
     std::unique_ptr<IQmOutputImageFile, ReleaseFile> m_pFile;
     std::uint32_t m_uiFrames = 0;  // written
+    std::uint32_t m_uiLosses;      // files that had lost bytes before this one
 };
 
 }  // namespace qmhost

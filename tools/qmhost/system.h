@@ -20,8 +20,9 @@ std::filesystem::path ModuleFileName();
 // Whether somebody watches standard error.
 bool IsTerminalOnStderr();
 
-// Makes the standard streams take UTF-8 text and, for output, bytes as they are.
-void PrepareStandardStreams();
+// Makes the standard streams take UTF-8 text and, for output, bytes as they are. Writing past a limit of file sizes
+// fails, as on a full disk, and doesn't end the process.
+void PrepareProcess();
 
 // A shared library, loaded for as long as the object lives.
 class Library

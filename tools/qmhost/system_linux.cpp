@@ -1,5 +1,6 @@
 #include "system.h"
 
+#include <csignal>
 #include <stdexcept>
 
 #include <dlfcn.h>
@@ -30,7 +31,10 @@ bool IsTerminalOnStderr()
     return isatty(STDERR_FILENO) == 1;
 }
 
-void PrepareStandardStreams() {}
+void PrepareProcess()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 Library::Library(const std::filesystem::path& path)
     // An absolute path, since a bare name would be searched for among the system's libraries. The code stays mapped to

@@ -69,7 +69,7 @@ bool IsTerminalOnStderr()
     return _isatty(_fileno(stderr)) != 0;
 }
 
-void PrepareStandardStreams()
+void PrepareProcess()
 {
     SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);

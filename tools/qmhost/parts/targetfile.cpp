@@ -14,6 +14,9 @@ namespace
 
 namespace fs = std::filesystem;
 
+// Less than this is free on a disk that is full: a system may keep a block or two to itself.
+constexpr std::uintmax_t NEXT_TO_NOTHING = 64 * 1024;
+
 [[noreturn]] void Refuse(const fs::path& path, const std::error_code& error)
 {
     throw std::runtime_error(Quoted(Utf8FromPath(path)) + " can't be written: " + error.message());
@@ -50,6 +53,14 @@ std::string TargetFile::AfterFailure() const
     const Traces now = Look(m_path);
     if (!now.m_bThere) return "no file was made";
     return now == m_before ? "the file that was there is as before" : "the file is left as it is, incomplete";
+}
+
+std::string TargetFile::DiskState() const
+{
+    std::error_code error;
+    const fs::path folder = m_path.has_parent_path() ? m_path.parent_path() : fs::path(".");
+    const fs::space_info space = fs::space(folder, error);
+    return !error && space.available < NEXT_TO_NOTHING ? ", and its disk is full" : "";
 }
 
 TargetFile::Traces TargetFile::Look(const fs::path& path)

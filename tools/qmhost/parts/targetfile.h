@@ -21,6 +21,9 @@ public:
     // incomplete.
     std::string AfterFailure() const;
 
+    // ", and its disk is full", or "" when it isn't or can't be asked.
+    std::string DiskState() const;
+
 private:
     // What changes when a file is written.
     struct Traces

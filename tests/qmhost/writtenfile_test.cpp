@@ -1,0 +1,121 @@
+// What a file that was just written may lack.
+#include <gtest/gtest.h>
+
+#include "box_builder.h"
+#include "parts/writtenfile.h"
+
+namespace qmhost
+{
+namespace
+{
+
+constexpr std::uint32_t FRAMES = 3;
+
+std::string MakeSizes(std::uint32_t uiCommon, std::uint32_t uiCount, const std::string& table)
+{
+    return MakeBox("stsz", Bytes32(0) + Bytes32(uiCommon) + Bytes32(uiCount) + table);
+}
+
+const std::string SIZES = MakeSizes(0, FRAMES, Bytes32(5) + Bytes32(4) + Bytes32(3));
+const std::string DATA = MakeBox("mdat", "aaaaabbbbccc");
+
+std::string MakeFile(const std::string& data, const std::string& sizes)
+{
+    return MakeFileType() + MakeBox("free", "") + data + MakeMovie(MakeTrackOfSizes(sizes));
+}
+
+std::string Problem(const std::string& file)
+{
+    MemoryBytes source(file);
+    return WrittenFileProblem(source, FRAMES);
+}
+
+TEST(WrittenFile, Whole)
+{
+    EXPECT_EQ(Problem(MakeFile(DATA, SIZES)), "");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(4, FRAMES, ""))), "");
+    EXPECT_EQ(Problem(MakeFileType() + MakeMovie(MakeTrackOfSizes(SIZES)) + DATA), "");
+}
+
+TEST(WrittenFile, Empty)
+{
+    EXPECT_EQ(Problem(""), "it is empty");
+}
+
+TEST(WrittenFile, NeverFinished)
+{
+    const std::string start = MakeFileType() + MakeBox("free", "");
+    EXPECT_EQ(Problem(start + "\x1A\xBE\xCE\xDA" + "mdat"), "it was never finished and has no index");
+    EXPECT_EQ(Problem(start + "\x1A\xBE\xCE\xDA" + "mdat" + "aaaaabbbbccc"), "it was never finished and has no index");
+}
+
+TEST(WrittenFile, WithoutAnIndex)
+{
+    EXPECT_EQ(Problem(MakeFileType() + DATA), "it has no index");
+    EXPECT_EQ(Problem(MakeFileType()), "it has no index");
+}
+
+TEST(WrittenFile, EveryTruncation)
+{
+    const std::string file = MakeFile(DATA, SIZES);
+    const std::size_t uiData = file.find("mdat") - 4;
+    const std::size_t uiIndex = file.find("moov") - 4;
+    EXPECT_EQ(Problem(file.substr(0, uiData + 10)), "its media data is cut off: 10 bytes of 20");
+    EXPECT_EQ(Problem(file.substr(0, uiIndex + 10)), "its index is cut off");
+    for (std::size_t uiSize = 0; uiSize < file.size(); ++uiSize)
+        EXPECT_NE(Problem(file.substr(0, uiSize)), "") << uiSize;
+}
+
+TEST(WrittenFile, OtherNumberOfFrames)
+{
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, 2, Bytes32(5) + Bytes32(4)))), "its index has 2");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(1, 4, ""))), "its index has 4");
+}
+
+TEST(WrittenFile, BrokenIndex)
+{
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeBox("stsz", "short"))), "its index is broken");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, FRAMES, Bytes32(5)))), "its index is broken");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeBox("free", ""))), "its index is broken");
+    EXPECT_EQ(Problem(MakeFileType() + std::string(3, '\0') + '\4' + "abcd" + DATA), "its boxes are broken at byte 24");
+}
+
+TEST(WrittenFile, MissingData)
+{
+    EXPECT_EQ(Problem(MakeFile(MakeBox("mdat", "aaaaabbbbcc"), SIZES)), "their 12 bytes aren't all there, only 11");
+    EXPECT_EQ(Problem(MakeFile("", SIZES)), "their 12 bytes aren't all there, only 0");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0xFFFFFFFF, FRAMES, ""))),
+              "their 12884901885 bytes aren't all there, only 12");
+}
+
+TEST(WrittenFile, LongTableOfSizes)
+{
+    constexpr std::uint32_t COUNT = 2500;  // several blocks
+    std::string table;
+    std::size_t uiSum = 0;
+    for (std::uint32_t i = 0; i < COUNT; ++i)
+    {
+        table += Bytes32(i % 7);
+        uiSum += i % 7;
+    }
+    MemoryBytes whole(MakeFile(MakeBox("mdat", std::string(uiSum, 'x')), MakeSizes(0, COUNT, table)));
+    EXPECT_EQ(WrittenFileProblem(whole, COUNT), "");
+    MemoryBytes less(MakeFile(MakeBox("mdat", std::string(uiSum - 1, 'x')), MakeSizes(0, COUNT, table)));
+    EXPECT_NE(WrittenFileProblem(less, COUNT), "");
+}
+
+// The size of `mdat` has 32 bits, of which a larger one keeps the low ones.
+TEST(WrittenFile, LargerThan4GiB)
+{
+    class LargeFile : public MemoryBytes
+    {
+    public:
+        using MemoryBytes::MemoryBytes;
+        std::uint64_t Size() const override { return 0x1'0000'1000; }
+    };
+    LargeFile source(MakeFileType() + DATA + std::string(100, 'x'));
+    EXPECT_EQ(WrittenFileProblem(source, FRAMES), "its media data is larger than the 4 GiB that such a file can have");
+}
+
+}  // namespace
+}  // namespace qmhost
