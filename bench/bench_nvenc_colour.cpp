@@ -10,7 +10,7 @@ extern "C"
 }
 
 #include "bench/measure.h"
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
 namespace
 {
@@ -41,8 +41,8 @@ double Ours(Pictures& pictures)
     return bench::CpuSecondsOf([&] {
                for (int i = 0; i < c_nPictures; ++i)
                {
-                   nvencruntime::ConvertBgraToNv12(pictures.bgra.data(), 4 * c_nWidth, c_nWidth, c_nHeight,
-                                                   {pictures.nv12.data(), pictures.Chroma(), c_nWidth, c_nWidth});
+                   runtimes::ConvertBgraToNv12(pictures.bgra.data(), 4 * c_nWidth, c_nWidth, c_nHeight,
+                                               {pictures.nv12.data(), pictures.Chroma(), c_nWidth, c_nWidth});
                }
            }) /
            c_nPictures;

@@ -265,7 +265,7 @@ struct NV_ENC_RECONFIGURE_PARAMS
     std::uint32_t version;
     NV_ENC_INITIALIZE_PARAMS reInitEncodeParams;
     std::uint32_t resetEncoder : 1;  // forget rate control and references
-    std::uint32_t forceIDR : 1;      // begin anew with an IDR picture
+    std::uint32_t forceIDR : 1;      // begin again with an IDR picture
     std::uint32_t reserved : 30;
 };
 

@@ -42,7 +42,7 @@ enum NV_ENC_PARAMS_FRAME_FIELD_MODE : std::int32_t
     NV_ENC_PARAMS_FRAME_FIELD_MODE_MBAFF = 3
 };
 
-// Rate control. The values are bits: a capability query answers with a set of them.
+// Rate control. The values are bits: a capability query returns a set of them.
 enum NV_ENC_PARAMS_RC_MODE : std::int32_t
 {
     NV_ENC_PARAMS_RC_CONSTQP = 0x0,

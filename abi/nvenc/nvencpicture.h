@@ -88,7 +88,7 @@ struct NV_ENC_PIC_PARAMS
     std::uint32_t inputPitch;      // bytes per row, 0 for a registered surface
     std::uint32_t encodePicFlags;  // set of NV_ENC_PIC_FLAGS
     std::uint32_t frameIdx;
-    std::uint64_t inputTimeStamp;  // any unit; comes back with the packet
+    std::uint64_t inputTimeStamp;  // any unit; returned with the packet
     std::uint64_t inputDuration;
     NV_ENC_INPUT_PTR inputBuffer;       // as mapped
     NV_ENC_OUTPUT_PTR outputBitstream;  // where the packet goes
@@ -113,7 +113,7 @@ struct NV_ENC_PIC_PARAMS
 struct NV_ENC_LOCK_BITSTREAM
 {
     std::uint32_t version;
-    std::uint32_t doNotWait : 1;  // answer NV_ENC_ERR_LOCK_BUSY instead of waiting
+    std::uint32_t doNotWait : 1;  // return NV_ENC_ERR_LOCK_BUSY instead of waiting
     std::uint32_t ltrFrame : 1;
     std::uint32_t getRCStats : 1;
     std::uint32_t reservedBitFields : 29;

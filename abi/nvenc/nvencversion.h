@@ -14,7 +14,7 @@ inline constexpr std::uint32_t NVENCAPI_VERSION = NVENCAPI_MAJOR_VERSION | (NVEN
 inline constexpr std::uint32_t NVENCAPI_LEAST_SUPPORTED_VERSION =
     (NVENCAPI_MAJOR_VERSION << 4) | NVENCAPI_MINOR_VERSION;
 
-// The word of a record from the record's own revision.
+// The version word of a record, from the record's own revision.
 constexpr std::uint32_t NVENCAPI_STRUCT_VERSION(std::uint32_t uiRevision)
 {
     return NVENCAPI_VERSION | (uiRevision << 16) | (7u << 28);

@@ -19,7 +19,7 @@ std::span<const GUID> ProfileGuids();
 std::span<const NV_ENC_BUFFER_FORMAT> InputFormats();
 bool IsInputFormat(NV_ENC_BUFFER_FORMAT eFormat);
 
-// Nothing for a number that is no capability. A script may have set another answer than the encoder's own.
+// Nothing for a number that is no capability. A script may have set another value than the encoder's own.
 std::optional<std::int32_t> AskCapability(NV_ENC_CAPS eCapability);
 
 }  // namespace nvencruntime

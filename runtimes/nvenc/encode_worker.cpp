@@ -3,13 +3,14 @@
 #include <cstdio>
 
 #include "runtimes/nvenc/script.h"
+#include "runtimes/nvenc/x264_settings.h"
 
 namespace nvencruntime
 {
 namespace
 {
 
-void Report(const X264Settings& settings)
+void Report(const runtimes::X264Settings& settings)
 {
     NvencRuntimeX264Settings report{};
     std::snprintf(report.szPreset, sizeof report.szPreset, "%s", settings.preset.c_str());
@@ -21,15 +22,14 @@ void Report(const X264Settings& settings)
 }  // namespace
 
 EncodeWorker::EncodeWorker(const EncodeSettings& settings, OnDone onDone)
-    : m_settings(settings),
-      m_x264Settings(MakeX264Settings(settings)),
+    : m_settings(MakeX264Settings(settings)),
       m_onDone(std::move(onDone)),
-      m_pool(settings.params.encodeWidth, settings.params.encodeHeight),
-      m_pEncoder(std::make_unique<X264Encoder>(m_settings, m_x264Settings))
+      m_pool(m_settings.uiWidth, m_settings.uiHeight),
+      m_pEncoder(std::make_unique<runtimes::X264Encoder>(m_settings))
 {
     m_headers = m_pEncoder->Headers();
     m_uiPictureDelay = m_pEncoder->PictureDelay();
-    Report(m_x264Settings);
+    Report(m_settings);
     m_thread = std::thread(&EncodeWorker::Run, this);
 }
 
@@ -108,10 +108,10 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
     {
         while (m_pEncoder)
         {
-            std::optional<Packet> packet = m_pEncoder->Drain();
+            std::optional<runtimes::Packet> packet = m_pEncoder->Drain();
             if (!packet)
             {
-                // Drained, x264 takes no picture any more. The next one, if it comes, begins a stream of its own.
+                // Drained, x264 takes no picture any more. The next one begins a stream of its own.
                 m_pEncoder.reset();
                 break;
             }
@@ -122,9 +122,9 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
 
     if (!m_pEncoder)
     {
-        m_pEncoder = std::make_unique<X264Encoder>(m_settings, m_x264Settings);
+        m_pEncoder = std::make_unique<runtimes::X264Encoder>(m_settings);
     }
-    if (std::optional<Packet> packet = m_pEncoder->Encode(job.pPicture->View(), job.eKind, job.info))
+    if (std::optional<runtimes::Packet> packet = m_pEncoder->Encode(job.pPicture->View(), job.eKind, job.info))
     {
         result.packets.push_back(std::move(*packet));
     }

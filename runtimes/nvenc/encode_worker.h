@@ -10,8 +10,9 @@
 #include <thread>
 #include <vector>
 
-#include "runtimes/nvenc/nv12_picture.h"
-#include "runtimes/nvenc/x264_encoder.h"
+#include "runtimes/common/nv12_picture.h"
+#include "runtimes/common/x264_encoder.h"
+#include "runtimes/nvenc/settings.h"
 
 namespace nvencruntime
 {
@@ -19,15 +20,15 @@ namespace nvencruntime
 // A picture to encode or, without one, the end of the stream.
 struct EncodeJob
 {
-    std::unique_ptr<Nv12Picture> pPicture;
-    PictureKind eKind = PictureKind::Auto;
-    PictureInfo info;
+    std::unique_ptr<runtimes::Nv12Picture> pPicture;
+    runtimes::PictureKind eKind = runtimes::PictureKind::Auto;
+    runtimes::PictureInfo info;
     void* pCompletionEvent = nullptr;  // of the end of the stream; handed back
 };
 
 struct JobResult
 {
-    std::vector<Packet> packets;
+    std::vector<runtimes::Packet> packets;
     NVENCSTATUS eStatus = NV_ENC_SUCCESS;  // once not a success, so for every later job
     bool bEndOfStream = false;
     void* pCompletionEvent = nullptr;
@@ -39,15 +40,15 @@ public:
     // Called on the worker's thread after every job, in the order of the jobs.
     using OnDone = std::function<void(JobResult&&)>;
 
-    // Opens the encoder, then starts the thread. Throws X264Error for settings that x264 refuses.
+    // Opens the encoder, then starts the thread. Throws runtimes::X264Error for settings that x264 refuses.
     EncodeWorker(const EncodeSettings& settings, OnDone onDone);
     ~EncodeWorker() { Stop(); }
 
-    std::unique_ptr<Nv12Picture> TakePicture() { return m_pool.Take(); }
+    std::unique_ptr<runtimes::Nv12Picture> TakePicture() { return m_pool.Take(); }
     void Submit(EncodeJob&& job);
 
-    // Ends the thread after the job it is at; jobs behind that are dropped. Waits for the end, so no lock may be held
-    // that onDone takes. One thread at a time.
+    // Ends the thread after the job it is at; later jobs are dropped. Waits for the end, so no lock may be held that
+    // onDone takes. One thread at a time.
     void Stop();
 
     const std::vector<std::uint8_t>& Headers() const { return m_headers; }
@@ -58,14 +59,13 @@ private:
     JobResult Work(EncodeJob& job);
     void Encode(EncodeJob& job, JobResult& result);
 
-    const EncodeSettings m_settings;
-    const X264Settings m_x264Settings;
+    const runtimes::X264Settings m_settings;
     const OnDone m_onDone;
-    Nv12Pool m_pool;
+    runtimes::Nv12Pool m_pool;
     std::vector<std::uint8_t> m_headers;
     std::uint32_t m_uiPictureDelay = 0;
 
-    std::unique_ptr<X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
+    std::unique_ptr<runtimes::X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
     NVENCSTATUS m_eFailure = NV_ENC_SUCCESS;
 
     std::mutex m_mutex;

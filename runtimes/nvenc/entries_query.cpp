@@ -64,7 +64,7 @@ NVENCSTATUS GetEncodeGUIDs(void* encoder, GUID* GUIDs, std::uint32_t guidArraySi
                      [&](Session&) { return GiveItems(EncodeGuids(), GUIDs, guidArraySize, GUIDCount); });
 }
 
-// work gives the answer for H.264.
+// work does it for H.264.
 template <typename Work>
 NVENCSTATUS AnswerForCodec(NvencRuntimeEntry eEntry, void* encoder, const GUID& encodeGUID, Work&& work) noexcept
 {

@@ -6,7 +6,7 @@ namespace nvencruntime
 namespace
 {
 
-// An entry of any signature that does nothing but say so.
+// An entry of any signature that only returns that status.
 template <NvencRuntimeEntry eEntry, typename... Arguments>
 NVENCSTATUS Refuse(Arguments...)
 {

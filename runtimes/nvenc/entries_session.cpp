@@ -68,7 +68,7 @@ NVENCSTATUS DestroyEncoder(void* encoder)
         const std::shared_ptr<Session> pSession = SessionRegistry::Get().Remove(encoder);
         if (!pSession)
         {
-            // Another thread was faster.
+            // Another thread has destroyed it.
             return NV_ENC_ERR_INVALID_ENCODERDEVICE;
         }
         pSession->ReportWhatIsLeft();

@@ -1,5 +1,5 @@
-// What every entry does around its work: it is counted, may be told to fail, finds its session, and lets no exception
-// out to a caller that may not know what one is.
+// What every entry does around its work: it is counted, may fail on request, finds its session, and catches every
+// exception. Callers may be written in C.
 #pragma once
 
 #include <memory>

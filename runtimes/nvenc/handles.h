@@ -1,4 +1,4 @@
-// Handles: what the caller holds instead of addresses. None is given twice, so one that has ended is known to have.
+// Handles: what the caller holds instead of addresses. None is used twice, so one that has ended stays unknown.
 #pragma once
 
 #include <atomic>
@@ -28,7 +28,7 @@ public:
         m_objects.emplace(pHandle, std::move(pObject));
         return pHandle;
     }
-    // Null for what is no handle of this table.
+    // Null for a handle that isn't of this table.
     std::shared_ptr<Kind> Find(void* pHandle) const
     {
         const auto it = m_objects.find(pHandle);

@@ -24,7 +24,7 @@ struct MappedInput
     std::uint32_t uiInFlight = 0;           // pictures sent from it whose packets aren't there yet
 };
 
-// Guarded by its session. Statuses as the entries of the same names answer them.
+// Guarded by its session. Returns what the entries of the same names return.
 class InputResources
 {
 public:

@@ -90,7 +90,7 @@ InputSurface::~InputSurface()
     m_pSurface->Release();
 }
 
-bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv12View& target) const
+bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const runtimes::Nv12View& target) const
 {
     const SurfaceLock lock(m_pSurface);
     if (!lock)
@@ -99,13 +99,13 @@ bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv1
     }
     if (m_eFormat == NV_ENC_BUFFER_FORMAT_ARGB)
     {
-        ConvertBgraToNv12(lock.Bits(), lock.Pitch(), uiWidth, uiHeight, target);
+        runtimes::ConvertBgraToNv12(lock.Bits(), lock.Pitch(), uiWidth, uiHeight, target);
     }
     else
     {
         // The chroma rows follow the last luma row of the surface.
-        CopyNv12(lock.Bits(), lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(m_uiSurfaceHeight), lock.Pitch(),
-                 uiWidth, uiHeight, target);
+        runtimes::CopyNv12(lock.Bits(), lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(m_uiSurfaceHeight),
+                           lock.Pitch(), uiWidth, uiHeight, target);
     }
     return true;
 }

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "abi/nvenc/nvEncodeAPI.h"
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
 struct IDirect3DDevice9;
 struct IDirect3DSurface9;
@@ -32,7 +32,7 @@ public:
 
     // Converts the upper left part of the surface, of even size and not larger than the surface. False if it can't be
     // locked.
-    bool Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const Nv12View& target) const;
+    bool Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const runtimes::Nv12View& target) const;
 
     // Of the registered part. Nothing if it can't be locked.
     std::optional<std::uint64_t> Checksum() const;

@@ -1,8 +1,8 @@
-// How a test or a benchmark tells the software encoder runtime to misbehave, and asks what it did.
+// How a test or a benchmark makes the software encoder runtime misbehave, and reads what it did.
 //
 // The loaded runtime exports "NvencRuntimeGetScript", which gives the functions below. They may be called from any
 // thread. What is set holds for the whole process and all sessions, until it is changed, Reset is called or the runtime
-// is unloaded: who writes a script holds a load of his own. A runtime that was told nothing is an honest encoder.
+// is unloaded, so the writer of a script loads it too. A runtime without a script is an honest encoder.
 #pragma once
 
 #include <cstdint>
@@ -68,7 +68,8 @@ struct NvencRuntimeObjects
     std::uint32_t uiLockedBuffers;
 };
 
-// Rules of the interface that callers have broken since the last Reset. The calls themselves were answered as ever.
+// Rules of the interface that callers have broken since the last Reset. The calls themselves returned what they always
+// return.
 struct NvencRuntimeBreaches
 {
     // What sessions held when they were destroyed; uiSessions is the number of those that held anything.
@@ -78,7 +79,7 @@ struct NvencRuntimeBreaches
     std::uint32_t uiEventsUnregisteredInFlight;
 };
 
-// What the encoder of a session was set to, for a peer to be given the same: the names of x264's preset and profile
+// What the encoder of a session was set to, for a peer to be set to the same: the names of x264's preset and profile
 // (empty without a restriction), and its options as "name=value:name=value".
 struct NvencRuntimeX264Settings
 {
@@ -93,7 +94,7 @@ struct NvencRuntimeScript
     void (*Reset)();
 
     // Of the calls of an entry from now on, the uiFirst-th (1 is the next) and the uiCount - 1 after it do nothing and
-    // answer eStatus. One such rule per entry: a second call replaces the first, uiCount 0 removes it.
+    // return eStatus. One such rule per entry: a second call replaces the first, uiCount 0 removes it.
     void (*FailCalls)(NvencRuntimeEntry eEntry, std::uint32_t uiFirst, std::uint32_t uiCount, NVENCSTATUS eStatus);
 
     // Function tables made from now on hold null for an entry of the table.
@@ -103,16 +104,16 @@ struct NvencRuntimeScript
     // follows from it.
     void (*ReportVersion)(std::uint32_t uiVersion);
 
-    // What nvEncGetEncodeCaps answers. NV_ENC_CAPS_ASYNC_ENCODE_SUPPORT 0 also makes the runtime refuse events, as a
+    // What nvEncGetEncodeCaps reports. NV_ENC_CAPS_ASYNC_ENCODE_SUPPORT 0 also makes the runtime refuse events, as a
     // driver without them does.
     void (*SetCapability)(NV_ENC_CAPS eCapability, std::int32_t nValue);
 
     // Sessions initialised from now on hold every packet back until uiPictures more pictures came in, or the end of
-    // the stream. The calls that find too few answer NV_ENC_ERR_NEED_MORE_INPUT.
+    // the stream. The calls that find too few return NV_ENC_ERR_NEED_MORE_INPUT.
     void (*DelayPackets)(std::uint32_t uiPictures);
 
-    // With a nonzero value all encoders stand still, after the picture they are at, until it is called with 0. Pictures
-    // are taken in all the while.
+    // With a nonzero value all encoders stop, after the picture they are at, until it is called with 0. Pictures are
+    // accepted all the time.
     void (*HoldEncoders)(std::int32_t nHold);
 
     // Calls of an entry since the last Reset, the failed ones included.
@@ -123,7 +124,7 @@ struct NvencRuntimeScript
     // Of the session that was initialised last; all empty before the first.
     void (*GetX264Settings)(NvencRuntimeX264Settings* pSettings);
 
-    // With a nonzero value the contents of surfaces that are mapped from now on are held against those at their
+    // With a nonzero value the contents of surfaces that are mapped from now on are compared with those at their
     // mapping: when a picture is sent from them, when they are unmapped, and when their session is destroyed. Each of
     // these, and the mapping, locks the surface once more.
     void (*WatchSurfaces)(std::int32_t nWatch);

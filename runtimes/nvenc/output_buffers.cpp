@@ -39,7 +39,7 @@ void OutputBuffers::Send(const std::shared_ptr<OutputBuffer>& pBuffer, std::shar
     ++pBuffer->pInput->uiInFlight;
 }
 
-std::shared_ptr<OutputBuffer> OutputBuffers::Fill(Packet&& packet)
+std::shared_ptr<OutputBuffer> OutputBuffers::Fill(runtimes::Packet&& packet)
 {
     std::shared_ptr<OutputBuffer> pBuffer = TakePending();
     if (pBuffer)

@@ -5,10 +5,10 @@
 #include <memory>
 
 #include "abi/nvenc/nvEncodeAPI.h"
+#include "runtimes/common/packet.h"
 #include "runtimes/nvenc/handles.h"
 #include "runtimes/nvenc/input_resources.h"
 #include "runtimes/nvenc/nvenc_script.h"
-#include "runtimes/nvenc/packet.h"
 
 namespace nvencruntime
 {
@@ -19,20 +19,20 @@ struct OutputBuffer
     {
         Idle,     // may be sent with a picture
         Pending,  // was sent; its packet isn't there
-        Ready,    // holds a packet that nobody has read, or the failure in its place
+        Ready,    // holds a packet that wasn't read, or the failure in its place
         Locked    // the caller reads
     };
 
     State eState = State::Idle;
     std::uint64_t ui64Number = 0;  // of the picture it was sent with, in the order of sending
-    Packet packet;
+    runtimes::Packet packet;
     NVENCSTATUS eFailure = NV_ENC_SUCCESS;
     void* pCompletionEvent = nullptr;     // of the picture it was sent with
     std::shared_ptr<MappedInput> pInput;  // the same picture's
 };
 
 // Packets come in decoding order, and the n-th goes into the buffer that was sent n-th: the buffer of a picture that
-// waits for the reference behind it receives that reference. Guarded by its session.
+// waits for the reference after it receives that reference. Guarded by its session.
 class OutputBuffers
 {
 public:
@@ -45,11 +45,11 @@ public:
               void* pCompletionEvent);
 
     // The first of the pending ones receives its packet. Gives that buffer, null if none is pending.
-    std::shared_ptr<OutputBuffer> Fill(Packet&& packet);
+    std::shared_ptr<OutputBuffer> Fill(runtimes::Packet&& packet);
     // The same with a failure.
     std::shared_ptr<OutputBuffer> Fail(NVENCSTATUS eStatus);
 
-    // Whether a picture that was sent before this buffer's has a packet that nobody has read.
+    // Whether a picture that was sent before this buffer's has a packet that wasn't read.
     bool IsOlderUnread(const OutputBuffer& buffer) const;
     // Whether the packet of a picture with that event isn't there.
     bool IsEventPending(const void* pEvent) const;

@@ -15,14 +15,14 @@ void PicturePlan::Restart()
     m_bAtStart = true;
 }
 
-PictureKind PicturePlan::Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted)
+runtimes::PictureKind PicturePlan::Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted)
 {
-    const PictureKind eKind = Decide(uiFlags, eWanted);
-    if (eKind == PictureKind::Idr)
+    const runtimes::PictureKind eKind = Decide(uiFlags, eWanted);
+    if (eKind == runtimes::PictureKind::Idr)
     {
         m_uiSinceIdr = 0;
     }
-    if (eKind == PictureKind::Idr || eKind == PictureKind::I)
+    if (eKind == runtimes::PictureKind::Idr || eKind == runtimes::PictureKind::I)
     {
         m_uiSinceIntra = 0;
     }
@@ -32,26 +32,28 @@ PictureKind PicturePlan::Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted)
     return eKind;
 }
 
-PictureKind PicturePlan::Decide(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted) const
+runtimes::PictureKind PicturePlan::Decide(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted) const
 {
     if (m_bAtStart || (uiFlags & NV_ENC_PIC_FLAG_FORCEIDR))
     {
-        return PictureKind::Idr;
+        return runtimes::PictureKind::Idr;
     }
     if (m_bCallerDecides)
     {
         if (eWanted == NV_ENC_PIC_TYPE_IDR)
         {
-            return PictureKind::Idr;
+            return runtimes::PictureKind::Idr;
         }
-        return eWanted == NV_ENC_PIC_TYPE_I || (uiFlags & NV_ENC_PIC_FLAG_FORCEINTRA) ? PictureKind::I : PictureKind::P;
+        return eWanted == NV_ENC_PIC_TYPE_I || (uiFlags & NV_ENC_PIC_FLAG_FORCEINTRA) ? runtimes::PictureKind::I
+                                                                                      : runtimes::PictureKind::P;
     }
     if (m_uiIdrPeriod != NVENC_INFINITE_GOPLENGTH && m_uiSinceIdr >= m_uiIdrPeriod)
     {
-        return PictureKind::Idr;
+        return runtimes::PictureKind::Idr;
     }
     const bool bGopEnds = m_uiGopLength != NVENC_INFINITE_GOPLENGTH && m_uiSinceIntra >= m_uiGopLength;
-    return bGopEnds || m_bIntraOnly || (uiFlags & NV_ENC_PIC_FLAG_FORCEINTRA) ? PictureKind::I : PictureKind::Auto;
+    return bGopEnds || m_bIntraOnly || (uiFlags & NV_ENC_PIC_FLAG_FORCEINTRA) ? runtimes::PictureKind::I
+                                                                              : runtimes::PictureKind::Auto;
 }
 
 }  // namespace nvencruntime

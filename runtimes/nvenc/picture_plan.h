@@ -4,18 +4,11 @@
 #include <cstdint>
 
 #include "abi/nvenc/nvEncodeAPI.h"
+#include "runtimes/common/packet.h"
 #include "runtimes/nvenc/settings.h"
 
 namespace nvencruntime
 {
-
-enum class PictureKind
-{
-    Auto,  // P or B, as x264 sees fit
-    P,
-    I,
-    Idr
-};
 
 class PicturePlan
 {
@@ -23,14 +16,14 @@ public:
     explicit PicturePlan(const EncodeSettings& settings);
 
     // The next picture's kind. uiFlags is a set of NV_ENC_PIC_FLAGS; eWanted counts when the caller decides, and is
-    // then P, I or IDR. Forced key pictures begin the count anew.
-    PictureKind Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted);
+    // then P, I or IDR. Forced key pictures begin the count again.
+    runtimes::PictureKind Next(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted);
 
     // The next picture begins a stream.
     void Restart();
 
 private:
-    PictureKind Decide(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted) const;
+    runtimes::PictureKind Decide(std::uint32_t uiFlags, NV_ENC_PIC_TYPE eWanted) const;
 
     std::uint32_t m_uiGopLength;
     std::uint32_t m_uiIdrPeriod;

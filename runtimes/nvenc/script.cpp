@@ -2,16 +2,6 @@
 
 namespace nvencruntime
 {
-namespace
-{
-
-bool IsEntry(NvencRuntimeEntry eEntry)
-{
-    return eEntry >= 0 && eEntry < NVENC_ENTRY_COUNT;
-}
-
-}  // namespace
-
 Script& Script::Get()
 {
     static Script s_script;
@@ -28,26 +18,13 @@ void Script::Reset()
 void Script::FailCalls(NvencRuntimeEntry eEntry, std::uint32_t uiFirst, std::uint32_t uiCount, NVENCSTATUS eStatus)
 {
     const std::lock_guard lock(m_mutex);
-    if (!IsEntry(eEntry))
-    {
-        return;
-    }
-    std::optional<Failure>& failure = m_rules.failures[eEntry];
-    failure.reset();
-    if (uiCount != 0)
-    {
-        const std::uint64_t ui64First = std::uint64_t{m_rules.calls[eEntry]} + uiFirst;
-        failure = Failure{ui64First, ui64First + uiCount, eStatus};
-    }
+    m_rules.calls.Fail(eEntry, uiFirst, uiCount, eStatus);
 }
 
 void Script::LackEntry(NvencRuntimeEntry eEntry)
 {
     const std::lock_guard lock(m_mutex);
-    if (IsEntry(eEntry))
-    {
-        m_rules.lacking[eEntry] = true;
-    }
+    m_rules.calls.Lack(eEntry);
 }
 
 void Script::ReportVersion(std::uint32_t uiVersion)
@@ -78,7 +55,7 @@ void Script::HoldEncoders(bool bHold)
 std::uint32_t Script::CountCalls(NvencRuntimeEntry eEntry) const
 {
     const std::lock_guard lock(m_mutex);
-    return IsEntry(eEntry) ? m_rules.calls[eEntry] : 0;
+    return m_rules.calls.Count(eEntry);
 }
 
 void Script::GetX264Settings(NvencRuntimeX264Settings& settings) const
@@ -90,19 +67,13 @@ void Script::GetX264Settings(NvencRuntimeX264Settings& settings) const
 std::optional<NVENCSTATUS> Script::OnCall(NvencRuntimeEntry eEntry)
 {
     const std::lock_guard lock(m_mutex);
-    const std::uint32_t uiCall = ++m_rules.calls[eEntry];
-    const std::optional<Failure>& failure = m_rules.failures[eEntry];
-    if (failure && uiCall >= failure->ui64First && uiCall < failure->ui64End)
-    {
-        return failure->eStatus;
-    }
-    return std::nullopt;
+    return m_rules.calls.OnCall(eEntry);
 }
 
 bool Script::LacksEntry(NvencRuntimeEntry eEntry) const
 {
     const std::lock_guard lock(m_mutex);
-    return m_rules.lacking[eEntry];
+    return m_rules.calls.IsLacking(eEntry);
 }
 
 std::uint32_t Script::Version() const

@@ -1,13 +1,13 @@
-// What the script interface has told the runtime, and what it wants to know.
+// The state of the script: what the runtime has to do on request, and what it reports.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <optional>
 
+#include "runtimes/common/call_rules.h"
 #include "runtimes/nvenc/nvenc_script.h"
 
 namespace nvencruntime
@@ -51,18 +51,9 @@ public:
     void WakeHeld();
 
 private:
-    struct Failure
-    {
-        std::uint64_t ui64First;  // by number of the call since Reset
-        std::uint64_t ui64End;
-        NVENCSTATUS eStatus;
-    };
-
     struct Rules
     {
-        std::array<std::uint32_t, NVENC_ENTRY_COUNT> calls{};
-        std::array<std::optional<Failure>, NVENC_ENTRY_COUNT> failures;
-        std::array<bool, NVENC_ENTRY_COUNT> lacking{};
+        runtimes::CallRules<NVENC_ENTRY_COUNT, NVENCSTATUS> calls;
         std::map<NV_ENC_CAPS, std::int32_t> capabilities;
         std::uint32_t uiVersion = NVENCAPI_LEAST_SUPPORTED_VERSION;
         std::uint32_t uiPacketDelay = 0;

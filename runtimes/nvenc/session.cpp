@@ -55,7 +55,7 @@ NVENCSTATUS Session::Initialize(const NV_ENC_INITIALIZE_PARAMS& params)
         pWorker =
             std::make_unique<EncodeWorker>(settings, [this](JobResult&& result) { OnJobDone(std::move(result)); });
     }
-    catch (const X264Error&)
+    catch (const runtimes::X264Error&)
     {
         return NV_ENC_ERR_INVALID_PARAM;
     }
@@ -70,7 +70,7 @@ NVENCSTATUS Session::Initialize(const NV_ENC_INITIALIZE_PARAMS& params)
 
 NVENCSTATUS Session::GetSequenceParams(const NV_ENC_SEQUENCE_PARAM_PAYLOAD& record)
 {
-    // The record has a word of its own, but the interface's text names that of another record: callers use either.
+    // The record has a word of its own, but the interface's text names that of another record: callers use both.
     if (record.version != NV_ENC_SEQUENCE_PARAM_PAYLOAD_VER && record.version != NV_ENC_INITIALIZE_PARAMS_VER)
     {
         return NV_ENC_ERR_INVALID_VERSION;

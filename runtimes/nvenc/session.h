@@ -95,7 +95,7 @@ private:
     std::optional<EncodeSettings> m_settings;
     std::unique_ptr<EncodeWorker> m_pWorker;  // set once
     std::uint32_t m_uiPacketDelay = 0;        // pictures that a script holds packets back for
-    std::deque<Packet> m_heldBack;
+    std::deque<runtimes::Packet> m_heldBack;
     InputResources m_inputs;
     OutputBuffers m_outputs;
     std::set<void*> m_events;

@@ -1,4 +1,4 @@
-// The way of a picture through its session: examined, read, encoded, delivered, locked.
+// The path of a picture through its session: examined, read, encoded, delivered, locked.
 #include <algorithm>
 
 #include <windows.h>
@@ -6,6 +6,7 @@
 #include "runtimes/nvenc/records.h"
 #include "runtimes/nvenc/script.h"
 #include "runtimes/nvenc/session.h"
+#include "runtimes/nvenc/x264_settings.h"
 
 namespace nvencruntime
 {
@@ -66,6 +67,24 @@ NVENCSTATUS CheckPicture(const NV_ENC_PIC_PARAMS& record, const EncodeSettings& 
         return NV_ENC_ERR_UNSUPPORTED_PARAM;
     }
     return settings.params.enablePTD ? NV_ENC_SUCCESS : CheckPictureType(record.pictureType);
+}
+
+NV_ENC_PIC_TYPE PictureType(runtimes::PictureKind eKind)
+{
+    switch (eKind)
+    {
+    case runtimes::PictureKind::Idr:
+        return NV_ENC_PIC_TYPE_IDR;
+    case runtimes::PictureKind::I:
+        return NV_ENC_PIC_TYPE_I;
+    case runtimes::PictureKind::P:
+        return NV_ENC_PIC_TYPE_P;
+    case runtimes::PictureKind::B:
+        return NV_ENC_PIC_TYPE_B;
+    case runtimes::PictureKind::Auto:
+        break;
+    }
+    return NV_ENC_PIC_TYPE_UNKNOWN;
 }
 
 }  // namespace
@@ -168,7 +187,7 @@ void Session::Submit(EncodeJob&& job)
     }
     catch (...)
     {
-        // Its buffer stands among the pending ones already, and would take the packet of another picture.
+        // Its buffer is among the pending ones already, and would take the packet of another picture.
         Fail(NV_ENC_ERR_OUT_OF_MEMORY);
         throw;
     }
@@ -234,7 +253,7 @@ void Session::OnJobDone(JobResult&& result)
     const std::lock_guard lock(m_mutex);
     try
     {
-        for (Packet& packet : result.packets)
+        for (runtimes::Packet& packet : result.packets)
         {
             m_heldBack.push_back(std::move(packet));
         }
@@ -265,7 +284,7 @@ void Session::Deliver(std::size_t uiKeep)
     }
 }
 
-// Nothing comes any more: whoever waits is to know.
+// No packet comes after this. Wakes every thread that waits for one.
 void Session::Fail(NVENCSTATUS eStatus)
 {
     m_eFailure = eStatus;
@@ -318,7 +337,7 @@ NVENCSTATUS Session::LockBitstream(NV_ENC_LOCK_BITSTREAM& record)
     }
     if (isPending())
     {
-        // All pictures are encoded that came, and the packet waits for one that hasn't. So would the caller, for ever.
+        // All pictures that were sent are encoded, and the packet waits for one that wasn't. A wait wouldn't end.
         return NV_ENC_ERR_NEED_MORE_INPUT;
     }
     if (pBuffer->eState != OutputBuffer::State::Ready)
@@ -330,10 +349,10 @@ NVENCSTATUS Session::LockBitstream(NV_ENC_LOCK_BITSTREAM& record)
         return pBuffer->eFailure;
     }
 
-    Packet& packet = pBuffer->packet;
+    runtimes::Packet& packet = pBuffer->packet;
     if (record.sliceOffsets && m_settings->params.reportSliceOffsets)
     {
-        // The caller's array has room for the slices that it asked for.
+        // The caller's array holds as many as the slices that it asked for.
         const std::size_t uiRoom = std::max(m_settings->H264().sliceModeData, 1u);
         std::copy_n(packet.sliceOffsets.begin(), std::min(packet.sliceOffsets.size(), uiRoom), record.sliceOffsets);
     }
@@ -343,9 +362,9 @@ NVENCSTATUS Session::LockBitstream(NV_ENC_LOCK_BITSTREAM& record)
     record.outputTimeStamp = packet.info.ui64TimeStamp;
     record.outputDuration = packet.info.ui64Duration;
     record.bitstreamBufferPtr = packet.bytes.data();
-    record.pictureType = packet.eType;
+    record.pictureType = PictureType(packet.eKind);
     record.pictureStruct = NV_ENC_PIC_STRUCT_FRAME;
-    record.frameAvgQP = packet.uiAverageQp;
+    record.frameAvgQP = ConstantQuantiser(*m_settings, packet.eKind);
     if (m_outputs.IsOlderUnread(*pBuffer))
     {
         Script::Get().OnLockOutOfOrder();

@@ -7,7 +7,7 @@ namespace nvencruntime
 
 SessionRegistry& SessionRegistry::Get()
 {
-    // Sessions that nobody closed are closed when the runtime goes, and ask the script while they do.
+    // Sessions that are still open are closed when the runtime is unloaded, and use the script while they close.
     static Script& s_scriptOutlivesSessions = Script::Get();
     static_cast<void>(s_scriptOutlivesSessions);
     static SessionRegistry s_registry;

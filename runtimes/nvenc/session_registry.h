@@ -17,7 +17,7 @@ public:
     static SessionRegistry& Get();
 
     void* Open(IDirect3DDevice9* pDevice);
-    // Null for what is no open session.
+    // Null for a handle that isn't an open session's.
     std::shared_ptr<Session> Find(void* pHandle) const;
     // Removes the session from the registry; the caller closes it. Null as above.
     std::shared_ptr<Session> Remove(void* pHandle);

@@ -49,7 +49,7 @@ NVENCSTATUS CheckModes(const NV_ENC_INITIALIZE_PARAMS& params, const NV_ENC_CONF
     {
         return NV_ENC_ERR_INVALID_PARAM;
     }
-    // Where slices are cut by size nobody knows how many offsets there will be, so no array is sure to hold them.
+    // Where slices are cut by size, the number of offsets isn't known before. No array is sure to hold them.
     if (params.reportSliceOffsets && h264.sliceModeData != 0 && h264.sliceMode != 3)
     {
         return NV_ENC_ERR_UNSUPPORTED_PARAM;
@@ -69,7 +69,7 @@ NVENCSTATUS CheckGroupOfPictures(const NV_ENC_INITIALIZE_PARAMS& params, const N
     {
         return NV_ENC_ERR_INVALID_PARAM;
     }
-    // A caller that decides the types would have to send B pictures after the references behind them.
+    // A caller that decides the types would have to send B pictures after the references that follow them.
     if (!params.enablePTD && config.frameIntervalP > 1)
     {
         return NV_ENC_ERR_UNSUPPORTED_PARAM;

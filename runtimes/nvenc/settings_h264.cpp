@@ -1,7 +1,7 @@
 #include "runtimes/nvenc/settings_h264.h"
 
+#include "runtimes/common/x264_library.h"
 #include "runtimes/nvenc/vui_names.h"
-#include "runtimes/nvenc/x264_library.h"
 
 namespace nvencruntime
 {

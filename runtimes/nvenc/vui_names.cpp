@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "runtimes/nvenc/x264_library.h"
+#include "runtimes/common/x264_library.h"
 
 namespace nvencruntime
 {

@@ -193,7 +193,7 @@ void SetTools(OptionList& options, const EncodeSettings& settings, Profile eProf
     options.Set("constrained-intra", h264.useConstrainedIntraPred);
 }
 
-// The number behind a slice mode, held to what a picture has of it so that it fits x264's integers.
+// The number behind a slice mode, limited to what a picture has of it, so that it fits x264's integers.
 void SetSlices(OptionList& options, const EncodeSettings& settings)
 {
     const NV_ENC_CONFIG_H264& h264 = settings.H264();
@@ -268,16 +268,6 @@ const char* ProfileName(Profile eProfile)
 
 }  // namespace
 
-std::string X264Settings::OptionsText() const
-{
-    std::string text;
-    for (const auto& [name, value] : options)
-    {
-        text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
-    }
-    return text;
-}
-
 NV_ENC_QP EffectiveQuantisers(const EncodeSettings& settings)
 {
     NV_ENC_QP qp = settings.config.rcParams.constQP;
@@ -285,7 +275,26 @@ NV_ENC_QP EffectiveQuantisers(const EncodeSettings& settings)
     return qp;
 }
 
-X264Settings MakeX264Settings(const EncodeSettings& settings)
+std::uint32_t ConstantQuantiser(const EncodeSettings& settings, runtimes::PictureKind eKind)
+{
+    if (settings.config.rcParams.rateControlMode != NV_ENC_PARAMS_RC_CONSTQP || settings.IsLossless())
+    {
+        return 0;
+    }
+    const NV_ENC_QP qp = EffectiveQuantisers(settings);
+    switch (eKind)
+    {
+    case runtimes::PictureKind::Idr:
+    case runtimes::PictureKind::I:
+        return qp.qpIntra;
+    case runtimes::PictureKind::B:
+        return qp.qpInterB;
+    default:
+        return qp.qpInterP;
+    }
+}
+
+runtimes::X264Settings MakeX264Settings(const EncodeSettings& settings)
 {
     const Profile eProfile = FindProfile(settings.config.profileGUID).value_or(Profile::Auto);
     OptionList options;
@@ -296,7 +305,16 @@ X264Settings MakeX264Settings(const EncodeSettings& settings)
     SetTools(options, settings, eProfile);
     SetSlices(options, settings);
     SetHeaders(options, settings);
-    return {settings.pPreset->pszX264Preset, ProfileName(eProfile), options.Take()};
+
+    runtimes::X264Settings x264Settings;
+    x264Settings.uiWidth = settings.params.encodeWidth;
+    x264Settings.uiHeight = settings.params.encodeHeight;
+    x264Settings.preset = settings.pPreset->pszX264Preset;
+    x264Settings.profile = ProfileName(eProfile);
+    x264Settings.options = options.Take();
+    x264Settings.bHeadersFirst = !settings.H264().disableSPSPPS;
+    x264Settings.bHeadersAgain = x264Settings.bHeadersFirst && settings.H264().repeatSPSPPS;
+    return x264Settings;
 }
 
 }  // namespace nvencruntime

@@ -331,7 +331,7 @@ TEST_F(D3D9Test, ASurfaceThatIsMissingDespiteSuccessIsReported)
     ExpectCreateFails(*pEncoder, g_pszNoSurface, 10);
 }
 
-TEST_F(D3D9Test, ARegistrationThatFailsLeavesNoSurfaceBehind)
+TEST_F(D3D9Test, ARegistrationThatFailsLeavesNoSurface)
 {
     for (const int nCall : {1, 3})
     {
@@ -351,12 +351,12 @@ TEST_F(D3D9Test, ARegistrationThatFailsLeavesNoSurfaceBehind)
     }
 }
 
-TEST_F(D3D9Test, MemoryThatRunsOutLeavesNoSurfaceBehind)
+TEST_F(D3D9Test, MemoryThatRunsOutLeavesNoSurface)
 {
     bool bFailed = true;
     for (unsigned uiCall = 1; bFailed; ++uiCall)
     {
-        FakeRuntime runtime;  // whose memory runs out too, so that what it complains of is no matter here
+        FakeRuntime runtime;  // its memory runs out too, so its complaints don't count here
         FakeDevice device;
         device.m_vRequests.reserve(8);
         device.m_vSurfaces.reserve(8);
@@ -379,7 +379,7 @@ TEST_F(D3D9Test, MemoryThatRunsOutLeavesNoSurfaceBehind)
     }
 }
 
-TEST_F(D3D9Test, AReferenceSurfaceThatCannotBeMadeLeavesNoSurfaceBehind)
+TEST_F(D3D9Test, AReferenceSurfaceThatCannotBeMadeLeavesNoSurface)
 {
     m_device.m_nFailingRequest = 7;
     const auto pEncoder = Construct(NV_ENC_BUFFER_FORMAT_ARGB, nullptr, true);

@@ -135,7 +135,7 @@ TEST_F(DestroyTest, OfMotionEstimationOrOutputInVideoMemorySendsNoEndOfStream)
     }
 }
 
-TEST_F(DestroyTest, TheDestructorDoesItIfNobodyElseDid)
+TEST_F(DestroyTest, TheDestructorEndsASessionThatIsStillOpen)
 {
     auto pEncoder = MakeEncoder();
     pEncoder->EncodeFrame(m_vPacket);

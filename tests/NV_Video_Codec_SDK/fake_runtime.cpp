@@ -214,7 +214,7 @@ struct FakeEntries
     {
         if (const NVENCSTATUS eStatus = EnterSession("nvEncUnlockBitstream", encoder)) return eStatus;
         g_pRuntime->Expect(g_pRuntime->m_setLocked.erase(buffer) == 1, "a buffer unlocked that isn't locked");
-        // What was lent is gone: a caller who kept the pointer instead of the bytes is found out.
+        // The bytes are gone: a caller that kept the pointer instead of a copy reads others.
         g_pRuntime->m_setUnread.erase(buffer);
         auto& vPacket = g_pRuntime->m_mapPackets[buffer];
         std::fill(vPacket.begin(), vPacket.end(), std::uint8_t{0xEE});

@@ -1,5 +1,5 @@
-// An encoder runtime that does what a test tells it, writes down what it is asked, and holds its callers to the rules:
-// version words, handles it gave out, and nothing left behind.
+// A scripted encoder runtime. It records every call, and it checks the rules that callers follow: version words, known
+// handles, and nothing left at the end.
 #pragma once
 
 #include <functional>
@@ -14,7 +14,7 @@
 class FakeRuntime
 {
 public:
-    // The latest one made is the one that answers.
+    // The latest one made takes the calls.
     FakeRuntime();
     ~FakeRuntime();
     FakeRuntime(const FakeRuntime&) = delete;
@@ -22,11 +22,11 @@ public:
 
     static SFakeRuntimeEntries GetEntries();
 
-    // The packet of the picture that was iPicture-th to be sent, counted from 0: its length and bytes tell it apart.
+    // The packet of the picture that was iPicture-th to be sent, counted from 0: its length and bytes identify it.
     static std::vector<std::uint8_t> PacketOf(std::int32_t iPicture);
 
     // --- what it does
-    // The nCall-th call of the entry, counted from 1, answers eStatus and does nothing else.
+    // The nCall-th call of the entry, counted from 1, returns eStatus and does nothing else.
     void Fail(const std::string& strEntry, int nCall, NVENCSTATUS eStatus) { m_mapFailures[strEntry][nCall] = eStatus; }
     // Every call does.
     void FailAlways(const std::string& strEntry, NVENCSTATUS eStatus) { m_mapFailures[strEntry][0] = eStatus; }
@@ -35,8 +35,8 @@ public:
 
     std::uint32_t m_uiVersion = 0x90;
     bool m_bNullSession = false;        // opening succeeds and gives no session
-    int m_nAsyncSupport = 0;            // answer to NV_ENC_CAPS_ASYNC_ENCODE_SUPPORT
-    int m_nKeptPictures = 0;            // so many first pictures answer NV_ENC_ERR_NEED_MORE_INPUT
+    int m_nAsyncSupport = 0;            // value of NV_ENC_CAPS_ASYNC_ENCODE_SUPPORT
+    int m_nKeptPictures = 0;            // so many first pictures return NV_ENC_ERR_NEED_MORE_INPUT
     NV_ENC_CONFIG m_presetConfig = {};  // what every preset stands for
     // What happens to the event of a picture that was sent.
     std::function<void(void* hEvent)> m_funcSignal;
@@ -61,7 +61,7 @@ public:
     std::vector<NV_ENC_PIC_PARAMS> m_vEnds;
     std::vector<GUID> m_vCodecsAsked;  // of capabilities and presets
     std::vector<GUID> m_vPresetsAsked;
-    std::vector<std::uint32_t> m_vPresetListSizes;  // the room in each array of preset GUIDs; all of it was cleared
+    std::vector<std::uint32_t> m_vPresetListSizes;  // length of each array of preset GUIDs, which was cleared
     std::vector<std::string> m_vComplaints;         // rules broken by the caller
 
     // --- what is alive

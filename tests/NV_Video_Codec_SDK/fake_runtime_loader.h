@@ -16,9 +16,9 @@ public:
     FakeRuntimeLoader& operator=(const FakeRuntimeLoader&) = delete;
 
     // Has the module find that build of the runtime ("full", "noversion", "nocreate"), or none ("none"), and lets the
-    // latest FakeRuntime answer for it. Throws std::runtime_error when there is no such file.
+    // latest FakeRuntime take its calls. Throws std::runtime_error when there is no such file.
     void Use(const std::string& strBuild);
-    // Whether the runtime is loaded once this object has let go of it.
+    // Whether the runtime is still loaded after this object has freed it.
     bool IsLoadedByOthers();
 
 private:

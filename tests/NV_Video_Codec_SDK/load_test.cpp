@@ -100,7 +100,7 @@ TEST_F(LoadTest, AFailedOpenIsReported)
     EXPECT_EQ(m_runtime.Count("nvEncDestroyEncoder"), 0);
 }
 
-TEST_F(LoadTest, AStatusThatNobodyKnowsIsReportedAsANumber)
+TEST_F(LoadTest, AnUnknownStatusIsReportedAsANumber)
 {
     m_runtime.Fail("nvEncOpenEncodeSessionEx", 1, static_cast<NVENCSTATUS>(-77));
     ExpectFailure(Construct,

@@ -200,7 +200,7 @@ TEST_F(OptionsTest, OneQuantiserStandsForAllThree)
     Apply("-qmin 20");
     ExpectQp(Rc().minQP, 20, 20, 20);
     EXPECT_EQ(Rc().enableMinQP, 1u);
-    Apply("-qmin 21,");  // nothing behind the last comma is no part
+    Apply("-qmin 21,");  // nothing after the last comma is no part
     ExpectQp(Rc().minQP, 21, 21, 21);
 }
 

@@ -117,7 +117,7 @@ TEST_F(WaitTest, APacketWhoseEventHasComeIsReadAgainWithoutWaiting)
     EXPECT_EQ(g_vAwaited[2].m_hEvent, g_vEvents[2].get());
 }
 
-TEST_F(WaitTest, WithoutEventsNobodyWaits)
+TEST_F(WaitTest, WithoutEventsThereIsNoWait)
 {
     m_runtime.m_nAsyncSupport = 0;
     g_uiResult = WAIT_FAILED;

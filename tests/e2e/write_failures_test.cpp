@@ -256,7 +256,7 @@ int RunWriter(const std::vector<std::string>& vArguments)
     return nStatus;
 }
 
-// The same pictures as in GoodFile, to a disk that has room for so many bytes.
+// The same pictures as in GoodFile, to a disk with so many bytes free.
 TEST_F(WritingFails, SilentlyOnADiskThatIsFull)
 {
     const Bytes vGood = GoodFile();
@@ -277,11 +277,11 @@ TEST_F(WritingFails, SilentlyOnADiskThatIsFull)
             ASSERT_GE(vFile.size(), 48U);
             EXPECT_EQ(Bytes(vFile.begin() + 40, vFile.begin() + 44), (Bytes{0x1A, 0xBE, 0xCE, 0xDA}));
         }
-        EXPECT_EQ(ReadBytes(path.string() + ".later"), vGood) << "the same process, when there is room again";
+        EXPECT_EQ(ReadBytes(path.string() + ".later"), vGood) << "the same process, with space on the disk again";
     }
 }
 
-// The samples of a file as they were before it was closed: behind start codes.
+// The samples of a file as they were before it was closed: after start codes.
 Bytes WithStartCodes(Bytes vMdat)
 {
     for (std::size_t uiOffset = 0; uiOffset + 4 <= vMdat.size();)
@@ -294,7 +294,7 @@ Bytes WithStartCodes(Bytes vMdat)
     return vMdat;
 }
 
-TEST_F(WritingFails, WhenTheWriterDiesTheFileTellsThatItIsUnfinished)
+TEST_F(WritingFails, WhenTheWriterDiesTheFileIsMarkedAsUnfinished)
 {
     const Bytes vGood = GoodFile();
     const std::filesystem::path path = m_dir / "written.mp4";
@@ -312,7 +312,7 @@ TEST_F(WritingFails, WhenTheWriterDiesTheFileTellsThatItIsUnfinished)
     ASSERT_LE(vFile.size() - 48, vStream.size());
     EXPECT_TRUE(std::equal(vFile.begin() + 48, vFile.end(), vStream.begin()));
 
-    // Nobody takes it for a file.
+    // No reader opens it.
     const InputFile reader = m_host.OpenInput(path);
     SQmImageAttributes attributes;
     EXPECT_EQ(reader->GetImageAttributes(&attributes), QM_ERR_FAIL);

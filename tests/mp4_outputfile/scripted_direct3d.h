@@ -1,5 +1,5 @@
-// Direct3D 9 that answers what a test tells it and writes down what it is asked. Its surfaces lie in memory, with bytes
-// between the rows, and are there to be looked at after everybody has released them.
+// Direct3D 9 with results that a test sets. It records its calls. Its surfaces lie in memory, with bytes between the
+// rows, and can still be read after their last release.
 //
 // A program that links this gets it from Direct3DCreate9Ex, on every system: the program's own function comes before
 // that of a library.

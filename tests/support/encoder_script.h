@@ -1,4 +1,4 @@
-// The hand on the software encoder runtime.
+// A test's access to the software encoder runtime.
 #pragma once
 
 #include <windows.h>
@@ -8,11 +8,12 @@
 namespace test_support
 {
 
-// The script of the encoder's runtime, which is loaded for as long as the object lives and told nothing at both ends.
+// The script of the encoder's runtime. The runtime is loaded as long as the object lives; the script is reset at both
+// ends.
 class EncoderScript
 {
 public:
-    EncoderScript();  // throws std::runtime_error when there is no runtime to be scripted
+    EncoderScript();  // throws std::runtime_error without a runtime that takes a script
     ~EncoderScript();
     EncoderScript(const EncoderScript&) = delete;
     EncoderScript& operator=(const EncoderScript&) = delete;

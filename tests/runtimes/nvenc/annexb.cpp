@@ -162,7 +162,7 @@ std::vector<Nal> Split(std::span<const std::uint8_t> bytes)
     {
         if (nal.unit.empty())
         {
-            throw std::runtime_error("a start code with nothing behind it");
+            throw std::runtime_error("a start code with nothing after it");
         }
         nal.nType = nal.unit[0] & 31;
         nal.nRefIdc = (nal.unit[0] >> 5) & 3;

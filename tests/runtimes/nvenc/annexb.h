@@ -25,7 +25,7 @@ struct Nal
     int nRefIdc = 0;
     std::size_t uiOffset = 0;        // of the start code
     std::size_t uiStartCode = 0;     // bytes of it, 3 or 4
-    std::vector<std::uint8_t> unit;  // header byte and everything behind it, as it stands in the stream
+    std::vector<std::uint8_t> unit;  // header byte and everything after it, as it stands in the stream
 };
 
 std::vector<Nal> Split(std::span<const std::uint8_t> bytes);

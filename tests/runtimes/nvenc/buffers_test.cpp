@@ -86,7 +86,7 @@ TEST_F(NvencRuntime, ABufferInUseIsntDestroyed)
     EXPECT_EQ(session.Encode(session.Picture()), NV_ENC_ERR_INVALID_PARAM);
 }
 
-TEST_F(NvencRuntime, APacketThatNobodyReadMayBeThrownAway)
+TEST_F(NvencRuntime, AnUnreadPacketMayBeThrownAway)
 {
     SmallSession session;
     void* const pSecond = session.CreateBuffer();

@@ -4,15 +4,15 @@
 
 #include <gtest/gtest.h>
 
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
 namespace
 {
 
-using nvencruntime::ConvertRowPairAvx2;
-using nvencruntime::ConvertRowPairScalar;
-using nvencruntime::ConvertRowPairSse2;
-using nvencruntime::RowPairConverter;
+using runtimes::ConvertRowPairAvx2;
+using runtimes::ConvertRowPairScalar;
+using runtimes::ConvertRowPairSse2;
+using runtimes::RowPairConverter;
 
 struct Yuv
 {
@@ -59,7 +59,7 @@ TEST(NvencColour, EveryColourIsRoundedToTheNearest)
                 upper[4 * x + 1] = static_cast<std::uint8_t>(nG);
                 upper[4 * x + 2] = static_cast<std::uint8_t>(nR);
             }
-            nvencruntime::BestRowPairConverter()(upper.data(), upper.data(), luma, luma, chroma, 512);
+            runtimes::BestRowPairConverter()(upper.data(), upper.data(), luma, luma, chroma, 512);
             for (int nB = 0; nB < 256; ++nB)
             {
                 const Yuv yuv = Define(nB, nG, nR);
@@ -86,7 +86,7 @@ TEST(NvencColour, ChromaIsThatOfTheMeanOfFourPixels)
         }
         std::uint8_t luma[2][64];
         std::uint8_t chroma[64];
-        nvencruntime::BestRowPairConverter()(rows[0].data(), rows[1].data(), luma[0], luma[1], chroma, 64);
+        runtimes::BestRowPairConverter()(rows[0].data(), rows[1].data(), luma[0], luma[1], chroma, 64);
         for (std::size_t x = 0; x < 64; x += 2)
         {
             double means[3] = {};
@@ -166,8 +166,7 @@ TEST(NvencColour, PicturesAreConvertedRowByRowWhateverTheirPitches)
     }
     std::vector<std::uint8_t> luma(9 * c_uiHeight, 0xEE);
     std::vector<std::uint8_t> chroma(11 * c_uiHeight / 2, 0xEE);
-    nvencruntime::ConvertBgraToNv12(source.data(), c_uiPitch, c_uiWidth, c_uiHeight,
-                                    {luma.data(), chroma.data(), 9, 11});
+    runtimes::ConvertBgraToNv12(source.data(), c_uiPitch, c_uiWidth, c_uiHeight, {luma.data(), chroma.data(), 9, 11});
     for (std::size_t i = 0; i < luma.size(); ++i)
     {
         EXPECT_EQ(luma[i], i % 9 < c_uiWidth ? std::lround(16 + static_cast<double>(i / 9 * 60) * 219 / 255) : 0xEE);

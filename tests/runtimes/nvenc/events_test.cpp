@@ -82,7 +82,7 @@ TEST_F(NvencRuntime, TheEventComesWithThePacketAndNotBefore)
     ASSERT_EQ(session.Encode(picture), NV_ENC_SUCCESS);
     EXPECT_FALSE(event.IsSet());
     m_script.HoldEncoders(0);
-    // With nothing sent behind it, as a caller may who waits before it goes on.
+    // With nothing sent after it: a caller may wait before it sends the next picture.
     EXPECT_TRUE(event.Comes());
     // The packet is there, so that what it came from is free.
     EXPECT_EQ(m_api.nvEncUnmapInputResource(session.Handle(), session.pMapped), NV_ENC_SUCCESS);
@@ -105,7 +105,7 @@ TEST_F(NvencRuntime, WithoutAsynchronousEncodingNoEventIsSet)
     EXPECT_FALSE(event.IsSet());
 }
 
-TEST_F(NvencRuntime, EndOfStreamSetsItsEventBehindThoseOfThePackets)
+TEST_F(NvencRuntime, EndOfStreamSetsItsEventAfterThoseOfThePackets)
 {
     const Event first;
     const Event last;

@@ -15,7 +15,7 @@ TEST_F(NvencRuntime, FillsEveryEntryOfTheTableAndNothingReserved)
     auto list = MakeRecord<NV_ENCODE_API_FUNCTION_LIST>(0x70020009);
     ASSERT_EQ(m_runtime.createInstance(&list), NV_ENC_SUCCESS);
 
-    // The 37 slots behind the two words at the head, then the reserved rest, as they lie in memory.
+    // The 37 slots after the two words at the head, then the reserved rest, as they lie in memory.
     void* slots[318];
     std::memcpy(slots, reinterpret_cast<const char*>(&list) + 8, sizeof slots);
     for (int i = 0; i < 318; ++i)

@@ -58,7 +58,7 @@ TEST_F(NvencRuntime, PacketsComeInDecodingOrderWithTheStampsOfTheirPictures)
     EXPECT_EQ(TimeStamps(packets), (Stamps{0, 3, 1, 2, 6, 4, 5, 9, 7, 8}));
 }
 
-TEST_F(NvencRuntime, TheLastPicturesOfAStreamNeedNoReferenceBehindThem)
+TEST_F(NvencRuntime, TheLastPicturesOfAStreamNeedNoReferenceAfterThem)
 {
     SessionSetup setup(176, 144);
     setup.config.frameIntervalP = 3;
@@ -159,7 +159,7 @@ TEST_F(NvencRuntime, EndOfStreamCarriesNoPicture)
     EXPECT_EQ(session.Encode(picture), NV_ENC_SUCCESS);
 }
 
-TEST_F(NvencRuntime, APictureBehindTheEndBeginsAStream)
+TEST_F(NvencRuntime, APictureAfterTheEndBeginsAStream)
 {
     const SessionSetup setup(64, 48);
     RingClient client(setup, 4);

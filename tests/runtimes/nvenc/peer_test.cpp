@@ -2,7 +2,7 @@
 // same slices, bit for bit.
 #include "ffmpeg_tool.h"
 #include "ring_client.h"
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
 namespace
 {
@@ -16,7 +16,7 @@ std::vector<std::uint8_t> NaturalNv12(int nFrame)
     FakeSurface surface(c_uiWidth, c_uiHeight);
     Paint(surface, picture);
     std::vector<std::uint8_t> bytes(c_uiWidth * c_uiHeight * 3 / 2);
-    nvencruntime::ConvertBgraToNv12(
+    runtimes::ConvertBgraToNv12(
         surface.Row(0), surface.Pitch(), c_uiWidth, c_uiHeight,
         {bytes.data(), bytes.data() + std::size_t{c_uiWidth} * c_uiHeight, c_uiWidth, c_uiWidth});
     return bytes;

@@ -136,7 +136,7 @@ TEST_F(NvencRuntime, EveryCapabilityHasAnAnswerAndNoOtherNumberHas)
     }
 }
 
-// What is answered is what initialisation then does or refuses.
+// Initialisation does or refuses what the answers say.
 TEST_F(NvencRuntime, CapabilitiesAreTrue)
 {
     const OpenSession query;
@@ -226,7 +226,7 @@ TEST_F(NvencRuntime, AnUnknownPresetAndWrongVersionWordsAreRefused)
     const auto ask = [&](const GUID& guid) {
         return m_api.nvEncGetEncodePresetConfig(session.Handle(), NV_ENC_CODEC_H264_GUID, guid, &preset);
     };
-    // The word of the record inside counts too.
+    // The version word of the record inside counts too.
     EXPECT_EQ(ask(NV_ENC_PRESET_HP_GUID), NV_ENC_ERR_INVALID_VERSION);
     preset.presetCfg.version = NV_ENC_CONFIG_VER;
     EXPECT_EQ(ask(NV_ENC_PRESET_HP_GUID), NV_ENC_SUCCESS);

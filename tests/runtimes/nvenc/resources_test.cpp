@@ -141,7 +141,7 @@ TEST_F(NvencRuntime, AResourceMayBeMappedAgain)
     EXPECT_EQ(Unregister(session, session.pRegistered), NV_ENC_SUCCESS);
 }
 
-TEST_F(NvencRuntime, MappingTellsTheFormat)
+TEST_F(NvencRuntime, MappingReportsTheFormat)
 {
     FakeSurface nv12(64, 48, FakeSurface::Nv12());
     SessionSetup setup;
@@ -187,7 +187,7 @@ TEST_F(NvencRuntime, InputInFlightStaysMapped)
     EXPECT_EQ(Unregister(session, session.pRegistered), NV_ENC_ERR_INVALID_CALL);
     m_script.HoldEncoders(0);
     ASSERT_EQ(session.Lock(session.pBuffer), NV_ENC_SUCCESS);
-    // The picture is encoded; that its packet is still being read is no matter of the input.
+    // The picture is encoded. Reading its packet doesn't need the input.
     EXPECT_EQ(Unmap(session, session.pMapped), NV_ENC_SUCCESS);
     EXPECT_EQ(session.Unlock(session.pBuffer), NV_ENC_SUCCESS);
 }

@@ -1,5 +1,5 @@
-// A caller as they are written: a ring of surfaces, buffers and events, the packets read as far behind as the ring is
-// long.
+// A caller as they are usually written, with a ring of surfaces, buffers and events. A packet is read when its slot
+// comes round again.
 #pragma once
 
 #include <memory>

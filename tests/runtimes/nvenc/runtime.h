@@ -48,7 +48,7 @@ struct SessionSetup
     NV_ENC_CONFIG config;
 };
 
-// An open session. Everything it was given is given back when it goes.
+// An open session, destroyed with everything in it at the end.
 class OpenSession
 {
 public:
@@ -92,7 +92,7 @@ struct SmallSession : OpenSession
     NV_ENC_PIC_PARAMS Picture() const;
 };
 
-// Each test begins with a runtime that was told nothing, and ends with none of its sessions open.
+// Each test begins with a runtime without a script, and ends with no session open and no reference on the device.
 class NvencRuntime : public testing::Test
 {
 protected:

@@ -53,7 +53,7 @@ TEST_F(NvencRuntime, EveryStartCodeHasFourBytesAndNothingFollowsTheLastUnit)
     }
 }
 
-TEST_F(NvencRuntime, TheHeaderTellsSizeAndFrameRate)
+TEST_F(NvencRuntime, TheHeaderHoldsSizeAndFrameRate)
 {
     SessionSetup setup(182, 130);
     setup.params.frameRateNum = 30000;

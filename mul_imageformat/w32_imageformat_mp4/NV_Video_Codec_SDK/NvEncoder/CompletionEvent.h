@@ -8,5 +8,5 @@
 void* CreateCompletionEvent();
 void CloseCompletionEvent(void* hEvent);
 
-// Gives what WaitForSingleObject gives.
+// Returns what WaitForSingleObject returns.
 std::uint32_t AwaitCompletionEvent(void* hEvent, std::uint32_t uiMilliseconds);

@@ -6,7 +6,7 @@ NVENCException::NVENCException(const char* pszFunction, const std::string& strMe
 
 namespace
 {
-// Where the source breaks a line, the preprocessor leaves a blank, behind a parenthesis too.
+// Where the source breaks a line, the preprocessor leaves a blank, after a parenthesis too.
 std::string WithoutLineBreaks(std::string strCall)
 {
     for (std::size_t i = strCall.find("( "); i != std::string::npos; i = strCall.find("( ", i))

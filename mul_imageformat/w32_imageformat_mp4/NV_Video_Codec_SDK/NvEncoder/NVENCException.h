@@ -1,4 +1,4 @@
-// The failure of an encoder session: a text for the diagnostics and the status behind it.
+// The failure of an encoder session: a text for the diagnostics, and the status.
 #pragma once
 
 #include <exception>

@@ -11,7 +11,7 @@ TEntry FindEntry(HMODULE hModule, const char* pszName)
     return reinterpret_cast<TEntry>(reinterpret_cast<void*>(GetProcAddress(hModule, pszName)));
 }
 
-// What a table without the entry answers.
+// Takes the place of an entry that the table lacks.
 template <typename... TArgs>
 NVENCSTATUS AbsentEntry(TArgs...)
 {
@@ -133,7 +133,7 @@ void NvEncoder::DestroyEncoder()
     DestroyHWEncoder();
 }
 
-// Takes the session down, whatever its parts answer: nobody could do anything about it.
+// Ends the session. No status is looked at: the session ends in any case.
 void NvEncoder::DestroyHWEncoder()
 {
     if (!m_hEncoder) return;

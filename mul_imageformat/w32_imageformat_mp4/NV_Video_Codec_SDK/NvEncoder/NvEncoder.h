@@ -24,12 +24,15 @@ struct NvEncInputFrame
 // The session without its surfaces; a device variant derives from it and owns those.
 //
 // A ring of slots lets the encoder run ahead of the reads: each slot has a surface, a packet buffer and an event, and
-// frame n and packet n share slot n modulo ring size. A slot's surface is free to be written from the moment its packet
-// was taken, which is why EncodeFrame asks for the packet of the frame one ring earlier and never for the latest.
+// frame n and packet n share slot n modulo ring size. EncodeFrame takes the packet of the frame that was sent one slot
+// less than a ring earlier, never the latest. A slot is in flight from the sending of its frame until its packet was
+// taken; its surface is free to be written after that. A packet that couldn't be taken keeps its slot in flight, and
+// when the ring has no other, frames are refused. A frame that the encoder refused isn't in flight: its slot stays
+// mapped, and the next frame takes it.
 //
-// Order of use: constructor, CreateDefaultEncoderParams, CreateEncoder once, then GetNextInputFrame and EncodeFrame for
-// each frame, EndEncode, DestroyEncoder. Every failure is an NVENCException, after which the object stays as it was at
-// that moment; nothing is retried. One thread at a time; no lock and no thread of its own. Separate objects share
+// Order of calls: constructor, CreateDefaultEncoderParams, CreateEncoder once, then GetNextInputFrame and EncodeFrame
+// for each frame, EndEncode, DestroyEncoder. Every failure is an NVENCException, after which the object stays as it was
+// at that moment; nothing is retried. One thread at a time; no lock and no thread of its own. Separate objects share
 // nothing but the loaded runtime.
 class NvEncoder
 {
@@ -49,6 +52,7 @@ public:
     void CreateEncoder(const NV_ENC_INITIALIZE_PARAMS* pEncoderParams);
 
     // The surface that the next EncodeFrame will send; valid until DestroyEncoder, to be written until EncodeFrame.
+    // Throws NV_ENC_ERR_ENCODER_BUSY while every slot is in flight, as EncodeFrame does.
     const NvEncInputFrame* GetNextInputFrame() const;
 
     // Sends the surface of GetNextInputFrame. vPacket is emptied and then filled with the packets that are ready, none
@@ -58,14 +62,14 @@ public:
     // Sends the end of the stream; vPacket is emptied and then filled with every packet still held, oldest first.
     void EndEncode(std::vector<std::vector<std::uint8_t>>& vPacket);
 
-    // Ends the session and frees all that hangs on it. Again: nothing.
+    // Ends the session and frees everything that belongs to it. Does nothing when called again.
     void DestroyEncoder();
 
     std::uint32_t GetEncodeWidth() const { return m_nWidth; }
     std::uint32_t GetEncodeHeight() const { return m_nHeight; }
 
-    // For queries that this class doesn't wrap. Entries that a session needs, and those for its presets, can be called
-    // whatever the runtime has: a missing one answers NV_ENC_ERR_UNIMPLEMENTED. The session is null once it has ended.
+    // For queries that this class doesn't wrap. Entries that a session needs, and those for its presets, can always be
+    // called: one that the runtime lacks returns NV_ENC_ERR_UNIMPLEMENTED. The session is null after its end.
     const NV_ENCODE_API_FUNCTION_LIST& GetFunctionTable() const { return m_nvenc; }
     void* GetSession() const { return m_hEncoder; }
 
@@ -85,8 +89,8 @@ public:
 
 protected:
     // Loads the runtime and opens a session on pDevice, which stays the caller's. uiExtraOutputDelay: slots of the ring
-    // beyond what the settings need. A throw leaves the runtime loaded, one reference more for each: a machine where
-    // sessions don't open loads it in vain, and the process's end frees it.
+    // beyond what the settings need. A throw leaves the runtime loaded, with one reference more for each throw, until
+    // the process ends. That is part of the design.
     NvEncoder(NV_ENC_DEVICE_TYPE eDeviceType, void* pDevice, std::uint32_t uiWidth, std::uint32_t uiHeight,
               NV_ENC_BUFFER_FORMAT eBufferFormat, std::uint32_t uiExtraOutputDelay, bool bMotionEstimationOnly,
               bool bOutputInVideoMemory);
@@ -100,7 +104,7 @@ protected:
     void RegisterResources(const std::vector<void*>& vSurfaces, NV_ENC_INPUT_RESOURCE_TYPE eResourceType,
                            std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch,
                            NV_ENC_BUFFER_FORMAT eBufferFormat, bool bReferenceFrame);
-    // Drains the encoder and takes every surface back from the session. Throws nothing.
+    // Drains the encoder, then unmaps and unregisters every surface. Throws nothing.
     void UnregisterResources();
 
 private:

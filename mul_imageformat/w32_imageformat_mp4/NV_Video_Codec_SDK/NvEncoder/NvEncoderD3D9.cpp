@@ -72,7 +72,7 @@ void NvEncoderD3D9::AllocateInputBuffers(std::int32_t nInputBuffers)
         {
             for (std::int32_t i = 0; i < nInputBuffers; ++i)
                 vSurfaces.push_back(CreateSurface());
-            // Direct3D tells a surface's pitch only to those who lock it: it is 0 here, and the chroma offsets with it.
+            // Direct3D reports a surface's pitch with its lock only: it is 0 here, and so are the chroma offsets.
             RegisterResources(vSurfaces, NV_ENC_INPUT_RESOURCE_TYPE_DIRECTX, m_nMaxEncodeWidth, m_nMaxEncodeHeight, 0,
                               m_eBufferFormat, bReferenceFrame);
         }
@@ -104,8 +104,8 @@ IDirect3DSurface9* NvEncoderD3D9::CreateSurface() const
     return pSurface;
 }
 
-// A failure releases no surface on the spot. Those that have no frame yet get a bare one, so that they go when the
-// others go; the ring isn't whole, and no frame is encoded with it. There is room for them.
+// A failure doesn't release surfaces at once. Those that have no frame yet get an empty one, so that they are released
+// with the others. The ring isn't whole, so no frame is encoded with it. Memory for the frames was reserved.
 void NvEncoderD3D9::KeepForRelease(const std::vector<void*>& vSurfaces, std::vector<NvEncInputFrame>& vFrames)
 {
     for (std::size_t i = vFrames.size(); i < vSurfaces.size(); ++i)

@@ -1,4 +1,4 @@
-// Frames in, packets out: the ring at work, and the surfaces' way into the session and out of it.
+// The path of frames and packets through the ring, and the registration of its surfaces.
 #include <algorithm>
 #include <limits>
 
@@ -54,7 +54,7 @@ void NvEncoder::EncodeFrame(std::vector<std::vector<std::uint8_t>>& vPacket, con
 
     MapResources(nSlot);
     const NVENCSTATUS eStatus = DoEncode(m_vMappedInputBuffers[nSlot], nSlot, pPicParams);
-    // An encoder that wants more input has taken this frame all the same, and its packet will come in its turn.
+    // An encoder that needs more input has taken this frame too. Its packet comes later.
     if (eStatus != NV_ENC_SUCCESS && eStatus != NV_ENC_ERR_NEED_MORE_INPUT)
     {
         throw NVENCException("NvEncoder::EncodeFrame", "nvEncEncodePicture API failed", eStatus);
@@ -100,7 +100,7 @@ void* NvEncoder::GetCompletionEvent(std::int32_t nSlot) const
 void NvEncoder::EndEncode(std::vector<std::vector<std::uint8_t>>& vPacket)
 {
     vPacket.clear();
-    // Once the surfaces are taken back the ring is gone.
+    // After UnregisterResources there is no ring.
     if (!m_hEncoder || !m_bEncoderInitialized || m_vMappedInputBuffers.empty())
     {
         throw NVENCException("NvEncoder::EndEncode", "Encoder device not initialized",
@@ -171,7 +171,7 @@ void NvEncoder::GetEncodedPacket(std::vector<NV_ENC_OUTPUT_PTR>& vOutputBuffer,
     }
 }
 
-// A wait that runs out is taken for the event: the lock that follows blocks until the packet is there anyway.
+// A wait that times out counts as the event: the lock after it blocks until the packet is there.
 void NvEncoder::WaitForCompletionEvent(std::int32_t nSlot)
 {
     if (!m_initializeParams.enableEncodeAsync) return;
@@ -241,8 +241,8 @@ void NvEncoder::UnregisterResources()
     unregisterAll(m_vRegisteredResourcesForReference);
 }
 
-// Usually the caller has ended the stream already, and this second end yields nothing. A session that is being taken
-// down has nobody to tell about a failure.
+// Usually the caller has ended the stream already, and this second end yields nothing. A failure isn't reported: the
+// session ends in any case.
 void NvEncoder::FlushEncoder()
 {
     if (m_bMotionEstimationOnly || m_bOutputInVideoMemory) return;

@@ -97,7 +97,7 @@ void NvEncoder::CreateDefaultEncoderParams(NV_ENC_INITIALIZE_PARAMS* pInitialize
     }
 }
 
-// 0 for what the runtime can't say.
+// 0 for a capability that the runtime doesn't report.
 std::int32_t NvEncoder::GetCapabilityValue(GUID codecGuid, NV_ENC_CAPS eCapability)
 {
     NV_ENC_CAPS_PARAM capsParam = {};

@@ -17,6 +17,6 @@ std::string ToLowerAscii(const std::string& strText);
 // without digits. Throws std::out_of_range for a number that 32 bits can't hold.
 std::optional<std::int32_t> ReadInt(const std::string& strText);
 
-// The floating-point number at the beginning of the text, as strtod reads it, and the character behind it as *pcUnit, 0
+// The floating-point number at the beginning of the text, as strtod reads it, and the character after it as *pcUnit, 0
 // at the end. None without a number. Throws std::out_of_range for a number that a double can't hold.
 std::optional<double> ReadDouble(const std::string& strText, char* pcUnit);

@@ -1,10 +1,10 @@
 // Eight pixels of two rows at a time.
 #include <emmintrin.h>
 
-#include "runtimes/nvenc/colour.h"
-#include "runtimes/nvenc/colour_weights.h"
+#include "runtimes/common/colour.h"
+#include "runtimes/common/colour_weights.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 namespace
 {
@@ -97,4 +97,4 @@ void ConvertRowPairSse2(const std::uint8_t* pUpper, const std::uint8_t* pLower, 
                          uiWidth - x);
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes

@@ -1,8 +1,8 @@
-#include "runtimes/nvenc/nv12_picture.h"
+#include "runtimes/common/nv12_picture.h"
 
 #include <new>
 
-namespace nvencruntime
+namespace runtimes
 {
 namespace
 {
@@ -44,4 +44,4 @@ void Nv12Pool::Return(std::unique_ptr<Nv12Picture> pPicture)
     m_free.push_back(std::move(pPicture));
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes

@@ -1,18 +1,35 @@
-// x264 behind an owner: pictures in, packets out, one stream from its first IDR picture to its end.
+// An instance of x264: pictures in, packets out, one stream from its first IDR picture to its end.
 #pragma once
 
 #include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
-#include "runtimes/nvenc/colour.h"
-#include "runtimes/nvenc/packet.h"
-#include "runtimes/nvenc/picture_plan.h"
-#include "runtimes/nvenc/x264_settings.h"
+#include "runtimes/common/colour.h"
+#include "runtimes/common/packet.h"
 
-namespace nvencruntime
+namespace runtimes
 {
+
+// Everything that decides the encoded pictures. Names as x264_param_parse takes them; options apply on top of the
+// preset in their order, and the profile (empty for none) limits the whole.
+struct X264Settings
+{
+    std::uint32_t uiWidth = 0;  // pixels, even
+    std::uint32_t uiHeight = 0;
+    std::string preset;
+    std::string profile;
+    std::vector<std::pair<std::string, std::string>> options;
+    bool bHeadersFirst = true;  // parameter sets before the first IDR picture
+    bool bHeadersAgain = true;  // and before every other
+
+    // "name=value:name=value"
+    std::string OptionsText() const;
+};
 
 // x264 refused its parameters or a picture.
 class X264Error : public std::runtime_error
@@ -26,7 +43,7 @@ class X264Encoder
 {
 public:
     // Throws X264Error.
-    X264Encoder(const EncodeSettings& settings, const X264Settings& x264Settings);
+    explicit X264Encoder(const X264Settings& settings);
 
     // SPS and PPS as a packet begins with them.
     const std::vector<std::uint8_t>& Headers() const { return m_headers; }
@@ -50,9 +67,9 @@ private:
     std::optional<Packet> Run(x264_picture_t* pIn);
     Packet MakePacket(const x264_nal_t* pNals, int nNals, const x264_picture_t& out);
     bool WantsHeaders(const x264_picture_t& out, const PictureInfo& info) const;
-    std::uint32_t ConstantQuantiser(int nType) const;
 
-    const EncodeSettings m_settings;
+    const bool m_bHeadersFirst;
+    const bool m_bHeadersAgain;
     std::unique_ptr<x264_t, Close> m_pEncoder;
     std::vector<std::uint8_t> m_headers;
     std::map<std::int64_t, PictureInfo> m_inFlight;  // by number of the picture
@@ -60,4 +77,4 @@ private:
     bool m_bFirstPacket = true;
 };
 
-}  // namespace nvencruntime
+}  // namespace runtimes

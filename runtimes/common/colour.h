@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace nvencruntime
+namespace runtimes
 {
 
 // An NV12 picture in memory: rows of Y, and half as many rows of Cb, Cr in turn. Pitches in bytes.
@@ -43,4 +43,4 @@ void ConvertBgraToNv12(const std::uint8_t* pSource, std::ptrdiff_t nPitch, std::
 void CopyNv12(const std::uint8_t* pLuma, const std::uint8_t* pChroma, std::ptrdiff_t nPitch, std::uint32_t uiWidth,
               std::uint32_t uiHeight, const Nv12View& target);
 
-}  // namespace nvencruntime
+}  // namespace runtimes

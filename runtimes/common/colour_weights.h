@@ -1,7 +1,7 @@
 // The weights of the conversion as the integers that all its versions share.
 #pragma once
 
-namespace nvencruntime
+namespace runtimes
 {
 
 // Scaled by 2^15 and from the range 0 to 255 of the source. Each set is rounded so that what must be exact is: black,
@@ -28,4 +28,4 @@ inline constexpr int c_nLumaBias = (16 << c_nWeightShift) + (1 << (c_nWeightShif
 inline constexpr int c_nChromaShift = c_nWeightShift + 2;
 inline constexpr int c_nChromaBias = (128 << c_nChromaShift) + (1 << (c_nChromaShift - 1));
 
-}  // namespace nvencruntime
+}  // namespace runtimes

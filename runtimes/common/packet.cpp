@@ -1,9 +1,9 @@
-#include "runtimes/nvenc/packet.h"
+#include "runtimes/common/packet.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace nvencruntime
+namespace runtimes
 {
 
 void AppendNal(std::vector<std::uint8_t>& bytes, const x264_nal_t& nal)
@@ -38,4 +38,4 @@ bool IsSignature(const x264_nal_t& nal)
     return std::equal(std::begin(identifier), std::end(identifier), p + 1);
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes

@@ -1,6 +1,6 @@
-#include "runtimes/nvenc/x264_encoder.h"
+#include "runtimes/common/x264_encoder.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 namespace
 {
@@ -39,33 +39,34 @@ int X264Type(PictureKind eKind)
 {
     switch (eKind)
     {
-    case PictureKind::Auto:
-        return X264_TYPE_AUTO;
     case PictureKind::P:
         return X264_TYPE_P;
     case PictureKind::I:
         return X264_TYPE_I;
     case PictureKind::Idr:
         return X264_TYPE_IDR;
+    case PictureKind::Auto:
+    case PictureKind::B:
+        break;
     }
     return X264_TYPE_AUTO;
 }
 
-NV_ENC_PIC_TYPE PictureType(int nX264Type)
+PictureKind KindOf(int nX264Type)
 {
     switch (nX264Type)
     {
     case X264_TYPE_IDR:
-        return NV_ENC_PIC_TYPE_IDR;
+        return PictureKind::Idr;
     case X264_TYPE_I:
-        return NV_ENC_PIC_TYPE_I;
+        return PictureKind::I;
     case X264_TYPE_P:
-        return NV_ENC_PIC_TYPE_P;
+        return PictureKind::P;
     case X264_TYPE_B:
     case X264_TYPE_BREF:
-        return NV_ENC_PIC_TYPE_B;
+        return PictureKind::B;
     default:
-        return NV_ENC_PIC_TYPE_UNKNOWN;
+        return PictureKind::Auto;
     }
 }
 
@@ -81,16 +82,27 @@ bool IsSlice(const x264_nal_t& nal)
 
 }  // namespace
 
-X264Encoder::X264Encoder(const EncodeSettings& settings, const X264Settings& x264Settings) : m_settings(settings)
+std::string X264Settings::OptionsText() const
 {
-    ParamRecord param(x264Settings);
-    param->i_width = static_cast<int>(settings.params.encodeWidth);
-    param->i_height = static_cast<int>(settings.params.encodeHeight);
+    std::string text;
+    for (const auto& [name, value] : options)
+    {
+        text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
+    }
+    return text;
+}
+
+X264Encoder::X264Encoder(const X264Settings& settings)
+    : m_bHeadersFirst(settings.bHeadersFirst), m_bHeadersAgain(settings.bHeadersAgain)
+{
+    ParamRecord param(settings);
+    param->i_width = static_cast<int>(settings.uiWidth);
+    param->i_height = static_cast<int>(settings.uiHeight);
     param->i_csp = X264_CSP_NV12;
     param->b_annexb = 1;
     param->b_repeat_headers = 1;
     param->i_log_level = X264_LOG_NONE;
-    if (!x264Settings.profile.empty() && x264_param_apply_profile(param.Get(), x264Settings.profile.c_str()) < 0)
+    if (!settings.profile.empty() && x264_param_apply_profile(param.Get(), settings.profile.c_str()) < 0)
     {
         throw X264Error("the profile hasn't what the options ask for");
     }
@@ -171,8 +183,7 @@ Packet X264Encoder::MakePacket(const x264_nal_t* pNals, int nNals, const x264_pi
         packet.info = it->second;
         m_inFlight.erase(it);
     }
-    packet.eType = PictureType(out.i_type);
-    packet.uiAverageQp = ConstantQuantiser(out.i_type);
+    packet.eKind = KindOf(out.i_type);
 
     bool bHeadersDue = WantsHeaders(out, packet.info);
     for (int i = 0; i < nNals; ++i)
@@ -200,31 +211,11 @@ Packet X264Encoder::MakePacket(const x264_nal_t* pNals, int nNals, const x264_pi
 
 bool X264Encoder::WantsHeaders(const x264_picture_t& out, const PictureInfo& info) const
 {
-    const NV_ENC_CONFIG_H264& h264 = m_settings.H264();
     if (info.bWithHeaders)
     {
         return true;
     }
-    return out.i_type == X264_TYPE_IDR && !h264.disableSPSPPS && (m_bFirstPacket || h264.repeatSPSPPS);
+    return out.i_type == X264_TYPE_IDR && (m_bFirstPacket ? m_bHeadersFirst : m_bHeadersAgain);
 }
 
-std::uint32_t X264Encoder::ConstantQuantiser(int nType) const
-{
-    if (m_settings.config.rcParams.rateControlMode != NV_ENC_PARAMS_RC_CONSTQP || m_settings.IsLossless())
-    {
-        return 0;
-    }
-    const NV_ENC_QP qp = EffectiveQuantisers(m_settings);
-    switch (PictureType(nType))
-    {
-    case NV_ENC_PIC_TYPE_IDR:
-    case NV_ENC_PIC_TYPE_I:
-        return qp.qpIntra;
-    case NV_ENC_PIC_TYPE_B:
-        return qp.qpInterB;
-    default:
-        return qp.qpInterP;
-    }
-}
-
-}  // namespace nvencruntime
+}  // namespace runtimes

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <vector>
 
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 
 // An NV12 picture of even size with rows that begin where vectors like it.
@@ -45,4 +45,4 @@ private:
     std::vector<std::unique_ptr<Nv12Picture>> m_free;
 };
 
-}  // namespace nvencruntime
+}  // namespace runtimes

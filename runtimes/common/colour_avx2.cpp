@@ -4,10 +4,10 @@
 // The only source that is compiled for AVX2: it must hold nothing that another processor might run.
 #include <immintrin.h>
 
-#include "runtimes/nvenc/colour.h"
-#include "runtimes/nvenc/colour_weights.h"
+#include "runtimes/common/colour.h"
+#include "runtimes/common/colour_weights.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 namespace
 {
@@ -105,4 +105,4 @@ void ConvertRowPairAvx2(const std::uint8_t* pUpper, const std::uint8_t* pLower, 
     ConvertRowPairSse2(pUpper + uiOffset, pLower + uiOffset, pUpperLuma + x, pLowerLuma + x, pChroma + x, uiWidth - x);
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes

@@ -1,10 +1,10 @@
-#include "runtimes/nvenc/colour.h"
+#include "runtimes/common/colour.h"
 
 #include <cstring>
 
-#include "runtimes/nvenc/colour_weights.h"
+#include "runtimes/common/colour_weights.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 namespace
 {
@@ -75,4 +75,4 @@ void CopyNv12(const std::uint8_t* pLuma, const std::uint8_t* pChroma, std::ptrdi
     }
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes
