@@ -7,8 +7,9 @@
 #include <stdexcept>
 
 #include "measure.h"
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -101,7 +102,7 @@ std::vector<std::uint32_t> RandomFrames(unsigned int uiSeed)
 int main()
 try
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     MakeVideo(path);
     const ModuleHost host;

@@ -10,8 +10,10 @@ extern "C"
 
 #include "measure.h"
 #include "mp4filesimpl/boxwalk.h"
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
-#include "support/video_maker.h"
+#include "support/run_program.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -27,7 +29,7 @@ void Check(bool bOk, const char* pszWhat)
 }
 
 // A thousand tiny pictures, repeated a thousand times.
-void MakeVideo(const TempDir& dir, const std::filesystem::path& path)
+void MakeVideo(const TemporaryFolder& dir, const std::filesystem::path& path)
 {
     const auto part = dir / "part.mp4";
     RunFfmpeg("-f lavfi -i color=size=16x16:rate=25 -frames:v 1000"
@@ -44,7 +46,7 @@ void MakeVideo(const TempDir& dir, const std::filesystem::path& path)
 int main()
 try
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     MakeVideo(dir, path);
     const ModuleHost host;
@@ -69,10 +71,11 @@ try
     };
     const auto fnFfprobe = [&] {
         return bench::SecondsOf([&] {
-            Check(std::system(("ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 " +
-                               Quoted(path) + " > /dev/null")
-                                  .c_str()) == 0,
-                  "ffprobe fails");
+            const ProgramResult result = RunProgram("ffprobe",
+                                                    {"-v", "error", "-select_streams", "v:0", "-show_entries",
+                                                     "packet=pts_time", "-of", "csv=p=0", path.string()},
+                                                    {}, "/dev/null");
+            Check(result.m_nStatus == 0, "ffprobe fails");
         });
     };
     const auto fnOpenInput = [&] {

@@ -13,7 +13,8 @@
 #include "bench/muxing.h"
 #include "colour/colourconversion.h"
 #include "support/encoder_script.h"
-#include "support/video_maker.h"
+#include "support/ffmpeg.h"
+#include "support/temporary_folder.h"
 #include "support/writing_host.h"
 
 namespace
@@ -114,7 +115,7 @@ void MeasureWriting(const std::filesystem::path& directory)
 int main(int argc, char** argv)
 try
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     bench::MeasureMuxing(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000, dir.Path());
     MeasureWidening();
     MeasureWriting(dir.Path());

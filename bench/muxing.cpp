@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,11 +12,11 @@
 
 #include "bench/measure.h"
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "support/video_maker.h"
+#include "support/ffmpeg.h"
+#include "support/file_contents.h"
 
 namespace
 {
-using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t g_uiPacketSize = 2048;
 constexpr int g_nRounds = 3;
 
@@ -44,8 +43,7 @@ std::vector<Bytes> MakePackets(const std::filesystem::path& directory)
         "-f lavfi -i testsrc2=size=64x64:rate=25 -frames:v 250 -pix_fmt yuv420p -c:v libx264 -qp 40 -bf 0 -g 250 "
         "-x264-params aud=1 -f h264 " +
         test_support::Quoted(path));
-    std::ifstream stream(path, std::ios::binary);
-    const Bytes vStream((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    const Bytes vStream = test_support::ReadBytes(path);
     std::filesystem::remove(path);
 
     // A delimiter begins every access unit; the muxer's layout begins with the SPS, so it is left out.

@@ -1,7 +1,7 @@
 # qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds])
 #
-# One GoogleTest program. Usually every test case is a ctest entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole
-# program is one entry. A start costs a tenth of a second of processor time under a sanitizer and a second under Wine,
+# One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
+# entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry. A start costs a tenth of a second of processor time under a sanitizer and a second under Wine,
 # for each of some thousand cases. In the Windows build a program that needs Media Foundation is built but not run:
 # Wine's is not the system's.
 if(WIN32)
@@ -22,7 +22,7 @@ function(qm_add_test name)
         set(ARG_TIMEOUT 120)
     endif()
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gmock_main GTest::gtest)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_tools GTest::gmock GTest::gmock_main GTest::gtest)
     if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
         return()
     endif()

@@ -2,8 +2,8 @@
 #include "nvenc_fixture.h"
 
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
-#include "tests/support/idle_d3d9.h"
-#include "tests/support/short_memory.h"
+#include "support/idle_d3d9.h"
+#include "support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

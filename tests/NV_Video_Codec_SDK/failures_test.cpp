@@ -5,7 +5,7 @@
 #include <iterator>
 #include <optional>
 
-#include "tests/support/short_memory.h"
+#include "support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -10,16 +10,14 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tests/colour/colour_definition.h"
-#include "tests/colour/guarded_block.h"
-#include "tests/colour/kernels_under_test.h"
-#include "tests/support/repetitions.h"
+#include "colour_definition.h"
+#include "guarded_block.h"
+#include "kernels_under_test.h"
+#include "support/repetitions.h"
 
 namespace
 {
 using test_support::Stride;
-
-using Bytes = std::vector<std::uint8_t>;
 
 SPixelTerms TermsOf(std::uint32_t uiPixel)
 {

@@ -7,15 +7,14 @@
 #include <vector>
 
 #include "colour/colourconversion.h"
+#include "colour_definition.h"
+#include "guarded_block.h"
 #include "hostapi/hostpicbase.h"
-#include "tests/colour/colour_definition.h"
-#include "tests/colour/guarded_block.h"
-#include "tests/colour/kernels_under_test.h"
-#include "tests/support/repetitions.h"
+#include "kernels_under_test.h"
+#include "support/repetitions.h"
 
 namespace
 {
-using Bytes = std::vector<std::uint8_t>;
 
 // Y0, U, Y1, V of two pixels, each 0xRRGGBB.
 Bytes Convert(std::uint32_t uiFirst, std::uint32_t uiSecond)

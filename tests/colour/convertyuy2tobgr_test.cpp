@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "colour/colourconversion.h"
+#include "colour_definition.h"
+#include "guarded_block.h"
 #include "hostapi/hostpicbase.h"
-#include "tests/colour/colour_definition.h"
-#include "tests/colour/guarded_block.h"
-#include "tests/colour/kernels_under_test.h"
+#include "kernels_under_test.h"
 
 namespace
 {
@@ -23,8 +23,6 @@ std::vector<std::uint8_t> Convert(std::uint8_t bY, std::uint8_t bU, std::uint8_t
     ConvertYuy2ToBgr(target, source);
     return {abBgr, abBgr + 3};
 }
-
-using Bytes = std::vector<std::uint8_t>;
 
 std::uint32_t SamplePitch(std::uint32_t uiWidth)
 {

@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "colour/colourconversion.h"
-#include "tests/colour/guarded_block.h"
-#include "tests/colour/kernels_under_test.h"
+#include "guarded_block.h"
+#include "kernels_under_test.h"
 
 namespace
 {
-using Bytes = std::vector<std::uint8_t>;
 }
 
 TEST(CopyBgrToBgra, CopiesThreeBytesAndSetsTheFourthTo255)

@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <vector>
+
+#include "support/bytes.h"
 
 class CGuardedBlock
 {

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "colour/colourconversion.h"
+#include "colour_definition.h"
 #include "hostapi/hostpicbase.h"
-#include "tests/colour/colour_definition.h"
-#include "tests/colour/kernels_under_test.h"
+#include "kernels_under_test.h"
 
 namespace
 {

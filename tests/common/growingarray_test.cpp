@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "common/growingarray.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "support/growing_array.h"
 
 TEST(GrowingArray, HoldsItsEntriesAcrossBlocks)
 {

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -47,7 +48,7 @@ protected:
         return ReadBytes(path);
     }
 
-    TempDir m_dir;
+    TemporaryFolder m_dir;
 };
 
 // The profile stands in the configuration record and again in the parameter set after it.

@@ -4,18 +4,17 @@
 #include <algorithm>
 #include <functional>
 
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
 #include "support/picture_definition.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "video_cases.h"
 
 namespace
 {
 
 using namespace test_support;
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t g_uiCount = 60;
 
@@ -63,10 +62,10 @@ Bytes WithLongMdatHeader(const Bytes& vFile)
     vLong.insert(vLong.end(), vFile.begin() + static_cast<std::ptrdiff_t>(mdat.m_uiPayload), vFile.end());
 
     const Mp4Box stco = FindBox(vLong, "moov/trak/mdia/minf/stbl/stco");
-    for (std::uint32_t ui = 0; ui < ReadBE32(vLong, stco.m_uiPayload + 4); ++ui)
+    for (std::uint32_t ui = 0; ui < WordAt(vLong, stco.m_uiPayload + 4); ++ui)
     {
         const std::size_t uiAt = stco.m_uiPayload + 8 + 4 * static_cast<std::size_t>(ui);
-        WriteBE32(vLong, uiAt, ReadBE32(vLong, uiAt) + 8);
+        SetWordAt(vLong, uiAt, WordAt(vLong, uiAt) + 8);
     }
     return vLong;
 }
@@ -79,7 +78,7 @@ Bytes WithBoxInFrontOfTrack(const Bytes& vFile, const Bytes& vBox)
     EXPECT_LT(FindBox(vFile, "mdat").m_uiHeader, moov.m_uiHeader);
     Bytes vChanged = vFile;
     vChanged.insert(vChanged.begin() + static_cast<std::ptrdiff_t>(trak.m_uiHeader), vBox.begin(), vBox.end());
-    WriteBE32(vChanged, moov.m_uiHeader, static_cast<std::uint32_t>(moov.m_uiEnd - moov.m_uiHeader + vBox.size()));
+    SetWordAt(vChanged, moov.m_uiHeader, static_cast<std::uint32_t>(moov.m_uiEnd - moov.m_uiHeader + vBox.size()));
     return vChanged;
 }
 
@@ -108,9 +107,9 @@ Bytes WithEmptyTrackInFront(const Bytes& vFile)
     for (const char* const pszTable : {"stts", "stsc", "stco"})
     {
         const Mp4Box table = FindBox(vMoov, std::string("moov/trak/mdia/minf/stbl/") + pszTable);
-        WriteBE32(vMoov, table.m_uiPayload + 4, 0);
+        SetWordAt(vMoov, table.m_uiPayload + 4, 0);
     }
-    WriteBE32(vMoov, FindBox(vMoov, "moov/trak/mdia/minf/stbl/stsz").m_uiPayload + 8, 0);
+    SetWordAt(vMoov, FindBox(vMoov, "moov/trak/mdia/minf/stbl/stsz").m_uiPayload + 8, 0);
     WriteText(vMoov, FindBox(vMoov, "moov/trak/mdia/hdlr").m_uiPayload + 8, "meta");
     WriteText(vMoov, FindBox(vMoov, "moov/trak/mdia/minf/stbl/stsd").m_uiPayload + 12, "mett");
     return WithBoxInFrontOfTrack(vFile, Bytes(vMoov.begin() + static_cast<std::ptrdiff_t>(trak.m_uiHeader),
@@ -136,7 +135,7 @@ class Fallback : public testing::TestWithParam<FallbackCase>
 
 TEST_P(Fallback, OpensWithTheRightTimesAndPictures)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     RunFfmpeg(Input(GetParam().m_bIrregular) + GetParam().m_pszOptions + " " + Quoted(path));
     WriteBytes(path, GetParam().m_fnChange(ReadBytes(path)));
@@ -177,7 +176,7 @@ INSTANTIATE_TEST_SUITE_P(
 // The walk is complete with what moov lists, so nobody looks for fragments: the frames of moov are the video.
 TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     RunFfmpeg(Input(false) + "-movflags frag_keyframe " + Quoted(path));
     const std::size_t uiListed = ListTimesMs(ReadBytes(path)).size();
@@ -194,7 +193,7 @@ TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
 // Nothing to count: the fragments are cut off, and what is left says that there is a track.
 TEST(FallbackNotTaken, AFragmentedFileWithoutAnyFragmentIsRefused)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     RunFfmpeg(Input(false) + "-movflags frag_keyframe+empty_moov " + Quoted(path));
     Bytes vFile = ReadBytes(path);

@@ -5,10 +5,11 @@
 #include <numeric>
 #include <random>
 
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
 #include "support/picture_definition.h"
 #include "support/repetitions.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "video_cases.h"
 
 namespace
@@ -50,7 +51,7 @@ protected:
                                            : "picture " + std::to_string(it - m_vExpected.begin()));
     }
 
-    TempDir m_dir;
+    TemporaryFolder m_dir;
     std::vector<std::vector<std::uint8_t>> m_vExpected;
     ModuleHost m_host;
     InputFile m_file;

@@ -5,10 +5,11 @@
 #include <system_error>
 
 #include "peak_memory.h"
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
 #include "support/repetitions.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "video_cases.h"
 
 namespace
@@ -16,7 +17,6 @@ namespace
 
 using namespace test_support;
 
-using Bytes = std::vector<std::uint8_t>;
 using Clock = std::chrono::steady_clock;
 
 // An ordinary open takes a few milliseconds; this is far above it and far below anything that hangs.
@@ -86,7 +86,7 @@ protected:
         EXPECT_EQ(QM_ERR_FAIL, file->GetImageAttributes(&attributes));
     }
 
-    TempDir m_dir;
+    TemporaryFolder m_dir;
     ModuleHost m_host;
     const std::optional<std::uint64_t> m_peakBefore = PeakMemory();
 };
@@ -148,7 +148,7 @@ TEST_F(HostileFiles, EveryReplacedWordOfMoovEndsWithAStatus)
         for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         {
             Bytes vReplaced = vFile;
-            WriteBE32(vReplaced, uiAt, uiWord);
+            SetWordAt(vReplaced, uiAt, uiWord);
             WriteBytes(path, vReplaced);
             UseWhole(m_host, path,
                      "word " + std::to_string(uiWord) + " at moov + " + std::to_string(uiAt - moov.m_uiHeader));
@@ -170,7 +170,7 @@ TEST_F(HostileFiles, EveryReplacedWordOfTheTimingBoxesEndsWithAStatus)
             for (const std::uint32_t uiWord : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
             {
                 Bytes vReplaced = vFile;
-                WriteBE32(vReplaced, uiAt, uiWord);
+                SetWordAt(vReplaced, uiAt, uiWord);
                 WriteBytes(path, vReplaced);
                 UseWhole(m_host, path,
                          std::string(pszBox) + " word " + std::to_string(uiWord) + " at " +
@@ -185,7 +185,7 @@ TEST_F(HostileFiles, ASampleCountThatTheFileCantHoldIsNotBelieved)
 {
     Bytes vFile = SmallVideo();
     const Mp4Box stts = FindBox(vFile, "moov/trak/mdia/minf/stbl/stts");
-    WriteBE32(vFile, stts.m_uiPayload + 8, 0xFFFFFFFFu);
+    SetWordAt(vFile, stts.m_uiPayload + 8, 0xFFFFFFFFu);
     const auto path = m_dir / "counts.mp4";
     WriteBytes(path, vFile);
     UseWhole(m_host, path, "four thousand million samples");
@@ -232,8 +232,8 @@ protected:
     static void ForgeDurations(Bytes& vFile)
     {
         const std::size_t uiTable = Payload(vFile, "stts");
-        WriteBE32(vFile, uiTable + g_uiEntryCount, 1);
-        WriteBE32(vFile, uiTable + g_uiFirstEntry, g_uiManyTimes);
+        SetWordAt(vFile, uiTable + g_uiEntryCount, 1);
+        SetWordAt(vFile, uiTable + g_uiFirstEntry, g_uiManyTimes);
     }
 };
 
@@ -248,9 +248,9 @@ TEST_F(SparseFiles, ForgedSamplesOfOneSizeTakeLittleTimeAndMemory)
 {
     Bytes vFile = SmallVideo();
     ForgeDurations(vFile);
-    WriteBE32(vFile, Payload(vFile, "stsz") + g_uiSampleSize, 1);
-    WriteBE32(vFile, Payload(vFile, "stsz") + g_uiSampleCount, g_uiManySamples);
-    WriteBE32(vFile, Payload(vFile, "stsc") + g_uiFirstEntry + 4, g_uiManySamples);  // samples in each chunk
+    SetWordAt(vFile, Payload(vFile, "stsz") + g_uiSampleSize, 1);
+    SetWordAt(vFile, Payload(vFile, "stsz") + g_uiSampleCount, g_uiManySamples);
+    SetWordAt(vFile, Payload(vFile, "stsc") + g_uiFirstEntry + 4, g_uiManySamples);  // samples in each chunk
     UseSparse(vFile, "samples of one size");
 }
 
@@ -270,9 +270,9 @@ TEST_F(SparseFiles, TablesInTheEmptyPartOfTheFileTakeLittleTimeAndMemory)
         }
         vFile.resize(table.m_uiEnd);
         for (const std::size_t uiHeader : vHeaders)
-            WriteBE32(vFile, uiHeader, 0x7FFFFFFF);
+            SetWordAt(vFile, uiHeader, 0x7FFFFFFF);
         const bool bSizes = strTable.ends_with("stsz");
-        WriteBE32(vFile, table.m_uiPayload + (bSizes ? g_uiSampleCount : g_uiEntryCount), 60'000'000);
+        SetWordAt(vFile, table.m_uiPayload + (bSizes ? g_uiSampleCount : g_uiEntryCount), 60'000'000);
         UseSparse(vFile, pszTable);
     }
 }

@@ -4,8 +4,9 @@
 #include <chrono>
 #include <thread>
 
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -17,7 +18,7 @@ class InputLifecycle : public testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        s_pDir = new TempDir;
+        s_pDir = new TemporaryFolder;
         RunFfmpeg("-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 300 -c:v libx264 -preset veryfast "
                   "-profile:v high -pix_fmt yuv420p -g 50 " +
                   Quoted(Video()));
@@ -38,13 +39,13 @@ protected:
         return file->ReadFrame(uiFrame, m_vBuffer.data(), nullptr, nullptr);
     }
 
-    static TempDir* s_pDir;
+    static TemporaryFolder* s_pDir;
     ModuleHost m_host;
     SQmImageAttributes m_attributes;
     std::vector<unsigned char> m_vBuffer;
 };
 
-TempDir* InputLifecycle::s_pDir = nullptr;
+TemporaryFolder* InputLifecycle::s_pDir = nullptr;
 
 TEST_F(InputLifecycle, GoesWithoutEverBeingOpened)
 {

@@ -5,7 +5,8 @@
 #include <random>
 #include <stdexcept>
 
-#include "support/video_maker.h"
+#include "support/ffmpeg.h"
+#include "support/temporary_folder.h"
 
 namespace test_support
 {
@@ -57,7 +58,7 @@ HostPicture NoisyPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uin
 
 std::vector<HostPicture> FilmedPictures(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiCount)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const HostPicture size(uiWidth, uiHeight);
     const std::string strSize = std::to_string(uiWidth) + "x" + std::to_string(uiHeight);
     RunFfmpeg(

@@ -5,9 +5,10 @@
 #include <cstdio>
 #include <sstream>
 
+#include "support/ffmpeg.h"
 #include "support/module_host.h"
 #include "support/mp4_boxes.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "video_cases.h"
 
 namespace
@@ -21,7 +22,7 @@ class FrameTimes : public testing::TestWithParam<e2e::VideoCase>
 
 TEST_P(FrameTimes, EqualTheSumsOfTheSttsDeltasInEveryAnswerToTheHost)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     e2e::MakeVideo(GetParam(), path);
     const std::vector<std::uint64_t> vExpected = ListTimesMs(ReadBytes(path));
@@ -65,38 +66,18 @@ TEST_P(FrameTimes, EqualTheSumsOfTheSttsDeltasInEveryAnswerToTheHost)
 
 TEST_P(FrameTimes, EqualTheDecodeTimesThatFfprobeListsForThePackets)
 {
-    const TempDir dir;
+    const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
     e2e::MakeVideo(GetParam(), path);
-    const std::string strListing = RunForOutput("ffprobe -v error -ignore_editlist 1 -select_streams v:0 -show_entries "
-                                                "packet=dts:stream=time_base -of csv=p=0 " +
-                                                Quoted(path));
-
-    // A line with each packet's time, then one with "1/timescale".
-    std::vector<std::int64_t> vTicks;
-    std::int64_t nTimescale = 0;
-    std::istringstream lines(strListing);
-    for (std::string strLine; std::getline(lines, strLine);)
-    {
-        long long nFirst = 0;
-        long long nSecond = 0;
-        const int nRead = std::sscanf(strLine.c_str(), "%lld/%lld", &nFirst, &nSecond);
-        if (nRead == 1) vTicks.push_back(nFirst);
-        if (nRead == 2) nTimescale = nSecond;
-    }
-    ASSERT_GT(nTimescale, 0);
-    ASSERT_FALSE(vTicks.empty());
+    const std::vector<std::int64_t> vExpected = test_support::FrameTimes(path);
+    ASSERT_FALSE(vExpected.empty());
 
     const ModuleHost host;
     const InputFile file = host.OpenInput(path);
     SQmImageAttributes attributes;
     ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
     const std::vector<double> vCached = CachedTimes(file.Get());
-    ASSERT_EQ(vTicks.size(), vCached.size());
-    for (std::size_t ui = 0; ui < vTicks.size(); ++ui)
-    {
-        EXPECT_EQ(static_cast<double>((vTicks[ui] - vTicks[0]) * 1000 / nTimescale), vCached[ui]) << "frame " << ui;
-    }
+    EXPECT_EQ(std::vector<double>(vExpected.begin(), vExpected.end()), vCached);
 }
 
 INSTANTIATE_TEST_SUITE_P(Videos, FrameTimes, testing::ValuesIn(e2e::HighProfileCases()),

@@ -1,7 +1,8 @@
 #include "video_cases.h"
 
+#include "support/ffmpeg.h"
+#include "support/file_contents.h"
 #include "support/mp4_boxes.h"
-#include "support/video_maker.h"
 
 namespace e2e
 {
@@ -71,7 +72,7 @@ void MakeVideo(const VideoCase& video, const std::filesystem::path& path)
     if (video.m_uiTimescaleFactor == 1) return;
     std::vector<std::uint8_t> vFile = test_support::ReadBytes(path);
     const std::size_t uiTimescale = test_support::FindBox(vFile, "moov/trak/mdia/mdhd").m_uiPayload + 12;
-    test_support::WriteBE32(vFile, uiTimescale, test_support::ReadBE32(vFile, uiTimescale) * video.m_uiTimescaleFactor);
+    SetWordAt(vFile, uiTimescale, WordAt(vFile, uiTimescale) * video.m_uiTimescaleFactor);
     test_support::WriteBytes(path, vFile);
 }
 

@@ -12,7 +12,7 @@
 #include "support/diagnostics_capture.h"
 #include "support/encoder_script.h"
 #include "support/muxed_file.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
 #include "write_outcomes.h"
@@ -135,7 +135,7 @@ protected:
     bool m_bWatch = true;
     const EncoderScript m_script;
     const std::uint32_t m_uiSessionsBefore = m_script->CountObjects().uiSessions;
-    const TempDir m_dir;
+    const TemporaryFolder m_dir;
     const ModuleHost m_host;
     Bytes m_vUndisturbed;
     SMuxedFile m_undisturbed;

@@ -9,13 +9,13 @@
 #include <csignal>
 #include <linux/capability.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/diagnostics_capture.h"
 #include "support/encoder_script.h"
 #include "support/muxed_file.h"
-#include "support/video_maker.h"
+#include "support/run_program.h"
+#include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
 
@@ -54,13 +54,7 @@ protected:
         EXPECT_EQ(file->CloseOutput(), QM_OK);
     }
 
-    std::size_t FilesInFolder() const
-    {
-        const std::filesystem::directory_iterator begin(m_dir.Path());
-        return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
-    }
-
-    const TempDir m_dir;
+    const TemporaryFolder m_dir;
     const ModuleHost m_host;
 };
 
@@ -68,7 +62,7 @@ protected:
 
 TEST_F(WritingFails, WithoutARuntime)
 {
-    const TempDir empty;
+    const TemporaryFolder empty;
     const std::wstring wszVariable = L"IMAGEFORMAT_MP4_RUNTIMES";
     ASSERT_TRUE(SetEnvironmentVariableW(wszVariable.c_str(), empty.Path().wstring().c_str()));
     {
@@ -78,7 +72,7 @@ TEST_F(WritingFails, WithoutARuntime)
                   std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : NVENC library file is not found. "
                                             L"Please ensure NV driver is installed\n"});
     }
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
     // The runtime is there again, and a new file finds it.
     ASSERT_TRUE(SetEnvironmentVariableW(wszVariable.c_str(), nullptr));
     ExpectFrames(m_dir / "written.mp4", QM_OK);
@@ -94,7 +88,7 @@ TEST_F(WritingFails, WithARuntimeThatReports143)
     EXPECT_EQ(lines.TextsOf(g_nOpenSession),
               std::vector<std::wstring>{L"NvEncoder::LoadNvEncApi : Current Driver Version does not support this "
                                         L"NvEncodeAPI version, please upgrade driver\n"});
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 TEST_F(WritingFails, NotWithARuntimeThatReports144OrMore)
@@ -119,7 +113,7 @@ TEST_F(WritingFails, WithPicturesThatTheEncoderCannotTake)
         EXPECT_EQ(WriteAt(file, 40.0, picture), QM_ERR_FAIL);
         EXPECT_EQ(file->CloseOutput(), QM_OK);
     }
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 // A refused description is kept, unrounded. The encoder has no use for odd sizes.
@@ -133,14 +127,14 @@ TEST_F(WritingFails, WithPicturesThatWereRefusedAndHaveAnOddSize)
     const CDiagnosticsCapture lines;
     EXPECT_EQ(WriteAt(file, 0.0, NoisyPicture(162, 96, 0)), QM_ERR_FAIL);
     EXPECT_FALSE(lines.TextsOf(g_nCreateEncoder).empty());
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 TEST_F(WritingFails, WithoutAnyFrameThereIsNoFile)
 {
     const OutputFile file = OpenForPictures(m_host, m_dir / "written.mp4", 160, 96);
     EXPECT_EQ(file->CloseOutput(), QM_OK);
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 // --- the target: frames are encoded and go nowhere ---
@@ -183,13 +177,13 @@ TEST_F(WritingFails, SilentlyToAFolder)
     std::filesystem::create_directory(m_dir / "written.mp4");
     ExpectFrames(m_dir / "written.mp4", QM_OK);
     EXPECT_TRUE(std::filesystem::is_empty(m_dir / "written.mp4"));
-    EXPECT_EQ(FilesInFolder(), 1U);
+    EXPECT_EQ(m_dir.Names().size(), 1U);
 }
 
 TEST_F(WritingFails, SilentlyIntoAFolderThatDoesNotExist)
 {
     ExpectFrames(m_dir / "nowhere/written.mp4", QM_OK);
-    EXPECT_EQ(FilesInFolder(), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 TEST_F(WritingFails, SilentlyToAFileThatMayOnlyBeRead)
@@ -237,38 +231,19 @@ TEST_F(WritingFails, SilentlyToADeviceThatIsFull)
     EXPECT_EQ(ReadBytes(m_dir / "written.mp4"), GoodFile());
 }
 
-// A process of its own that writes as the program of that name says; gives its wait status.
-int RunWriter(const std::vector<std::string>& vArguments)
-{
-    std::vector<char*> vPointers = {const_cast<char*>(QM_WRITER)};
-    for (const std::string& strArgument : vArguments)
-        vPointers.push_back(const_cast<char*>(strArgument.c_str()));
-    vPointers.push_back(nullptr);
-    const pid_t nChild = fork();
-    if (nChild == 0)
-    {
-        alarm(120);  // a writer that hangs is no writer that failed
-        execv(QM_WRITER, vPointers.data());
-        _exit(127);
-    }
-    int nStatus = -1;
-    EXPECT_EQ(waitpid(nChild, &nStatus, 0), nChild);
-    return nStatus;
-}
-
 // The same pictures as in GoodFile, to a disk with so many bytes free.
 TEST_F(WritingFails, SilentlyOnADiskThatIsFull)
 {
     const Bytes vGood = GoodFile();
-    const std::uint32_t uiMdatEnd = 40 + Number32(&vGood[40]);
+    const std::uint32_t uiMdatEnd = 40 + WordAt(vGood, 40);
     for (const std::size_t uiRoom : {std::size_t{0}, std::size_t{20}, std::size_t{48}, std::size_t{5000},
                                      std::size_t{100000}, std::size_t{uiMdatEnd}, vGood.size() - 1})
     {
         SCOPED_TRACE(uiRoom);
         const std::filesystem::path path = m_dir / "written.mp4";
-        const int nStatus = RunWriter({"full", path.string(), std::to_string(g_uiFrames), std::to_string(uiRoom)});
-        EXPECT_TRUE(WIFEXITED(nStatus)) << "signal " << WTERMSIG(nStatus);
-        EXPECT_EQ(WEXITSTATUS(nStatus), 0);
+        const ProgramResult writer =
+            RunProgram(QM_WRITER, {"full", path.string(), std::to_string(g_uiFrames), std::to_string(uiRoom)});
+        EXPECT_EQ(writer.m_nStatus, 0) << writer.m_strErr;
         const Bytes vFile = ReadBytes(path);
         EXPECT_LE(vFile.size(), uiRoom);
         // What came before the disk was full is what a writer puts there, and it never came to the size.
@@ -286,7 +261,7 @@ Bytes WithStartCodes(Bytes vMdat)
 {
     for (std::size_t uiOffset = 0; uiOffset + 4 <= vMdat.size();)
     {
-        const std::uint32_t uiLength = Number32(&vMdat[uiOffset]);
+        const std::uint32_t uiLength = WordAt(vMdat, uiOffset);
         const Bytes vStartCode = {0, 0, 0, 1};
         std::copy(vStartCode.begin(), vStartCode.end(), vMdat.begin() + static_cast<std::ptrdiff_t>(uiOffset));
         uiOffset += 4 + uiLength;
@@ -298,9 +273,8 @@ TEST_F(WritingFails, WhenTheWriterDiesTheFileIsMarkedAsUnfinished)
 {
     const Bytes vGood = GoodFile();
     const std::filesystem::path path = m_dir / "written.mp4";
-    const int nStatus = RunWriter({"die", path.string(), std::to_string(g_uiFrames)});
-    ASSERT_TRUE(WIFSIGNALED(nStatus));
-    ASSERT_EQ(WTERMSIG(nStatus), SIGKILL);
+    const ProgramResult writer = RunProgram(QM_WRITER, {"die", path.string(), std::to_string(g_uiFrames)});
+    ASSERT_EQ(writer.m_nStatus, 128 + SIGKILL) << writer.m_strErr;
 
     const Bytes vFile = ReadBytes(path);
     ASSERT_GT(vFile.size(), 1000U) << "nothing had reached the disk";

@@ -7,7 +7,7 @@
 
 #include "support/ffmpeg_judge.h"
 #include "support/muxed_file.h"
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
 
@@ -30,7 +30,7 @@ std::vector<Bytes> UnitsOf(const Bytes& vMdat, std::size_t uiBegin, std::size_t 
     const std::size_t uiEnd = uiBegin + uiSize;
     while (uiBegin + 4 <= uiEnd && uiEnd <= vMdat.size())
     {
-        const std::size_t uiLength = Number32(&vMdat[uiBegin]);
+        const std::size_t uiLength = WordAt(vMdat, uiBegin);
         if (uiLength > uiEnd - uiBegin - 4) break;
         const auto first = vMdat.begin() + static_cast<std::ptrdiff_t>(uiBegin + 4);
         vUnits.emplace_back(first, first + static_cast<std::ptrdiff_t>(uiLength));
@@ -129,10 +129,10 @@ protected:
         const std::uint32_t uiEvenWidth = (uiWidth + 1) / 2 * 2;
         const std::uint32_t uiEvenHeight = (uiHeight + 1) / 2 * 2;
         ExpectFile(path, uiEvenWidth, uiEvenHeight, vTimesMs);
-        ExpectReadByFfmpeg(path.string(), uiEvenWidth, uiEvenHeight, vTimesMs);
+        ExpectReadByFfmpeg(path, uiEvenWidth, uiEvenHeight, vTimesMs);
     }
 
-    const TempDir m_dir;
+    const TemporaryFolder m_dir;
     const ModuleHost m_host;
 };
 

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <random>
 
-#include "support/video_maker.h"
+#include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
 
@@ -27,7 +27,7 @@ protected:
         WriteFile(m_host, Path(), vTimesMs, [](std::uint32_t ui) { return NumberedPicture(160, 96, ui + 1); });
     }
 
-    const TempDir m_dir;
+    const TemporaryFolder m_dir;
     const ModuleHost m_host;
 };
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "support/writing_host.h"
 #include "test_pictures.h"
@@ -48,6 +49,7 @@ void FillDisk(const ModuleHost& host, const std::string& strPath, std::uint32_t 
 
 int main(int argc, char** argv)
 {
+    alarm(120);  // seconds, after which a writer that hangs ends by a signal
     const std::string strTask = argc > 3 ? argv[1] : "";
     try
     {

@@ -1,14 +1,28 @@
-// One open file in a folder of the test's own.
+// Files in a folder of the test's own.
 #pragma once
 
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "hostapi/hostplatform.h"
-#include "tests/host/temp_folder.h"
+#include "support/temporary_folder.h"
 
-class File : public testing::Test
+using test_support::ReadBytes;
+using test_support::WriteBytes;
+
+class FileInFolder : public testing::Test
+{
+protected:
+    // The path of a file in the folder, as the host takes it.
+    std::wstring Wide(const std::wstring& strName) const { return m_folder.Path().wstring() + L"/" + strName; }
+
+    const test_support::TemporaryFolder m_folder;
+};
+
+// One open file.
+class File : public FileInFolder
 {
 protected:
     ~File() override
@@ -19,7 +33,7 @@ protected:
     void Open(const std::wstring& strName, int nMode)
     {
         const int nShare = nMode == QM_FILE_READ ? QM_SHARE_READ : QM_SHARE_NONE;
-        ASSERT_EQ(QM_OpenFile((m_folder / strName).c_str(), nMode, nShare, -1, &m_hFile), QM_OK);
+        ASSERT_EQ(QM_OpenFile(Wide(strName).c_str(), nMode, nShare, -1, &m_hFile), QM_OK);
         ASSERT_NE(m_hFile, nullptr);
     }
 
@@ -30,12 +44,12 @@ protected:
         return nStatus;
     }
 
-    QmStatus Write(const CBytes& bytes) { return QM_WriteFile(m_hFile, bytes.data(), bytes.size(), nullptr, nullptr); }
+    QmStatus Write(const Bytes& bytes) { return QM_WriteFile(m_hFile, bytes.data(), bytes.size(), nullptr, nullptr); }
 
     // The next uiBytes, or nothing.
-    CBytes Read(std::size_t uiBytes)
+    Bytes Read(std::size_t uiBytes)
     {
-        CBytes bytes(uiBytes);
+        Bytes bytes(uiBytes);
         if (QM_ReadFile(m_hFile, bytes.data(), uiBytes, nullptr, nullptr) != QM_OK) bytes.clear();
         return bytes;
     }
@@ -49,9 +63,17 @@ protected:
         return uiSize;
     }
 
-    CTempFolder m_folder;
     QmFileHandle m_hFile = nullptr;
 };
+
+inline Bytes RandomBytes(std::size_t uiSize, unsigned int uiSeed)
+{
+    std::mt19937 random(uiSeed);
+    Bytes bytes(uiSize);
+    for (unsigned char& byte : bytes)
+        byte = static_cast<unsigned char>(random());
+    return bytes;
+}
 
 // A handle that isn't null, so that a test sees it become null.
 inline QmFileHandle AnyHandle()
@@ -60,7 +82,7 @@ inline QmFileHandle AnyHandle()
     return reinterpret_cast<QmFileHandle>(&chAny);
 }
 
-inline CBytes BytesOf(const std::string& strText)
+inline Bytes BytesOf(const std::string& strText)
 {
-    return CBytes(strText.begin(), strText.end());
+    return Bytes(strText.begin(), strText.end());
 }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -14,7 +15,7 @@ TEST_F(File, IsWrittenAndReadBack)
     EXPECT_EQ(Write(BytesOf("hello")), QM_OK);
     EXPECT_EQ(Write(BytesOf(" world")), QM_OK);
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), BytesOf("hello world"));
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), BytesOf("hello world"));
 
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Read(5), BytesOf("hello"));
@@ -24,27 +25,27 @@ TEST_F(File, IsWrittenAndReadBack)
 
 TEST_F(File, CreatingEmptiesAnExistingOne)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("something longer"));
+    WriteBytes(m_folder / "a.bin", BytesOf("something longer"));
     Open(L"a.bin", QM_FILE_CREATE);
     EXPECT_EQ(Size(), 0u);
     EXPECT_EQ(Write(BytesOf("x")), QM_OK);
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), BytesOf("x"));
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), BytesOf("x"));
 }
 
 TEST_F(File, OpenedForReadingCanNotBeWritten)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("abc"));
+    WriteBytes(m_folder / "a.bin", BytesOf("abc"));
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Write(BytesOf("x")), QM_ERR_FAIL);
     EXPECT_EQ(Read(3), BytesOf("abc"));
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), BytesOf("abc"));
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), BytesOf("abc"));
 }
 
 TEST_F(File, WhatCanNotBeOpenedLeavesANullHandle)
 {
-    Spill(m_folder.Path() / "file", BytesOf("abc"));
+    WriteBytes(m_folder / "file", BytesOf("abc"));
     const auto expectRefused = [](const wchar_t* pwszPath, int nMode) {
         QmFileHandle hFile = AnyHandle();
         EXPECT_EQ(QM_OpenFile(pwszPath, nMode, QM_SHARE_READ, -1, &hFile), QM_ERR_FILEOPEN);
@@ -52,14 +53,14 @@ TEST_F(File, WhatCanNotBeOpenedLeavesANullHandle)
     };
     for (const int nMode : {QM_FILE_READ, QM_FILE_CREATE})
     {
-        expectRefused(m_folder.Path().wstring().c_str(), nMode);        // a directory
-        expectRefused((m_folder / L"no folder/a.bin").c_str(), nMode);  // a missing folder in the path
-        expectRefused((m_folder / L"file/a.bin").c_str(), nMode);       // a file in the path
+        expectRefused(m_folder.Path().wstring().c_str(), nMode);  // a directory
+        expectRefused(Wide(L"no folder/a.bin").c_str(), nMode);   // a missing folder in the path
+        expectRefused(Wide(L"file/a.bin").c_str(), nMode);        // a file in the path
         expectRefused(L"", nMode);
         expectRefused(nullptr, nMode);
     }
-    expectRefused((m_folder / L"missing.bin").c_str(), QM_FILE_READ);
-    expectRefused((m_folder / L"file").c_str(), 2);  // not a mode of the host
+    expectRefused(Wide(L"missing.bin").c_str(), QM_FILE_READ);
+    expectRefused(Wide(L"file").c_str(), 2);  // not a mode of the host
     EXPECT_EQ(m_folder.Names(), std::set<std::string>{"file"});
 }
 
@@ -68,7 +69,7 @@ TEST_F(File, NullsAreFailures)
     unsigned char uiByte = 0;
     std::uint64_t uiSize = 0;
     std::tm time = {};
-    EXPECT_EQ(QM_OpenFile((m_folder / L"a.bin").c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, nullptr), QM_ERR_FAIL);
+    EXPECT_EQ(QM_OpenFile(Wide(L"a.bin").c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(QM_ReadFile(nullptr, &uiByte, 1, nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(QM_WriteFile(nullptr, &uiByte, 1, nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(QM_SeekFile(nullptr, 0, QM_SEEK_BEGIN), QM_ERR_FAIL);
@@ -94,7 +95,7 @@ TEST_F(File, ATransferOfNoBytesWorksAtAnyPosition)
     EXPECT_EQ(QM_ReadFile(m_hFile, nullptr, 0, nullptr, nullptr), QM_OK);
     EXPECT_EQ(Size(), 0u);
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin").size(), 0u);
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin").size(), 0u);
 }
 
 TEST_F(File, PathsAreUnicode)
@@ -103,7 +104,7 @@ TEST_F(File, PathsAreUnicode)
     Open(L"\u00e4\u65e5\U0001F600.bin", QM_FILE_CREATE);
     EXPECT_EQ(Write(BytesOf("abc")), QM_OK);
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / std::filesystem::path(u8"\u00e4\u65e5\U0001F600.bin")), BytesOf("abc"));
+    EXPECT_EQ(ReadBytes(m_folder / std::filesystem::path(u8"\u00e4\u65e5\U0001F600.bin")), BytesOf("abc"));
     Open(L"\u00e4\u65e5\U0001F600.bin", QM_FILE_READ);
     EXPECT_EQ(Read(3), BytesOf("abc"));
 }
@@ -113,7 +114,7 @@ TEST_F(File, SharingFollowsTheSystem)
     Open(L"a.bin", QM_FILE_CREATE);
     EXPECT_EQ(Write(BytesOf("abc")), QM_OK);
     QmFileHandle hReader = AnyHandle();
-    const QmStatus nStatus = QM_OpenFile((m_folder / L"a.bin").c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hReader);
+    const QmStatus nStatus = QM_OpenFile(Wide(L"a.bin").c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hReader);
 #if defined(_WIN32)
     EXPECT_EQ(nStatus, QM_ERR_FILEOPEN);
     EXPECT_EQ(hReader, nullptr);
@@ -125,10 +126,10 @@ TEST_F(File, SharingFollowsTheSystem)
 
 TEST_F(File, TwoReadersShare)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("abc"));
+    WriteBytes(m_folder / "a.bin", BytesOf("abc"));
     Open(L"a.bin", QM_FILE_READ);
     QmFileHandle hOther = nullptr;
-    ASSERT_EQ(QM_OpenFile((m_folder / L"a.bin").c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hOther), QM_OK);
+    ASSERT_EQ(QM_OpenFile(Wide(L"a.bin").c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hOther), QM_OK);
     char achText[3];
     EXPECT_EQ(QM_ReadFile(hOther, achText, 3, nullptr, nullptr), QM_OK);
     EXPECT_EQ(Read(3), BytesOf("abc"));
@@ -151,8 +152,8 @@ TEST_F(File, TimesAreInUtc)
                                {1078099200, 2004, 3, 1, 0, 0, 0, 1, 60}};
     for (const SCase& expected : CASES)
     {
-        const auto path = m_folder.Path() / "a.bin";
-        Spill(path, BytesOf("abc"));
+        const auto path = m_folder / "a.bin";
+        WriteBytes(path, BytesOf("abc"));
         const std::chrono::sys_seconds time{std::chrono::seconds(expected.m_nSeconds)};
         std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
         Open(L"a.bin", QM_FILE_READ);
@@ -183,11 +184,11 @@ TEST_F(File, TimesAreInUtc)
 
 TEST_F(File, ReadersSeeAFileGrow)
 {
-    std::ofstream writer(m_folder.Path() / "a.bin", std::ios::binary);
+    std::ofstream writer(m_folder / "a.bin", std::ios::binary);
     writer << "0123" << std::flush;
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Read(4), BytesOf("0123"));
-    EXPECT_EQ(Read(1), CBytes());
+    EXPECT_EQ(Read(1), Bytes());
     writer << "4567" << std::flush;
     EXPECT_EQ(Size(), 8u);
     EXPECT_EQ(Read(4), BytesOf("4567"));
@@ -198,7 +199,7 @@ TEST_F(File, WideTextThatIsNotUnicodeOpensNothing)
     for (const wchar_t wchBad : {wchar_t{0xD800}, wchar_t{0xDFFF}, wchar_t{0x110000}, static_cast<wchar_t>(-1)})
     {
         QmFileHandle hFile = AnyHandle();
-        const std::wstring strPath = (m_folder / L"a") + wchBad;
+        const std::wstring strPath = Wide(L"a") + wchBad;
         EXPECT_EQ(QM_OpenFile(strPath.c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_ERR_FILEOPEN);
         EXPECT_EQ(hFile, nullptr);
     }
@@ -207,10 +208,10 @@ TEST_F(File, WideTextThatIsNotUnicodeOpensNothing)
 
 TEST_F(File, APipeIsRefusedWithoutWaiting)
 {
-    ASSERT_EQ(mkfifo((m_folder.Path() / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
     for (const int nMode : {QM_FILE_READ, QM_FILE_CREATE})
     {
-        EXPECT_EQ(QM_OpenFile((m_folder / L"pipe").c_str(), nMode, QM_SHARE_READ, -1, &m_hFile), QM_ERR_FILEOPEN);
+        EXPECT_EQ(QM_OpenFile(Wide(L"pipe").c_str(), nMode, QM_SHARE_READ, -1, &m_hFile), QM_ERR_FILEOPEN);
         EXPECT_EQ(m_hFile, nullptr);
     }
 }

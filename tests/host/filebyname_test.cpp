@@ -5,7 +5,7 @@
 #include <chrono>
 #include <utility>
 
-#include "tests/host/temp_folder.h"
+#include "file_fixture.h"
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -16,21 +16,21 @@ namespace
 
 using CNames = std::set<std::string>;
 
-class FileByName : public testing::Test
+class FileByName : public FileInFolder
 {
 protected:
-    std::filesystem::path Path(const std::string& strName) const { return m_folder.Path() / strName; }
+    std::filesystem::path Path(const std::string& strName) const { return m_folder / strName; }
 
     QmStatus Copy(const std::wstring& strFrom, const std::wstring& strTo, bool bOverwrite)
     {
         m_vReports.clear();
-        return QM_CopyFile((m_folder / strFrom).c_str(), (m_folder / strTo).c_str(), bOverwrite, OnProgress, this, 0);
+        return QM_CopyFile(Wide(strFrom).c_str(), Wide(strTo).c_str(), bOverwrite, OnProgress, this, 0);
     }
 
     QmStatus Move(const std::wstring& strFrom, const std::wstring& strTo, bool bOverwrite)
     {
         m_vReports.clear();
-        return QM_MoveFile((m_folder / strFrom).c_str(), (m_folder / strTo).c_str(), bOverwrite, OnProgress, this, 0);
+        return QM_MoveFile(Wide(strFrom).c_str(), Wide(strTo).c_str(), bOverwrite, OnProgress, this, 0);
     }
 
     static bool OnProgress(std::uint64_t uiDone, std::uint64_t uiTotal, void* pUser)
@@ -52,9 +52,8 @@ protected:
         }
     }
 
-    CTempFolder m_folder;
-    static inline const CBytes m_large = RandomBytes(2500000, 3);
-    static inline const CBytes m_small = RandomBytes(10, 4);
+    static inline const Bytes m_large = RandomBytes(2500000, 3);
+    static inline const Bytes m_small = RandomBytes(10, 4);
     std::vector<std::pair<std::uint64_t, std::uint64_t>> m_vReports;
     std::size_t m_uiStopAt = 0;  // the number of the report that stops the operation
 };
@@ -63,12 +62,12 @@ protected:
 
 TEST_F(FileByName, ReportsTheSizeOfFilesOnly)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     std::uint64_t uiSize = 0;
-    EXPECT_EQ(QM_GetFileSizeFromName((m_folder / L"a").c_str(), &uiSize), QM_OK);
+    EXPECT_EQ(QM_GetFileSizeFromName(Wide(L"a").c_str(), &uiSize), QM_OK);
     EXPECT_EQ(uiSize, m_large.size());
-    EXPECT_EQ(QM_GetFileSizeFromName((m_folder / L"a").c_str(), nullptr), QM_ERR_FAIL);
-    EXPECT_EQ(QM_GetFileSizeFromName((m_folder / L"missing").c_str(), &uiSize), QM_ERR_FILEOPEN);
+    EXPECT_EQ(QM_GetFileSizeFromName(Wide(L"a").c_str(), nullptr), QM_ERR_FAIL);
+    EXPECT_EQ(QM_GetFileSizeFromName(Wide(L"missing").c_str(), &uiSize), QM_ERR_FILEOPEN);
     EXPECT_EQ(QM_GetFileSizeFromName(m_folder.Path().wstring().c_str(), &uiSize), QM_ERR_FILEOPEN);
     EXPECT_EQ(QM_GetFileSizeFromName(L"", &uiSize), QM_ERR_FILEOPEN);
     EXPECT_EQ(QM_GetFileSizeFromName(nullptr, &uiSize), QM_ERR_FILEOPEN);
@@ -77,19 +76,19 @@ TEST_F(FileByName, ReportsTheSizeOfFilesOnly)
 TEST_F(FileByName, ReportsTheSizeOfAFileThatIsBeingWritten)
 {
     QmFileHandle hFile = nullptr;
-    ASSERT_EQ(QM_OpenFile((m_folder / L"a").c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_OK);
+    ASSERT_EQ(QM_OpenFile(Wide(L"a").c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_OK);
     std::uint64_t uiSize = 1;
-    EXPECT_EQ(QM_GetFileSizeFromName((m_folder / L"a").c_str(), &uiSize), QM_OK);
+    EXPECT_EQ(QM_GetFileSizeFromName(Wide(L"a").c_str(), &uiSize), QM_OK);
     EXPECT_EQ(uiSize, 0u);
     EXPECT_EQ(QM_CloseFile(hFile), QM_OK);
 }
 
 TEST_F(FileByName, CopiesWithProgress)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     EXPECT_EQ(Copy(L"a", L"b", false), QM_OK);
-    EXPECT_EQ(Slurp(Path("a")), m_large);
-    EXPECT_EQ(Slurp(Path("b")), m_large);
+    EXPECT_EQ(ReadBytes(Path("a")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_large);
     EXPECT_GT(m_vReports.size(), 2u);
     ExpectProgressTo(m_large.size());
     EXPECT_EQ(m_folder.Names(), (CNames{"a", "b"}));
@@ -97,14 +96,14 @@ TEST_F(FileByName, CopiesWithProgress)
 
 TEST_F(FileByName, CopiesWithoutAProgressFunction)
 {
-    Spill(Path("a"), m_small);
-    EXPECT_EQ(QM_CopyFile((m_folder / L"a").c_str(), (m_folder / L"b").c_str(), false, nullptr, nullptr, 0), QM_OK);
-    EXPECT_EQ(Slurp(Path("b")), m_small);
+    WriteBytes(Path("a"), m_small);
+    EXPECT_EQ(QM_CopyFile(Wide(L"a").c_str(), Wide(L"b").c_str(), false, nullptr, nullptr, 0), QM_OK);
+    EXPECT_EQ(ReadBytes(Path("b")), m_small);
 }
 
 TEST_F(FileByName, CopiesAnEmptyFile)
 {
-    Spill(Path("a"), {});
+    WriteBytes(Path("a"), {});
     EXPECT_EQ(Copy(L"a", L"b", false), QM_OK);
     EXPECT_TRUE(std::filesystem::exists(Path("b")));
     EXPECT_EQ(std::filesystem::file_size(Path("b")), 0u);
@@ -115,17 +114,17 @@ TEST_F(FileByName, CopiesFilesOfExactlyOneStep)
 {
     for (const std::size_t uiSize : {std::size_t{1} << 20, std::size_t{1} << 21})
     {
-        const CBytes bytes = RandomBytes(uiSize, 5);
-        Spill(Path("a"), bytes);
+        const Bytes bytes = RandomBytes(uiSize, 5);
+        WriteBytes(Path("a"), bytes);
         EXPECT_EQ(Copy(L"a", L"b", true), QM_OK);
-        EXPECT_EQ(Slurp(Path("b")), bytes);
+        EXPECT_EQ(ReadBytes(Path("b")), bytes);
         ExpectProgressTo(uiSize);
     }
 }
 
 TEST_F(FileByName, ACopyHasItsOriginalsTime)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     const auto time = std::chrono::file_clock::from_sys(std::chrono::sys_seconds(std::chrono::seconds(1000000000)));
     std::filesystem::last_write_time(Path("a"), time);
     EXPECT_EQ(Copy(L"a", L"b", false), QM_OK);
@@ -134,19 +133,19 @@ TEST_F(FileByName, ACopyHasItsOriginalsTime)
 
 TEST_F(FileByName, CopyReplacesOnlyWhenAsked)
 {
-    Spill(Path("a"), m_large);
-    Spill(Path("b"), m_small);
+    WriteBytes(Path("a"), m_large);
+    WriteBytes(Path("b"), m_small);
     EXPECT_EQ(Copy(L"a", L"b", false), QM_ERR_FILEOPEN);
     EXPECT_TRUE(m_vReports.empty());
-    EXPECT_EQ(Slurp(Path("b")), m_small);
+    EXPECT_EQ(ReadBytes(Path("b")), m_small);
     EXPECT_EQ(Copy(L"a", L"b", true), QM_OK);
-    EXPECT_EQ(Slurp(Path("b")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_large);
     EXPECT_EQ(m_folder.Names(), (CNames{"a", "b"}));
 }
 
 TEST_F(FileByName, AStoppedCopyLeavesNoTarget)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     for (m_uiStopAt = 1; m_uiStopAt <= 4; ++m_uiStopAt)  // before the first byte to after the last
     {
         EXPECT_EQ(Copy(L"a", L"b", false), QM_ERR_FAIL);
@@ -158,38 +157,38 @@ TEST_F(FileByName, AStoppedCopyLeavesNoTarget)
 
 TEST_F(FileByName, AStoppedCopyLeavesAnExistingTargetAsItWas)
 {
-    Spill(Path("a"), m_large);
-    Spill(Path("b"), m_small);
+    WriteBytes(Path("a"), m_large);
+    WriteBytes(Path("b"), m_small);
     m_uiStopAt = 3;
     EXPECT_EQ(Copy(L"a", L"b", true), QM_ERR_FAIL);
-    EXPECT_EQ(Slurp(Path("b")), m_small);
+    EXPECT_EQ(ReadBytes(Path("b")), m_small);
     EXPECT_EQ(m_folder.Names(), (CNames{"a", "b"}));
 }
 
 TEST_F(FileByName, ACopyOntoItselfKeepsTheFile)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     EXPECT_EQ(Copy(L"a", L"a", true), QM_OK);
-    EXPECT_EQ(Slurp(Path("a")), m_large);
+    EXPECT_EQ(ReadBytes(Path("a")), m_large);
     EXPECT_EQ(Copy(L"a", L"a", false), QM_ERR_FILEOPEN);
-    EXPECT_EQ(Slurp(Path("a")), m_large);
+    EXPECT_EQ(ReadBytes(Path("a")), m_large);
     EXPECT_EQ(m_folder.Names(), CNames{"a"});
 }
 
 TEST_F(FileByName, CopyRefusesWhatItCanNotOpen)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     EXPECT_EQ(Copy(L"missing", L"b", true), QM_ERR_FILEOPEN);
     EXPECT_EQ(Copy(L".", L"b", true), QM_ERR_FILEOPEN);
     EXPECT_EQ(Copy(L"a", L"no folder/b", true), QM_ERR_FILEOPEN);
     EXPECT_EQ(QM_CopyFile(nullptr, L"b", true, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
-    EXPECT_EQ(QM_CopyFile((m_folder / L"a").c_str(), L"", true, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
+    EXPECT_EQ(QM_CopyFile(Wide(L"a").c_str(), L"", true, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
     EXPECT_EQ(m_folder.Names(), CNames{"a"});
 }
 
 TEST_F(FileByName, CopyLeavesNothingWhereAFolderIsInTheWay)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     std::filesystem::create_directory(Path("b"));
     EXPECT_EQ(Copy(L"a", L"b", true), QM_ERR_FAIL);
     EXPECT_TRUE(std::filesystem::is_directory(Path("b")));
@@ -198,48 +197,48 @@ TEST_F(FileByName, CopyLeavesNothingWhereAFolderIsInTheWay)
 
 TEST_F(FileByName, CopiesToANameOfTheGreatestLength)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     EXPECT_EQ(Copy(L"a", std::wstring(200, L'n') + L".mp4", false), QM_OK);
-    EXPECT_EQ(Slurp(Path(std::string(200, 'n') + ".mp4")), m_small);
+    EXPECT_EQ(ReadBytes(Path(std::string(200, 'n') + ".mp4")), m_small);
 #if !defined(_WIN32)
     EXPECT_EQ(Copy(L"a", std::wstring(255, L'n'), false), QM_OK);
-    EXPECT_EQ(Slurp(Path(std::string(255, 'n'))), m_small);
+    EXPECT_EQ(ReadBytes(Path(std::string(255, 'n'))), m_small);
 #endif
 }
 
 TEST_F(FileByName, CopiesBesideTheLeftoversOfFailedCopies)
 {
-    Spill(Path("a"), m_small);
-    Spill(Path("~copy0.part"), m_large);
+    WriteBytes(Path("a"), m_small);
+    WriteBytes(Path("~copy0.part"), m_large);
     EXPECT_EQ(Copy(L"a", L"b", false), QM_OK);
-    EXPECT_EQ(Slurp(Path("b")), m_small);
-    EXPECT_EQ(Slurp(Path("~copy0.part")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_small);
+    EXPECT_EQ(ReadBytes(Path("~copy0.part")), m_large);
 }
 
 TEST_F(FileByName, Moves)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     EXPECT_EQ(Move(L"a", L"b", false), QM_OK);
-    EXPECT_EQ(Slurp(Path("b")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_large);
     ExpectProgressTo(m_large.size());
     EXPECT_EQ(m_folder.Names(), CNames{"b"});
 }
 
 TEST_F(FileByName, MoveReplacesOnlyWhenAsked)
 {
-    Spill(Path("a"), m_large);
-    Spill(Path("b"), m_small);
+    WriteBytes(Path("a"), m_large);
+    WriteBytes(Path("b"), m_small);
     EXPECT_EQ(Move(L"a", L"b", false), QM_ERR_FILEOPEN);
-    EXPECT_EQ(Slurp(Path("a")), m_large);
-    EXPECT_EQ(Slurp(Path("b")), m_small);
+    EXPECT_EQ(ReadBytes(Path("a")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_small);
     EXPECT_EQ(Move(L"a", L"b", true), QM_OK);
-    EXPECT_EQ(Slurp(Path("b")), m_large);
+    EXPECT_EQ(ReadBytes(Path("b")), m_large);
     EXPECT_EQ(m_folder.Names(), CNames{"b"});
 }
 
 TEST_F(FileByName, AMoveThatIsStoppedAtOnceMovesNothing)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     m_uiStopAt = 1;
     EXPECT_EQ(Move(L"a", L"b", false), QM_ERR_FAIL);
     EXPECT_EQ(m_folder.Names(), CNames{"a"});
@@ -257,11 +256,11 @@ TEST_F(FileByName, MoveRefusesWhatIsNoFile)
 
 TEST_F(FileByName, Removes)
 {
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     std::filesystem::create_directory(Path("folder"));
-    EXPECT_EQ(QM_RemoveFile((m_folder / L"a").c_str(), 0), QM_OK);
-    EXPECT_EQ(QM_RemoveFile((m_folder / L"a").c_str(), 0), QM_ERR_FAIL);
-    EXPECT_EQ(QM_RemoveFile((m_folder / L"folder").c_str(), 0), QM_ERR_FAIL);
+    EXPECT_EQ(QM_RemoveFile(Wide(L"a").c_str(), 0), QM_OK);
+    EXPECT_EQ(QM_RemoveFile(Wide(L"a").c_str(), 0), QM_ERR_FAIL);
+    EXPECT_EQ(QM_RemoveFile(Wide(L"folder").c_str(), 0), QM_ERR_FAIL);
     EXPECT_EQ(QM_RemoveFile(L"", 0), QM_ERR_FAIL);
     EXPECT_EQ(QM_RemoveFile(nullptr, 0), QM_ERR_FAIL);
     EXPECT_EQ(m_folder.Names(), CNames{"folder"});
@@ -293,7 +292,7 @@ protected:
     QmStatus MoveAway(bool bOverwrite)
     {
         m_vReports.clear();
-        return QM_MoveFile((m_folder / L"a").c_str(), m_strOther.c_str(), bOverwrite, OnProgress, this, 0);
+        return QM_MoveFile(Wide(L"a").c_str(), m_strOther.c_str(), bOverwrite, OnProgress, this, 0);
     }
 
     std::wstring m_strOther;
@@ -303,24 +302,24 @@ protected:
 
 TEST_F(OtherDevice, MovesByCopying)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     EXPECT_EQ(MoveAway(false), QM_OK);
-    EXPECT_EQ(Slurp(m_strOther), m_large);
+    EXPECT_EQ(ReadBytes(m_strOther), m_large);
     EXPECT_TRUE(m_folder.Names().empty());
     ExpectProgressTo(m_large.size());
 
-    Spill(Path("a"), m_small);
+    WriteBytes(Path("a"), m_small);
     EXPECT_EQ(MoveAway(false), QM_ERR_FILEOPEN);
     EXPECT_EQ(MoveAway(true), QM_OK);
-    EXPECT_EQ(Slurp(m_strOther), m_small);
+    EXPECT_EQ(ReadBytes(m_strOther), m_small);
 }
 
 TEST_F(OtherDevice, AStoppedMoveLeavesTheSourceOnly)
 {
-    Spill(Path("a"), m_large);
+    WriteBytes(Path("a"), m_large);
     m_uiStopAt = 4;
     EXPECT_EQ(MoveAway(false), QM_ERR_FAIL);
-    EXPECT_EQ(Slurp(Path("a")), m_large);
+    EXPECT_EQ(ReadBytes(Path("a")), m_large);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(m_strOther)));
 }
 

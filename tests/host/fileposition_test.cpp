@@ -7,17 +7,17 @@
 
 TEST_F(File, ReadsNothingPastTheEnd)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("0123456789"));
+    WriteBytes(m_folder / "a.bin", BytesOf("0123456789"));
     Open(L"a.bin", QM_FILE_READ);
-    EXPECT_EQ(Read(11), CBytes());
+    EXPECT_EQ(Read(11), Bytes());
     EXPECT_EQ(Read(10), BytesOf("0123456789"));  // a failed read doesn't move the position
-    EXPECT_EQ(Read(1), CBytes());
+    EXPECT_EQ(Read(1), Bytes());
     EXPECT_EQ(Seek(8), QM_OK);
-    EXPECT_EQ(Read(3), CBytes());
+    EXPECT_EQ(Read(3), Bytes());
     EXPECT_EQ(Read(2), BytesOf("89"));
     EXPECT_EQ(Seek(1000000), QM_OK);
-    EXPECT_EQ(Read(1), CBytes());
-    CBytes large(1000000);
+    EXPECT_EQ(Read(1), Bytes());
+    Bytes large(1000000);
     EXPECT_EQ(Seek(0), QM_OK);
     EXPECT_EQ(QM_ReadFile(m_hFile, large.data(), large.size(), nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(Read(2), BytesOf("01"));
@@ -25,7 +25,7 @@ TEST_F(File, ReadsNothingPastTheEnd)
 
 TEST_F(File, SeeksFromTheBeginAndTheEnd)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("0123456789"));
+    WriteBytes(m_folder / "a.bin", BytesOf("0123456789"));
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Seek(4), QM_OK);
     EXPECT_EQ(Read(1), BytesOf("4"));
@@ -34,12 +34,12 @@ TEST_F(File, SeeksFromTheBeginAndTheEnd)
     EXPECT_EQ(Seek(-10, QM_SEEK_END), QM_OK);
     EXPECT_EQ(Read(1), BytesOf("0"));
     EXPECT_EQ(Seek(0, QM_SEEK_END), QM_OK);
-    EXPECT_EQ(Read(1), CBytes());
+    EXPECT_EQ(Read(1), Bytes());
 }
 
 TEST_F(File, ASeekOutsideTheRangeFailsAndMovesNothing)
 {
-    Spill(m_folder.Path() / "a.bin", BytesOf("0123456789"));
+    WriteBytes(m_folder / "a.bin", BytesOf("0123456789"));
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Seek(5), QM_OK);
     constexpr std::int64_t MIN = std::numeric_limits<std::int64_t>::min();
@@ -52,7 +52,7 @@ TEST_F(File, ASeekOutsideTheRangeFailsAndMovesNothing)
     EXPECT_EQ(Seek(0, 1), QM_ERR_FAIL);  // not an origin of the host
     EXPECT_EQ(Read(1), BytesOf("5"));
     EXPECT_EQ(Seek(MAX), QM_OK);
-    EXPECT_EQ(Read(1), CBytes());
+    EXPECT_EQ(Read(1), Bytes());
 }
 
 TEST_F(File, WritesNothingAfterTheLastPosition)
@@ -67,16 +67,16 @@ TEST_F(File, WritesNothingAfterTheLastPosition)
 TEST_F(File, AReadSeesWhatWasWritten)
 {
     Open(L"a.bin", QM_FILE_CREATE);
-    const CBytes bytes = RandomBytes(200000, 1);
+    const Bytes bytes = RandomBytes(200000, 1);
     EXPECT_EQ(Write(bytes), QM_OK);
     EXPECT_EQ(Seek(150000), QM_OK);
     EXPECT_EQ(Write(BytesOf("changed")), QM_OK);
     EXPECT_EQ(Seek(149998), QM_OK);
-    const CBytes around = Read(11);
+    const Bytes around = Read(11);
     ASSERT_EQ(around.size(), 11u);
-    EXPECT_EQ(CBytes(around.begin(), around.begin() + 2), CBytes(bytes.begin() + 149998, bytes.begin() + 150000));
-    EXPECT_EQ(CBytes(around.begin() + 2, around.begin() + 9), BytesOf("changed"));
-    EXPECT_EQ(CBytes(around.begin() + 9, around.end()), CBytes(bytes.begin() + 150007, bytes.begin() + 150009));
+    EXPECT_EQ(Bytes(around.begin(), around.begin() + 2), Bytes(bytes.begin() + 149998, bytes.begin() + 150000));
+    EXPECT_EQ(Bytes(around.begin() + 2, around.begin() + 9), BytesOf("changed"));
+    EXPECT_EQ(Bytes(around.begin() + 9, around.end()), Bytes(bytes.begin() + 150007, bytes.begin() + 150009));
 }
 
 TEST_F(File, TheSizeCountsWhatIsStillInTheBuffer)
@@ -91,7 +91,7 @@ TEST_F(File, TheSizeCountsWhatIsStillInTheBuffer)
     EXPECT_EQ(Write(BytesOf("z")), QM_OK);
     EXPECT_EQ(Size(), 16u);
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), BytesOf(std::string("01ab456789\0\0\0\0\0z", 16)));
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), BytesOf(std::string("01ab456789\0\0\0\0\0z", 16)));
 }
 
 TEST_F(File, GapsReadAsZeros)
@@ -115,15 +115,15 @@ TEST_F(File, PositionsGoBeyondFourGigabytes)
     EXPECT_EQ(Close(), QM_OK);
 
     std::uint64_t uiSize = 0;
-    EXPECT_EQ(QM_GetFileSizeFromName((m_folder / L"a.bin").c_str(), &uiSize), QM_OK);
+    EXPECT_EQ(QM_GetFileSizeFromName(Wide(L"a.bin").c_str(), &uiSize), QM_OK);
     EXPECT_EQ(uiSize, static_cast<std::uint64_t>(FAR_POSITION) + 3);
-    EXPECT_EQ(std::filesystem::file_size(m_folder.Path() / "a.bin"), uiSize);
+    EXPECT_EQ(std::filesystem::file_size(m_folder / "a.bin"), uiSize);
 
     Open(L"a.bin", QM_FILE_READ);
     EXPECT_EQ(Seek(FAR_POSITION - 2), QM_OK);
     EXPECT_EQ(Read(5), BytesOf(std::string("\0\0far", 5)));
     EXPECT_EQ(Seek(FAR_POSITION % (std::int64_t{1} << 32)), QM_OK);  // the position that 32 bits would give
-    EXPECT_EQ(Read(3), CBytes(3));
+    EXPECT_EQ(Read(3), Bytes(3));
     EXPECT_EQ(Seek(-3, QM_SEEK_END), QM_OK);
     EXPECT_EQ(Read(3), BytesOf("far"));
     EXPECT_EQ(Seek(0), QM_OK);
@@ -150,7 +150,7 @@ TEST_F(File, BehavesLikeAnArrayOfBytes)
     };
 
     Open(L"a.bin", QM_FILE_CREATE);
-    CBytes model;
+    Bytes model;
     std::size_t uiPosition = 0;
     for (int nStep = 0; nStep < 6000; ++nStep)
     {
@@ -178,7 +178,7 @@ TEST_F(File, BehavesLikeAnArrayOfBytes)
         }
         case 4:
         case 5: {
-            const CBytes bytes = RandomBytes(uiSize, random());
+            const Bytes bytes = RandomBytes(uiSize, random());
             if (uiPosition + uiSize > 2000000) break;
             ASSERT_EQ(Write(bytes), QM_OK);
             if (uiSize == 0) break;
@@ -188,7 +188,7 @@ TEST_F(File, BehavesLikeAnArrayOfBytes)
             break;
         }
         default: {
-            CBytes bytes(uiSize);
+            Bytes bytes(uiSize);
             const QmStatus nStatus = QM_ReadFile(m_hFile, bytes.data(), uiSize, nullptr, nullptr);
             if (uiSize != 0 && uiPosition + uiSize > model.size())
             {
@@ -204,7 +204,7 @@ TEST_F(File, BehavesLikeAnArrayOfBytes)
         ASSERT_EQ(Size(), model.size());
     }
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), model);
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), model);
 }
 
 TEST_F(File, ManyPatchesOfAStreamAreAllWritten)
@@ -212,14 +212,14 @@ TEST_F(File, ManyPatchesOfAStreamAreAllWritten)
     // As a muxed file is finished: a seek and four bytes for each unit, then the size near the beginning, then more
     // bytes at the end.
     Open(L"a.bin", QM_FILE_CREATE);
-    CBytes model = RandomBytes(300000, 2);
+    Bytes model = RandomBytes(300000, 2);
     for (std::size_t i = 0; i < model.size(); i += 1000)
     {
         ASSERT_EQ(QM_WriteFile(m_hFile, model.data() + i, 1000, nullptr, nullptr), QM_OK);
     }
     for (std::size_t i = 48; i + 4 < model.size(); i += 777)
     {
-        const CBytes patch = RandomBytes(4, static_cast<unsigned int>(i));
+        const Bytes patch = RandomBytes(4, static_cast<unsigned int>(i));
         ASSERT_EQ(Seek(static_cast<std::int64_t>(i)), QM_OK);
         ASSERT_EQ(Write(patch), QM_OK);
         std::copy(patch.begin(), patch.end(), model.begin() + static_cast<std::ptrdiff_t>(i));
@@ -232,5 +232,5 @@ TEST_F(File, ManyPatchesOfAStreamAreAllWritten)
     for (const char ch : std::string("tail"))
         model.push_back(static_cast<unsigned char>(ch));
     EXPECT_EQ(Close(), QM_OK);
-    EXPECT_EQ(Slurp(m_folder.Path() / "a.bin"), model);
+    EXPECT_EQ(ReadBytes(m_folder / "a.bin"), model);
 }

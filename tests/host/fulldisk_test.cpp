@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "hostapi/hostplatform.h"
-#include "tests/host/temp_folder.h"
+#include "support/bytes.h"
 
 class FullDisk : public testing::Test
 {
@@ -17,7 +17,7 @@ protected:
 
     QmStatus Write(std::size_t uiBytes)
     {
-        return QM_WriteFile(m_hFile, CBytes(uiBytes).data(), uiBytes, nullptr, nullptr);
+        return QM_WriteFile(m_hFile, Bytes(uiBytes).data(), uiBytes, nullptr, nullptr);
     }
 
     QmFileHandle m_hFile = nullptr;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tests/host/picture_fixture.h"
+#include "picture_fixture.h"
 
 namespace
 {

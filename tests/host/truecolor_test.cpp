@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/host/picture_fixture.h"
+#include "picture_fixture.h"
 
 namespace
 {

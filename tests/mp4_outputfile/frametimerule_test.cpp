@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "mp4_outputfile/frametimerule.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "muxer/muxing.h"
 
 namespace
 {

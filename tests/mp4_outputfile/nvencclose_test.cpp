@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "tests/support/short_memory.h"
+#include "support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -3,7 +3,7 @@
 
 #include <cwctype>
 
-#include "tests/support/short_memory.h"
+#include "support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -193,8 +193,7 @@ TEST_F(NvencFramesTest, ASurfaceThatCantBeLockedFailsItsFrameOnly)
 TEST_F(NvencFramesTest, TheFirstThreeFramesYieldNoPacketSoThatSamplesLagBehindTimes)
 {
     OpenNvencWriter writer;
-    const std::string strPath = m_target.Path();
-    ASSERT_EQ(writer.InitNvencEncoder(64, 48, CQmStringW(strPath.c_str(), 0)), S_OK);
+    ASSERT_EQ(writer.InitNvencEncoder(64, 48, CQmStringW(m_target.Path().wstring().c_str())), S_OK);
     std::vector<std::size_t> vSamples;
     for (int i = 0; i < 6; ++i)
     {

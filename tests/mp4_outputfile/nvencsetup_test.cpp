@@ -16,8 +16,7 @@ protected:
     // One frame, and what the writer itself answers for it.
     HRESULT Init(CNvencWriter& writer)
     {
-        const std::string strPath = m_target.Path();
-        return writer.InitNvencEncoder(64, 48, CQmStringW(std::wstring(strPath.begin(), strPath.end()).c_str()));
+        return writer.InitNvencEncoder(64, 48, CQmStringW(m_target.Path().wstring().c_str()));
     }
     // The first frame fails, and every further one at once; the diagnostics tell why, from that line.
     void ExpectFailedSetUp(int nLine, const std::wstring& wszText)
@@ -337,7 +336,7 @@ TEST_F(NvencSetupTest, AnObjectWithoutAPathEncodesIntoNothing)
 
 TEST_F(NvencSetupTest, AnExistingFileIsReplaced)
 {
-    std::ofstream(m_target.Path(), std::ios::binary) << std::string(100'000, 'x');
+    test_support::WriteText(m_target.Path(), std::string(100'000, 'x'));
     {
         const OutputPtr pFile = MakeFile(64, 48);
         WriteFrames(*pFile, 1);

@@ -85,7 +85,7 @@ void OutputTest::TearDown()
 
 OutputPtr OutputTest::MakeFile()
 {
-    return MakeFile(std::filesystem::path(m_target.Path()).wstring());
+    return MakeFile(m_target.Path().wstring());
 }
 
 OutputPtr OutputTest::MakeFile(const std::wstring& wszPath)

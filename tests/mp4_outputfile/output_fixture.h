@@ -15,11 +15,10 @@
 #include "mp4_outputfile/nvencwriter.h"
 #include "mp4filesimpl/imageformatmp4.h"
 #include "mp4filesimpl/mp4inputfile.h"
+#include "muxer/muxing.h"
 #include "scripted_direct3d.h"
 #include "support/diagnostics_capture.h"
 #include "support/muxed_file.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
-#include "tests/mp4_outputfile/muxer/temp_file.h"
 
 // The lines of the source that the diagnostics name.
 inline constexpr int g_nLineEndEncode = 241;
@@ -115,7 +114,7 @@ protected:
     FakeRuntimeLoader m_runtimeFile;
     ScriptedDirect3D m_d3d;
     CDiagnosticsCapture m_diagnostics;
-    CTempFile m_target;
+    TemporaryFile m_target;
     CScriptedFormat* m_pFormat = nullptr;  // one reference
     int m_nLostReferences = 0;             // on m_pFormat
     std::vector<std::string> m_vOrder;     // for what the neighbours' hooks see

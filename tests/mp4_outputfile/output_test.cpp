@@ -2,7 +2,7 @@
 #include "output_fixture.h"
 
 #include "common/modulestate.h"
-#include "tests/support/short_memory.h"
+#include "support/short_memory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/idle_d3d9.h"
+#include "support/idle_d3d9.h"
 
 class ScriptedDirect3D;
 

@@ -19,9 +19,9 @@
 #include <mferror.h>
 #include <mfidl.h>
 
-#include "support/idle_session.h"
 #include "mp4_outputfile/picturehandover.h"
-#include "tests/support/bytes.h"
+#include "support/bytes.h"
+#include "support/idle_session.h"
 
 // What a session does. Changed before the graph is made.
 struct SWritingScript

@@ -8,13 +8,15 @@
 
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
 #include "mp4filesimpl/boxwalk.h"
-#include "temporary_file.h"
-#include "tests/support/short_memory.h"
+#include "support/box_builder.h"
+#include "support/short_memory.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
+
+using namespace test_support;
 
 using Times = std::vector<std::uint64_t>;
 
@@ -26,9 +28,9 @@ struct SRead
 
 SRead ReadTimes(const std::string& strFile)
 {
-    const CTemporaryFile file(strFile);
+    const TemporaryFile file(strFile);
     SRead read = {};
-    read.m_nStatus = ReadFrameTimes(file.Path().c_str(), read.m_vTimes);
+    read.m_nStatus = ReadFrameTimes(file.Path().wstring().c_str(), read.m_vTimes);
     return read;
 }
 
@@ -44,10 +46,10 @@ struct SWalk
 
 SWalk WalkFile(const std::string& strFile, std::uint32_t uiTarget = BoxType("moov"))
 {
-    const CTemporaryFile file(strFile);
+    const TemporaryFile file(strFile);
     SWalk walk;
     QmFileHandle hFile = nullptr;
-    EXPECT_EQ(QM_OpenFile(file.Path().c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hFile), QM_OK);
+    EXPECT_EQ(QM_OpenFile(file.Path().wstring().c_str(), QM_FILE_READ, QM_SHARE_READ, -1, &hFile), QM_OK);
     walk.m_nStatus = WalkBoxes(hFile, 0, uiTarget, walk.m_vTimes, walk.m_nTimescale, walk.m_bFoundMdhd,
                                walk.m_bFoundMinf, walk.m_bFoundStts);
     QM_CloseFile(hFile);
@@ -304,7 +306,7 @@ public:
     CSparseFile(const std::string& strContents, std::uint64_t uiSize) : m_file(strContents)
     {
         std::error_code error;
-        std::filesystem::resize_file(m_file.NativePath(), uiSize, error);
+        std::filesystem::resize_file(m_file.Path(), uiSize, error);
         m_bMade = !error;
     }
 
@@ -313,12 +315,12 @@ public:
     SRead ReadTimes() const
     {
         SRead read = {};
-        read.m_nStatus = ReadFrameTimes(m_file.Path().c_str(), read.m_vTimes);
+        read.m_nStatus = ReadFrameTimes(m_file.Path().wstring().c_str(), read.m_vTimes);
         return read;
     }
 
 private:
-    const CTemporaryFile m_file;
+    const TemporaryFile m_file;
     bool m_bMade = false;
 };
 
@@ -426,8 +428,8 @@ std::ptrdiff_t CountOpenFiles()
 TEST(FrameTimes, NoMemoryForTheListFailsAndLeavesNoFileOpen)
 {
     if (CountOpenFiles() == 0) GTEST_SKIP() << "no list of open files here";
-    const CTemporaryFile file(FileType() + Movie(Track(1000, {{100, 40}, {50, 20}})));
-    const std::wstring strPath = file.Path();
+    const TemporaryFile file(FileType() + Movie(Track(1000, {{100, 40}, {50, 20}})));
+    const std::wstring strPath = file.Path().wstring();
     const std::ptrdiff_t nOpen = CountOpenFiles();
     unsigned uiRefused = 1;
     for (unsigned uiRequest = 1; uiRefused != 0; ++uiRequest)

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "scripted_file.h"
-#include "temporary_file.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -169,8 +169,8 @@ TEST_F(FileMetadata, TheDateOfTheLastWritingIsTakenOnce)
     CScriptedFile file(m_format.Get(), ScriptOf({0, 40}));
     SQmPictureMetadata metadata;
     {
-        const CTemporaryFile video("");
-        file.m_strPath = video.Path().c_str();
+        const test_support::TemporaryFile video("");
+        file.m_strPath = video.Path().wstring().c_str();
         EXPECT_EQ(file.GetPictureMetadata(0, metadata, 0), QM_OK);
     }
     const double dUnixDays = static_cast<double>(std::time(nullptr)) / 86400.0;

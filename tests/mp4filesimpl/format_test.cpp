@@ -8,10 +8,12 @@
 #include "hostapi/iqminputimagefile.h"
 #include "hostapi/iqmoutputimagefile.h"
 #include "module_file.h"
-#include "temporary_file.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
+
+using test_support::TemporaryFile;
 
 constexpr std::uint32_t NONE = 0xFFFFFFFF;
 
@@ -388,11 +390,13 @@ TEST_F(Format, UnusedOperationsReturnTheirFixedResults)
 
 TEST_F(Format, FilesAreCopiedMovedMeasuredAndRemovedByTheHost)
 {
-    const CTemporaryFile file("twelve bytes");
-    const std::wstring strCopy = file.Path() + L".copy";
-    const std::wstring strMoved = file.Path() + L".moved";
-    EXPECT_EQ(m_format->CopyImageFile(file.Path().c_str(), strCopy.c_str(), false, nullptr, nullptr, 0), QM_OK);
-    EXPECT_NE(m_format->CopyImageFile(file.Path().c_str(), strCopy.c_str(), false, nullptr, nullptr, 0), QM_OK);
+    const TemporaryFile file("twelve bytes");
+    const std::wstring strCopy = file.Path().wstring() + L".copy";
+    const std::wstring strMoved = file.Path().wstring() + L".moved";
+    EXPECT_EQ(m_format->CopyImageFile(file.Path().wstring().c_str(), strCopy.c_str(), false, nullptr, nullptr, 0),
+              QM_OK);
+    EXPECT_NE(m_format->CopyImageFile(file.Path().wstring().c_str(), strCopy.c_str(), false, nullptr, nullptr, 0),
+              QM_OK);
     EXPECT_EQ(m_format->MoveImageFile(strCopy.c_str(), strMoved.c_str(), false, nullptr, nullptr, 0), QM_OK);
     std::uint64_t uiSize = 0;
     EXPECT_EQ(m_format->GetImageFileSize(strMoved.c_str(), &uiSize), QM_OK);
@@ -403,10 +407,10 @@ TEST_F(Format, FilesAreCopiedMovedMeasuredAndRemovedByTheHost)
 
 TEST_F(Format, AFileIsCopiedOrMovedOverAnotherOnlyWhenThatIsAllowed)
 {
-    const CTemporaryFile shortFile("four");
-    const CTemporaryFile longFile("twelve bytes");
-    const std::wstring strShort = shortFile.Path();
-    const std::wstring strLong = longFile.Path();
+    const TemporaryFile shortFile("four");
+    const TemporaryFile longFile("twelve bytes");
+    const std::wstring strShort = shortFile.Path().wstring();
+    const std::wstring strLong = longFile.Path().wstring();
     const auto SizeOf = [&](const std::wstring& strPath) {
         std::uint64_t uiSize = 0;
         EXPECT_EQ(m_format->GetImageFileSize(strPath.c_str(), &uiSize), QM_OK);
@@ -416,9 +420,10 @@ TEST_F(Format, AFileIsCopiedOrMovedOverAnotherOnlyWhenThatIsAllowed)
     EXPECT_EQ(m_format->MoveImageFile(strLong.c_str(), strShort.c_str(), false, nullptr, nullptr, 0), QM_ERR_FILEOPEN);
     EXPECT_EQ(SizeOf(strShort), 4U);
 
-    const CTemporaryFile copied("x");
-    EXPECT_EQ(m_format->CopyImageFile(strLong.c_str(), copied.Path().c_str(), true, nullptr, nullptr, 0), QM_OK);
-    EXPECT_EQ(SizeOf(copied.Path()), 12U);
+    const TemporaryFile copied("x");
+    EXPECT_EQ(m_format->CopyImageFile(strLong.c_str(), copied.Path().wstring().c_str(), true, nullptr, nullptr, 0),
+              QM_OK);
+    EXPECT_EQ(SizeOf(copied.Path().wstring()), 12U);
     EXPECT_EQ(m_format->MoveImageFile(strLong.c_str(), strShort.c_str(), true, nullptr, nullptr, 0), QM_OK);
     EXPECT_EQ(SizeOf(strShort), 12U);
     std::uint64_t uiGone = 0;
@@ -443,10 +448,10 @@ bool NoteProgress(std::uint64_t uiDone, std::uint64_t uiTotal, void* pUser)
 
 TEST_F(Format, TheProgressOfACopyAndOfAMoveIsReportedToTheHostWhichMayStopIt)
 {
-    const CTemporaryFile file("twelve bytes");
-    const std::wstring strTarget = file.Path() + L".target";
+    const TemporaryFile file("twelve bytes");
+    const std::wstring strTarget = file.Path().wstring() + L".target";
     const auto Transfer = [&](bool bMove, SProgressNotes& notes) {
-        const std::wstring strFrom = file.Path();
+        const std::wstring strFrom = file.Path().wstring();
         return bMove ? m_format->MoveImageFile(strFrom.c_str(), strTarget.c_str(), false, NoteProgress, &notes, 0)
                      : m_format->CopyImageFile(strFrom.c_str(), strTarget.c_str(), false, NoteProgress, &notes, 0);
     };
@@ -457,7 +462,7 @@ TEST_F(Format, TheProgressOfACopyAndOfAMoveIsReportedToTheHostWhichMayStopIt)
         EXPECT_EQ(stopping.m_vDone, std::vector<std::uint64_t>{0});
         EXPECT_EQ(stopping.m_uiTotal, 12U);
         EXPECT_FALSE(std::filesystem::exists(strTarget));
-        EXPECT_TRUE(std::filesystem::exists(file.NativePath()));
+        EXPECT_TRUE(std::filesystem::exists(file.Path()));
 
         SProgressNotes notes = {true, {}, 0};
         EXPECT_EQ(Transfer(bMove, notes), QM_OK);

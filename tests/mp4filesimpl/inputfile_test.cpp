@@ -1,17 +1,20 @@
 // The input object on real videos.
 #include <algorithm>
 #include <cstring>
+#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
 #include "mp4filesimpl/mp4inputfile.h"
 #include "sample_video.h"
 #include "scripted_file.h"
+#include "support/box_builder.h"
 
 namespace
 {
+
+using namespace test_support;
 
 using Pixels = std::vector<unsigned char>;
 using Times = std::vector<std::uint64_t>;
@@ -97,16 +100,11 @@ TEST_F(InputFile, AnAudioTrackInFrontOfTheVideoGivesTheTimes)
 // The writer leaves an empty box in front of the media data for this: together they make one header of 64 bits.
 std::filesystem::path With64BitMediaData(const std::filesystem::path& path)
 {
-    std::string strBytes = BytesOf(path);
+    std::string strBytes = ReadText(path);
     const std::size_t uiFree = strBytes.find("free") - 4;
     const std::size_t uiMdat = uiFree + 8;
     EXPECT_EQ(strBytes.substr(uiMdat + 4, 4), "mdat");
-    const std::string strSize = strBytes.substr(uiMdat, 4);
-    const std::uint32_t uiSize = static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[0])) << 24 |
-                                 static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[1])) << 16 |
-                                 static_cast<std::uint32_t>(static_cast<unsigned char>(strSize[2])) << 8 |
-                                 static_cast<unsigned char>(strSize[3]);
-    strBytes.replace(uiFree, 16, BoxOfSize(1, "mdat", Word(0) + Word(uiSize + 8)));
+    strBytes.replace(uiFree, 16, BoxOfSize(1, "mdat", Word(0) + Word(WordAt(strBytes, uiMdat) + 8)));
     return WriteBeside(path, ".wide.mp4", strBytes);
 }
 
@@ -135,7 +133,7 @@ TEST_F(InputFile, ACountingPassWithoutSamplesFails)
 {
     const auto path =
         MakeVideo("fragments.mp4", TestPicture(60) + "-profile:v high -bf 0 -g 12 -movflags +frag_keyframe+empty_moov");
-    std::string strBytes = BytesOf(path);
+    std::string strBytes = ReadText(path);
     strBytes.resize(strBytes.find("moof") - 4);
     CVideoFile file(m_format.Get(), WriteBeside(path, ".empty.mp4", strBytes));
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
@@ -149,10 +147,10 @@ TEST_F(InputFile, AMovieWithABrokenBoxIsCountedFromItsSamplesAndEntry0IsZero)
     const auto path = MakeVideo("irregular.mp4", "-f lavfi -i testsrc2=size=64x48:rate=1000 -vf "
                                                  "setpts=N*N*7+N*20 -fps_mode passthrough -frames:v 20 -c:v libx264 "
                                                  "-pix_fmt yuv420p -profile:v high -bf 0 -video_track_timescale 1000");
-    std::string strBytes = BytesOf(path);
+    std::string strBytes = ReadText(path);
     const std::size_t uiMovie = strBytes.find("moov") - 4;
     const std::string strMovie = strBytes.substr(uiMovie + 8);
-    const std::string strWide = BoxOfSize(1, "free", Word(0) + Word(24) + std::string(8, '\0'));
+    const std::string strWide = LongBox("free", std::string(8, '\0'));
     strBytes.replace(uiMovie, std::string::npos, Box("moov", strWide + strMovie));
     Times vExpected;
     for (std::uint64_t i = 0; i < 20; ++i)
@@ -202,7 +200,7 @@ TEST_F(InputFile, AFileThatIsNoVideoFails)
 TEST_F(InputFile, AFileWithoutVideoStreamFailsAndIsNotTriedAgain)
 {
     const auto path = WriteBeside(MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac"), ".copy.mp4",
-                                  BytesOf(MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac")));
+                                  ReadText(MakeVideo("onlysound.mp4", "-f lavfi -i sine=duration=1 -c:a aac")));
     CVideoFile file(m_format.Get(), path);
     EXPECT_EQ(file.Open(), QM_ERR_FAIL);
     EXPECT_TRUE(file.HasSource());
@@ -215,7 +213,7 @@ TEST_F(InputFile, AFileWithoutVideoStreamFailsAndIsNotTriedAgain)
 
 TEST_F(InputFile, TheFormsFromMemoryAndFromAByteArrayFail)
 {
-    const std::string strBytes = BytesOf(MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
+    const std::string strBytes = ReadText(MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
     CQmByteArray data;
     data.SetData(strBytes.data(), strBytes.size(), EQmByteArrayModeOp::Replace, EQmByteArrayModeAlloc::Default);
     SQmImageAttributes attributes;

@@ -7,13 +7,14 @@
 
 #include "image_builder.h"
 #include "parts/imagereader.h"
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 
 class TiffKinds : public testing::Test
@@ -22,7 +23,7 @@ protected:
     std::string Read(const std::vector<TiffPage>& vPages, bool bBigEndian = false)
     {
         const auto path = m_folder / "kind";
-        std::ofstream(path, std::ios::binary) << MakeTiff(vPages, bBigEndian);
+        WriteText(path, MakeTiff(vPages, bBigEndian));
         return ReadFile(path);
     }
     static std::string ReadFile(const std::filesystem::path& path)
@@ -34,7 +35,7 @@ protected:
         return pixels;
     }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
 };
 
 // Pixel x, y has red x, green y, blue x + y.
@@ -131,7 +132,7 @@ TEST_F(TiffKinds, DirectoriesInALoopEnd)
     ASSERT_EQ(tiff.substr(uiNext, 4), std::string(4, '\0'));
     tiff[uiNext] = static_cast<char>(uiFirst);
     const auto path = m_folder / "loop";
-    std::ofstream(path, std::ios::binary) << tiff;
+    WriteText(path, tiff);
     const auto pReader = OpenImage(path);
     EXPECT_TRUE(pReader->NextPage());
     EXPECT_THROW(pReader->NextPage(), std::runtime_error);

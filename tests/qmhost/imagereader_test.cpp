@@ -7,13 +7,14 @@
 
 #include "image_builder.h"
 #include "parts/text.h"
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -23,7 +24,7 @@ protected:
     std::filesystem::path File(const std::string& bytes)
     {
         const auto path = m_folder / u8"p\u00EFcture";  // no ending: what it is, its bytes tell
-        std::ofstream(path, std::ios::binary) << bytes;
+        WriteText(path, bytes);
         return path;
     }
 
@@ -64,7 +65,7 @@ protected:
         }
     }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
 };
 
 // Two pixels a row: (1 2 3) (4 5 6), then (250 251 252) (253 254 255), as red, green, blue and as B, G, R.

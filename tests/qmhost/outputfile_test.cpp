@@ -2,13 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 
@@ -29,50 +30,50 @@ std::string ProblemOfWriting(const fs::path& path)
 
 TEST(OutputFile, CommittedFileIsThere)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     WriteWholeFile(folder / u8"\u00FC.txt", std::string_view("a\nb\n"));
-    EXPECT_EQ(FileText(folder / u8"\u00FC.txt"), "a\nb\n");
-    EXPECT_EQ(folder.EntryCount(), 1u);
+    EXPECT_EQ(ReadText(folder / u8"\u00FC.txt"), "a\nb\n");
+    EXPECT_EQ(folder.Names().size(), 1u);
 }
 
 TEST(OutputFile, WithoutACommitNothingIsLeft)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     {
         OutputFile file(folder / "x");
         file.Write(BYTES);
     }
-    EXPECT_EQ(folder.EntryCount(), 0u);
+    EXPECT_EQ(folder.Names().size(), 0u);
 }
 
 TEST(OutputFile, OldFileStaysUntilTheCommit)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     WriteWholeFile(folder / "x", std::string_view("old"));
     {
         OutputFile file(folder / "x");
         file.Write(BYTES);
-        EXPECT_EQ(FileText(folder / "x"), "old");
+        EXPECT_EQ(ReadText(folder / "x"), "old");
     }
-    EXPECT_EQ(FileText(folder / "x"), "old");
+    EXPECT_EQ(ReadText(folder / "x"), "old");
     {
         OutputFile file(folder / "x");
         file.Write(BYTES);
         file.Commit();
     }
-    EXPECT_EQ(FileText(folder / "x"), "new");
-    EXPECT_EQ(folder.EntryCount(), 1u);
+    EXPECT_EQ(ReadText(folder / "x"), "new");
+    EXPECT_EQ(folder.Names().size(), 1u);
 }
 
 TEST(OutputFile, MissingFolderIsNamed)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     EXPECT_THAT(ProblemOfWriting(folder / "missing" / "x.txt"), HasSubstr("x.txt' can't be written: "));
 }
 
 TEST(OutputFile, FolderIsNoTarget)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     EXPECT_THAT(ProblemOfWriting(folder.Path()), HasSubstr("can't be written: "));
     EXPECT_TRUE(fs::is_directory(folder.Path()));
 }
@@ -80,12 +81,12 @@ TEST(OutputFile, FolderIsNoTarget)
 #ifndef _WIN32
 TEST(OutputFile, LinkKeepsLeadingToItsTarget)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     WriteWholeFile(folder / "target", std::string_view("old"));
     fs::create_symlink(folder / "target", folder / "link");
     WriteWholeFile(folder / "link", std::string_view("new"));
     EXPECT_TRUE(fs::is_symlink(folder / "link"));
-    EXPECT_EQ(FileText(folder / "target"), "new");
+    EXPECT_EQ(ReadText(folder / "target"), "new");
 }
 
 TEST(OutputFile, DeviceIsWrittenAndNotReplaced)

@@ -9,13 +9,14 @@
 #include "parts/bytesource.h"
 #include "parts/imagefile.h"
 #include "parts/text.h"
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 namespace fs = std::filesystem;
@@ -26,7 +27,7 @@ protected:
     fs::path File(const char* pszName, const std::string& bytes)
     {
         const fs::path path = m_folder / pszName;
-        std::ofstream(path, std::ios::binary) << bytes;
+        WriteText(path, bytes);
         return path;
     }
     std::string Name(const char* pszName) const { return Quoted(Utf8FromPath(m_folder / pszName)); }
@@ -53,7 +54,7 @@ protected:
         }
     }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
 };
 
 // One pixel of red, green and blue, written as red, green, blue.

@@ -6,6 +6,7 @@
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
@@ -20,7 +21,7 @@ TEST_F(Program, FailingFrameIsNamedAndNoHalfFileIsLeft)
 {
     const std::string strLine = "ReadFrame failed with status -9 (general failure): frame 3 of " + QuotedVideo();
     ExpectFailure(Run({"frames", m_strVideo, "--raw", Target("r.bgr")}, "ReadFrame=-9 frame=3"), strLine);
-    EXPECT_EQ(m_folder.EntryCount(), 1u);  // the video
+    EXPECT_EQ(m_folder.Names().size(), 1u);  // the video
 
     ExpectFailure(Run({"frames", m_strVideo, "--out", Target("d")}, "ReadFrame=-9 frame=3"), strLine);
     EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000002.png"), FrameBytes(2));
@@ -38,7 +39,7 @@ TEST_F(Program, KeepGoingLeavesOutTheFrameThatFails)
                 " couldn't be read and are left out");
         EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000002.png"), FrameBytes(2)) << strScript;
         EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000004.png"), FrameBytes(4)) << strScript;
-        EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), "frame,time_ms\n2,82\n4,161\n") << strScript;
+        EXPECT_EQ(ReadText(m_folder / "d" / "times.csv"), "frame,time_ms\n2,82\n4,161\n") << strScript;
         EXPECT_EQ(std::distance(fs::directory_iterator(m_folder / "d"), {}), 3) << strScript;
         fs::remove_all(m_folder / "d");
     }
@@ -50,7 +51,7 @@ TEST_F(Program, KeepGoingWithoutAnyFrame)
     EXPECT_EQ(result.m_nStatus, 1);
     EXPECT_EQ(std::count(result.m_strErr.begin(), result.m_strErr.end(), '\n'), 6) << result.m_strErr;
     EXPECT_THAT(result.m_strErr, HasSubstr(": 5 of 5 frames of " + QuotedVideo() + " couldn't be read"));
-    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), "frame,time_ms\n");
+    EXPECT_EQ(ReadText(m_folder / "d" / "times.csv"), "frame,time_ms\n");
 }
 
 TEST_F(Program, KeepGoingRemovesAnOldPictureOfTheLostFrame)
@@ -97,7 +98,7 @@ TEST_F(Program, BlankPicturesAreNotWrittenSilently)
     ExpectFailure(Run({"frames", m_strVideo, "--raw", Target("r")}), "frames failed with status -1506 " + strReason);
     ExpectFailure(Run({"preview", m_strVideo, "--size", "4x4", "--out", Target("p.png")}),
                   "preview failed with status -1506 " + strReason);
-    EXPECT_EQ(m_folder.EntryCount(), 1u);  // the video
+    EXPECT_EQ(m_folder.Names().size(), 1u);  // the video
 }
 
 TEST_F(Program, BlankPicturesAreWrittenWhenAllowed)
@@ -105,7 +106,7 @@ TEST_F(Program, BlankPicturesAreWrittenWhenAllowed)
     WriteVideo(MakeVideo(66));
     EXPECT_EQ(Run({"frames", m_strVideo, "--raw", Target("r"), "--allow-blank"}).m_nStatus, 0);
     EXPECT_EQ(Run({"preview", m_strVideo, "--size", "4x4", "--out", Target("p.png"), "--allow-blank"}).m_nStatus, 0);
-    EXPECT_EQ(m_folder.EntryCount(), 3u);
+    EXPECT_EQ(m_folder.Names().size(), 3u);
 }
 
 TEST_F(Program, UnknownProfileAndTimesAreWarnings)
@@ -207,7 +208,7 @@ TEST_F(Program, WrongCommandLines)
         EXPECT_THAT(result.m_strErr, StartsWith("qmhost: "));
         EXPECT_THAT(result.m_strErr, HasSubstr("\nusage: see qmhost "));
     }
-    EXPECT_EQ(m_folder.EntryCount(), 1u);  // the video
+    EXPECT_EQ(m_folder.Names().size(), 1u);  // the video
 }
 
 }  // namespace

@@ -7,15 +7,18 @@
 
 #include <gmock/gmock.h>
 
-#include "box_builder.h"
 #include "decode_image.h"
 #include "parts/text.h"
-#include "run_program.h"
-#include "temporary_folder.h"
+#include "support/box_builder.h"
+#include "support/run_program.h"
+#include "unicode_folder.h"
+
+using test_support::ProgramResult;
 
 inline std::string MakeVideo(int nProfile)
 {
-    return MakeFileType() + MakeMovie(MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(nProfile, nProfile))));
+    using namespace test_support;
+    return FileType() + Movie(TrackOf("vide", VideoEntry("avc1", AvcConfiguration(nProfile, nProfile))));
 }
 
 // The bytes of a frame as the scripted module fills it, without padding.
@@ -32,7 +35,7 @@ inline std::string FrameBytes(int nFrame, int nWidth = 3, int nHeight = 2)
 
 inline std::string PixelsOf(const std::filesystem::path& path)
 {
-    const std::string text = FileText(path);
+    const std::string text = test_support::ReadText(path);
     const DecodedImage image = DecodeImage({text.begin(), text.end()});
     return {image.m_vBgr.begin(), image.m_vBgr.end()};
 }
@@ -42,13 +45,13 @@ class Program : public testing::Test
 protected:
     Program() { WriteVideo(MakeVideo(100)); }
 
-    void WriteVideo(const std::string& bytes) { std::ofstream(m_pathVideo, std::ios::binary) << bytes; }
+    void WriteVideo(const std::string& bytes) { test_support::WriteText(m_pathVideo, bytes); }
 
     ProgramResult Run(std::vector<std::string> vArguments, const std::string& strScript = "",
                       const std::string& strOutPath = {})
     {
         vArguments.insert(vArguments.end(), {"--module", SCRIPTED_MODULE});
-        return RunProgram(QMHOST_PROGRAM, vArguments, {"QMHOST_SCRIPT=" + strScript}, strOutPath);
+        return test_support::RunProgram(QMHOST_PROGRAM, vArguments, {"QMHOST_SCRIPT=" + strScript}, strOutPath);
     }
 
     void ExpectFailure(const ProgramResult& result, const std::string& strLine)
@@ -61,7 +64,7 @@ protected:
     std::string QuotedVideo() const { return "'" + m_strVideo + "'"; }
     std::string Target(const char* pszName) const { return qmhost::Utf8FromPath(m_folder / pszName); }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
     std::filesystem::path m_pathVideo = m_folder / u8"v\u00EFdeo \u4E2D.mp4";
     std::string m_strVideo = qmhost::Utf8FromPath(m_pathVideo);
 };

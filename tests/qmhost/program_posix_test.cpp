@@ -4,6 +4,8 @@
 namespace
 {
 
+using namespace test_support;
+
 TEST_F(Program, MissingModule)
 {
     const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"--module", Target("\u00E9.so"), "codecs"});

@@ -4,6 +4,7 @@
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
@@ -108,7 +109,7 @@ TEST_F(Program, FramesWritesAllPicturesAndTheirTimes)
     EXPECT_EQ(result.m_strOut, "");
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(PixelsOf(folder / ("frame_00000" + std::to_string(i) + ".png")), FrameBytes(i));
-    EXPECT_EQ(FileText(folder / "times.csv"), Run({"times", m_strVideo, "--csv"}).m_strOut);
+    EXPECT_EQ(ReadText(folder / "times.csv"), Run({"times", m_strVideo, "--csv"}).m_strOut);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 6);
 }
 
@@ -121,7 +122,7 @@ TEST_F(Program, FramesWritesTiff)
 TEST_F(Program, ChosenFramesHaveTheirTimesInTheOrderOfNames)
 {
     EXPECT_EQ(Run({"frames", m_strVideo, "--out", Target("d"), "--frames", "4:0:-2,4"}).m_nStatus, 0);
-    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), "frame,time_ms\n0,0\n2,82\n4,161\n");
+    EXPECT_EQ(ReadText(m_folder / "d" / "times.csv"), "frame,time_ms\n0,0\n2,82\n4,161\n");
     EXPECT_EQ(PixelsOf(m_folder / "d" / "frame_000004.png"), FrameBytes(4));
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder / "d"), {}), 4);
 }
@@ -139,13 +140,13 @@ TEST_F(Program, RawFileHasTightRowsInTheOrderOfTheList)
     std::string expected;
     for (const int nFrame : {3, 0, 1, 3, 2, 1, 0})
         expected += FrameBytes(nFrame);
-    EXPECT_EQ(FileText(m_folder / "r.bgr"), expected);
+    EXPECT_EQ(ReadText(m_folder / "r.bgr"), expected);
 }
 
 TEST_F(Program, RawFileOfAllFrames)
 {
     EXPECT_EQ(Run({"frames", m_strVideo, "--raw", Target("r.bgr")}, "width=5 height=3 frames=2").m_nStatus, 0);
-    EXPECT_EQ(FileText(m_folder / "r.bgr"), FrameBytes(0, 5, 3) + FrameBytes(1, 5, 3));
+    EXPECT_EQ(ReadText(m_folder / "r.bgr"), FrameBytes(0, 5, 3) + FrameBytes(1, 5, 3));
 }
 
 TEST_F(Program, RawToStandardOutput)

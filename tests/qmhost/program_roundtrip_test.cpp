@@ -5,13 +5,14 @@
 
 #include <gmock/gmock.h>
 
-#include "run_program.h"
-#include "support/video_maker.h"
-#include "temporary_folder.h"
+#include "support/ffmpeg.h"
+#include "support/run_program.h"
+#include "unicode_folder.h"
 
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 
@@ -21,15 +22,14 @@ constexpr std::size_t FRAMES = 6;
 // ones, since H.264 keeps a quarter of what colours differ in. Tight rows B, G, R.
 std::vector<std::string> Pictures(int nWidth, int nHeight)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     const std::string strSize = "size=" + std::to_string(nWidth) + "x" + std::to_string(nHeight);
-    test_support::RunFfmpeg("-f lavfi -i \"gradients=" + strSize +
-                            ":c0=0x304050:c1=0xC0B090:speed=0.2:seed=3,format=gbrp[shades];mandelbrot=" + strSize +
-                            ":rate=25:start_scale=1.5:end_scale=0.2:end_pts=10,gblur=2,hue=s=0.3,format=gbrp[fractal];"
-                            "[shades][fractal]blend=all_mode=average\" -frames:v " +
-                            std::to_string(FRAMES) + " -pix_fmt bgr24 -f rawvideo " +
-                            test_support::Quoted(folder / "r"));
-    const std::string raw = FileText(folder / "r");
+    RunFfmpeg("-f lavfi -i \"gradients=" + strSize +
+              ":c0=0x304050:c1=0xC0B090:speed=0.2:seed=3,format=gbrp[shades];mandelbrot=" + strSize +
+              ":rate=25:start_scale=1.5:end_scale=0.2:end_pts=10,gblur=2,hue=s=0.3,format=gbrp[fractal];"
+              "[shades][fractal]blend=all_mode=average\" -frames:v " +
+              std::to_string(FRAMES) + " -pix_fmt bgr24 -f rawvideo " + Quoted(folder / "r"));
+    const std::string raw = ReadText(folder / "r");
     std::vector<std::string> vPictures;
     const std::size_t uiBytes = raw.size() / FRAMES;
     for (std::size_t i = 0; i < FRAMES; ++i)
@@ -70,7 +70,7 @@ class RoundTrip : public testing::Test
 protected:
     std::string File(const char* pszName, const std::string& bytes) const
     {
-        std::ofstream(m_folder / pszName, std::ios::binary) << bytes;
+        WriteText(m_folder / pszName, bytes);
         return Target(pszName);
     }
     std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
@@ -93,7 +93,7 @@ protected:
     {
         const std::size_t aOrder[FRAMES] = {5, 0, 3, 4, 1, 2};
         Succeed({"frames", m_strOut, "--raw", Target("back.bgr"), "--frames", "5,0,3,4,1,2"});
-        const std::string raw = FileText(m_folder / "back.bgr");
+        const std::string raw = ReadText(m_folder / "back.bgr");
         std::vector<std::string> vPictures(FRAMES);
         for (std::size_t i = 0; i < FRAMES; ++i)
             vPictures[aOrder[i]] = raw.substr(i * (raw.size() / FRAMES), raw.size() / FRAMES);
@@ -116,7 +116,7 @@ protected:
         }
     }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
     const std::string m_strOut = Target("wr\u00EFtten \u4E2D.mp4");
 };
 
@@ -146,7 +146,7 @@ TEST_F(RoundTrip, ImageFilesGiveTheSameFileAsRawFrames)
     const fs::path pathFirst = m_folder / "first.mp4";
     fs::rename(m_strOut, pathFirst);
     Write({"--raw", Target("first.bgr"), "--size", "160x96", "--times", Target("first.csv")});
-    const std::string strExpected = FileText(m_strOut);
+    const std::string strExpected = ReadText(m_strOut);
     for (const std::string strFormat : {"png", "tiff"})
     {
         const fs::path folder = m_folder / strFormat;
@@ -158,7 +158,7 @@ TEST_F(RoundTrip, ImageFilesGiveTheSameFileAsRawFrames)
             vArguments.push_back((folder / strName).string());
         }
         Write(vArguments);
-        EXPECT_TRUE(FileText(m_strOut) == strExpected) << strFormat;
+        EXPECT_TRUE(ReadText(m_strOut) == strExpected) << strFormat;
     }
 }
 
@@ -251,7 +251,7 @@ TEST_F(WriteWithoutSpace, IsReportedWhenItHappens)
     EXPECT_THAT(result.m_strErr, testing::StartsWith(Refused() + ", by frame "));
     EXPECT_THAT(result.m_strErr, testing::EndsWith(" at the latest; the file is left as it is, incomplete\n"));
     EXPECT_LT(std::stoi(result.m_strErr.substr(result.m_strErr.find("by frame ") + 9)), 299);
-    EXPECT_EQ(FileText(m_strOut).substr(40, 4), "\x1A\xBE\xCE\xDA");  // the mark of an unfinished file
+    EXPECT_EQ(ReadText(m_strOut).substr(40, 4), "\x1A\xBE\xCE\xDA");  // the mark of an unfinished file
 }
 
 // So late that the module has taken every frame.

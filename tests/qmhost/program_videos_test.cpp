@@ -6,15 +6,16 @@
 #include <gmock/gmock.h>
 
 #include "decode_image.h"
-#include "run_program.h"
+#include "support/ffmpeg.h"
 #include "support/picture_definition.h"
-#include "support/video_maker.h"
-#include "temporary_folder.h"
+#include "support/run_program.h"
+#include "unicode_folder.h"
 #include "video_folder.h"
 
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 
@@ -22,23 +23,21 @@ constexpr int FRAMES = 60;
 
 std::string HighVideo()
 {
-    return MakeVideoFile({"h\xC3\xB6\x63h \xE4\xB8\xAD.mp4",
-                          FRAMES,
-                          {"-c:v", "libx264", "-profile:v", "high", "-bf", "2", "-g", "12", "-qp", "8"}});
+    return MakeVideoFile({"h\xC3\xB6\x63h \xE4\xB8\xAD.mp4", FRAMES, "-c:v libx264 -profile:v high -bf 2 -g 12 -qp 8"});
 }
 
 // Irregular distances of 20 to 60 ms, no B pictures.
 std::string IrregularVideo()
 {
-    return MakeVideoFile({"irregular.mp4",
-                          FRAMES,
-                          {"-c:v", "libx264", "-profile:v", "high", "-bf", "0", "-g", "12", "-qp", "8", "-bsf:v",
-                           "setts=ts='N*3600+1800*sin(N*1.3)':time_base=1/90000", "-video_track_timescale", "90000"}});
+    return MakeVideoFile(
+        {"irregular.mp4", FRAMES,
+         "-c:v libx264 -profile:v high -bf 0 -g 12 -qp 8 "
+         "-bsf:v \"setts=ts='N*3600+1800*sin(N*1.3)':time_base=1/90000\" -video_track_timescale 90000"});
 }
 
 std::string BaselineVideo()
 {
-    return MakeVideoFile({"baseline.mp4", 10, {"-c:v", "libx264", "-profile:v", "baseline"}});
+    return MakeVideoFile({"baseline.mp4", 10, "-c:v libx264 -profile:v baseline"});
 }
 
 std::string Frame(const std::string& strRaw, std::size_t uiFrame)
@@ -50,13 +49,13 @@ std::string Frame(const std::string& strRaw, std::size_t uiFrame)
 std::vector<std::string> PicturesByFfmpeg(const std::string& strPath)
 {
     std::vector<std::string> vPictures;
-    for (const auto& vPlanar : test_support::DecodePlain(strPath, VIDEO_WIDTH, VIDEO_HEIGHT))
+    for (const auto& vPlanar : DecodePlain(strPath, VIDEO_WIDTH, VIDEO_HEIGHT))
     {
-        const auto vRows = test_support::DeliveredPicture(vPlanar, VIDEO_WIDTH, VIDEO_HEIGHT);
+        const auto vRows = DeliveredPicture(vPlanar, VIDEO_WIDTH, VIDEO_HEIGHT);
         std::string strTight;
         for (std::size_t y = 0; y < VIDEO_HEIGHT; ++y)
         {
-            const auto pRow = vRows.begin() + static_cast<std::ptrdiff_t>(y * test_support::FrameRowBytes(VIDEO_WIDTH));
+            const auto pRow = vRows.begin() + static_cast<std::ptrdiff_t>(y * FrameRowBytes(VIDEO_WIDTH));
             strTight.append(pRow, pRow + 3 * VIDEO_WIDTH);
         }
         vPictures.push_back(strTight);
@@ -66,7 +65,7 @@ std::vector<std::string> PicturesByFfmpeg(const std::string& strPath)
 
 std::string PixelsOf(const fs::path& path)
 {
-    const std::string text = FileText(path);
+    const std::string text = ReadText(path);
     const DecodedImage image = DecodeImage({text.begin(), text.end()});
     return {image.m_vBgr.begin(), image.m_vBgr.end()};
 }
@@ -99,10 +98,10 @@ protected:
         std::vector<std::string> vArguments = {"frames", strVideo, "--raw", Target("raw.bgr")};
         vArguments.insert(vArguments.end(), vMore.begin(), vMore.end());
         Succeed(vArguments);
-        return FileText(m_folder / "raw.bgr");
+        return ReadText(m_folder / "raw.bgr");
     }
 
-    TemporaryFolder m_folder;
+    UnicodeFolder m_folder;
 };
 
 TEST_F(Videos, CodecsAndQualitySteps)
@@ -151,7 +150,7 @@ TEST_F(Videos, TimesAreTheSumsOfTheFilesDurations)
 {
     for (const std::string& strVideo : {HighVideo(), IrregularVideo()})
     {
-        const auto vTimes = TimesByFfprobe(strVideo);
+        const auto vTimes = FrameTimes(strVideo);
         EXPECT_EQ(vTimes.size(), std::size_t{FRAMES});
         EXPECT_EQ(Succeed({"times", strVideo, "--csv"}), CsvOf(vTimes)) << strVideo;
     }
@@ -159,7 +158,7 @@ TEST_F(Videos, TimesAreTheSumsOfTheFilesDurations)
 
 TEST_F(Videos, IrregularTimesAreIrregular)  // or the test above would show little
 {
-    const auto vTimes = TimesByFfprobe(IrregularVideo());
+    const auto vTimes = FrameTimes(IrregularVideo());
     EXPECT_NE(vTimes[1] - vTimes[0], vTimes[2] - vTimes[1]);
 }
 
@@ -217,8 +216,8 @@ TEST_F(Videos, ImageFilesHoldTheRawPictures)
     }
     EXPECT_EQ(PixelsOf(m_folder / "tiff" / "frame_000003.tif"), Frame(strAll, 3));
     EXPECT_EQ(PixelsOf(m_folder / "tiff" / "frame_000058.tif"), Frame(strAll, 58));
-    EXPECT_EQ(FileText(m_folder / "png" / "times.csv"), Succeed({"times", HighVideo(), "--csv"}));
-    EXPECT_EQ(FileText(m_folder / "tiff" / "times.csv"), "frame,time_ms\n3,120\n58,2320\n");
+    EXPECT_EQ(ReadText(m_folder / "png" / "times.csv"), Succeed({"times", HighVideo(), "--csv"}));
+    EXPECT_EQ(ReadText(m_folder / "tiff" / "times.csv"), "frame,time_ms\n3,120\n58,2320\n");
 }
 
 TEST_F(Videos, PreviewAtNativeSizeIsTheFirstFrame)
@@ -233,7 +232,7 @@ TEST_F(Videos, PreviewAtOtherSizes)
          {std::tuple{"2x2", 2u, 2u}, {"33x24", 33u, 24u}, {"101x67", 101u, 67u}})
     {
         Succeed({"preview", HighVideo(), "--size", strSize, "--auto-contrast", "--out", Target("p.png")});
-        const std::string text = FileText(m_folder / "p.png");
+        const std::string text = ReadText(m_folder / "p.png");
         const DecodedImage image = DecodeImage({text.begin(), text.end()});
         EXPECT_EQ(image.m_uiWidth, uiWidth);
         EXPECT_EQ(image.m_uiHeight, uiHeight);
@@ -244,7 +243,7 @@ TEST_F(Videos, PreviewAtOtherSizes)
 
 TEST_F(Videos, SingleFrame)
 {
-    const std::string strVideo = MakeVideoFile({"one.mp4", 1, {"-c:v", "libx264", "-profile:v", "high"}});
+    const std::string strVideo = MakeVideoFile({"one.mp4", 1, "-c:v libx264 -profile:v high"});
     EXPECT_THAT(Succeed({"info", strVideo, "--json"}), HasSubstr("\"mean_period_ms\": null"));
     EXPECT_EQ(Succeed({"times", strVideo, "--csv"}), "frame,time_ms\n0,0\n");
     EXPECT_EQ(Raw(strVideo).size(), VIDEO_FRAME_BYTES);
@@ -256,9 +255,9 @@ TEST_F(Videos, BaselineIsRefusedInPlainWords)
     EXPECT_EQ(result.m_nStatus, 1);
     EXPECT_THAT(result.m_strErr, HasSubstr("pictures are delivered for H.264 High profile and above only"));
     EXPECT_THAT(result.m_strErr, HasSubstr("Baseline (avc1, profile 66)"));
-    EXPECT_EQ(m_folder.EntryCount(), 0u);
+    EXPECT_EQ(m_folder.Names().size(), 0u);
     EXPECT_THAT(Succeed({"info", BaselineVideo()}), HasSubstr("not delivered for this profile: frames are blank"));
-    EXPECT_EQ(Succeed({"times", BaselineVideo(), "--csv"}), CsvOf(TimesByFfprobe(BaselineVideo())));
+    EXPECT_EQ(Succeed({"times", BaselineVideo(), "--csv"}), CsvOf(FrameTimes(BaselineVideo())));
 }
 
 TEST_F(Videos, BaselineIsBlankWhenAllowed)
@@ -268,16 +267,15 @@ TEST_F(Videos, BaselineIsBlankWhenAllowed)
 
 TEST_F(Videos, OtherCodingsAreRefused)
 {
-    const ProgramResult result =
-        Run({"frames", MakeVideoFile({"mpeg4.mp4", 5, {"-c:v", "mpeg4"}}), "--out", Target("d")});
+    const ProgramResult result = Run({"frames", MakeVideoFile({"mpeg4.mp4", 5, "-c:v mpeg4"}), "--out", Target("d")});
     EXPECT_EQ(result.m_nStatus, 1);
     EXPECT_THAT(result.m_strErr, HasSubstr("is mp4v, not H.264"));
 }
 
 TEST_F(Videos, WhatIsNoVideoIsRefused)
 {
-    std::ofstream(m_folder / "text.mp4") << "This is no video.\n";
-    std::ofstream(m_folder / "empty.mp4").flush();
+    WriteText(m_folder / "text.mp4", "This is no video.\n");
+    WriteText(m_folder / "empty.mp4", "");
     const std::string strFailed = "qmhost: GetImageAttributes failed with status -9 (general failure): '";
     const std::pair<std::string, std::string> aCases[] = {
         {Target("text.mp4"), "' can't be opened as MP4 video\n"},
@@ -300,27 +298,20 @@ TEST_F(Videos, WhatIsNoVideoIsRefused)
 // --- damaged videos ---
 
 // A copy in which the bytes of one picture are zero, counted in decoding order.
-std::string WithZeroedPicture(const std::string& strVideo, const std::string& strCopy, int nPicture)
+std::string WithZeroedPicture(const std::string& strVideo, const std::string& strCopy, std::size_t uiPicture)
 {
-    std::istringstream packets(test_support::RunForOutput("ffprobe -v error -select_streams v:0 -show_entries "
-                                                          "packet=size,pos -of compact=p=0:nk=1 " +
-                                                          test_support::Quoted(strVideo)));
-    std::string strPacket;  // size|position
-    for (int i = 0; i <= nPicture; ++i)
-        std::getline(packets, strPacket);
-    const std::size_t uiSize = std::stoull(strPacket);
-    const std::size_t uiPosition = std::stoull(strPacket.substr(strPacket.find('|') + 1));
-    std::string bytes = FileText(strVideo);
+    const auto uiSize = static_cast<std::size_t>(PacketValues(strVideo, "size").at(uiPicture));
+    const auto uiPosition = static_cast<std::size_t>(PacketValues(strVideo, "pos").at(uiPicture));
+    std::string bytes = ReadText(strVideo);
     bytes.replace(uiPosition, uiSize, std::string(uiSize, '\0'));
-    std::ofstream(strCopy, std::ios::binary) << bytes;
+    WriteText(strCopy, bytes);
     return strCopy;
 }
 
 // Every picture depends on itself alone.
 std::string IntraVideo()
 {
-    return MakeVideoFile(
-        {"intra.mp4", 120, {"-c:v", "libx264", "-profile:v", "high", "-bf", "0", "-g", "1", "-qp", "8"}});
+    return MakeVideoFile({"intra.mp4", 120, "-c:v libx264 -profile:v high -bf 0 -g 1 -qp 8"});
 }
 
 std::string PictureFile(int nFrame)
@@ -362,7 +353,7 @@ TEST_F(Videos, KeepGoingReadsEveryFrameButTheDamagedOne)
         EXPECT_TRUE(PixelsOf(path) == vPictures[static_cast<std::size_t>(i)]) << i;
         strTimes += std::to_string(i) + "," + std::to_string(40 * i) + "\n";
     }
-    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), strTimes);
+    EXPECT_EQ(ReadText(m_folder / "d" / "times.csv"), strTimes);
 }
 
 // The module gives up a file object when damage ends its first play, so more frames may be lost than are damaged. No
@@ -390,7 +381,7 @@ TEST_F(Videos, KeepGoingWithDamageAtTheBeginning)
     }
     EXPECT_EQ(result.m_strErr.substr(0, strLost.size()), strLost);
     EXPECT_FALSE(strLost.empty());
-    EXPECT_EQ(FileText(m_folder / "d" / "times.csv"), strTimes);
+    EXPECT_EQ(ReadText(m_folder / "d" / "times.csv"), strTimes);
 }
 
 // --- lists of times that aren't the video's ---
@@ -401,15 +392,13 @@ protected:
     // The video of HighVideo() in another file, with sound: strMaps puts the tracks in order.
     std::string WithSound(const char* pszName, const std::string& strMaps, const std::string& strMore = "") const
     {
-        test_support::RunFfmpeg("-i " + test_support::Quoted(HighVideo()) +
-                                " -f lavfi -i sine=frequency=440:duration=2.4:sample_rate=44100 " + strMaps +
-                                " -c:v copy -c:a aac " + strMore + " " + test_support::Quoted(Target(pszName)));
+        RunFfmpeg("-i " + Quoted(HighVideo()) + " -f lavfi -i sine=frequency=440:duration=2.4:sample_rate=44100 " +
+                  strMaps + " -c:v copy -c:a aac " + strMore + " " + Quoted(Target(pszName)));
         return Target(pszName);
     }
     std::string InFragments(const char* pszName, const std::string& strFlags) const
     {
-        test_support::RunFfmpeg("-i " + test_support::Quoted(HighVideo()) + " -c copy -movflags " + strFlags + " " +
-                                test_support::Quoted(Target(pszName)));
+        RunFfmpeg("-i " + Quoted(HighVideo()) + " -c copy -movflags " + strFlags + " " + Quoted(Target(pszName)));
         return Target(pszName);
     }
 
@@ -440,13 +429,13 @@ protected:
             Run({"frames", strVideo, "--raw", Target("raw.bgr"), "--frames", "0", "--allow-foreign-times"});
         EXPECT_EQ(forced.m_nStatus, 0);
         EXPECT_EQ(forced.m_strErr, strWarning);
-        EXPECT_EQ(FileText(m_folder / "raw.bgr"), Raw(HighVideo(), {"--frames", "0"}));
+        EXPECT_EQ(ReadText(m_folder / "raw.bgr"), Raw(HighVideo(), {"--frames", "0"}));
     }
 
     // The command that the message names makes a file whose frames and times are the video's.
     void ExpectHelped(const std::string& strVideo) const
     {
-        test_support::RunFfmpeg("-i '" + strVideo + "' -map 0:v -c copy '" + Target("OUT.mp4") + "'");
+        RunFfmpeg("-i '" + strVideo + "' -map 0:v -c copy '" + Target("OUT.mp4") + "'");
         ExpectWhole(Target("OUT.mp4"));
     }
     void ExpectWhole(const std::string& strVideo) const
@@ -507,7 +496,7 @@ TEST_F(Videos, FrameBeyondTheLast)
     const ProgramResult result = Run({"frames", HighVideo(), "--raw", Target("r"), "--frames", "0:60"});
     EXPECT_EQ(result.m_nStatus, 1);
     EXPECT_THAT(result.m_strErr, HasSubstr("there is no frame 60 in '"));
-    EXPECT_EQ(m_folder.EntryCount(), 0u);
+    EXPECT_EQ(m_folder.Names().size(), 0u);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 namespace
 {
 
+using namespace test_support;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -25,7 +26,7 @@ protected:
 
     std::string File(const char* pszName, const std::string& bytes)
     {
-        std::ofstream(m_folder / pszName, std::ios::binary) << bytes;
+        WriteText(m_folder / pszName, bytes);
         return Target(pszName);
     }
 
@@ -56,8 +57,8 @@ TEST_F(FailingWrite, FrameThatFailsIsNamedWithTheModulesReason)
     ExpectFailure(WriteThree("WriteNextFrame=-9 frame=1"),
                   "WriteNextFrame failed with status -9 (general failure): frame 1 of '" + m_strOut + REFUSED +
                       "; the file is left as it is, incomplete\n  the encoder is \u00E9mpty");
-    EXPECT_THAT(FileText(m_pathOut), HasSubstr("\nframe 0 "));  // neither renamed nor removed
-    EXPECT_THAT(FileText(m_pathOut), testing::Not(HasSubstr("\nframe 40 ")));
+    EXPECT_THAT(ReadText(m_pathOut), HasSubstr("\nframe 0 "));  // neither renamed nor removed
+    EXPECT_THAT(ReadText(m_pathOut), testing::Not(HasSubstr("\nframe 40 ")));
 }
 
 TEST_F(FailingWrite, ReasonOfAnotherFrameIsNotTold)
@@ -83,10 +84,10 @@ TEST_F(FailingWrite, ReasonStandsOnceWhenAllDiagnosticsAreShown)
 
 TEST_F(FailingWrite, FileThatWasThereStaysWhenTheFirstFrameFails)
 {
-    std::ofstream(m_pathOut) << "old";
+    WriteText(m_pathOut, "old");
     EXPECT_THAT(WriteThree("WriteNextFrame=-9 frame=0").m_strErr,
                 HasSubstr("; the file that was there is as before\n"));
-    EXPECT_EQ(FileText(m_pathOut), "old");
+    EXPECT_EQ(ReadText(m_pathOut), "old");
 }
 
 TEST_F(FailingWrite, EveryOperationThatFailsIsNamed)
@@ -237,7 +238,7 @@ TEST_F(FailingWrite, WrongCommandLines)
         EXPECT_THAT(result.m_strErr, HasSubstr("\nusage: see qmhost write --help"));
     }
     EXPECT_FALSE(fs::exists(m_pathOut));
-    EXPECT_EQ(FileText(m_folder / "a.png"), MakePng(2, 2, 2, 8, "abcdefghijkl"));
+    EXPECT_EQ(ReadText(m_folder / "a.png"), MakePng(2, 2, 2, 8, "abcdefghijkl"));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
@@ -34,7 +35,7 @@ class WriteProgram : public Program
 protected:
     std::string File(const char* pszName, const std::string& bytes)
     {
-        std::ofstream(m_folder / pszName, std::ios::binary) << bytes;
+        WriteText(m_folder / pszName, bytes);
         return Target(pszName);
     }
 
@@ -55,7 +56,7 @@ protected:
     // What the module was given: the contents of `mdat`, up to the index.
     std::string Record() const
     {
-        const std::string file = FileText(m_pathOut);
+        const std::string file = ReadText(m_pathOut);
         const std::size_t uiIndex = file.find("moov");
         return file.substr(8, uiIndex == std::string::npos ? uiIndex : uiIndex - 12);
     }
@@ -169,12 +170,12 @@ TEST_F(WriteProgram, TimesThatRunBackwardsAreWrittenWithAWarning)
         Write({"--codec", "ONE", File("a.png", Png(0)), File("b.png", Png(1)), "--times", strTimes}, "frames=2");
     EXPECT_EQ(result.m_nStatus, 0);
     EXPECT_EQ(result.m_strErr, "qmhost: warning: times of '" + strTimes + "' run backwards at entry 1\n");
-    EXPECT_THAT(FileText(m_pathOut), HasSubstr("\nframe 20 "));
+    EXPECT_THAT(ReadText(m_pathOut), HasSubstr("\nframe 20 "));
 }
 
 TEST_F(WriteProgram, ExistingFileIsWrittenAnew)
 {
-    std::ofstream(m_pathOut, std::ios::binary) << std::string(10000, 'x');
+    WriteText(m_pathOut, std::string(10000, 'x'));
     EXPECT_THAT(Written({"--codec", "ONE", File("a.png", Png(0)), "--period", "40"}, "frames=1"),
                 StartsWith("codec 0\n"));
 }

@@ -4,14 +4,16 @@
 #include <cstdio>
 #include <string>
 
-#include "box_builder.h"
 #include "hostapi/hostplatform.h"
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqmoutputimagefile.h"
 #include "scripted.h"
+#include "support/box_builder.h"
 
 namespace
 {
+
+using namespace test_support;
 
 class ScriptedOutputFile : public IQmOutputImageFile
 {
@@ -70,7 +72,7 @@ public:
         }
         if (uiFrame == 0 && Scripted("makesfile", 1) != 0)
             QM_OpenFile(m_strPath.GetString(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &m_hFile);
-        if (uiFrame == 0) Write(MakeBox("mdat", ""));
+        if (uiFrame == 0) Write(Box("mdat", ""));
         RecordFrame(static_cast<const unsigned char*>(pPixels));
         return QM_OK;
     }
@@ -128,11 +130,11 @@ private:
         QM_GetFileSize(m_hFile, &uiSize);
         if (Scripted("index", 1) != 0)
         {
-            const std::string sizes = Bytes32(0) + Bytes32(1) + Bytes32(Number("listed", static_cast<int>(m_uiFrames)));
-            Write(MakeMovie(MakeTrackOfSizes(MakeBox("stsz", sizes))));
+            const std::string sizes = Word(0) + Word(1) + Word(Number("listed", static_cast<int>(m_uiFrames)));
+            Write(Movie(TrackOfSizes(Box("stsz", sizes))));
         }
         QM_SeekFile(m_hFile, 0, QM_SEEK_BEGIN);
-        Write(Bytes32(static_cast<std::uint32_t>(uiSize)));
+        Write(Word(static_cast<std::uint32_t>(uiSize)));
         QM_CloseFile(m_hFile);
     }
 

@@ -6,13 +6,14 @@
 #include <gmock/gmock.h>
 
 #include "parts/text.h"
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 
@@ -31,11 +32,11 @@ std::string Problem(const fs::path& path)
 
 TEST(TargetFile, FileThatCanBeMadeIsNotMade)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     const TargetFile target(folder / u8"n\u00EBw.mp4");
     EXPECT_FALSE(target.Exists());
     EXPECT_EQ(target.AfterFailure(), "no file was made");
-    EXPECT_EQ(folder.EntryCount(), 0u);
+    EXPECT_EQ(folder.Names().size(), 0u);
 }
 
 TEST(TargetFile, NameAloneIsInTheCurrentFolder)
@@ -45,33 +46,33 @@ TEST(TargetFile, NameAloneIsInTheCurrentFolder)
 
 TEST(TargetFile, ExistingFileIsLeftAlone)
 {
-    const TemporaryFolder folder;
-    std::ofstream(folder / "old.mp4") << "old";
+    const UnicodeFolder folder;
+    WriteText(folder / "old.mp4", "old");
     const TargetFile target(folder / "old.mp4");
     EXPECT_TRUE(target.Exists());
-    EXPECT_EQ(FileText(folder / "old.mp4"), "old");
+    EXPECT_EQ(ReadText(folder / "old.mp4"), "old");
     EXPECT_EQ(target.AfterFailure(), "the file that was there is as before");
 }
 
 TEST(TargetFile, FileThatWasBegun)
 {
-    const TemporaryFolder folder;
-    std::ofstream(folder / "old.mp4") << "old";
+    const UnicodeFolder folder;
+    WriteText(folder / "old.mp4", "old");
     const TargetFile targetOld(folder / "old.mp4");
     const TargetFile targetNew(folder / "new.mp4");
-    std::ofstream(folder / "old.mp4") << "something else";
-    std::ofstream(folder / "new.mp4") << "something";
+    WriteText(folder / "old.mp4", "something else");
+    WriteText(folder / "new.mp4", "something");
     EXPECT_EQ(targetOld.AfterFailure(), "the file is left as it is, incomplete");
     EXPECT_EQ(targetNew.AfterFailure(), "the file is left as it is, incomplete");
 }
 
 TEST(TargetFile, PlacesThatTakeNoFile)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     EXPECT_THAT(Problem(folder.Path()), HasSubstr(Quoted(Utf8FromPath(folder.Path())) + " can't be written: "));
     EXPECT_EQ(Problem(folder / "missing" / "new.mp4"),
               "there is no folder " + Quoted(Utf8FromPath(folder / "missing")) + " to write to");
-    std::ofstream(folder / "file") << "x";
+    WriteText(folder / "file", "x");
     EXPECT_EQ(Problem(folder / "file" / "new.mp4"),
               "there is no folder " + Quoted(Utf8FromPath(folder / "file")) + " to write to");
 }

@@ -8,13 +8,14 @@
 
 #include "parts/text.h"
 #include "parts/timetable.h"
-#include "temporary_folder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -111,7 +112,7 @@ TEST(TimesFile, LineWithoutEndIsNotReadToItsEnd)
 
 TEST(TimesFile, ErrorsNameTheFile)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     const auto path = folder / u8"t\u00EFmes.csv";
     const auto problemOf = [&] {
         try
@@ -126,9 +127,9 @@ TEST(TimesFile, ErrorsNameTheFile)
     };
     const std::string strPath = Quoted(Utf8FromPath(path));
     EXPECT_EQ(problemOf(), strPath + " doesn't exist");
-    std::ofstream(path) << "frame,time_ms\n0,x\n";
+    WriteText(path, "frame,time_ms\n0,x\n");
     EXPECT_EQ(problemOf(), strPath + ", line 2: '0,x' is no frame and time such as 7,280.5");
-    std::ofstream(path) << "frame,time_ms\n0,12.5\n";
+    WriteText(path, "frame,time_ms\n0,12.5\n");
     EXPECT_THAT(ReadTimesFile(path), ElementsAre(12.5));
 }
 

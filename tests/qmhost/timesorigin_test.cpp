@@ -3,14 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
+#include "memory_bytes.h"
 #include "parts/timesorigin.h"
-#include "tests/support/repetitions.h"
+#include "support/box_builder.h"
+#include "support/repetitions.h"
 
 namespace qmhost
 {
 namespace
 {
+
+using namespace test_support;
 
 // More would mean that a walk runs in circles.
 constexpr unsigned MOST_READS = 400'000;
@@ -29,26 +32,25 @@ struct Track
 
 std::string MakeTimedTrack(const Track& track)
 {
-    std::string stts = Bytes32(0) + Bytes32(static_cast<std::uint32_t>(track.m_vTimes.size()));
+    std::string stts = Word(0) + Word(static_cast<std::uint32_t>(track.m_vTimes.size()));
     for (const auto& [uiFrames, uiDuration] : track.m_vTimes)
-        stts += Bytes32(uiFrames) + Bytes32(uiDuration);
-    const std::string stsz = Bytes32(0) + Bytes32(7) + Bytes32(track.m_uiSizes);
-    const std::string start = Bytes32(track.m_uiVersion << 24) + std::string(track.m_uiVersion == 0 ? 8 : 16, '\0');
-    const std::string tkhd = start + Bytes32(track.m_uiId) + std::string(68, '\0');
-    const std::string mdhd = start + Bytes32(track.m_uiTimescale) + std::string(8, '\0');
+        stts += Word(uiFrames) + Word(uiDuration);
+    const std::string stsz = Word(0) + Word(7) + Word(track.m_uiSizes);
+    const std::string start = Word(track.m_uiVersion << 24) + std::string(track.m_uiVersion == 0 ? 8 : 16, '\0');
+    const std::string tkhd = start + Word(track.m_uiId) + std::string(68, '\0');
+    const std::string mdhd = start + Word(track.m_uiTimescale) + std::string(8, '\0');
     const std::string hdlr = std::string(8, '\0') + track.m_strHandler + std::string(13, '\0');
-    const std::string stbl = MakeBox("stbl", MakeBox("stts", stts) + MakeBox("stsz", stsz));
-    return MakeBox("trak", MakeBox("tkhd", tkhd) +
-                               MakeBox("mdia", MakeBox("mdhd", mdhd) + MakeBox("hdlr", hdlr) + MakeBox("minf", stbl)));
+    const std::string stbl = Box("stbl", Box("stts", stts) + Box("stsz", stsz));
+    return Box("trak", Box("tkhd", tkhd) + Box("mdia", Box("mdhd", mdhd) + Box("hdlr", hdlr) + Box("minf", stbl)));
 }
 
 // A fragment with a run for each number of pictures.
 std::string MakeFragment(std::uint32_t uiTrack, const std::vector<std::uint32_t>& vRuns)
 {
-    std::string traf = MakeBox("tfhd", Bytes32(0x020000) + Bytes32(uiTrack));
+    std::string traf = Box("tfhd", Word(0x020000) + Word(uiTrack));
     for (const std::uint32_t uiPictures : vRuns)
-        traf += MakeBox("trun", Bytes32(0) + Bytes32(uiPictures));
-    return MakeBox("moof", MakeBox("mfhd", std::string(8, '\0')) + MakeBox("traf", traf)) + MakeBox("mdat", "data");
+        traf += Box("trun", Word(0) + Word(uiPictures));
+    return Box("moof", Box("mfhd", std::string(8, '\0')) + Box("traf", traf)) + Box("mdat", "data");
 }
 
 // 30 pictures at 25 a second; 53 blocks of sound.
@@ -60,7 +62,7 @@ std::string MakeFile(const std::vector<Track>& vTracks, const std::string& more 
     std::string tracks;
     for (const Track& track : vTracks)
         tracks += MakeTimedTrack(track);
-    return MakeFileType() + MakeMovie(tracks) + more;
+    return FileType() + Movie(tracks) + more;
 }
 
 // The starts of frames in whole milliseconds, cut as the module does.
@@ -228,7 +230,7 @@ TEST(TimesOriginOfHostileFiles, EveryWordReplaced)
         for (const std::uint32_t uiWord : {0u, 1u, 7u, 8u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         {
             std::string hostile = file;
-            hostile.replace(uiPosition, 4, Bytes32(uiWord));
+            hostile.replace(uiPosition, 4, Word(uiWord));
             Find(hostile, TimesOf(SOUND));
             Find(hostile, TimesOf(VIDEO));
         }
@@ -262,7 +264,7 @@ TEST(TimesOriginOfHostileFiles, MillionsOfTinyBoxesAreGivenUp)
 {
     std::string boxes;
     for (int i = 0; i < 500'000; ++i)
-        boxes += MakeBox("free", "");
+        boxes += Box("free", "");
     EXPECT_EQ(Find(boxes + MakeFile({VIDEO}), TimesOf(VIDEO)).m_eOrigin, ETimesOrigin::Unknown);
     EXPECT_EQ(Find(MakeFile({VIDEO}, boxes + MakeFragment(2, {4})), TimesOf(VIDEO)).m_eOrigin, ETimesOrigin::Unknown);
     EXPECT_EQ(Find(MakeFile({SOUND, VIDEO}, boxes), TimesOf(SOUND)).m_eOrigin, ETimesOrigin::OtherTrack);

@@ -3,22 +3,25 @@
 
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
+#include "memory_bytes.h"
 #include "parts/videoprofile.h"
-#include "tests/support/repetitions.h"
+#include "support/box_builder.h"
+#include "support/repetitions.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
+
 // More would mean that a walk runs in circles.
 constexpr unsigned MOST_READS = 300'000;
 
 std::string GoodFile()
 {
-    return MakeFileType() + MakeMovie(MakeTrack("soun", MakeBox("mp4a", std::string(28, '\0'))) +
-                                      MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100))));
+    return FileType() + Movie(TrackOf("soun", Box("mp4a", std::string(28, '\0'))) +
+                              TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 100))));
 }
 
 VideoProfile ProfileWithinBounds(const std::string& file)
@@ -54,7 +57,7 @@ TEST(HostileProfile, EveryWordReplaced)
         for (const std::uint32_t uiWord : {0u, 1u, 7u, 8u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         {
             std::string hostile = file;
-            hostile.replace(uiPosition, 4, Bytes32(uiWord));
+            hostile.replace(uiPosition, 4, Word(uiWord));
             ProfileWithinBounds(hostile);
         }
     }
@@ -77,28 +80,26 @@ TEST(HostileProfile, MillionsOfTinyBoxesAreGivenUp)
 {
     std::string file;
     for (int i = 0; i < 500'000; ++i)
-        file += MakeBox("free", "");
+        file += Box("free", "");
     EXPECT_EQ(ProfileWithinBounds(file + GoodFile()).Delivery(), EDelivery::Unknown);
 }
 
 TEST(HostileProfile, SizeOf64BitsBeyondTheFile)
 {
-    EXPECT_EQ(
-        ProfileWithinBounds(Bytes32(1) + "mdat" + Bytes32(0xFFFFFFFF) + Bytes32(0xFFFFFFFF) + GoodFile()).Delivery(),
-        EDelivery::Unknown);
+    EXPECT_EQ(ProfileWithinBounds(Word(1) + "mdat" + Word(0xFFFFFFFF) + Word(0xFFFFFFFF) + GoodFile()).Delivery(),
+              EDelivery::Unknown);
 }
 
 TEST(HostileProfile, SizeOf64BitsBelowItsHeader)
 {
-    EXPECT_EQ(ProfileWithinBounds(Bytes32(1) + "mdat" + Bytes32(0) + Bytes32(15) + GoodFile()).Delivery(),
-              EDelivery::Unknown);
+    EXPECT_EQ(ProfileWithinBounds(Word(1) + "mdat" + Word(0) + Word(15) + GoodFile()).Delivery(), EDelivery::Unknown);
 }
 
 TEST(HostileProfile, ChildThatReachesOutOfItsParent)
 {
-    std::string entry = MakeSampleEntry("avc1", MakeAvcConfig(100, 100));
-    entry.replace(8 + 78, 4, Bytes32(1000));  // the configuration claims more than its entry holds
-    const std::string file = MakeMovie(MakeTrack("vide", entry)) + std::string(2000, '\0');
+    std::string entry = VideoEntry("avc1", AvcConfiguration(100, 100));
+    entry.replace(8 + 78, 4, Word(1000));  // the configuration claims more than its entry holds
+    const std::string file = Movie(TrackOf("vide", entry)) + std::string(2000, '\0');
     EXPECT_EQ(ProfileWithinBounds(file).Delivery(), EDelivery::Unknown);
 }
 

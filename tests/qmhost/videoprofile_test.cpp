@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
-#include "temporary_folder.h"
+#include "memory_bytes.h"
+#include "support/box_builder.h"
+#include "unicode_folder.h"
 
 namespace qmhost
 {
 namespace
 {
+
+using namespace test_support;
 
 VideoProfile ProfileOf(const std::string& file)
 {
@@ -18,12 +21,12 @@ VideoProfile ProfileOf(const std::string& file)
 
 std::string FileWith(const std::string& tracks)
 {
-    return MakeFileType() + MakeBox("mdat", std::string(100, 'x')) + MakeMovie(tracks);
+    return FileType() + Box("mdat", std::string(100, 'x')) + Movie(tracks);
 }
 
 std::string FileOfProfile(int nProfile)
 {
-    return FileWith(MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(nProfile, nProfile))));
+    return FileWith(TrackOf("vide", VideoEntry("avc1", AvcConfiguration(nProfile, nProfile))));
 }
 
 TEST(VideoProfile, HighAndAboveDeliverPictures)
@@ -47,7 +50,7 @@ TEST(VideoProfile, OtherCodingsAreBlank)
 {
     for (const char* pszCoding : {"hev1", "hvc1", "mp4v", "av01"})
     {
-        const VideoProfile profile = ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry(pszCoding, ""))));
+        const VideoProfile profile = ProfileOf(FileWith(TrackOf("vide", VideoEntry(pszCoding, ""))));
         EXPECT_EQ(profile.m_strCoding, pszCoding);
         EXPECT_FALSE(profile.m_nProfile);
         EXPECT_EQ(profile.Delivery(), EDelivery::Blank) << pszCoding;
@@ -56,51 +59,51 @@ TEST(VideoProfile, OtherCodingsAreBlank)
 
 TEST(VideoProfile, ParameterSetDecides)
 {
-    EXPECT_EQ(ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 66))))).m_nProfile, 66);
+    EXPECT_EQ(ProfileOf(FileWith(TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 66))))).m_nProfile, 66);
 }
 
 TEST(VideoProfile, FieldsServeWithoutAParameterSet)
 {
-    EXPECT_EQ(ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry("avc3", MakeAvcConfig(77, -1))))).m_nProfile, 77);
+    EXPECT_EQ(ProfileOf(FileWith(TrackOf("vide", VideoEntry("avc3", AvcConfiguration(77, -1))))).m_nProfile, 77);
 }
 
 TEST(VideoProfile, AudioTracksArePassedOver)
 {
-    const std::string audio = MakeTrack("soun", MakeBox("mp4a", std::string(28, '\0')));
-    const std::string video = MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100)));
+    const std::string audio = TrackOf("soun", Box("mp4a", std::string(28, '\0')));
+    const std::string video = TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 100)));
     EXPECT_EQ(ProfileOf(FileWith(audio + video)).m_nProfile, 100);
     EXPECT_EQ(ProfileOf(FileWith(audio)).Delivery(), EDelivery::Unknown);
 }
 
 TEST(VideoProfile, FirstVideoTrackDecides)
 {
-    const std::string baseline = MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(66, 66)));
-    const std::string high = MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100)));
+    const std::string baseline = TrackOf("vide", VideoEntry("avc1", AvcConfiguration(66, 66)));
+    const std::string high = TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 100)));
     EXPECT_EQ(ProfileOf(FileWith(baseline + high)).m_nProfile, 66);
 }
 
 TEST(VideoProfile, ConfigurationBehindOtherBoxes)
 {
-    const std::string boxes = MakeBox("pasp", std::string(8, '\0')) + MakeAvcConfig(100, 100);
-    EXPECT_EQ(ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry("avc1", boxes)))).m_nProfile, 100);
+    const std::string boxes = Box("pasp", std::string(8, '\0')) + AvcConfiguration(100, 100);
+    EXPECT_EQ(ProfileOf(FileWith(TrackOf("vide", VideoEntry("avc1", boxes)))).m_nProfile, 100);
 }
 
 TEST(VideoProfile, SizesOf64Bits)
 {
-    const std::string video = MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100)));
-    EXPECT_EQ(ProfileOf(MakeBox64("mdat", std::string(50, 'x')) + MakeMovie(video)).m_nProfile, 100);
+    const std::string video = TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 100)));
+    EXPECT_EQ(ProfileOf(LongBox("mdat", std::string(50, 'x')) + Movie(video)).m_nProfile, 100);
 }
 
 TEST(VideoProfile, LastBoxWithoutASize)
 {
-    std::string movie = MakeMovie(MakeTrack("vide", MakeSampleEntry("avc1", MakeAvcConfig(100, 100))));
-    movie.replace(0, 4, Bytes32(0));
-    EXPECT_EQ(ProfileOf(MakeFileType() + movie).m_nProfile, 100);
+    std::string movie = Movie(TrackOf("vide", VideoEntry("avc1", AvcConfiguration(100, 100))));
+    movie.replace(0, 4, Word(0));
+    EXPECT_EQ(ProfileOf(FileType() + movie).m_nProfile, 100);
 }
 
 TEST(VideoProfile, H264WithoutConfigurationIsUnknown)
 {
-    const VideoProfile profile = ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry("avc1", ""))));
+    const VideoProfile profile = ProfileOf(FileWith(TrackOf("vide", VideoEntry("avc1", ""))));
     EXPECT_EQ(profile.m_strCoding, "avc1");
     EXPECT_EQ(profile.Delivery(), EDelivery::Unknown);
 }
@@ -118,13 +121,13 @@ TEST(VideoProfile, Descriptions)
 TEST(VideoProfile, UnprintableCodingIsShownAsQuestionMarks)
 {
     const std::string coding("a\n\0\xFF", 4);
-    EXPECT_EQ(ProfileOf(FileWith(MakeTrack("vide", MakeSampleEntry(coding, "")))).m_strCoding, "a???");
+    EXPECT_EQ(ProfileOf(FileWith(TrackOf("vide", VideoEntry(coding, "")))).m_strCoding, "a???");
 }
 
 TEST(FileBytes, ReadsAFileAnywhere)
 {
-    const TemporaryFolder folder;
-    std::ofstream(folder / u8"\u00E9.bin", std::ios::binary) << "0123456789";
+    const UnicodeFolder folder;
+    WriteText(folder / u8"\u00E9.bin", "0123456789");
     FileBytes bytes(folder / u8"\u00E9.bin");
     char acRead[3] = {};
     EXPECT_EQ(bytes.Size(), 10u);
@@ -138,7 +141,7 @@ TEST(FileBytes, ReadsAFileAnywhere)
 
 TEST(FileBytes, WhatIsNoFileIsEmpty)
 {
-    const TemporaryFolder folder;
+    const UnicodeFolder folder;
     EXPECT_EQ(FileBytes(folder.Path()).Size(), 0u);
     EXPECT_EQ(FileBytes(folder / "missing").Size(), 0u);
 }

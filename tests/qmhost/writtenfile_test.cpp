@@ -1,27 +1,30 @@
 // What a file that was just written may lack.
 #include <gtest/gtest.h>
 
-#include "box_builder.h"
+#include "memory_bytes.h"
 #include "parts/writtenfile.h"
+#include "support/box_builder.h"
 
 namespace qmhost
 {
 namespace
 {
 
+using namespace test_support;
+
 constexpr std::uint32_t FRAMES = 3;
 
 std::string MakeSizes(std::uint32_t uiCommon, std::uint32_t uiCount, const std::string& table)
 {
-    return MakeBox("stsz", Bytes32(0) + Bytes32(uiCommon) + Bytes32(uiCount) + table);
+    return Box("stsz", Word(0) + Word(uiCommon) + Word(uiCount) + table);
 }
 
-const std::string SIZES = MakeSizes(0, FRAMES, Bytes32(5) + Bytes32(4) + Bytes32(3));
-const std::string DATA = MakeBox("mdat", "aaaaabbbbccc");
+const std::string SIZES = MakeSizes(0, FRAMES, Word(5) + Word(4) + Word(3));
+const std::string DATA = Box("mdat", "aaaaabbbbccc");
 
 std::string MakeFile(const std::string& data, const std::string& sizes)
 {
-    return MakeFileType() + MakeBox("free", "") + data + MakeMovie(MakeTrackOfSizes(sizes));
+    return FileType() + Box("free", "") + data + Movie(TrackOfSizes(sizes));
 }
 
 std::string Problem(const std::string& file)
@@ -34,7 +37,7 @@ TEST(WrittenFile, Whole)
 {
     EXPECT_EQ(Problem(MakeFile(DATA, SIZES)), "");
     EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(4, FRAMES, ""))), "");
-    EXPECT_EQ(Problem(MakeFileType() + MakeMovie(MakeTrackOfSizes(SIZES)) + DATA), "");
+    EXPECT_EQ(Problem(FileType() + Movie(TrackOfSizes(SIZES)) + DATA), "");
 }
 
 TEST(WrittenFile, Empty)
@@ -44,15 +47,15 @@ TEST(WrittenFile, Empty)
 
 TEST(WrittenFile, NeverFinished)
 {
-    const std::string start = MakeFileType() + MakeBox("free", "");
+    const std::string start = FileType() + Box("free", "");
     EXPECT_EQ(Problem(start + "\x1A\xBE\xCE\xDA" + "mdat"), "it was never finished and has no index");
     EXPECT_EQ(Problem(start + "\x1A\xBE\xCE\xDA" + "mdat" + "aaaaabbbbccc"), "it was never finished and has no index");
 }
 
 TEST(WrittenFile, WithoutAnIndex)
 {
-    EXPECT_EQ(Problem(MakeFileType() + DATA), "it has no index");
-    EXPECT_EQ(Problem(MakeFileType()), "it has no index");
+    EXPECT_EQ(Problem(FileType() + DATA), "it has no index");
+    EXPECT_EQ(Problem(FileType()), "it has no index");
 }
 
 TEST(WrittenFile, EveryTruncation)
@@ -68,21 +71,21 @@ TEST(WrittenFile, EveryTruncation)
 
 TEST(WrittenFile, OtherNumberOfFrames)
 {
-    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, 2, Bytes32(5) + Bytes32(4)))), "its index has 2");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, 2, Word(5) + Word(4)))), "its index has 2");
     EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(1, 4, ""))), "its index has 4");
 }
 
 TEST(WrittenFile, BrokenIndex)
 {
-    EXPECT_EQ(Problem(MakeFile(DATA, MakeBox("stsz", "short"))), "its index is broken");
-    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, FRAMES, Bytes32(5)))), "its index is broken");
-    EXPECT_EQ(Problem(MakeFile(DATA, MakeBox("free", ""))), "its index is broken");
-    EXPECT_EQ(Problem(MakeFileType() + std::string(3, '\0') + '\4' + "abcd" + DATA), "its boxes are broken at byte 24");
+    EXPECT_EQ(Problem(MakeFile(DATA, Box("stsz", "short"))), "its index is broken");
+    EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0, FRAMES, Word(5)))), "its index is broken");
+    EXPECT_EQ(Problem(MakeFile(DATA, Box("free", ""))), "its index is broken");
+    EXPECT_EQ(Problem(FileType() + std::string(3, '\0') + '\4' + "abcd" + DATA), "its boxes are broken at byte 24");
 }
 
 TEST(WrittenFile, MissingData)
 {
-    EXPECT_EQ(Problem(MakeFile(MakeBox("mdat", "aaaaabbbbcc"), SIZES)), "their 12 bytes aren't all there, only 11");
+    EXPECT_EQ(Problem(MakeFile(Box("mdat", "aaaaabbbbcc"), SIZES)), "their 12 bytes aren't all there, only 11");
     EXPECT_EQ(Problem(MakeFile("", SIZES)), "their 12 bytes aren't all there, only 0");
     EXPECT_EQ(Problem(MakeFile(DATA, MakeSizes(0xFFFFFFFF, FRAMES, ""))),
               "their 12884901885 bytes aren't all there, only 12");
@@ -95,12 +98,12 @@ TEST(WrittenFile, LongTableOfSizes)
     std::size_t uiSum = 0;
     for (std::uint32_t i = 0; i < COUNT; ++i)
     {
-        table += Bytes32(i % 7);
+        table += Word(i % 7);
         uiSum += i % 7;
     }
-    MemoryBytes whole(MakeFile(MakeBox("mdat", std::string(uiSum, 'x')), MakeSizes(0, COUNT, table)));
+    MemoryBytes whole(MakeFile(Box("mdat", std::string(uiSum, 'x')), MakeSizes(0, COUNT, table)));
     EXPECT_EQ(WrittenFileProblem(whole, COUNT), "");
-    MemoryBytes less(MakeFile(MakeBox("mdat", std::string(uiSum - 1, 'x')), MakeSizes(0, COUNT, table)));
+    MemoryBytes less(MakeFile(Box("mdat", std::string(uiSum - 1, 'x')), MakeSizes(0, COUNT, table)));
     EXPECT_NE(WrittenFileProblem(less, COUNT), "");
 }
 
@@ -113,7 +116,7 @@ TEST(WrittenFile, LargerThan4GiB)
         using MemoryBytes::MemoryBytes;
         std::uint64_t Size() const override { return 0x1'0000'1000; }
     };
-    LargeFile source(MakeFileType() + DATA + std::string(100, 'x'));
+    LargeFile source(FileType() + DATA + std::string(100, 'x'));
     EXPECT_EQ(WrittenFileProblem(source, FRAMES), "its media data is larger than the 4 GiB that such a file can have");
 }
 

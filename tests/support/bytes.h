@@ -3,11 +3,12 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
 
-// All parts one behind the other.
+// All parts in a row.
 inline Bytes Join(std::initializer_list<Bytes> parts)
 {
     Bytes vAll;
@@ -18,14 +19,30 @@ inline Bytes Join(std::initializer_list<Bytes> parts)
     return vAll;
 }
 
-inline std::uint32_t Number32(const std::uint8_t* p)
+// 32-bit big-endian numbers. TBytes is Bytes or std::string. A place past the end throws std::out_of_range.
+template <class TBytes>
+std::uint32_t WordAt(const TBytes& bytes, std::size_t uiAt)
 {
-    return static_cast<std::uint32_t>(p[0]) * 16777216U + static_cast<std::uint32_t>(p[1]) * 65536U +
-           static_cast<std::uint32_t>(p[2]) * 256U + p[3];
+    std::uint32_t uiValue = 0;
+    for (std::size_t ui = 0; ui < 4; ++ui)
+    {
+        uiValue = uiValue * 256U + static_cast<std::uint8_t>(bytes.at(uiAt + ui));
+    }
+    return uiValue;
+}
+
+template <class TBytes>
+void SetWordAt(TBytes& bytes, std::size_t uiAt, std::uint32_t uiValue)
+{
+    for (std::size_t ui = 4; ui > 0; --ui, uiValue /= 256U)
+    {
+        bytes.at(uiAt + ui - 1) = static_cast<typename TBytes::value_type>(uiValue % 256U);
+    }
 }
 
 inline Bytes Bytes32(std::uint32_t uiValue)
 {
-    return {static_cast<std::uint8_t>(uiValue / 16777216U), static_cast<std::uint8_t>(uiValue / 65536U % 256U),
-            static_cast<std::uint8_t>(uiValue / 256U % 256U), static_cast<std::uint8_t>(uiValue % 256U)};
+    Bytes bytes(4);
+    SetWordAt(bytes, 0, uiValue);
+    return bytes;
 }

@@ -2,36 +2,27 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
+#include <sstream>
 
 namespace test_support
 {
 
 namespace
 {
-// Decoding alone, in the file's own ticks: the program would otherwise round times to a frame rate that it guesses.
-const std::string g_strDecode = " -enc_time_base 1/10000 -f null -";
+
+std::string ProbePackets(const std::string& strEntries, const std::string& strInput)
+{
+    return RunFfprobe("-select_streams v -of csv=p=0 -show_entries packet=" + strEntries + " " + strInput,
+                      Complaints::None);
+}
+
+void ExpectDecodedWithoutAWarning(const std::string& strInput)
+{
+    // Decoding alone, in the file's own ticks: the program would otherwise round times to a frame rate that it guesses.
+    RunFfmpeg(strInput + " -enc_time_base 1/10000 -f null -", Complaints::None);
+}
+
 }  // namespace
-
-std::string RunAndListen(const std::string& strCommand)
-{
-    FILE* pPipe = popen((strCommand + " 2>&1").c_str(), "r");
-    if (pPipe == nullptr) return "no pipe";
-    std::string strText;
-    std::array<char, 4096> aBuffer;
-    for (std::size_t uiRead = 0; (uiRead = fread(aBuffer.data(), 1, aBuffer.size(), pPipe)) != 0;)
-    {
-        strText.append(aBuffer.data(), uiRead);
-    }
-    EXPECT_EQ(pclose(pPipe), 0) << strCommand << "\n" << strText;
-    return strText;
-}
-
-std::string WholeTrack(const std::string& strFile)
-{
-    return " -ignore_editlist 1 -i " + strFile;
-}
 
 std::vector<std::int64_t> SumsOfDistances(const std::vector<double>& vTimesMs)
 {
@@ -47,7 +38,7 @@ std::vector<std::int64_t> SumsOfDistances(const std::vector<double>& vTimesMs)
 
 std::string PacketTimes(const std::string& strInput)
 {
-    return RunAndListen("ffprobe -v warning -select_streams v -show_entries packet=pts,dts -of csv=p=0" + strInput);
+    return ProbePackets("pts,dts", strInput);
 }
 
 std::string PacketTimesOf(const std::vector<std::int64_t>& vTicks)
@@ -60,36 +51,45 @@ std::string PacketTimesOf(const std::vector<std::int64_t>& vTicks)
     return strLines;
 }
 
-std::string KeyPackets(const std::string& strInput)
+std::vector<bool> KeyPackets(const std::string& strInput)
 {
-    return RunAndListen("ffprobe -v warning -select_streams v -show_entries packet=flags -of csv=p=0" + strInput +
-                        " | cut -c1");
+    std::istringstream lines(ProbePackets("flags", strInput));
+    std::vector<bool> vKeys;
+    for (std::string strFlags; lines >> strFlags;)
+    {
+        vKeys.push_back(strFlags[0] == 'K');
+    }
+    return vKeys;
 }
 
-std::string DecodedPictures(const std::string& strInput)
+std::vector<std::string> DecodedPictures(const std::string& strInput)
 {
-    return RunAndListen("ffmpeg -nostdin -v error" + strInput +
-                        " -fps_mode passthrough -f framemd5 - | grep -v '^#' | sed 's/.*,//'");
+    // A line for each picture, of fields with a comma between them, the last is the checksum.
+    std::istringstream lines(RunFfmpeg(strInput + " -fps_mode passthrough -f framemd5 -", Complaints::Warnings));
+    std::vector<std::string> vChecksums;
+    for (std::string strLine; std::getline(lines, strLine);)
+    {
+        if (strLine[0] != '#') vChecksums.push_back(strLine.substr(strLine.rfind(',') + 1));
+    }
+    return vChecksums;
 }
 
-void ExpectReadByFfmpeg(const std::string& strFile, std::uint32_t uiWidth, std::uint32_t uiHeight,
+void ExpectReadByFfmpeg(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight,
                         const std::vector<double>& vTimesMs)
 {
-    EXPECT_EQ(RunAndListen("ffprobe -v warning -show_entries stream=codec_name,width,height,time_base -of csv=p=0 " +
-                           strFile),
+    EXPECT_EQ(RunFfprobe("-show_entries stream=codec_name,width,height,time_base -of csv=p=0 " + Quoted(path),
+                         Complaints::None),
               "h264," + std::to_string(uiWidth) + "," + std::to_string(uiHeight) + ",1/10000\n");
     const std::string strTimes = PacketTimesOf(SumsOfDistances(vTimesMs));
-    EXPECT_EQ(PacketTimes(WholeTrack(strFile)), strTimes);
-    EXPECT_EQ(RunAndListen("ffmpeg -nostdin -v warning" + WholeTrack(strFile) + g_strDecode), "");
+    EXPECT_EQ(PacketTimes(WholeTrack(path)), strTimes);
+    ExpectDecodedWithoutAWarning(WholeTrack(path));
 
-    const std::string strEditTimes = PacketTimes(" -i " + strFile);
+    const std::string strEdited = "-i " + Quoted(path);
+    const std::string strEditTimes = PacketTimes(strEdited);
     EXPECT_FALSE(strEditTimes.empty());
     EXPECT_EQ(strEditTimes, strTimes.substr(0, strEditTimes.size()));
-    // The edit of a single picture lasts no time, and a program that keeps to it has nothing to show.
-    if (vTimesMs.size() > 1)
-    {
-        EXPECT_EQ(RunAndListen("ffmpeg -nostdin -v warning -i " + strFile + g_strDecode), "");
-    }
+    // The edit of a single picture lasts no time. A program that follows it has nothing to show.
+    if (vTimesMs.size() > 1) ExpectDecodedWithoutAWarning(strEdited);
 }
 
 }  // namespace test_support

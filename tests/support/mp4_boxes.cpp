@@ -6,23 +6,7 @@
 namespace test_support
 {
 
-std::uint32_t ReadBE32(const std::vector<std::uint8_t>& vFile, std::size_t uiOffset)
-{
-    std::uint32_t uiValue = 0;
-    for (std::size_t ui = 0; ui < 4; ++ui)
-        uiValue = uiValue << 8 | vFile.at(uiOffset + ui);
-    return uiValue;
-}
-
-void WriteBE32(std::vector<std::uint8_t>& vFile, std::size_t uiOffset, std::uint32_t uiValue)
-{
-    for (std::size_t ui = 0; ui < 4; ++ui)
-    {
-        vFile.at(uiOffset + ui) = static_cast<std::uint8_t>(uiValue >> (24 - 8 * ui));
-    }
-}
-
-std::vector<Mp4Box> ListBoxes(const std::vector<std::uint8_t>& vFile, std::size_t uiBegin, std::size_t uiEnd)
+std::vector<Mp4Box> ListBoxes(const Bytes& vFile, std::size_t uiBegin, std::size_t uiEnd)
 {
     std::vector<Mp4Box> vBoxes;
     while (uiBegin + 8 <= uiEnd)
@@ -32,10 +16,10 @@ std::vector<Mp4Box> ListBoxes(const std::vector<std::uint8_t>& vFile, std::size_
         box.m_uiPayload = uiBegin + 8;
         box.m_strType.assign(vFile.begin() + static_cast<std::ptrdiff_t>(uiBegin + 4),
                              vFile.begin() + static_cast<std::ptrdiff_t>(uiBegin + 8));
-        std::uint64_t uiSize = ReadBE32(vFile, uiBegin);
+        std::uint64_t uiSize = WordAt(vFile, uiBegin);
         if (uiSize == 1)
         {
-            uiSize = static_cast<std::uint64_t>(ReadBE32(vFile, uiBegin + 8)) << 32 | ReadBE32(vFile, uiBegin + 12);
+            uiSize = static_cast<std::uint64_t>(WordAt(vFile, uiBegin + 8)) << 32 | WordAt(vFile, uiBegin + 12);
             box.m_uiPayload += 8;
         }
         if (uiSize == 0) uiSize = uiEnd - uiBegin;
@@ -50,7 +34,7 @@ std::vector<Mp4Box> ListBoxes(const std::vector<std::uint8_t>& vFile, std::size_
     return vBoxes;
 }
 
-Mp4Box FindBox(const std::vector<std::uint8_t>& vFile, const std::string& strPath)
+Mp4Box FindBox(const Bytes& vFile, const std::string& strPath)
 {
     std::size_t uiBegin = 0;
     std::size_t uiEnd = vFile.size();
@@ -69,22 +53,22 @@ Mp4Box FindBox(const std::vector<std::uint8_t>& vFile, const std::string& strPat
     return box;
 }
 
-std::vector<std::uint64_t> ListTimesMs(const std::vector<std::uint8_t>& vFile)
+std::vector<std::uint64_t> ListTimesMs(const Bytes& vFile)
 {
     const Mp4Box mdhd = FindBox(vFile, "moov/trak/mdia/mdhd");
     const bool bLongTimes = vFile.at(mdhd.m_uiPayload) == 1;
-    const std::uint64_t uiTimescale = ReadBE32(vFile, mdhd.m_uiPayload + (bLongTimes ? 20 : 12));
+    const std::uint64_t uiTimescale = WordAt(vFile, mdhd.m_uiPayload + (bLongTimes ? 20 : 12));
 
     const Mp4Box stts = FindBox(vFile, "moov/trak/mdia/minf/stbl/stts");
     std::vector<std::uint64_t> vTimes;
     std::uint64_t uiTicks = 0;
-    for (std::uint32_t uiEntry = 0; uiEntry < ReadBE32(vFile, stts.m_uiPayload + 4); ++uiEntry)
+    for (std::uint32_t uiEntry = 0; uiEntry < WordAt(vFile, stts.m_uiPayload + 4); ++uiEntry)
     {
         const std::size_t uiAt = stts.m_uiPayload + 8 + 8 * static_cast<std::size_t>(uiEntry);
-        for (std::uint32_t uiSample = 0; uiSample < ReadBE32(vFile, uiAt); ++uiSample)
+        for (std::uint32_t uiSample = 0; uiSample < WordAt(vFile, uiAt); ++uiSample)
         {
             vTimes.push_back(uiTicks * 1000 / uiTimescale);
-            uiTicks += ReadBE32(vFile, uiAt + 4);
+            uiTicks += WordAt(vFile, uiAt + 4);
         }
     }
     return vTimes;

@@ -26,7 +26,7 @@ public:
         return {first, first + static_cast<std::ptrdiff_t>(uiSize)};
     }
 
-    std::uint32_t Take32() { return Number32(Take(4).data()); }
+    std::uint32_t Take32() { return WordAt(Take(4), 0); }
     std::uint32_t Take16()
     {
         const Bytes v = Take(2);

@@ -1,4 +1,4 @@
-#include "tests/support/short_memory.h"
+#include "support/short_memory.h"
 
 #include <atomic>
 #include <cstdlib>

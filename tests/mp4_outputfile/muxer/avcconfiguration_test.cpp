@@ -4,7 +4,7 @@
 #include "mp4_outputfile/muxer/avcconfiguration.h"
 #include "mp4_outputfile/muxer/growingbox.h"
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "muxing.h"
 
 namespace
 {
@@ -99,11 +99,11 @@ TEST(AvcConfiguration, ItsSizeIsTakenModulo65536)
     const Bytes vPacket = Join({Prefixed(vSps), Prefixed(g_vPps)});
     const Bytes vBox = AvcC(vPacket, 2, 65535 + 4);
     EXPECT_EQ(vBox.size(), 65535U + 4U + 20U);
-    EXPECT_EQ(Number32(vBox.data()), 65535U + 4U + 20U - 65536U);
+    EXPECT_EQ(WordAt(vBox, 0), 65535U + 4U + 20U - 65536U);
 
     const Bytes vWithoutPps = AvcC(vPacket, 2, g_uiNoPpsOffset);
     EXPECT_EQ(vWithoutPps.size(), 65535U + 24U);
-    EXPECT_EQ(Number32(vWithoutPps.data()), 65535U + 24U - 65536U);
+    EXPECT_EQ(WordAt(vWithoutPps, 0), 65535U + 24U - 65536U);
 }
 
 TEST(AvcConfiguration, APpsLengthKeepsItsLow16Bits)

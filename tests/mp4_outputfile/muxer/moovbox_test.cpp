@@ -6,9 +6,8 @@
 
 #include "mp4_outputfile/muxer/moovbox.h"
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
-#include "tests/mp4_outputfile/muxer/temp_file.h"
-#include "tests/support/muxed_file.h"
+#include "muxing.h"
+#include "support/muxed_file.h"
 
 namespace
 {
@@ -32,8 +31,8 @@ struct SArguments
 
 Bytes MoovOf(const SArguments& arguments)
 {
-    const CTempFile file;
-    const QmFileHandle hFile = file.Create();
+    const TemporaryFile file;
+    const QmFileHandle hFile = Create(file);
     WriteMoovBox(hFile, ToGrowingArray(arguments.m_times), ToGrowingArray(arguments.m_sizes), arguments.m_uiWidth,
                  arguments.m_uiHeight, ToByteArray(arguments.m_vFirstPacket), arguments.m_uiSpsLengthOffset,
                  ToGrowingArray(arguments.m_keySamples), arguments.m_uiPpsOffset);
@@ -316,9 +315,9 @@ TEST(MoovBox, WidthAndHeightAreShiftedForTheTrackAndPlainForTheSample)
 
 TEST(MoovBox, WidthAndHeightAbove65535KeepTheir16LowBits)
 {
-    const CTempFile file;
+    const TemporaryFile file;
     SSampleLog log;
-    log.m_hFile = file.Create();
+    log.m_hFile = Create(file);
     WriteMp4Preamble(log.m_hFile);
     FinishMp4File(log, {0.0}, 65536 + 640, 131072 + 480, g_uiNvencSpsLengthOffset);
     const SMuxedMoov moov = ReadMuxedFile(file.Bytes()).m_moov;

@@ -5,10 +5,9 @@
 #include <fstream>
 
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
-#include "tests/mp4_outputfile/muxer/temp_file.h"
-#include "tests/support/muxed_file.h"
-#include "tests/support/short_memory.h"
+#include "muxing.h"
+#include "support/muxed_file.h"
+#include "support/short_memory.h"
 
 namespace
 {
@@ -26,7 +25,7 @@ struct SMuxer
 {
     SMuxer()
     {
-        m_log.m_hFile = m_file.Create();
+        m_log.m_hFile = Create(m_file);
         WriteMp4Preamble(m_log.m_hFile);
     }
     ~SMuxer()
@@ -42,7 +41,7 @@ struct SMuxer
         FinishMp4File(m_log, ToGrowingArray(vTimes), 320, 240, uiSpsLengthOffset);
     }
 
-    CTempFile m_file;
+    TemporaryFile m_file;
     SSampleLog m_log;
     SNalLog m_nals;
     std::uint32_t m_uiFrame = 0;
@@ -116,8 +115,8 @@ bool ExpectWholeFile(bool bAmf, std::size_t uiFilling, unsigned uiCall)
 
 TEST(Mp4File, BeginsWithThePreamble)
 {
-    const CTempFile file;
-    const QmFileHandle hFile = file.Create();
+    const TemporaryFile file;
+    const QmFileHandle hFile = Create(file);
     WriteMp4Preamble(hFile);
     QM_CloseFile(hFile);
     ASSERT_EQ(g_vPreamble.size(), 48U);
@@ -233,17 +232,14 @@ TEST(Mp4File, ThatCouldNotBeOpenedIsLoggedAndNothingIsWritten)
 {
     SSampleLog log;
     SNalLog nals;
-    const CTempFile directory("");
-    std::filesystem::create_directory(directory.Path());
-    EXPECT_NE(QM_OpenFile(std::filesystem::path(directory.Path()).wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1,
-                          &log.m_hFile),
-              QM_OK);
+    const test_support::TemporaryFolder folder;
+    EXPECT_NE(QM_OpenFile(folder.Path().wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &log.m_hFile), QM_OK);
     ASSERT_EQ(log.m_hFile, nullptr);
     LogNvencPacket(log, nals, Join({g_vStart4, Nal(0x65, 10)}));
     EXPECT_EQ(ToVector(log.m_vecSampleSizes), Numbers{14});
     WriteNalLengths(log, nals);
     FinishMp4File(log, {0.0}, 320, 240, g_uiNvencSpsLengthOffset);
-    EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }
 
 // At every allocation of the first packet of a file, and of one in whose middle the list of NALs needs another block.

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "muxing.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "mp4_outputfile/muxer/startcodes.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
+#include "muxing.h"
 
 namespace
 {

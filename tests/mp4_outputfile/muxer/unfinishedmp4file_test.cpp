@@ -3,8 +3,7 @@
 
 #include "mp4_outputfile/muxer/moovbox.h"
 #include "mp4_outputfile/muxer/samplelog.h"
-#include "tests/mp4_outputfile/muxer/bytes.h"
-#include "tests/mp4_outputfile/muxer/temp_file.h"
+#include "muxing.h"
 
 bool WriteMoovBox(QmFileHandle, const CGrowingArray<double>&, const CGrowingArray<std::uint32_t>&, std::uint16_t,
                   std::uint16_t, const CQmByteArray&, std::uint32_t, const CGrowingArray<std::uint32_t>&, std::uint32_t)
@@ -14,10 +13,10 @@ bool WriteMoovBox(QmFileHandle, const CGrowingArray<double>&, const CGrowingArra
 
 TEST(UnfinishedMp4File, KeepsThePlaceholderThatTellsIt)
 {
-    const CTempFile file;
+    const TemporaryFile file;
     SSampleLog log;
     SNalLog nals;
-    log.m_hFile = file.Create();
+    log.m_hFile = Create(file);
     WriteMp4Preamble(log.m_hFile);
     const Bytes vPicture = Nal(0x65, 100);
     LogNvencPacket(log, nals, Join({g_vStart4, vPicture}));

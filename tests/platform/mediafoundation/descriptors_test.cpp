@@ -49,7 +49,7 @@ class Descriptors : public ::testing::Test
 protected:
     ComPtr<IMFPresentationDescriptor> Present(const Recipe& recipe)
     {
-        const std::string path = m_directory.File("video.mp4");
+        const std::string path = m_directory / "video.mp4";
         MakeVideo(path, recipe);
         return Present(path);
     }
@@ -82,7 +82,7 @@ protected:
         EXPECT_EQ(pType->FreeRepresentation(AM_MEDIA_TYPE_REPRESENTATION, pRepresentation), S_OK);
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
     TestGraph m_graph;
 };
 
@@ -231,7 +231,7 @@ TEST_F(Descriptors, AShutDownSourceSaysNothingMore)
 
 TEST_F(Descriptors, PathsAreUnicode)
 {
-    const std::string path = m_directory.File("\xc3\xa4\xe4\xb8\xad\xf0\x9f\x8e\xac %41.mp4");
+    const std::string path = m_directory / "\xc3\xa4\xe4\xb8\xad\xf0\x9f\x8e\xac %41.mp4";
     MakeVideo(path, Small("-c:v libx264"));
     EXPECT_EQ(m_graph.OpenSource(path), S_OK);
 }

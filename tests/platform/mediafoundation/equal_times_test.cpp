@@ -22,7 +22,7 @@ protected:
         Recipe recipe;
         recipe.m_nFrames = 60;
         recipe.m_encoder += " -bf 0 -g 12";
-        const std::string path = m_directory.File("video.mp4");
+        const std::string path = m_directory / "video.mp4";
         MakeVideo(path, recipe);
         MultiplyTimescale(path, 160);
         for (const std::string& picture : PlainDecode(path, SIZE))
@@ -45,7 +45,7 @@ protected:
                                         m_pictures.begin());
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
     std::vector<std::string> m_pictures;
     std::vector<std::int64_t> m_times;
     TestGraph m_graph;

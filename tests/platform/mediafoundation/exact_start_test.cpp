@@ -9,8 +9,8 @@
 #include <set>
 
 #include "media_files.h"
+#include "support/repetitions.h"
 #include "test_graph.h"
-#include "tests/support/repetitions.h"
 
 namespace mftest
 {
@@ -100,7 +100,7 @@ protected:
     void SetUp() override
     {
         const Recipe& recipe = GetParam().m_recipe;
-        m_path = m_directory.File("video.mp4");
+        m_path = m_directory / "video.mp4";
         MakeVideo(m_path, recipe);
         if (GetParam().m_uiWithoutDuration > 0) ClearDurations(m_path, 20, GetParam().m_uiWithoutDuration);
         if (GetParam().m_uiTimescaleFactor > 1) MultiplyTimescale(m_path, GetParam().m_uiTimescaleFactor);
@@ -148,7 +148,7 @@ protected:
         return it == m_pictures.end() ? "unknown" : std::to_string(it - m_pictures.begin());
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
     std::string m_path;
     std::vector<std::string> m_pictures;  // as YUY2
     std::vector<std::int64_t> m_times;

@@ -45,42 +45,42 @@ protected:
         recipe.m_nFrames = 8;
         recipe.m_encoder = "-c:v libx264 -profile:v high -preset ultrafast -bf 1 -g 4";
         recipe.m_output = options;
-        const std::string path = m_directory.File("small.mp4");
+        const std::string path = m_directory / "small.mp4";
         MakeVideo(path, recipe);
-        return ReadFile(path);
+        return ReadText(path);
     }
 
     void ExpectEnd(const std::string& contents, const std::string& what)
     {
-        const std::string path = m_directory.File("hostile.mp4");
-        WriteFile(path, contents);
+        const std::string path = m_directory / "hostile.mp4";
+        WriteText(path, contents);
         const auto start = std::chrono::steady_clock::now();
         (void)PlayWhatThereIs(path);
         EXPECT_LT(std::chrono::steady_clock::now() - start, TIME_LIMIT) << what;
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
 };
 
 TEST_F(HostileFiles, WhatIsNoVideoFileDoesNotOpen)
 {
     TestGraph graph;
-    EXPECT_LT(graph.OpenSource(m_directory.File("missing.mp4")), 0);
+    EXPECT_LT(graph.OpenSource(m_directory / "missing.mp4"), 0);
     EXPECT_LT(graph.OpenSource(""), 0);
     EXPECT_LT(graph.OpenSource("/"), 0);
 
-    const std::string path = m_directory.File("file.mp4");
-    WriteFile(path, "");
+    const std::string path = m_directory / "file.mp4";
+    WriteText(path, "");
     EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
-    WriteFile(path, "This is a text, and no video.\n");
+    WriteText(path, "This is a text, and no video.\n");
     EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
-    WriteFile(path, std::string(100000, '\x5a'));
+    WriteText(path, std::string(100000, '\x5a'));
     EXPECT_EQ(graph.OpenSource(path), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
 }
 
 TEST_F(HostileFiles, APipeDoesNotHoldItUp)
 {
-    const std::string path = m_directory.File("pipe.mp4");
+    const std::string path = m_directory / "pipe.mp4";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     TestGraph graph;
     EXPECT_LT(graph.OpenSource(path), 0);
@@ -90,10 +90,10 @@ TEST_F(HostileFiles, AListOfOtherFilesIsNotFollowed)
 {
     MakeSmallFile();
     TestGraph graph;
-    const std::string list = m_directory.File("list.mp4");
-    WriteFile(list, "ffconcat version 1.0\nfile small.mp4\n");
+    const std::string list = m_directory / "list.mp4";
+    WriteText(list, "ffconcat version 1.0\nfile small.mp4\n");
     EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
-    WriteFile(list, "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nsmall.mp4\n#EXT-X-ENDLIST\n");
+    WriteText(list, "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nsmall.mp4\n#EXT-X-ENDLIST\n");
     EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
 }
 
@@ -102,7 +102,7 @@ TEST_F(HostileFiles, AListOfOtherFilesIsNotFollowed)
 TEST_F(HostileFiles, MoreSamplesThanTheFileHasBytesAreRefused)
 {
     const std::string whole = MakeSmallFile();
-    const std::string path = m_directory.File("hostile.mp4");
+    const std::string path = m_directory / "hostile.mp4";
     const std::size_t uiSizes = whole.find("stsz");
     const std::size_t uiChunks = whole.find("stsc");
     constexpr std::uint32_t MANY = 20'000'000;
@@ -112,7 +112,7 @@ TEST_F(HostileFiles, MoreSamplesThanTheFileHasBytesAreRefused)
     SetWordAt(broken, uiSizes + 8, 1);
     SetWordAt(broken, uiSizes + 12, MANY);
     SetWordAt(broken, uiChunks + 16, MANY);
-    WriteFile(path, broken);
+    WriteText(path, broken);
     EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
 
     // In the second of two tracks, each of which the file could hold
@@ -125,18 +125,18 @@ TEST_F(HostileFiles, MoreSamplesThanTheFileHasBytesAreRefused)
     const std::size_t uiMovie = whole.find("moov") - 4;
     SetWordAt(broken, uiMovie, WordAt(whole, uiMovie) + static_cast<std::uint32_t>(uiTrackSize));
     broken.insert(uiTrack, track);
-    WriteFile(path, broken);
+    WriteText(path, broken);
     EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
 
     broken = whole;
     SetWordAt(broken, uiChunks + 16, 0x7fffffff);
-    WriteFile(path, broken);
+    WriteText(path, broken);
     EXPECT_EQ(graph.OpenSource(path), MF_E_INVALID_FILE_FORMAT);
 }
 
 TEST_F(HostileFiles, SamplesOfOneSizeThatAreThereAreNotTakenForAClaim)
 {
-    const std::string path = m_directory.File("sound.mov");
+    const std::string path = m_directory / "sound.mov";
     Recipe recipe;
     recipe.m_nWidth = 32;
     recipe.m_nHeight = 32;
@@ -144,7 +144,7 @@ TEST_F(HostileFiles, SamplesOfOneSizeThatAreThereAreNotTakenForAClaim)
     recipe.m_input = "-f lavfi -i sine=d=4";
     recipe.m_output = "-c:a pcm_u8 -map 0:v -map 1:a";
     MakeVideo(path, recipe);
-    const std::string file = ReadFile(path);
+    const std::string file = ReadText(path);
     const std::size_t uiSizes = file.rfind("stsz");
     ASSERT_EQ(WordAt(file, uiSizes + 8), 1U);
     ASSERT_GT(WordAt(file, uiSizes + 12), file.size() / 2);
@@ -155,12 +155,12 @@ TEST_F(HostileFiles, SamplesOfOneSizeThatAreThereAreNotTakenForAClaim)
 TEST_F(HostileFiles, MoreSamplesThanASparseFileHoldsBytesAreRefused)
 {
     const std::string whole = MakeSmallFile();
-    const std::string path = m_directory.File("hostile.mp4");
+    const std::string path = m_directory / "hostile.mp4";
     const std::size_t uiSizes = whole.find("stsz");
     const std::size_t uiChunks = whole.find("stsc");
     constexpr std::uint32_t MANY = 2'000'000;
     const auto OpenSparse = [&](const std::string& contents) {
-        WriteFile(path, contents);
+        WriteText(path, contents);
         std::filesystem::resize_file(path, std::uintmax_t{1} << 40);
         return TestGraph().OpenSource(path);
     };
@@ -181,7 +181,7 @@ TEST_F(HostileFiles, MoreSamplesThanASparseFileHoldsBytesAreRefused)
 
 TEST_F(HostileFiles, SilentSoundIsNotTakenForAClaim)
 {
-    const std::string path = m_directory.File("silence.mov");
+    const std::string path = m_directory / "silence.mov";
     Recipe recipe;
     recipe.m_nWidth = 96;
     recipe.m_nHeight = 64;
@@ -189,7 +189,7 @@ TEST_F(HostileFiles, SilentSoundIsNotTakenForAClaim)
     recipe.m_input = "-f lavfi -i anullsrc=r=48000:cl=mono:d=30";
     recipe.m_output = "-c:a pcm_s16le -map 0:v -map 1:a";
     MakeVideo(path, recipe);
-    const std::string file = ReadFile(path);
+    const std::string file = ReadText(path);
     ASSERT_GT(WordAt(file, file.rfind("stsz") + 12), 1'000'000U);
     ASSERT_LT(file.size() - static_cast<std::size_t>(std::count(file.begin(), file.end(), '\0')), 1'000'000U);
     EXPECT_EQ(PlayWhatThereIs(path), S_OK);

@@ -24,9 +24,8 @@ struct PacketPlace
 
 std::vector<PacketPlace> Packets(const std::string& path)
 {
-    std::istringstream lines(Run("ffprobe -v error -ignore_editlist 1 -select_streams v:0 "
-                                 "-show_entries packet=pts,size,pos -of csv=p=0 '" +
-                                 path + "'"));
+    std::istringstream lines(
+        RunFfprobe("-select_streams v:0 -show_entries packet=pts,size,pos -of csv=p=0 " + WholeTrack(path)));
     std::vector<PacketPlace> packets;
     for (std::string line; std::getline(lines, line);)
     {
@@ -47,7 +46,7 @@ protected:
     {
         Recipe recipe;
         recipe.m_encoder += " " + encoderOptions;
-        m_path = m_directory.File("video.mp4");
+        m_path = m_directory / "video.mp4";
         MakeVideo(m_path, recipe);
         for (const std::string& picture : PlainDecode(m_path, SIZE))
         {
@@ -68,11 +67,11 @@ protected:
     // Overwrites the sample's NAL units with ones of a kind that no decoder knows: there is no picture in it then.
     void Destroy(std::size_t uiSample)
     {
-        std::string file = ReadFile(m_path);
+        std::string file = ReadText(m_path);
         const PacketPlace& packet = m_packets[uiSample];
         SetWordAt(file, packet.m_uiPosition, static_cast<std::uint32_t>(packet.m_uiSize - 4));
         file[packet.m_uiPosition + 4] = 30;  // a NAL unit type without a meaning
-        WriteFile(m_path, file);
+        WriteText(m_path, file);
     }
 
     // Whatever is delivered under a number is that picture, or the play ends.
@@ -106,7 +105,7 @@ protected:
         }
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
     std::string m_path;
     std::vector<std::string> m_pictures;
     std::vector<PacketPlace> m_packets;
@@ -161,17 +160,17 @@ class UselessTimes : public LostPictures
 protected:
     void RenameCompositionOffsets()
     {
-        std::string file = ReadFile(m_path);
+        std::string file = ReadText(m_path);
         const std::size_t uiBox = file.find("ctts");
         ASSERT_NE(uiBox, std::string::npos);
         file.replace(uiBox, 4, "free");
-        WriteFile(m_path, file);
+        WriteText(m_path, file);
     }
 
     // Lets neighbours in decoding order swap their times of presentation: distinct times, and a file that lies.
     void SwapPresentationTimes()
     {
-        std::string file = ReadFile(m_path);
+        std::string file = ReadText(m_path);
         const std::size_t uiDuration = WordAt(file, file.find("stts") + 16);
         const std::size_t uiBox = file.find("ctts");
         ASSERT_NE(uiBox, std::string::npos);
@@ -190,7 +189,7 @@ protected:
             ++i;
         }
         ASSERT_GT(nSwapped, 5);
-        WriteFile(m_path, file);
+        WriteText(m_path, file);
     }
 
     void ExpectEveryPicture()
@@ -260,7 +259,7 @@ std::string ExpGolomb(unsigned int uiValue)
 // nReorderBit the first bit of the number of pictures reordered, which is 2.
 void PatchRestriction(const std::string& path, bool bReorder)
 {
-    std::string file = ReadFile(path);
+    std::string file = ReadText(path);
     const std::size_t uiSps = file.find("avcC") + 4 + 8;
     const std::size_t uiLength = static_cast<unsigned char>(file[uiSps - 1]);
     std::string bits;
@@ -277,7 +276,7 @@ void PatchRestriction(const std::string& path, bool bReorder)
         if (uiFlag == std::string::npos) continue;
         const std::size_t uiBit = uiFlag + (bReorder ? head.size() : 0);
         file[uiSps + uiBit / 8] = static_cast<char>(file[uiSps + uiBit / 8] ^ (0x80 >> uiBit % 8));
-        WriteFile(path, file);
+        WriteText(path, file);
         return;
     }
     throw std::runtime_error("no bitstream restriction");
@@ -289,9 +288,9 @@ TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
     PatchRestriction(m_path, false);
-    std::string file = ReadFile(m_path);
+    std::string file = ReadText(m_path);
     file.replace(file.find("ctts"), 4, "free");
-    WriteFile(m_path, file);
+    WriteText(m_path, file);
 
     TestGraph graph;
     ASSERT_EQ(graph.Open(m_path), S_OK);
@@ -328,7 +327,7 @@ void JoinSamples(const std::string& path, const PacketPlace& first, const Packet
         index += static_cast<char>(uiSize >> 8);
     }
     index += "\xC9";
-    std::string file = ReadFile(path);
+    std::string file = ReadText(path);
     const auto grow = [&file, &index](std::size_t uiAt) {
         SetWordAt(file, uiAt, WordAt(file, uiAt) + static_cast<std::uint32_t>(index.size()));
     };
@@ -340,14 +339,14 @@ void JoinSamples(const std::string& path, const PacketPlace& first, const Packet
     const std::size_t uiEntry = uiBox + 16 + 4 * uiSample;
     SetWordAt(file, uiEntry, static_cast<std::uint32_t>(first.m_uiSize + second.m_uiSize + index.size()));
     file.erase(uiEntry + 4, 4).insert(uiBox + 12 + 4 * uiCount, 4, '\0');
-    WriteFile(path, file);
+    WriteText(path, file);
 }
 
 // The decoder gives more pictures than the file has samples: there are numbers for as many as those, and no more.
 TEST(SurplusPictures, AreNotDelivered)
 {
-    const TemporaryDirectory directory;
-    const std::string path = directory.File("video.mp4");
+    const TemporaryFolder directory;
+    const std::string path = directory / "video.mp4";
     Recipe recipe;
     recipe.m_nFrames = 20;
     recipe.m_encoder = "-c:v libvpx-vp9 -deadline realtime -lag-in-frames 0 -auto-alt-ref 0 -g 250";
@@ -372,14 +371,14 @@ TEST_F(LostPictures, ACutOffFileEndsWithAnError)
     Recipe recipe;
     recipe.m_encoder += " -bf 2 -g 12";
     recipe.m_output = "-movflags +faststart";
-    m_path = m_directory.File("video.mp4");
+    m_path = m_directory / "video.mp4";
     MakeVideo(m_path, recipe);
     for (const std::string& picture : PlainDecode(m_path, SIZE))
     {
         m_pictures.push_back(ToYuy2(picture, SIZE));
     }
-    const std::string whole = ReadFile(m_path);
-    WriteFile(m_path, whole.substr(0, whole.size() * 3 / 4));
+    const std::string whole = ReadText(m_path);
+    WriteText(m_path, whole.substr(0, whole.size() * 3 / 4));
     TestGraph graph;
     ASSERT_EQ(graph.Open(m_path), S_OK);
     ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);

@@ -32,8 +32,8 @@ class OtherContainers : public ::testing::TestWithParam<Case>
 
 TEST_P(OtherContainers, EveryPictureIsFoundByItsTime)
 {
-    const TemporaryDirectory directory;
-    const std::string path = directory.File(GetParam().m_file);
+    const TemporaryFolder directory;
+    const std::string path = directory / GetParam().m_file;
     Recipe recipe;
     recipe.m_encoder = GetParam().m_encoder;
     MakeVideo(path, recipe);

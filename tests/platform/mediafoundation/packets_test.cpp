@@ -1,8 +1,6 @@
 // A sink of the stream's own format gets the container's packets; their durations are the frame times.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "media_files.h"
 #include "test_graph.h"
 
@@ -10,19 +8,6 @@ namespace mftest
 {
 namespace
 {
-
-std::vector<std::size_t> PacketSizes(const std::string& path)
-{
-    std::istringstream lines(Run("ffprobe -v error -ignore_editlist 1 -select_streams v:0 -show_entries packet=size "
-                                 "-of csv=p=0 '" +
-                                 path + "'"));
-    std::vector<std::size_t> sizes;
-    for (std::string line; std::getline(lines, line);)
-    {
-        if (!line.empty()) sizes.push_back(std::stoul(line));
-    }
-    return sizes;
-}
 
 struct Case
 {
@@ -41,8 +26,8 @@ class Packets : public ::testing::TestWithParam<Case>
 
 TEST_P(Packets, RunningSumsOfDurationsAreTheFrameTimes)
 {
-    const TemporaryDirectory directory;
-    const std::string path = directory.File("video.mp4");
+    const TemporaryFolder directory;
+    const std::string path = directory / "video.mp4";
     MakeVideo(path, GetParam().m_recipe);
     TestGraph graph;
     ASSERT_EQ(graph.Open(path, GetParam().m_subtype), S_OK);
@@ -51,13 +36,14 @@ TEST_P(Packets, RunningSumsOfDurationsAreTheFrameTimes)
 
     const std::vector<GrabbedSample> samples = graph.Grabber().TakeSamples();
     const std::vector<std::int64_t> times = FrameTimes(path);
-    const std::vector<std::size_t> sizes = PacketSizes(path);
+    const std::vector<std::int64_t> sizes = PacketValues(path, "size");
+    ASSERT_EQ(samples.size(), sizes.size());
     ASSERT_EQ(samples.size(), times.size());
     std::int64_t nSum = 0;
     for (std::size_t k = 0; k < samples.size(); ++k)
     {
         EXPECT_EQ(nSum / 10000, times[k]) << k;
-        EXPECT_EQ(samples[k].m_bytes.size(), sizes[k]) << k;
+        EXPECT_EQ(static_cast<std::int64_t>(samples[k].m_bytes.size()), sizes[k]) << k;
         EXPECT_GE(samples[k].m_nDuration, 0) << k;
         nSum += samples[k].m_nDuration;
     }

@@ -26,7 +26,7 @@ protected:
         recipe.m_nFrames = FRAMES;
         recipe.m_encoder = encoder;
         recipe.m_filter = filter;
-        m_path = m_directory.File("video.mp4");
+        m_path = m_directory / "video.mp4";
         MakeVideo(m_path, recipe);
         return Play(subtype);
     }
@@ -42,18 +42,16 @@ protected:
     // What ffmpeg makes of the pictures in a pixel format of its own, rows without padding.
     std::vector<std::string> Decode(const std::string& format, std::size_t uiBytes)
     {
-        const std::string all = mftest::Run("ffmpeg -nostdin -v fatal -ignore_editlist 1 -i '" + m_path +
-                                            "' -fps_mode passthrough -f rawvideo -pix_fmt " + format + " -");
         std::vector<std::string> pictures;
-        for (std::size_t i = 0; i + uiBytes <= all.size(); i += uiBytes)
+        for (const Bytes& picture : DecodePlain(m_path, "-pix_fmt " + format, uiBytes))
         {
-            pictures.push_back(all.substr(i, uiBytes));
+            pictures.emplace_back(picture.begin(), picture.end());
         }
         EXPECT_EQ(pictures.size(), FRAMES);
         return pictures;
     }
 
-    TemporaryDirectory m_directory;
+    TemporaryFolder m_directory;
     std::string m_path;
 };
 
@@ -92,12 +90,12 @@ TEST_F(PictureFormats, Yuy2OfPlainPicturesIsTheirOwnBytes)
 TEST_F(PictureFormats, Yuy2OfAnOddSize)
 {
     Play({64, 48}, "-c:v libx264 -profile:v high", "", MFVideoFormat_YUY2);
-    std::string file = ReadFile(m_path);
+    std::string file = ReadText(m_path);
     const std::size_t uiEntry = file.find("avc1", file.find("stsd"));
     const std::size_t uiWidth = uiEntry + 4 + 24;
     file[uiWidth + 1] = 63;
     file[uiWidth + 3] = 47;
-    WriteFile(m_path, file);
+    WriteText(m_path, file);
     const auto samples = Play(MFVideoFormat_YUY2);
     const auto pictures = PlainDecode(m_path, {63, 47});
     ASSERT_EQ(samples.size(), FRAMES);
@@ -263,15 +261,15 @@ TEST_F(PictureFormats, Rgb32IsBlueGreenRed)
 TEST_F(PictureFormats, ASizeThatChangesIsScaledToTheFirst)
 {
     const Size size = {64, 48};
-    const std::string first = m_directory.File("first.h264");
-    const std::string second = m_directory.File("second.h264");
-    const std::string encode = "ffmpeg -nostdin -v error -y -f lavfi -i testsrc2=r=25:d=1:s=";
-    mftest::Run(encode + "64x48 -frames:v 6 -c:v libx264 -profile:v high -bf 0 '" + first + "'");
-    mftest::Run(encode + "128x96 -frames:v 6 -c:v libx264 -profile:v high -bf 0 '" + second + "'");
-    const std::string both = m_directory.File("both.h264");
-    WriteFile(both, ReadFile(first) + ReadFile(second));
-    m_path = m_directory.File("video.mkv");
-    mftest::Run("ffmpeg -nostdin -v error -y -framerate 25 -i '" + both + "' -c copy '" + m_path + "'");
+    const std::string first = m_directory / "first.h264";
+    const std::string second = m_directory / "second.h264";
+    const std::string options = " -frames:v 6 -c:v libx264 -profile:v high -bf 0 ";
+    RunFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=64x48" + options + Quoted(first));
+    RunFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=128x96" + options + Quoted(second));
+    const std::string both = m_directory / "both.h264";
+    WriteText(both, ReadText(first) + ReadText(second));
+    m_path = m_directory / "video.mkv";
+    RunFfmpeg("-framerate 25 -i " + Quoted(both) + " -c copy " + Quoted(m_path));
     const auto samples = Play(MFVideoFormat_YUY2);
     ASSERT_EQ(samples.size(), 12U);
     for (const GrabbedSample& sample : samples)

@@ -26,14 +26,14 @@ class Session : public ::testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        s_pDirectory = new TemporaryDirectory();
+        s_pDirectory = new TemporaryFolder();
         Recipe recipe;
         recipe.m_nFrames = FRAMES;
         recipe.m_encoder += " -bf 2 -g 12";
         MakeVideo(Path(), recipe);
     }
     static void TearDownTestSuite() { delete s_pDirectory; }
-    static std::string Path() { return s_pDirectory->File("video.mp4"); }
+    static std::string Path() { return *s_pDirectory / "video.mp4"; }
 
     std::vector<std::string> Pictures() const
     {
@@ -58,11 +58,11 @@ protected:
         m_graph.Grabber().SetHook(nullptr);
     }
 
-    static TemporaryDirectory* s_pDirectory;
+    static TemporaryFolder* s_pDirectory;
     TestGraph m_graph;
 };
 
-TemporaryDirectory* Session::s_pDirectory = nullptr;
+TemporaryFolder* Session::s_pDirectory = nullptr;
 
 using Event = TestGraph::Event;
 

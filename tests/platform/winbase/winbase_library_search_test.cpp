@@ -1,8 +1,8 @@
 // Where the platform looks for a library, and under which names.
 #include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "support/temporary_folder.h"
 #include "winbase_testing.h"
 
 using namespace winbase_testing;
@@ -23,18 +23,9 @@ fs::path TestLibrary()
 class WinbaseLibrarySearch : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        m_directory = fs::temp_directory_path() / ("winbase_library_search_" + std::to_string(GetCurrentProcessId()));
-        fs::create_directories(m_directory);
-    }
-    void TearDown() override
-    {
-        SetEnvironmentVariableW(c_pwszVariable, nullptr);
-        fs::remove_all(m_directory);
-    }
-    void Put(const char* pszName) { fs::copy_file(TestLibrary(), m_directory / pszName); }
-    void SearchThereOnly() { SetEnvironmentVariableW(c_pwszVariable, m_directory.wstring().c_str()); }
+    void TearDown() override { SetEnvironmentVariableW(c_pwszVariable, nullptr); }
+    void Put(const char* pszName) { fs::copy_file(TestLibrary(), m_folder / pszName); }
+    void SearchThereOnly() { SetEnvironmentVariableW(c_pwszVariable, m_folder.Path().wstring().c_str()); }
 
     // The file that is loaded for a name; empty if none is.
     static fs::path Loaded(const std::wstring& name)
@@ -49,14 +40,14 @@ protected:
         return wsz;
     }
 
-    fs::path m_directory;
+    const test_support::TemporaryFolder m_folder;
 };
 
 TEST_F(WinbaseLibrarySearch, DirectoryOfTheVariableComesFirst)
 {
     Put("winbase_testlibrary.so");
     SearchThereOnly();
-    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), m_directory / "winbase_testlibrary.so");
+    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), m_folder / "winbase_testlibrary.so");
 }
 
 TEST_F(WinbaseLibrarySearch, NothingElseIsSearchedWhenTheVariableIsSet)
@@ -75,12 +66,12 @@ TEST_F(WinbaseLibrarySearch, NameMayCarryTheSystemsPrefix)
 {
     Put("libsome64.so");
     SearchThereOnly();
-    EXPECT_EQ(Loaded(L"some64.dll"), m_directory / "libsome64.so");
-    EXPECT_EQ(Loaded(L"some64.DLL"), m_directory / "libsome64.so");
-    EXPECT_EQ(Loaded(L"some64"), m_directory / "libsome64.so");
-    EXPECT_EQ(Loaded(L"some64.so"), m_directory / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64.dll"), m_folder / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64.DLL"), m_folder / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64"), m_folder / "libsome64.so");
+    EXPECT_EQ(Loaded(L"some64.so"), m_folder / "libsome64.so");
     Put("some64.so");
-    EXPECT_EQ(Loaded(L"some64.dll"), m_directory / "some64.so");
+    EXPECT_EQ(Loaded(L"some64.dll"), m_folder / "some64.so");
 }
 
 TEST_F(WinbaseLibrarySearch, DirectoryNextToThePlatformIsSearchedToo)
@@ -102,12 +93,12 @@ TEST_F(WinbaseLibrarySearch, NameWithADirectoryIsTakenAsItIs)
 {
     Put("some.so");
     SetEnvironmentVariableW(c_pwszVariable, L"");
-    EXPECT_EQ(Loaded((m_directory / "some.so").wstring()), m_directory / "some.so");
-    EXPECT_EQ(Loaded((m_directory / "some.dll").wstring()), m_directory / "some.so");
-    EXPECT_EQ(Loaded(m_directory.wstring() + L"\\some.dll"), m_directory / "some.so");
-    EXPECT_EQ(Loaded((m_directory / "some").wstring()), fs::path());
+    EXPECT_EQ(Loaded((m_folder / "some.so").wstring()), m_folder / "some.so");
+    EXPECT_EQ(Loaded((m_folder / "some.dll").wstring()), m_folder / "some.so");
+    EXPECT_EQ(Loaded(m_folder.Path().wstring() + L"\\some.dll"), m_folder / "some.so");
+    EXPECT_EQ(Loaded((m_folder / "some").wstring()), fs::path());
     Put("some.dll");
-    EXPECT_EQ(Loaded((m_directory / "some.dll").wstring()), m_directory / "some.dll");
+    EXPECT_EQ(Loaded((m_folder / "some.dll").wstring()), m_folder / "some.dll");
 }
 
 TEST_F(WinbaseLibrarySearch, LoadingWithoutRunningIsRefused)

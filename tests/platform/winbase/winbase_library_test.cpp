@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "support/temporary_folder.h"
 #include "winbase_testing.h"
 
 using namespace winbase_testing;
@@ -106,13 +106,12 @@ TEST(WinbaseLibrary, OneThatRefusesIsNotLoaded)
 
 TEST(WinbaseLibrary, FileThatIsNoLibraryIsABadOne)
 {
-    const std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                       ("winbase_library_test_" + std::to_string(GetCurrentProcessId()) + ".dll");
-    std::ofstream(path) << "This is not a library, and long enough to have room for the head of one. "
-                        << std::string(4096, '.');
+    const test_support::TemporaryFolder folder;
+    const std::filesystem::path path = folder / "file.dll";
+    test_support::WriteText(path,
+                            "This is not a library, and long enough for the head of one. " + std::string(4096, '.'));
     EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(LoadLibraryW(path.wstring().c_str())); }),
               static_cast<DWORD>(ERROR_BAD_EXE_FORMAT));
-    std::filesystem::remove(path);
 }
 
 TEST(WinbaseLibrary, NoModuleCannotBeFreed)

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/support/idle_d3d9.h"
+#include "support/idle_d3d9.h"
 
 // Is asked for its interfaces and nothing else: a call of any other operation is a failure of the test.
 class FakeDevice final : public IdleDevice

@@ -1,18 +1,20 @@
-#include "run_program.h"
+#include "support/run_program.h"
 
 #include <stdexcept>
 
 #include <windows.h>
 
-#include "parts/text.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
+
+namespace test_support
+{
 
 namespace
 {
 
 std::wstring Wide(const std::string& strUtf8)
 {
-    return qmhost::WideFromUtf8(strUtf8).value();
+    return std::filesystem::path(std::u8string(strUtf8.begin(), strUtf8.end())).wstring();
 }
 
 // An argument as CommandLineToArgvW takes it apart: backslashes count double in front of a quote.
@@ -79,8 +81,10 @@ ProgramResult RunProgram(const std::string& strProgram, const std::vector<std::s
 
     ProgramResult result;
     result.m_nStatus = static_cast<int>(dwStatus);
-    if (strOutPath.empty()) result.m_strOut = FileText(pathOut);
-    result.m_strErr = FileText(folder / "err");
+    if (strOutPath.empty()) result.m_strOut = ReadText(pathOut);
+    result.m_strErr = ReadText(folder / "err");
     std::erase(result.m_strErr, '\r');  // standard error is a text stream there
     return result;
 }
+
+}  // namespace test_support

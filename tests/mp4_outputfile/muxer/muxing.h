@@ -1,12 +1,23 @@
-// Streams of NALs as the tests write them down, and what the module holds as plain vectors.
+// Streams of NALs as the tests write them down, and files that take them.
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include <gtest/gtest.h>
 
 #include "hostapi/hostcore.h"
-#include "common/growingarray.h"
-#include "tests/support/bytes.h"
+#include "hostapi/hostplatform.h"
+#include "support/bytes.h"
+#include "support/growing_array.h"
+#include "support/temporary_folder.h"
+
+using test_support::TemporaryFile;
+
+// A new file, opened by the host's library as the module opens it.
+inline QmFileHandle Create(const TemporaryFile& file)
+{
+    QmFileHandle hFile = nullptr;
+    EXPECT_EQ(QM_OpenFile(file.Path().wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_OK);
+    return hFile;
+}
 
 // A NAL of uiSize bytes that begins with bType and holds no start code.
 inline Bytes Nal(std::uint8_t bType, std::size_t uiSize)
@@ -16,7 +27,7 @@ inline Bytes Nal(std::uint8_t bType, std::size_t uiSize)
     return vNal;
 }
 
-// A NAL behind its length.
+// A NAL after its length.
 inline Bytes Prefixed(const Bytes& vNal)
 {
     return Join({Bytes32(static_cast<std::uint32_t>(vNal.size())), vNal});
@@ -36,26 +47,4 @@ inline Bytes FromByteArray(const CQmByteArray& ba)
 {
     const std::uint8_t* p = ba.GetData(0);
     return {p, p + ba.GetSize()};
-}
-
-template <class T>
-CGrowingArray<T> ToGrowingArray(const std::vector<T>& v)
-{
-    CGrowingArray<T> array;
-    for (const T& value : v)
-    {
-        array.push_back(value);
-    }
-    return array;
-}
-
-template <class T>
-std::vector<T> ToVector(const CGrowingArray<T>& array)
-{
-    std::vector<T> v;
-    for (std::size_t ui = 0; ui < array.size(); ++ui)
-    {
-        v.push_back(array[ui]);
-    }
-    return v;
 }

@@ -1,4 +1,4 @@
-#include "run_program.h"
+#include "support/run_program.h"
 
 #include <stdexcept>
 
@@ -7,7 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
+
+namespace test_support
+{
 
 namespace
 {
@@ -51,7 +54,9 @@ ProgramResult RunProgram(const std::string& strProgram, const std::vector<std::s
     if (waitpid(nProcess, &nWait, 0) != nProcess) throw std::runtime_error("waitpid failed");
     ProgramResult result;
     result.m_nStatus = WIFEXITED(nWait) ? WEXITSTATUS(nWait) : 128 + WTERMSIG(nWait);
-    if (strOutPath.empty()) result.m_strOut = FileText(strOut);
-    result.m_strErr = FileText(strErr);
+    if (strOutPath.empty()) result.m_strOut = ReadText(strOut);
+    result.m_strErr = ReadText(strErr);
     return result;
 }
+
+}  // namespace test_support
