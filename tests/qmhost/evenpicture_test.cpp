@@ -7,7 +7,7 @@ namespace qmhost
 namespace
 {
 
-// A picture whose pixel x, y is x, y and 100, with something else in the padding behind its rows.
+// A picture whose pixel x, y is x, y and 100, with something else in the padding after its rows.
 EvenPicture Make(std::uint32_t uiWidth, std::uint32_t uiHeight)
 {
     EvenPicture picture({uiWidth, uiHeight});

@@ -89,7 +89,7 @@ public:
         Add(uiTag, 4, vValues.size(), data);
     }
 
-    // The directory, and behind it the values that are longer than 4 bytes. uiPosition: where it stands in the file.
+    // The directory, and after it the values that are longer than 4 bytes. uiPosition: where it stands in the file.
     std::string Bytes(std::size_t uiPosition, bool bLast) const
     {
         const std::size_t uiValues = uiPosition + 2 + 12 * m_vEntries.size() + 4;

@@ -21,7 +21,7 @@ struct Picture
     PictureView m_view;
 };
 
-// Noise in the pixels, and something else in the padding behind each row.
+// Noise in the pixels, and something else in the padding after each row.
 Picture Noise(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiPitch)
 {
     std::mt19937 random(uiWidth * 1000 + uiHeight);

@@ -126,7 +126,7 @@ TEST_F(TiffKinds, DirectoriesInALoopEnd)
 {
     std::string tiff = MakeTiff({{1, 1, TIFF_RGB, 8, 3, "abc"}, {1, 1, TIFF_RGB, 8, 3, "def"}});
     const auto uiFirst = static_cast<unsigned char>(tiff[4]);
-    // The last directory holds no values of its own behind the pointer to the next but those of its two lists of
+    // The last directory holds no values of its own after the pointer to the next but those of its two lists of
     // samples.
     const std::size_t uiNext = tiff.size() - 16;
     ASSERT_EQ(tiff.substr(uiNext, 4), std::string(4, '\0'));

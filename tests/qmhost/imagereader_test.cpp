@@ -23,7 +23,7 @@ class ImageReaders : public testing::Test
 protected:
     std::filesystem::path File(const std::string& bytes)
     {
-        const auto path = m_folder / u8"p\u00EFcture";  // no ending: what it is, its bytes tell
+        const auto path = m_folder / u8"p\u00EFcture";  // no ending: its bytes decide its kind
         WriteText(path, bytes);
         return path;
     }

@@ -35,7 +35,7 @@ TEST(PictureSize, OtherTextsAreRefused)
         EXPECT_FALSE(ParsePictureSize(pszSize)) << pszSize;
 }
 
-// The host has two ways to lay out a preview's rows, one for pictures straight from the frame store and one behind the
+// The host has two ways to lay out a preview's rows, one for pictures straight from the frame store and one after the
 // look-up tables. Both give the same pitch, which is why this program needs only one.
 TEST(RowPitch, BothOfTheHostsFormulasAgree)
 {

@@ -1,4 +1,4 @@
-// What the built program says when something fails, and what it leaves behind.
+// What the built program reports when something fails, and which files it leaves.
 #include <algorithm>
 
 #include "program_fixture.h"
@@ -66,7 +66,8 @@ TEST_F(Program, KeepGoingEndsWhenPicturesCannotBeWritten)
 {
     fs::create_directories(m_folder / "d" / "frame_000001.png");
     ExpectFailure(Run({"frames", m_strVideo, "--out", Target("d"), "--keep-going"}),
-                  "frames failed with status -9 (general failure): '" + Target("d") + "/frame_000001.png" +
+                  "frames failed with status -9 (general failure): '" +
+                      qmhost::Utf8FromPath(m_folder / "d" / "frame_000001.png") +
                       "' can't be written: " + std::make_error_code(std::errc::is_a_directory).message());
 }
 

@@ -105,7 +105,7 @@ TEST_F(Program, FramesWritesAllPicturesAndTheirTimes)
     const fs::path folder = m_folder / "a" / "new" / "folder";
     const ProgramResult result = Run({"frames", m_strVideo, "--out", qmhost::Utf8FromPath(folder)});
     EXPECT_EQ(result.m_nStatus, 0);
-    EXPECT_EQ(result.m_strErr, "");  // nobody watches: no progress bar
+    EXPECT_EQ(result.m_strErr, "");  // no terminal, no progress bar
     EXPECT_EQ(result.m_strOut, "");
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(PixelsOf(folder / ("frame_00000" + std::to_string(i) + ".png")), FrameBytes(i));

@@ -181,7 +181,7 @@ TEST_F(RoundTrip, OddSidesAreFilledByTheLastColumnAndRow)
     ExpectPictures(vOwn, vPictures);
 }
 
-TEST_F(RoundTrip, MachineWithoutTheEncoderIsToldOfInPlainWords)
+TEST_F(RoundTrip, MachineWithoutTheEncoderIsReportedInPlainWords)
 {
     const ProgramResult result = RunProgram(QMHOST_PROGRAM,
                                             {"write", m_strOut, "--codec", "NVENC1", "--raw",

@@ -1,4 +1,4 @@
-// What the built program says when writing fails, and what it leaves behind.
+// What the built program reports when writing fails, and which files it leaves.
 #include <algorithm>
 
 #include "image_builder.h"
@@ -61,7 +61,7 @@ TEST_F(FailingWrite, FrameThatFailsIsNamedWithTheModulesReason)
     EXPECT_THAT(ReadText(m_pathOut), testing::Not(HasSubstr("\nframe 40 ")));
 }
 
-TEST_F(FailingWrite, ReasonOfAnotherFrameIsNotTold)
+TEST_F(FailingWrite, ReasonOfAnotherFrameIsNotShown)
 {
     // The last text before is that of the frame itself.
     ExpectFailure(WriteThree("WriteNextFrame=-9 frame=1 reason=0"),
@@ -104,7 +104,7 @@ TEST_F(FailingWrite, EveryOperationThatFailsIsNamed)
     }
 }
 
-TEST_F(FailingWrite, ModuleThatMakesNoFileAndSaysNothing)
+TEST_F(FailingWrite, ModuleThatMakesNoFileAndDoesNotReportIt)
 {
     ExpectFailure(WriteThree("makesfile=0 frames=3"),
                   "write failed with status -1500 (a file didn't open): the first frame made no file '" + m_strOut +

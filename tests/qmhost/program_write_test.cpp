@@ -49,7 +49,7 @@ protected:
     {
         const ProgramResult result = Write(vArguments, strScript);
         EXPECT_EQ(result.m_nStatus, 0);
-        EXPECT_EQ(result.m_strErr, "");  // nobody watches: no progress bar
+        EXPECT_EQ(result.m_strErr, "");  // no terminal, no progress bar
         EXPECT_EQ(result.m_strOut, "");
         return Record();
     }
@@ -173,7 +173,7 @@ TEST_F(WriteProgram, TimesThatRunBackwardsAreWrittenWithAWarning)
     EXPECT_THAT(ReadText(m_pathOut), HasSubstr("\nframe 20 "));
 }
 
-TEST_F(WriteProgram, ExistingFileIsWrittenAnew)
+TEST_F(WriteProgram, ExistingFileIsReplaced)
 {
     WriteText(m_pathOut, std::string(10000, 'x'));
     EXPECT_THAT(Written({"--codec", "ONE", File("a.png", Png(0)), "--period", "40"}, "frames=1"),

@@ -32,7 +32,7 @@ TEST(Progress, BarIsWipedAtTheEnd)
     EXPECT_EQ(terminal.str(), "\r" + first + "\r" + std::string(first.size(), ' ') + "\r");
 }
 
-TEST(Progress, NobodyWatching)
+TEST(Progress, WithoutATerminal)
 {
     ProgressBar bar(nullptr, 2);
     bar.Step();

@@ -15,7 +15,7 @@ int Scripted(const std::string& name, int nDefault);
 QmStatus Status(const char* pszOperation);
 std::uint32_t Number(const char* pszName, int nDefault);
 
-// Counts the module's objects, and tells on standard error of those that outlive the program's use of them.
+// Counts the module's objects, and reports on standard error those that outlive the program's use of them.
 struct ObjectCount
 {
     int m_nObjects = 0;

@@ -77,7 +77,7 @@ TEST(TargetFile, PlacesThatTakeNoFile)
               "there is no folder " + Quoted(Utf8FromPath(folder / "file")) + " to write to");
 }
 
-TEST(TargetFile, FileThatMayNotBeChanged)  // such as a program that runs, whoever asks
+TEST(TargetFile, FileThatMayNotBeChanged)  // a running program, which no user may change
 {
     EXPECT_THAT(Problem(TEST_PROGRAM), HasSubstr(Quoted(TEST_PROGRAM) + " can't be written: "));
 }

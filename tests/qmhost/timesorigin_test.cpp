@@ -260,7 +260,7 @@ TEST(TimesOriginOfHostileFiles, MillionsOfEntriesWithoutAFrame)
     EXPECT_EQ(Find(MakeFile({sound, VIDEO}), {}).m_eOrigin, ETimesOrigin::OtherTrack);
 }
 
-TEST(TimesOriginOfHostileFiles, MillionsOfTinyBoxesAreGivenUp)
+TEST(TimesOriginOfHostileFiles, MillionsOfTinyBoxesEndTheSearch)
 {
     std::string boxes;
     for (int i = 0; i < 500'000; ++i)

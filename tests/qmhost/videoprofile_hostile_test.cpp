@@ -1,4 +1,4 @@
-// Files that nobody vouches for: the look at the profile ends, soon, without reading where nothing is.
+// Files that may hold anything: the search for the profile ends soon and reads nothing outside the file.
 #include <random>
 
 #include <gtest/gtest.h>
@@ -76,7 +76,7 @@ TEST(HostileProfile, RandomBytes)
     }
 }
 
-TEST(HostileProfile, MillionsOfTinyBoxesAreGivenUp)
+TEST(HostileProfile, MillionsOfTinyBoxesEndTheSearch)
 {
     std::string file;
     for (int i = 0; i < 500'000; ++i)

@@ -16,7 +16,7 @@ class Command
 {
 public:
     virtual ~Command() = default;
-    // Adds the command with its options, which are bound to this object, and gives what was added.
+    // Adds the command with its options, which are bound to this object, and returns what was added.
     virtual CLI::App* Declare(CLI::App& program) = 0;
     // Does the work after the command line was read. Results go to standard output, failures are thrown.
     virtual void Run(const Session& session) = 0;

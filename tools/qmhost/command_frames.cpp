@@ -39,7 +39,7 @@ std::string FrameListProblem(const std::string& text)
     }
 }
 
-// The frames that are wanted, all of them in the file.
+// The frames that the user asks for. Throws Failure for one that the file doesn't have.
 FrameList ChooseFrames(const InputFile& file, const std::string& strList)
 {
     if (strList.empty()) return FrameList::All(file.FrameCount());

@@ -116,7 +116,7 @@ std::string_view InWords(EDelivery eDelivery)
     case EDelivery::Blank:
         return "not delivered for this profile: frames are blank";
     default:
-        return "unknown, the file doesn't tell its profile";
+        return "unknown, no profile was found in the file";
     }
 }
 
@@ -142,7 +142,7 @@ class InfoCommand : public Command
 public:
     CLI::App* Declare(CLI::App& program) override
     {
-        CLI::App* pApp = program.add_subcommand("info", "Tells frames, size, times and coding of a file");
+        CLI::App* pApp = program.add_subcommand("info", "Shows frames, size, times and coding of a file");
         pApp->add_option("FILE", m_strFile, "MP4 file")->required();
         pApp->add_flag("--json", m_bJson, "As one JSON object");
         return pApp;

@@ -128,7 +128,7 @@ public:
     CLI::App* Declare(CLI::App& program) override
     {
         CLI::App* pApp = program.add_subcommand("write", "Writes pictures and their times as an MP4 file");
-        // The ending is asked for, so that a target forgotten before a row of pictures isn't the first of them.
+        // With this ending required, the first picture isn't overwritten when the user forgets the target before it.
         pApp->add_option("OUT.mp4", m_strOut, "MP4 file to write, named *.mp4")
             ->type_name("")
             ->required()

@@ -39,7 +39,7 @@ public:
         m_app.add_flag("-v,--verbose", m_bVerbose, "Show the module's diagnostics on standard error");
         m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line.");
         m_app.require_subcommand(1);
-        m_app.fallthrough();  // these options may also stand behind the command
+        m_app.fallthrough();  // these options may also follow the command
         for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand,
                           MakeWriteCommand})
         {

@@ -7,8 +7,8 @@
 namespace qmhost
 {
 
-// Takes the module's diagnostics as long as it lives; one object at a time. Shows them on standard error when that is
-// wanted, and otherwise keeps the last text, so that a failure can be told with its reason.
+// Takes the module's diagnostics as long as it lives; one object at a time. Shows them on standard error, or
+// else keeps the last text, which is the reason of a failure.
 class Diagnostics
 {
 public:

@@ -58,7 +58,7 @@ void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
     Do("SetFrameTime", strWhat, [&] { return m_pFile->SetFrameTime(dTimeMs); });
     Do("WriteNextFrame", strWhat + REFUSED_FRAME, [&] { return m_pFile->WriteNextFrame(pPixels); });
     RequireNoLoss(", by frame " + std::to_string(m_uiFrames) + " at the latest");
-    // A module may go on without a file when it couldn't open one. Better to hear of it now than at the end.
+    // A module may go on without a file when it couldn't open one. It is better reported now than at the end.
     if (m_uiFrames++ == 0 && !m_target.Exists())
         throw Failure("write", QM_ERR_FILEOPEN, "the first frame made no file " + Quoted(m_strPath));
 }

@@ -25,7 +25,7 @@ public:
     OutputVideo(const OutputVideo&) = delete;
     OutputVideo& operator=(const OutputVideo&) = delete;
 
-    // Writes the next frame: rows as the attributes tell.
+    // Writes the next frame: rows at the pitch of the attributes.
     void WriteFrame(double dTimeMs, const void* pPixels);
 
     // Finishes the file and checks that it holds every frame: the module doesn't report a write to disk that failed.

@@ -27,7 +27,7 @@ void RequirePictures(const InputFile& file, std::string_view command, bool bAllo
                           profile.Describe() + "; --allow-blank gives its frames without their pictures");
     case EDelivery::Unknown:
         std::cerr << "qmhost: warning: the profile of " << strFile
-                  << " can't be told; below H.264 High profile pictures are blank\n";
+                  << " can't be found; below H.264 High profile pictures are blank\n";
     }
 }
 

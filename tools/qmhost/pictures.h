@@ -16,7 +16,7 @@ inline constexpr const char* ALLOW_BLANK_HELP =
     "Go on with a stream whose pictures the module doesn't deliver; they are blank then";
 
 // Throws Failure for a file without frames, and for one whose frames would be blank unless bAllowBlank. Warns on
-// standard error when the file doesn't tell.
+// standard error when the profile can't be found.
 void RequirePictures(const InputFile& file, std::string_view command, bool bAllowBlank);
 
 inline constexpr const char* ALLOW_FOREIGN_TIMES_HELP =

@@ -17,7 +17,7 @@ std::filesystem::path ProgramFolder();
 // "imageformat_mp4.so" or "imageformat_mp4.dll".
 std::filesystem::path ModuleFileName();
 
-// Whether somebody watches standard error.
+// Whether standard error is a terminal.
 bool IsTerminalOnStderr();
 
 // Makes the standard streams take UTF-8 text and, for output, bytes as they are. Writing past a limit of file sizes

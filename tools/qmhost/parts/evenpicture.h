@@ -1,4 +1,4 @@
-// The picture that is handed to a module for writing.
+// The picture that a module gets for writing.
 #pragma once
 
 #include <cstddef>
@@ -13,11 +13,10 @@ namespace qmhost
 // A 24-bit picture of even width and height, made from one whose sides may be odd: a missing column or row repeats the
 // last one there is.
 //
-// H.264 as modules write it has even sides only, and a module that is told an odd side rounds it up by itself. But it
-// can't fill what it adds, since it sees the host's rows and nothing else, and its encoders differ in the rows that
-// they then expect: some read whole rows of the even width, and one row more than told, others rows of the width as
-// told. For a width of 4n + 1 these even lie at different distances. So the host makes the picture even before it tells
-// its size; then every encoder reads the same rows and none reads past their end.
+// H.264 as modules write it has even sides only. A module rounds an odd side up, but has nothing to fill the new column
+// or row with. Its encoders also expect different rows: some read rows of the even width, and one row more than the
+// height, others rows of the width as it is. For a width of 4n + 1 these have different pitches. So the host makes the
+// picture even and describes that one. Then every encoder reads the same rows, and none reads past their end.
 class EvenPicture
 {
 public:

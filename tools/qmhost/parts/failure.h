@@ -13,9 +13,9 @@ namespace qmhost
 // "general failure" for QM_ERR_FAIL, and so on; "unknown status" for a number that the host doesn't define.
 std::string_view StatusMeaning(QmStatus nStatus);
 
-// An operation that gave a status other than 0, or that this program had to give up with one. Its text is the whole
+// An operation that returned a status other than 0, or that this program ended with one. Its text is the whole
 // line: "GetImageAttributes failed with status -9 (general failure): 'x.mp4' can't be opened as MP4 video". A reason
-// that the module gave beside its status follows on a line of its own, indented.
+// that the module reported with its status follows on the next line, indented.
 class Failure : public std::runtime_error
 {
 public:

@@ -25,7 +25,7 @@ std::string_view Trimmed(std::string_view text)
     return text;
 }
 
-// Cuts text at its first separator and gives the piece before it; text becomes what stands behind.
+// Cuts text at its first separator and gives the piece before it; text becomes the rest.
 std::string_view TakePiece(std::string_view& text, char cSeparator, bool& bMore)
 {
     const std::size_t uiEnd = text.find(cSeparator);

@@ -31,7 +31,7 @@ struct FrameRange
 class FrameList
 {
 public:
-    // Items are separated by commas, blanks round numbers are allowed. STEP is 1 where it isn't told, and must lead
+    // Items are separated by commas, blanks round numbers are allowed. STEP is 1 where it isn't given, and must lead
     // from START to END: "20:7" is refused, "20:7:-1" counts down. Frame numbers have 32 bits, as the host's have.
     // Throws FrameListError.
     static FrameList Parse(std::string_view text);

@@ -86,7 +86,7 @@ struct MemoryFile
 std::vector<unsigned char> EncodeTiff(const PictureView& picture)
 {
     MemoryFile file;
-    TIFFSetErrorHandler(nullptr);  // what went wrong is told by the exception
+    TIFFSetErrorHandler(nullptr);  // the exception reports the error
     std::unique_ptr<TIFF, void (*)(TIFF*)> pTiff(TIFFClientOpen("picture", "w", &file, MemoryFile::Read,
                                                                 MemoryFile::Write, MemoryFile::Seek, MemoryFile::Close,
                                                                 MemoryFile::Size, nullptr, nullptr),

@@ -34,7 +34,7 @@ struct ImagePage
 // An image file, page after page; a PNG file has one. It is at its first page when opened. Holds no more of the file
 // than what a page needs.
 //
-// 16-bit samples become the nearest of 8 bits (full scale stays full scale), colours behind an alpha channel stay what
+// 16-bit samples become the nearest of 8 bits (full scale stays full scale), colours with an alpha channel stay what
 // they are, whatever the alpha. No gamma or profile is applied.
 //
 // Everything throws std::runtime_error with the path, the page and the reason.
@@ -51,7 +51,7 @@ public:
     virtual bool NextPage() = 0;
 };
 
-// What kind of file it is, its first bytes tell, not its name. Pages with a side above LARGEST_SIDE are refused.
+// The first bytes of the file decide its kind, not its name. Pages with a side above LARGEST_SIDE are refused.
 std::unique_ptr<ImageReader> OpenImage(const std::filesystem::path& path);
 
 }  // namespace qmhost

@@ -13,7 +13,7 @@ namespace qmhost
 namespace
 {
 
-// libtiff tells its reasons to one function of the process.
+// libtiff reports errors to one function of the process.
 thread_local char t_acError[200];
 
 void KeepError(const char*, const char* pszFormat, va_list arguments)
@@ -63,7 +63,7 @@ struct PageTags
         return (bColour || bGrey) && (m_uiBits == 8 || m_uiBits == 16) && m_uiFormat == SAMPLEFORMAT_UINT &&
                bInterleaved && m_uiOrientation == ORIENTATION_TOPLEFT;
     }
-    // A grey row has only one meaningful sample, whatever stands behind it.
+    // A grey row has only one meaningful sample, whatever follows it.
     SampleLayout Layout() const { return {m_uiBits, m_uiSamples}; }
 };
 
@@ -199,8 +199,8 @@ private:
         }
     }
 
-    // libtiff would darken colours by an alpha that isn't multiplied in yet; it is told that it is. Nothing of this
-    // goes to the file.
+    // libtiff would darken colours by an alpha that isn't multiplied in yet, so the page is read as if it were. This
+    // changes nothing in the file.
     void DisclaimAlpha()
     {
         std::uint16_t uiCount = 0;

@@ -24,7 +24,7 @@ public:
 
     void Step();
 
-    // Makes place on the terminal for a message. The next step draws the bar again.
+    // Clears the bar, so that a message can be printed. The next step draws the bar again.
     void Wipe();
 
 private:

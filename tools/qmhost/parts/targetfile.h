@@ -1,4 +1,4 @@
-// A file that somebody else is going to write.
+// A file that the module is going to write.
 #pragma once
 
 #include <cstdint>

@@ -11,7 +11,7 @@ namespace qmhost
 // Reads what TimesAsCsv writes: the header "frame,time_ms", then lines of a frame's number and its time in
 // milliseconds, from 0 on, fractions allowed. The numbers rise, with gaps where a choice of frames was written; an
 // entry stands for the picture of its place, not of its number. Lines may end as on Windows; blank ones at the end are
-// passed over.
+// ignored.
 //
 // Gives the times in order. Throws std::runtime_error that names the line.
 std::vector<double> ReadTimesCsv(std::istream& in);

@@ -8,7 +8,7 @@
 namespace qmhost
 {
 
-// A frame's time as the host tells it. A negative time means not known.
+// A frame's time as the module gives it. A negative time means not known.
 struct FrameTime
 {
     std::uint32_t m_uiFrame;

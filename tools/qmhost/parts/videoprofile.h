@@ -1,7 +1,7 @@
 // What a file says of its first video track: which coding, and for H.264 which profile.
 //
 // The module delivers pictures of H.264 in High profile and above only. Frames of other streams have the right shape,
-// number and times, but no pixels, and nothing in the host's interfaces tells so. Hence this look into the file.
+// number and times, but no pixels, and nothing in the host's interfaces reports this. So the file itself is read.
 #pragma once
 
 #include <optional>
@@ -18,7 +18,7 @@ enum class EDelivery
 {
     Pictures,
     Blank,
-    Unknown  // the file doesn't tell
+    Unknown  // not found in the file
 };
 
 // Default: a file whose boxes don't lead to a video track.

@@ -9,7 +9,7 @@ namespace qmhost
 namespace
 {
 
-// Where somebody else chose another apartment for the thread, theirs serves too.
+// Another apartment, chosen by other code of the thread, serves too.
 void NeedCom()
 {
     struct Apartment
