@@ -22,13 +22,9 @@ function(qm_add_test name)
         set(ARG_TIMEOUT 120)
     endif()
     add_executable(${name} ${ARG_SOURCES})
-<<<<<<< HEAD
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_tools GTest::gmock GTest::gmock_main GTest::gtest)
-=======
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gmock_main GTest::gtest)
     # Compiling the tests takes most of a build's time. What they measure is the code under test, which is optimised fully.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
->>>>>>> 57c1660 (Tests are compiled with -O1 in release builds)
     if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
         return()
     endif()
