@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "bench/measure.h"
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "support/ffmpeg.h"
 #include "support/file_contents.h"
 
@@ -80,25 +80,23 @@ SMuxing Mux(const std::vector<Bytes>& vPackets, std::size_t uiCount, const std::
 {
     SMuxing muxing;
     muxing.m_dCpu = bench::CpuSecondsOf([&] {
-        SSampleLog log;
-        SNalLog nals;
+        CMp4FileWriter writer;
         CGrowingArray<double> vecTimes;
-        QM_OpenFile(path.wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &log.m_hFile);
-        if (log.m_hFile == nullptr) throw std::runtime_error("can't write " + path.string());
-        WriteMp4Preamble(log.m_hFile);
+        writer.Open(CQmStringW(path.wstring().c_str()), EPacketLayout::Nvenc, 64, 64);
+        if (!writer.IsOpen()) throw std::runtime_error("can't write " + path.string());
         std::size_t uiHalfway = 0;
         for (std::size_t ui = 0; ui < uiCount; ++ui)
         {
             if (ui == uiCount / 2) uiHalfway = ResidentBytes();
             vecTimes.push_back(static_cast<double>(ui) * 40.0);
-            LogNvencPacket(log, nals, vPackets[ui % vPackets.size()]);
+            writer.LogPacket(vPackets[ui % vPackets.size()]);
         }
         muxing.m_dMemory =
             static_cast<double>(ResidentBytes() - uiHalfway) / static_cast<double>(uiCount - uiCount / 2);
-        muxing.m_uiNals = nals.m_vecNalPatches.size();
-        muxing.m_uiKeys = log.m_vecKeySamples.size();
-        WriteNalLengths(log, nals);
-        FinishMp4File(log, vecTimes, 64, 64, g_uiNvencSpsLengthOffset);
+        muxing.m_uiNals = writer.GetLog().m_vecNalPatches.size();
+        muxing.m_uiKeys = writer.GetLog().m_vecKeySamples.size();
+        writer.WriteNalLengths();
+        writer.Finish(vecTimes);
     });
     return muxing;
 }

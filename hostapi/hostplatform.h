@@ -33,7 +33,8 @@ QM_HOSTPLATFORM QmStatus QM_CloseFile(QmFileHandle hFile);
 // 0 only when all uiBytes were read; the position stays where it was otherwise. pReserved1, pReserved2 are null.
 QM_HOSTPLATFORM QmStatus QM_ReadFile(QmFileHandle hFile, void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
                                      void* pReserved2);
-// May succeed before the system has the bytes. A file that has lost bytes takes no more.
+// May succeed before the system has the bytes. A write at an earlier place than the last one gives the system the bytes
+// so far first, and fails when they don't get there. A file that has lost bytes takes no more.
 QM_HOSTPLATFORM QmStatus QM_WriteFile(QmFileHandle hFile, const void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
                                       void* pReserved2);
 // How often a file of this process has lost bytes that were written to it, once for each file. For a program whose

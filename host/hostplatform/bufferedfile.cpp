@@ -83,6 +83,9 @@ bool CBufferedFile::Write(const void* pBuffer, std::uint64_t uiBytes)
         uiOffset = 0;
     }
 
+    // What was written further on goes to the system first, so that bytes at an earlier place can vouch for it.
+    if (uiOffset < m_uiUnsavedEnd && !Flush()) return false;
+
     const auto uiBegin = static_cast<std::size_t>(uiOffset);
     const std::size_t uiEnd = uiBegin + uiCount;
     std::memcpy(m_pWindow.get() + uiBegin, pBuffer, uiCount);

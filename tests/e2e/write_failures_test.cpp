@@ -246,8 +246,8 @@ TEST_F(WritingFails, SilentlyOnADiskThatIsFull)
         EXPECT_EQ(writer.m_nStatus, 0) << writer.m_strErr;
         const Bytes vFile = ReadBytes(path);
         EXPECT_LE(vFile.size(), uiRoom);
-        // What came before the disk was full is what a writer puts there, and it never came to the size.
-        if (uiRoom == 5000)
+        // Without its whole index it is no finished file, wherever the disk was full.
+        if (uiRoom >= 48)
         {
             ASSERT_GE(vFile.size(), 48U);
             EXPECT_EQ(Bytes(vFile.begin() + 40, vFile.begin() + 44), (Bytes{0x1A, 0xBE, 0xCE, 0xDA}));

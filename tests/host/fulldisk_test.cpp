@@ -70,3 +70,11 @@ TEST_F(FullDisk, IsReportedByAReadThatHasToWriteFirst)
     EXPECT_EQ(QM_ReadFile(m_hFile, auiByte, sizeof(auiByte), nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
 }
+
+TEST_F(FullDisk, IsReportedByAWriteAtAnEarlierPlace)
+{
+    EXPECT_EQ(Write(100), QM_OK);
+    EXPECT_EQ(QM_SeekFile(m_hFile, 40, QM_SEEK_BEGIN), QM_OK);
+    EXPECT_EQ(Write(4), QM_ERR_FAIL);
+    EXPECT_EQ(QM_CloseFile(m_hFile), QM_ERR_FAIL);
+}

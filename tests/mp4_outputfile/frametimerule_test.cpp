@@ -85,7 +85,7 @@ TEST(FrameTimeRule, ADistanceOfAtMostAMillisecondBecomesOne)
 
 TEST(FrameTimeRule, UntilTimeHasPassedADistanceMayBeShorter)
 {
-    // As long as the frame before has no time behind it, the time since the first frame is taken as it is.
+    // As long as the frame before has no time after it, the time since the first frame is taken as it is.
     EXPECT_EQ(Distances({10.0, 10.5, 11.0}), (Times{0.0, 0.5, 1.0}));
     EXPECT_EQ(Distances({10.0, 10.0, 10.0, 10.25, 10.5}), (Times{0.0, 0.0, 0.0, 0.25, 1.0}));
 }

@@ -131,12 +131,12 @@ TEST_F(NvencCloseTest, AFlushThatFailsLeavesAFileOfThePacketsSoFar)
     EXPECT_THAT(m_runtime.m_setSessions, IsEmpty());
 }
 
-TEST_F(NvencCloseTest, AFlushThatFailsOnItsWayKeepsWhatItGot)
+TEST_F(NvencCloseTest, AFlushThatFailsInTheMiddleKeepsWhatItGot)
 {
     {
         const OutputPtr pFile = MakeFile(64, 48);
         WriteFrames(*pFile, 5);
-        // Three packets are left. The first comes whole, and the second is not to be had.
+        // Three packets are left. The first comes whole, and the second fails.
         m_runtime.Fail("nvEncLockBitstream", 4, NV_ENC_ERR_GENERIC);
         EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     }
@@ -205,7 +205,7 @@ TEST_F(NvencCloseTest, TheSessionEndsWithTheCloseAndDirect3DWithTheObject)
     EXPECT_EQ(m_runtime.Count("nvEncDestroyEncoder"), 1);
     EXPECT_EQ(m_d3d.m_device.m_uiReferences, 1U);
     EXPECT_EQ(m_d3d.m_uiReferences, 1U);
-    EXPECT_EQ(m_d3d.m_vSurfaces.at(0)->m_uiReferences, 1U);  // the one that nobody uses
+    EXPECT_EQ(m_d3d.m_vSurfaces.at(0)->m_uiReferences, 1U);  // the unused one
     for (std::size_t i = 1; i < 5; ++i)
         EXPECT_EQ(m_d3d.m_vSurfaces.at(i)->m_uiReferences, 0U);
 }
@@ -227,7 +227,7 @@ TEST_F(NvencCloseTest, ACloseWithoutMemoryCanBeDoneAgain)
         const OutputPtr pFile = MakeFile(64, 48);
         WriteFrames(*pFile, 5);
         {
-            const CShortMemory memory(2'000'000, 4'000'000);  // room for 100000 packets
+            const CShortMemory memory(2'000'000, 4'000'000);  // for 100000 packets
             EXPECT_EQ(pFile->CloseOutput(), QM_OK);
             EXPECT_EQ(memory.GetRefused(), 1U);
         }
@@ -236,7 +236,7 @@ TEST_F(NvencCloseTest, ACloseWithoutMemoryCanBeDoneAgain)
     EXPECT_EQ(Read().m_vMdat, Samples(5));
 }
 
-TEST_F(NvencCloseTest, AFileThatMemoryNeverSufficedToFinishIsClosedWithItsPlaceholder)
+TEST_F(NvencCloseTest, AFileThatMemoryNeverSufficedToFinishKeepsTheMarkOfAnUnfinishedOne)
 {
     {
         OutputPtr pFile = MakeFile(64, 48);

@@ -1,8 +1,9 @@
-// Frames through NVENC: pixels on their way to the encoder's surfaces, and frames that fail.
+// Frames through NVENC: pixels in the encoder's surfaces, and frames that fail.
 #include "output_fixture.h"
 
 #include <cwctype>
 
+#include "support/guarded_block.h"
 #include "support/short_memory.h"
 
 using testing::ElementsAre;
@@ -10,17 +11,17 @@ using testing::IsEmpty;
 
 namespace
 {
-// The text with one 9 for all digits of a whole number, and one for each behind the point.
+// The text with one 9 for all digits of a whole number, and one for each after the point.
 std::wstring WithNinesForDigits(const std::wstring& wszText)
 {
     std::wstring wszShape;
-    bool bBehindPoint = false;
+    bool bAfterPoint = false;
     for (const wchar_t wch : wszText)
     {
-        if (wch == L'.') bBehindPoint = true;
+        if (wch == L'.') bAfterPoint = true;
         if (!std::iswdigit(static_cast<std::wint_t>(wch)))
             wszShape += wch;
-        else if (bBehindPoint || wszShape.empty() || wszShape.back() != L'9')
+        else if (bAfterPoint || wszShape.empty() || wszShape.back() != L'9')
             wszShape += L'9';
     }
     return wszShape;
@@ -64,19 +65,58 @@ TEST_F(NvencFramesTest, PixelsAreWidenedToFourBytesWithAFullAlpha)
     EXPECT_THAT(SurfaceOfSlot(0).GetRow(0), ElementsAre(10, 20, 30, 255, 11, 21, 31, 255));
     EXPECT_THAT(SurfaceOfSlot(0).GetRow(1), ElementsAre(12, 22, 32, 255, 13, 23, 33, 255));
     for (const UINT y : {0U, 1U})
-        EXPECT_THAT(SurfaceOfSlot(0).GetBehindRow(y), testing::Each(MemorySurface::s_bUnwritten));
+        EXPECT_THAT(SurfaceOfSlot(0).GetAfterRow(y), testing::Each(MemorySurface::s_bUnwritten));
 }
 
+// 5 pixels are 15 bytes, so 16 with padding; of the even width they are 18, so 20. The host describes 3 rows of 16.
 TEST_F(NvencFramesTest, AnOddPicturesRowsAreReadAtThePitchOfTheEvenWidth)
 {
-    // 5 pixels are 15 bytes, so 16 with padding; of the even width they are 18, so 20.
-    m_vPixels = Numbered(20 * 4);
+    m_vPixels = Numbered(16 * 3);
     const OutputPtr pFile = MakeFile(5, 3);
     ASSERT_EQ(WriteAt(*pFile, 0.0), QM_OK);
     ASSERT_EQ(SurfaceOfSlot(0).m_uiWidth, 6U);
     ASSERT_EQ(SurfaceOfSlot(0).m_uiHeight, 4U);
-    for (UINT y = 0; y < 4; ++y)
+    for (UINT y = 0; y < 2; ++y)
         EXPECT_EQ(SurfaceOfSlot(0).GetRow(y), Row(m_vPixels, y * 20, 6)) << "row " << y;
+}
+
+// The third row begins at 40 and the fourth at 60.
+TEST_F(NvencFramesTest, BytesPastAnOddPictureComeFromTheRowAbove)
+{
+    m_vPixels = Numbered(16 * 3);
+    const OutputPtr pFile = MakeFile(5, 3);
+    ASSERT_EQ(WriteAt(*pFile, 0.0), QM_OK);
+    Bytes vThird(18);
+    for (std::uint8_t b = 0; b < 18; ++b)
+        vThird[b] = static_cast<std::uint8_t>(b < 8 ? 40 + b : 20 + b);
+    EXPECT_EQ(SurfaceOfSlot(0).GetRow(2), Row(vThird, 0, 6));
+    EXPECT_EQ(SurfaceOfSlot(0).GetRow(3), Row(vThird, 0, 6));
+}
+
+TEST_F(NvencFramesTest, WithoutARowAboveTheBytesPastAnOddPictureAreBlack)
+{
+    m_vPixels = {10, 20, 30, 40};
+    const OutputPtr pFile = MakeFile(1, 1);
+    ASSERT_EQ(WriteAt(*pFile, 0.0), QM_OK);
+    for (const UINT y : {0U, 1U})
+        EXPECT_THAT(SurfaceOfSlot(0).GetRow(y), ElementsAre(10, 20, 30, 255, 40, 0, 0, 255));
+}
+
+TEST_F(NvencFramesTest, NothingIsReadPastThePictureThatTheHostDescribed)
+{
+    struct SSize
+    {
+        std::uint32_t m_uiWidth;
+        std::uint32_t m_uiHeight;
+        std::size_t m_uiBytes;
+    };
+    for (const SSize& size : {SSize{321, 239, 230396}, SSize{5, 1001, 16016}, SSize{7, 4, 96}, SSize{64, 47, 9024},
+                              SSize{64, 48, 9216}, SSize{1, 1, 4}, SSize{1, 2, 8}})
+    {
+        const CGuardedBlock pixels(Numbered(size.m_uiBytes));
+        const OutputPtr pFile = MakeFile(size.m_uiWidth, size.m_uiHeight);
+        EXPECT_EQ(pFile->WriteNextFrame(pixels.Get()), QM_OK) << size.m_uiWidth << " x " << size.m_uiHeight;
+    }
 }
 
 TEST_F(NvencFramesTest, APictureThatWasRefusedIsReadAtThePitchOfItsOwnWidth)
@@ -91,7 +131,7 @@ TEST_F(NvencFramesTest, APictureThatWasRefusedIsReadAtThePitchOfItsOwnWidth)
         EXPECT_EQ(SurfaceOfSlot(0).GetRow(y), Row(m_vPixels, y * 16, 5)) << "row " << y;
 }
 
-// A third of the bytes that 24-bit pixels take, and nothing behind them may be read.
+// A third of the bytes that 24-bit pixels take, and nothing after them may be read.
 TEST_F(NvencFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
 {
     SQmImageAttributes attributes = Attributes(64, 48);
@@ -106,7 +146,7 @@ TEST_F(NvencFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
 
 // The encoder's surfaces are of the first size, and the file's times can't be right without the picture that they don't
 // take.
-TEST_F(NvencFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+TEST_F(NvencFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGoodFrame)
 {
     for (const std::uint32_t uiOther : {32U, 128U})
     {
@@ -176,16 +216,19 @@ TEST_F(NvencFramesTest, AFailedUnlockDoesNotMatter)
     EXPECT_EQ(WriteAt(*pFile, 0.0), QM_OK);
 }
 
-TEST_F(NvencFramesTest, ASurfaceThatCantBeLockedFailsItsFrameOnly)
+// Samples of later frames would be listed at the times of earlier ones.
+TEST_F(NvencFramesTest, ASurfaceThatCantBeLockedEndsTheFileAfterTheLastGoodFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     WriteFrames(*pFile, 1);
     m_d3d.m_hrLock = D3DERR_DEVICELOST;
     EXPECT_EQ(WriteAt(*pFile, 10.0), QM_ERR_FAIL);
     m_d3d.m_hrLock = S_OK;
-    EXPECT_EQ(WriteAt(*pFile, 20.0), QM_OK);
-    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 2);
+    EXPECT_EQ(WriteAt(*pFile, 20.0), QM_ERR_FAIL);
+    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 1);
     EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 10.0, 20.0));
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_EQ(ReadMuxedFile(m_target.Bytes()).m_moov.m_vSizes.size(), 1U);
 }
 
 // --- packets
@@ -193,15 +236,18 @@ TEST_F(NvencFramesTest, ASurfaceThatCantBeLockedFailsItsFrameOnly)
 TEST_F(NvencFramesTest, TheFirstThreeFramesYieldNoPacketSoThatSamplesLagBehindTimes)
 {
     OpenNvencWriter writer;
-    ASSERT_EQ(writer.InitNvencEncoder(64, 48, CQmStringW(m_target.Path().wstring().c_str())), S_OK);
+    ASSERT_EQ(writer.OpenAt(WidePath(m_target)), S_OK);
+    const SQmImageAttributes attributes = Attributes(64, 48);
+    SFrameTimes times;
     std::vector<std::size_t> vSamples;
-    for (int i = 0; i < 6; ++i)
+    for (std::uint32_t ui = 0; ui < 6; ++ui)
     {
-        ASSERT_EQ(writer.WriteFrame(m_vPixels.data(), 64, 48), QM_OK);
-        vSamples.push_back(writer.m_log.m_vecSampleSizes.size());
+        times.m_vecFrameTimes.push_back(ui);
+        ASSERT_EQ(writer.WriteFrame(ui, {m_vPixels.data(), attributes, attributes}, times), EPictureFate::Taken);
+        vSamples.push_back(writer.m_muxedFile.GetLog().m_vecSampleSizes.size());
     }
     EXPECT_THAT(vSamples, ElementsAre(0U, 0U, 0U, 1U, 2U, 3U));
-    writer.Close({0.0, 1.0, 2.0, 3.0, 4.0, 5.0}, 64, 48);
+    writer.Close(times);
     EXPECT_EQ(ReadMuxedFile(m_target.Bytes()).m_moov.m_vSizes.size(), 6U);
 }
 
@@ -215,7 +261,7 @@ TEST_F(NvencFramesTest, AnEncoderThatKeepsFramesBackIsNoFailure)
 
 // --- the diagnostics
 
-TEST_F(NvencFramesTest, EveryFrameTellsHowLongItTook)
+TEST_F(NvencFramesTest, EveryFrameReportsHowLongItTook)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     WriteFrames(*pFile, 5);
@@ -227,7 +273,7 @@ TEST_F(NvencFramesTest, EveryFrameTellsHowLongItTook)
         EXPECT_EQ(WithNinesForDigits(wszText), L"NVENC 9.99 ms");
 }
 
-TEST_F(NvencFramesTest, TheTimeToldIsThatOfTheWholeFrame)
+TEST_F(NvencFramesTest, TheReportedTimeIsThatOfTheWholeFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     WriteFrames(*pFile, 1);
@@ -239,9 +285,9 @@ TEST_F(NvencFramesTest, TheTimeToldIsThatOfTheWholeFrame)
     const double dTaken = QM_GetTimeCounter() - dBegin;
     const std::vector<std::wstring> vTexts = m_diagnostics.TextsOf(g_nLineFrameTime);
     ASSERT_EQ(vTexts.size(), 2U);
-    const double dTold = std::stod(vTexts[1].substr(6));
-    EXPECT_GE(dTold, 15.0);  // a sleep may end a tick of the system's clock early
-    EXPECT_LE(dTold, dTaken + 0.01);
+    const double dReported = std::stod(vTexts[1].substr(6));
+    EXPECT_GE(dReported, 15.0);  // a sleep may end a tick of the system's clock early
+    EXPECT_LE(dReported, dTaken + 0.01);
 }
 
 // --- failures
@@ -301,18 +347,22 @@ TEST_F(NvencFramesTest, APercentSignInTheTextOfARealFailureDoesNoHarm)
                             L"m_vMappedInputBuffers[m_iGot % m_nEncoderBuffer]) returned error 20\n"));
 }
 
-TEST_F(NvencFramesTest, WithoutMemoryForPacketsAFrameFailsAndOthersFollow)
+TEST_F(NvencFramesTest, AFrameThatMemoryDoesNotSufficeForEndsTheFileUnfinished)
 {
     const OutputPtr pFile = MakeFile(64, 48);
-    WriteFrames(*pFile, 2);
+    WriteFrames(*pFile, 4);  // one packet came
     {
-        const CShortMemory memory(2'000'000, 4'000'000);  // room for 100000 packets
-        EXPECT_EQ(WriteAt(*pFile, 20.0), QM_ERR_FAIL);
+        const CShortMemory memory(2'000'000, 4'000'000);  // for 100000 packets
+        EXPECT_EQ(WriteAt(*pFile, 40.0), QM_ERR_FAIL);
         EXPECT_EQ(memory.GetRefused(), 1U);
     }
-    EXPECT_EQ(WriteAt(*pFile, 30.0), QM_OK);
-    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 3);
-    EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 10.0, 20.0, 30.0));
+    EXPECT_EQ(WriteAt(*pFile, 50.0), QM_ERR_FAIL);
+    EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 4);
+    EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 10.0, 20.0, 30.0, 40.0, 50.0));
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    const Bytes vFile = m_target.Bytes();
+    ASSERT_EQ(vFile.size(), 48U + 128);
+    EXPECT_EQ(Bytes(vFile.begin() + 40, vFile.begin() + 44), (Bytes{0x1A, 0xBE, 0xCE, 0xDA}));
 }
 
 TEST_F(NvencFramesTest, WithoutMemoryForTheEncoderTheFirstFrameFails)
@@ -333,7 +383,7 @@ TEST_F(NvencFramesTest, WithoutMemoryForAPacketTheFileEndsThereUnfinished)
         const OutputPtr pFile = MakeFile(64, 48);
         WriteFrames(*pFile, 4);
         {
-            const CShortMemory memory(2);  // the first is the room for packets
+            const CShortMemory memory(2);  // the first is the list of packets
             EXPECT_EQ(WriteAt(*pFile, 40.0), QM_ERR_FAIL);
             EXPECT_EQ(memory.GetRefused(), 1U);
         }

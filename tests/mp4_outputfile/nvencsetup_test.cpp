@@ -13,12 +13,9 @@ namespace
 class NvencSetupTest : public OutputTest
 {
 protected:
-    // One frame, and what the writer itself answers for it.
-    HRESULT Init(CNvencWriter& writer)
-    {
-        return writer.InitNvencEncoder(64, 48, CQmStringW(m_target.Path().wstring().c_str()));
-    }
-    // The first frame fails, and every further one at once; the diagnostics tell why, from that line.
+    // What the back end itself answers to its set-up.
+    HRESULT Init(OpenNvencWriter& writer) { return writer.OpenAt(WidePath(m_target)); }
+    // The first frame fails, and every further one at once; the diagnostics report why, from that line.
     void ExpectFailedSetUp(int nLine, const std::wstring& wszText)
     {
         const OutputPtr pFile = MakeFile(64, 48);
@@ -47,7 +44,7 @@ protected:
 
 // --- the device
 
-TEST_F(NvencSetupTest, TheDeviceIsMadeOnTheFirstAdapterWithASurfaceThatNobodyUses)
+TEST_F(NvencSetupTest, TheDeviceIsMadeOnTheFirstAdapterWithAnUnusedSurface)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteAt(*pFile, 0.0), QM_OK);
@@ -155,7 +152,7 @@ TEST_F(NvencSetupTest, EveryDirect3DFailureIsTheSetUpsAnswerAndEndsIt)
             EXPECT_EQ(Init(writer), hr);
             EXPECT_EQ(d3d.m_vCalls.size(), failing.m_uiCalls);
             EXPECT_EQ(writer.m_pEncoder, nullptr);
-            EXPECT_EQ(writer.m_log.m_hFile, nullptr);
+            EXPECT_FALSE(writer.m_muxedFile.IsOpen());
         }
     }
     EXPECT_THAT(m_runtime.m_vCalls, IsEmpty());
@@ -206,7 +203,7 @@ TEST_F(NvencSetupTest, AnOldRuntimeIsRefused)
                       L"please upgrade driver\n");
 }
 
-TEST_F(NvencSetupTest, ASessionThatCantBeOpenedIsTold)
+TEST_F(NvencSetupTest, ASessionThatCantBeOpenedIsReported)
 {
     m_runtime.Fail("nvEncOpenEncodeSessionEx", 1, NV_ENC_ERR_OUT_OF_MEMORY);
     ExpectFailedSetUp(g_nLineOpenSession,
@@ -243,7 +240,7 @@ TEST_F(NvencSetupTest, AnExceptionFromTheSettingsLeavesTheCall)
     EXPECT_THAT(m_diagnostics.TextsOf(g_nLineCreateEncoder), IsEmpty());
 }
 
-TEST_F(NvencSetupTest, AnEncoderThatCantBeMadeIsToldAndFurtherFramesFailSafely)
+TEST_F(NvencSetupTest, AnEncoderThatCantBeMadeIsReportedAndFurtherFramesFailSafely)
 {
     m_runtime.Fail("nvEncInitializeEncoder", 1, NV_ENC_ERR_INVALID_PARAM);
     {
@@ -263,7 +260,7 @@ TEST_F(NvencSetupTest, AnEncoderThatCantBeMadeIsToldAndFurtherFramesFailSafely)
     EXPECT_FALSE(std::filesystem::exists(m_target.Path()));
 }
 
-TEST_F(NvencSetupTest, ARingThatCantBeMadeIsToldAndFurtherFramesFailSafely)
+TEST_F(NvencSetupTest, ARingThatCantBeMadeIsReportedAndFurtherFramesFailSafely)
 {
     for (const char* pszEntry : {"nvEncCreateBitstreamBuffer", "nvEncRegisterResource"})
     {
@@ -289,7 +286,7 @@ TEST_F(NvencSetupTest, AFailedEncoderIsAnsweredWithOneAndStays)
     OpenNvencWriter writer;
     EXPECT_EQ(Init(writer), 1);
     EXPECT_NE(writer.m_pEncoder, nullptr);
-    EXPECT_EQ(writer.m_log.m_hFile, nullptr);
+    EXPECT_FALSE(writer.m_muxedFile.IsOpen());
 }
 
 TEST_F(NvencSetupTest, APercentSignInAFailuresTextIsPartOfTheFormat)

@@ -58,9 +58,15 @@ void OutputTest::SetUp()
 {
     m_runtimeFile.Use("full");
     m_runtime.m_funcPacket = PacketOf;
+    RenewFormat();
+}
+
+void OutputTest::RenewFormat()
+{
     m_pFormat = new (__FILE__, __LINE__) CScriptedFormat;
     m_pFormat->AddRef();
     m_pFormat->Choose(L"NVENC1");
+    m_nLostReferences = 0;
     m_diagnostics.m_vLines.clear();
 }
 

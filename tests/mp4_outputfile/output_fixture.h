@@ -28,11 +28,15 @@ inline constexpr int g_nLineOpenSession = 2409;
 inline constexpr int g_nLineParameters = 2433;
 inline constexpr int g_nLineCreateEncoder = 2440;
 
-// A format object whose answers about codecs can be changed, and that tells what it is asked.
+// A format object whose answers about codecs can be changed, and that records what it is asked.
 class CScriptedFormat : public CQmImageFormatMP4
 {
 public:
     CScriptedFormat() : CQmClass(true) {}
+    ~CScriptedFormat() override
+    {
+        if (m_funcDestroyed) m_funcDestroyed();
+    }
 
     std::int32_t Release() override;
     QmStatus GetActiveCodec(std::uint32_t* puiIndex) override;
@@ -46,6 +50,7 @@ public:
     std::vector<std::string> m_vCalls;
     std::vector<std::uint32_t> m_vRowsAsked;
     std::function<void()> m_funcReleased;
+    std::function<void()> m_funcDestroyed;
 };
 
 // An output object with its insides open.
@@ -56,24 +61,33 @@ public:
         : CQmMP4OutputFile(pFormat, strFileName, CQmMP4InputFile::MakeForWrittenFile)
     {}
 
+    using CQmMP4OutputFile::IsAmf;
+    using CQmMP4OutputFile::IsNvenc;
     using CQmMP4OutputFile::m_attrEncoded;
     using CQmMP4OutputFile::m_attrSource;
-    using CQmMP4OutputFile::m_bAmf;
     using CQmMP4OutputFile::m_bFrameTimeSet;
-    using CQmMP4OutputFile::m_bNvenc;
-    using CQmMP4OutputFile::m_mediaFoundation;
+    using CQmMP4OutputFile::m_muxedFile;
     using CQmMP4OutputFile::m_nFrameCounter;
+    using CQmMP4OutputFile::m_pEncoder;
     using CQmMP4OutputFile::m_pReader;
     using CQmMP4OutputFile::m_times;
 
     std::vector<double> GetTimes() const { return ToVector(m_times.m_vecFrameTimes); }
 };
 
-class OpenNvencWriter : public CNvencWriter
+struct SFileOfAWriter
+{
+    CMp4FileWriter m_muxedFile;
+};
+
+// An NVENC back end without an output object: its insides open, with a file and the settings of a 64 x 48 picture.
+class OpenNvencWriter : public SFileOfAWriter, public CNvencWriter
 {
 public:
-    using CNvencWriter::m_log;
-    using CNvencWriter::m_nals;
+    OpenNvencWriter() : CNvencWriter(m_muxedFile) {}
+
+    HRESULT OpenAt(const CQmStringW& strPath) { return Open({strPath, 64, 48, 64, 48, 1, L"NVENC1"}); }
+
     using CNvencWriter::m_pEncoder;
 };
 
@@ -88,8 +102,11 @@ class OutputTest : public testing::Test
 protected:
     // The codec is NVENC1, and all of its neighbours work.
     void SetUp() override;
-    // Nobody broke the runtime's rules, and every reference but the lost ones was given back.
+    // The runtime's rules were kept, and every reference but the lost ones was released.
     void TearDown() override;
+
+    // A new format object in the place of one that is gone.
+    void RenewFormat();
 
     // For m_target, or with a path of the test's own, with one reference.
     OutputPtr MakeFile();

@@ -2,6 +2,9 @@
 #include "output_fixture.h"
 
 #include "common/modulestate.h"
+#ifndef _WIN32
+#include "platform/mediafoundation/startup_probe.h"
+#endif
 #include "support/short_memory.h"
 
 using testing::ElementsAre;
@@ -36,28 +39,31 @@ public:
 
 TEST_F(OutputFileTest, EveryOperationWithoutAPurposeGivesItsFixedStatus)
 {
+    struct SOperation
+    {
+        QmStatus (IQmOutputImageFile::*m_pfnOperation)();
+        QmStatus m_nStatus;
+    };
+    using I = IQmOutputImageFile;
     const OutputPtr pFile = MakeFile();
-    EXPECT_EQ(pFile->OutputOperationA(), 0);
-    EXPECT_EQ(pFile->OutputOperationB(), 0);
-    EXPECT_EQ(pFile->OutputOperationC(), 0);
-    EXPECT_EQ(pFile->OutputOperationD(), -1506);
-    EXPECT_EQ(pFile->OutputOperationE(), 0);
-    EXPECT_EQ(pFile->OutputOperationF(), 0);
-    EXPECT_EQ(pFile->OutputOperationG(), 0);
-    EXPECT_EQ(pFile->OutputOperationH(), 0);
-    EXPECT_EQ(pFile->OutputOperationI(), -2);
-    EXPECT_EQ(pFile->OutputOperationJ(), 0);
-    EXPECT_EQ(pFile->OutputOperationK(), 0);
-    EXPECT_EQ(pFile->OutputOperationL(), -2);
-    EXPECT_EQ(pFile->OutputOperationM(), -1506);
-    EXPECT_EQ(pFile->OutputOperationN(), -1506);
-    EXPECT_EQ(pFile->OutputOperationO(), -1506);
-    EXPECT_EQ(pFile->OutputOperationP(), -2);
-    EXPECT_EQ(pFile->OutputOperationQ(), -2);
-    EXPECT_EQ(pFile->OutputOperationR(), -2);
-    EXPECT_EQ(pFile->OutputOperationS(), -2);
-    EXPECT_EQ(pFile->OutputOperationT(), 0);
-    EXPECT_EQ(pFile->OutputOperationU(), -2);
+    int nOperation = 0;
+    for (const SOperation& operation :
+         {SOperation{&I::OutputOperationA, 0},     SOperation{&I::OutputOperationB, 0},
+          SOperation{&I::OutputOperationC, 0},     SOperation{&I::OutputOperationD, -1506},
+          SOperation{&I::OutputOperationE, 0},     SOperation{&I::OutputOperationF, 0},
+          SOperation{&I::OutputOperationG, 0},     SOperation{&I::OutputOperationH, 0},
+          SOperation{&I::OutputOperationI, -2},    SOperation{&I::OutputOperationJ, 0},
+          SOperation{&I::OutputOperationK, 0},     SOperation{&I::OutputOperationL, -2},
+          SOperation{&I::OutputOperationM, -1506}, SOperation{&I::OutputOperationN, -1506},
+          SOperation{&I::OutputOperationO, -1506}, SOperation{&I::OutputOperationP, -2},
+          SOperation{&I::OutputOperationQ, -2},    SOperation{&I::OutputOperationR, -2},
+          SOperation{&I::OutputOperationS, -2},    SOperation{&I::OutputOperationT, 0},
+          SOperation{&I::OutputOperationU, -2}})
+    {
+        EXPECT_EQ((static_cast<I&>(*pFile).*operation.m_pfnOperation)(), operation.m_nStatus)
+            << "operation " << static_cast<char>('A' + nOperation);
+        ++nOperation;
+    }
 }
 
 // --- references
@@ -139,6 +145,30 @@ TEST_F(OutputFileTest, TheEndGivesTheFormatBackBeforeItClosesTheFile)
         (std::vector<std::string>{"nvEncDestroyEncoder", "surface released", "Direct3D released", "device released"}));
 }
 
+#ifndef _WIN32
+// The file object may hold the last reference on the last format object.
+TEST_F(OutputFileTest, WhatACloseNeedsStaysStartedUntilItIsDone)
+{
+    OutputPtr pFile = MakeFile(64, 48);
+    WriteFrames(*pFile, 1);
+    const unsigned uiBefore = mediafoundation::GetStartupCounts().m_uiShutdowns;
+    unsigned uiAtTheEndOfTheSession = uiBefore;
+    m_runtime.m_funcEntered = [&](const std::string& strEntry) {
+        if (strEntry == "nvEncDestroyEncoder")
+            uiAtTheEndOfTheSession = mediafoundation::GetStartupCounts().m_uiShutdowns;
+    };
+    bool bFormatGone = false;
+    m_pFormat->m_funcDestroyed = [&bFormatGone] { bFormatGone = true; };
+    while (m_pFormat->CountReferences() > 1)
+        m_pFormat->Release();
+    pFile.reset();
+    EXPECT_TRUE(bFormatGone);
+    EXPECT_EQ(uiAtTheEndOfTheSession, uiBefore);
+    EXPECT_EQ(mediafoundation::GetStartupCounts().m_uiShutdowns, uiBefore + 1);
+    RenewFormat();
+}
+#endif
+
 TEST_F(OutputFileTest, WithoutMemoryThereIsNoObject)
 {
     // What an object sets aside for samples from the start doesn't fit in less.
@@ -158,19 +188,20 @@ TEST_F(OutputFileTest, EverythingElseIsUnsetAtTheBeginning)
     EXPECT_EQ(pFile->m_nFrameCounter, 0U);
     EXPECT_EQ(pFile->m_pReader, nullptr);
     EXPECT_FALSE(pFile->m_bFrameTimeSet);
-    EXPECT_FALSE(pFile->m_bAmf);
-    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_FALSE(pFile->IsAmf());
+    EXPECT_FALSE(pFile->IsNvenc());
     EXPECT_EQ(pFile->m_times.m_dFrameTime, -1.0);
     EXPECT_THAT(pFile->GetTimes(), IsEmpty());
 }
 
 TEST_F(OutputFileTest, RoomForTwoHundredThousandSamplesAndNalsIsSetAside)
 {
-    const OpenNvencWriter writer;
-    EXPECT_GE(writer.m_log.m_vecSampleSizes.capacity(), 200'000U);
-    EXPECT_GE(writer.m_nals.m_vecNalPatches.capacity(), 200'000U);
-    EXPECT_TRUE(writer.m_log.m_vecSampleSizes.empty());
-    EXPECT_TRUE(writer.m_nals.m_vecNalPatches.empty());
+    const OutputPtr pFile = MakeFile();
+    const SSampleLog& log = pFile->m_muxedFile.GetLog();
+    EXPECT_GE(log.m_vecSampleSizes.capacity(), 200'000U);
+    EXPECT_GE(log.m_vecNalPatches.capacity(), 200'000U);
+    EXPECT_TRUE(log.m_vecSampleSizes.empty());
+    EXPECT_TRUE(log.m_vecNalPatches.empty());
 }
 
 // --- times and indices

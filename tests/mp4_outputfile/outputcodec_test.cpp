@@ -33,8 +33,8 @@ TEST_F(OutputCodecTest, Nvenc1IsNvenc)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteAt(*pFile, 0.0), QM_OK);
-    EXPECT_TRUE(pFile->m_bNvenc);
-    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_TRUE(pFile->IsNvenc());
+    EXPECT_FALSE(pFile->IsAmf());
     EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 1);
 }
 
@@ -44,8 +44,8 @@ TEST_F(OutputCodecTest, Amf1IsAmf)
     const OutputPtr pFile = MakeFile(64, 48);
     pFile->SetFrameTime(0.0);
     pFile->WriteNextFrame(m_vPixels.data());
-    EXPECT_TRUE(pFile->m_bAmf);
-    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_TRUE(pFile->IsAmf());
+    EXPECT_FALSE(pFile->IsNvenc());
     EXPECT_THAT(m_d3d.m_vCalls, IsEmpty());
     EXPECT_THAT(m_runtime.m_vCalls, IsEmpty());
 }
@@ -59,8 +59,8 @@ TEST_F(OutputCodecTest, OnlyTheWholeCodeCounts)
         const OutputPtr pFile = MakeFile(64, 48);
         pFile->SetFrameTime(0.0);
         pFile->WriteNextFrame(m_vPixels.data());
-        EXPECT_FALSE(pFile->m_bNvenc) << pwszCode;
-        EXPECT_FALSE(pFile->m_bAmf) << pwszCode;
+        EXPECT_FALSE(pFile->IsNvenc()) << pwszCode;
+        EXPECT_FALSE(pFile->IsAmf()) << pwszCode;
         EXPECT_THAT(m_d3d.m_vCalls, IsEmpty()) << pwszCode;
     }
 }
@@ -72,8 +72,8 @@ TEST_F(OutputCodecTest, AHostThatNeverSetACodecGetsTheFirstRow)
     {
         OpenOutputFile file(pFormat, CQmStringW(L"nowhere"));
         file.WriteNextFrame(m_vPixels.data());
-        EXPECT_FALSE(file.m_bNvenc);
-        EXPECT_FALSE(file.m_bAmf);
+        EXPECT_FALSE(file.IsNvenc());
+        EXPECT_FALSE(file.IsAmf());
         ASSERT_FALSE(pFormat->m_vRowsAsked.empty());
         EXPECT_THAT(pFormat->m_vRowsAsked, testing::Each(0xFFFFFFFFU));  // which stands for row 0
     }
@@ -102,7 +102,7 @@ TEST_F(OutputCodecTest, TheCodecOfTheFirstFrameIsTheFilesCodec)
     EXPECT_EQ(WriteAt(*pFile, 1.0), QM_OK);
     m_pFormat->Choose(L"HQ");
     EXPECT_EQ(WriteAt(*pFile, 2.0), QM_OK);
-    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_FALSE(pFile->IsAmf());
     EXPECT_EQ(m_runtime.Count("nvEncEncodePicture"), 3);
 }
 
@@ -112,8 +112,8 @@ TEST_F(OutputCodecTest, NoOtherEncoderStandsInForOneThatIsMissing)
     const OutputPtr pFile = MakeFile(64, 48);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(WriteAt(*pFile, i), QM_ERR_FAIL);
-    EXPECT_TRUE(pFile->m_bNvenc);
-    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_TRUE(pFile->IsNvenc());
+    EXPECT_FALSE(pFile->IsAmf());
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_FALSE(std::filesystem::exists(m_target.Path()));
 }
@@ -131,7 +131,7 @@ TEST_F(OutputCodecTest, AFrameWithoutPixelsIsAFailureThatMakesNothing)
 }
 
 // Samples of later frames would be listed at the times of earlier ones.
-TEST_F(OutputCodecTest, AFrameWithoutPixelsInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+TEST_F(OutputCodecTest, AFrameWithoutPixelsInTheMiddleOfAFileEndsItAfterTheLastGoodFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     WriteFrames(*pFile, 5);

@@ -31,7 +31,7 @@ HRESULT WINAPI Direct3DCreate9Ex(UINT uiSdkVersion, IDirect3D9Ex** ppD3D)
     return g_pDirect3D == nullptr ? E_FAIL : g_pDirect3D->Create(uiSdkVersion, ppD3D);
 }
 
-// --- the object behind it
+// --- the object after it
 
 ScriptedDirect3D::ScriptedDirect3D() : m_device(*this), m_pBefore(g_pDirect3D)
 {
@@ -143,7 +143,7 @@ std::vector<std::uint8_t> MemorySurface::GetRow(UINT y) const
     return {first, first + m_uiWidth * 4};
 }
 
-std::vector<std::uint8_t> MemorySurface::GetBehindRow(UINT y) const
+std::vector<std::uint8_t> MemorySurface::GetAfterRow(UINT y) const
 {
     const auto first = m_vBytes.begin() + std::ptrdiff_t{m_uiWidth * 4 + g_uiBytesBetweenRows} * y + m_uiWidth * 4;
     return {first, first + g_uiBytesBetweenRows};

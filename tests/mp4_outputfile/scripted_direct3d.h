@@ -27,8 +27,8 @@ public:
     HRESULT STDMETHODCALLTYPE UnlockRect() override;
     ULONG STDMETHODCALLTYPE Release() override;
 
-    std::vector<std::uint8_t> GetRow(UINT y) const;        // the pixels
-    std::vector<std::uint8_t> GetBehindRow(UINT y) const;  // the bytes up to the next row
+    std::vector<std::uint8_t> GetRow(UINT y) const;       // the pixels
+    std::vector<std::uint8_t> GetAfterRow(UINT y) const;  // the bytes up to the next row
 
     UINT m_uiWidth;
     UINT m_uiHeight;

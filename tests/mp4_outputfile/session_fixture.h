@@ -5,12 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "mp4_outputfile/mediafoundationwriter.h"
 #include "output_fixture.h"
 #include "writing_session.h"
 
 class OpenWriter : public CMediaFoundationWriter
 {
 public:
+    using CMediaFoundationWriter::IsRunning;
     using CMediaFoundationWriter::m_handover;
     using CMediaFoundationWriter::m_hWriterThread;
 };
@@ -31,7 +33,10 @@ protected:
         OutputTest::TearDown();
     }
 
-    static HANDLE ThreadOf(OpenOutputFile& file) { return file.m_mediaFoundation.*(&OpenWriter::m_hWriterThread); }
+    static HANDLE ThreadOf(OpenOutputFile& file)
+    {
+        return static_cast<CMediaFoundationWriter&>(*file.m_pEncoder).*(&OpenWriter::m_hWriterThread);
+    }
 
     // Black and white are the ends of the studio range, whatever the coefficients: 16 and 235, without colour.
     static constexpr std::uint8_t m_bBlack = 16;
@@ -66,11 +71,12 @@ protected:
         return vLevels;
     }
 
-    // Those of the record, from the first that is pszFirst on.
+    // Those of the record, from the first that is pszFirst on, but for "Finalize", whose time is the writer thread's.
     std::vector<std::string> CallsFrom(const char* pszFirst) const
     {
         std::vector<std::string> vCalls = m_record.Calls();
         vCalls.erase(vCalls.begin(), std::find(vCalls.begin(), vCalls.end(), pszFirst));
+        std::erase(vCalls, "Finalize");
         return vCalls;
     }
 

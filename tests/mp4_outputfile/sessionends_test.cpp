@@ -1,4 +1,4 @@
-// How a media session is set up, and how it comes to its end: in time, too early, or never.
+// How a media session is set up, and how it ends: in time, too early, or never.
 #include "session_fixture.h"
 
 using testing::ElementsAre;
@@ -67,7 +67,7 @@ TEST_F(SessionEndsTest, AGraphThatWasBuiltHalfAndHalfIsAFailedSetUp)
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_EQ(m_record.m_nSessions, 0);
-    EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "Shutdown source", "Shutdown"));
+    EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "Finalize", "Shutdown source", "Shutdown"));
 }
 
 TEST_F(SessionEndsTest, AGraphThatMemoryDidNotSufficeForIsAFailedSetUp)
@@ -92,12 +92,12 @@ TEST_F(SessionEndsTest, NoOtherEncoderFollowsASetUpThatFailed)
         m_pFormat->Choose(pwszCode);
         EXPECT_EQ(WriteAt(*pFile, 40.0), QM_ERR_FAIL);
     }
-    EXPECT_FALSE(pFile->m_bNvenc);
-    EXPECT_FALSE(pFile->m_bAmf);
+    EXPECT_FALSE(pFile->IsNvenc());
+    EXPECT_FALSE(pFile->IsAmf());
     EXPECT_EQ(CountCalls("Build"), 1);
 }
 
-TEST_F(SessionEndsTest, ASetUpThatIsTriedAgainGivesItsEventsBack)
+TEST_F(SessionEndsTest, ASetUpThatIsTriedAgainClosesItsEvents)
 {
     CPictureHandover handover;
     ASSERT_EQ(handover.Open(64, 48), QM_OK);
@@ -142,7 +142,7 @@ TEST_F(SessionEndsTest, AHostThatNeverSetACodecWritesWithASession)
 
 // --- sessions that end too early ---
 
-TEST_F(SessionEndsTest, ASessionThatNeverBeganIsToldAtTheNextFrame)
+TEST_F(SessionEndsTest, ASessionThatNeverBeganShowsAtTheNextFrame)
 {
     m_record.m_script.m_hrSetTopology = E_FAIL;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -156,7 +156,7 @@ TEST_F(SessionEndsTest, ASessionThatNeverBeganIsToldAtTheNextFrame)
     EXPECT_EQ(CountCalls("Start"), 0);
 }
 
-TEST_F(SessionEndsTest, ASessionThatFailsIsToldAtTheNextFrame)
+TEST_F(SessionEndsTest, ASessionThatFailsShowsAtTheNextFrame)
 {
     m_record.m_script.m_nFailsAfter = 2;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -170,13 +170,13 @@ TEST_F(SessionEndsTest, ASessionThatFailsIsToldAtTheNextFrame)
     EXPECT_THAT(TakenLevels(), SizeIs(2));
 }
 
-TEST_F(SessionEndsTest, ASessionThatFailsWhileAFrameLiesThereIsToldAtTheFrameAfterIt)
+TEST_F(SessionEndsTest, ASessionThatFailsWhileAFrameWaitsShowsAtTheFrameAfterIt)
 {
     m_record.m_script.m_nFailsAt = 1;
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
-    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);  // the thread's last word stands for the frame's
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);  // the event that the thread sets at its end stands for the frame's
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), SizeIs(1));
@@ -195,8 +195,8 @@ TEST_F(SessionEndsTest, ASessionThatEndsBeforeTheCloseIsClosedWithoutAWait)
     EXPECT_EQ(CountCalls("Join for ever"), 0);
 }
 
-// The thread's last word may be taken for that of the frame before it, and then nobody is left to speak.
-TEST_F(SessionEndsTest, ACloseDoesNotWaitForTheWordOfAThreadThatIsGone)
+// The event that the thread sets at its end may be taken for the frame before it. No other thread sets it after that.
+TEST_F(SessionEndsTest, ACloseDoesNotWaitForAnEventOfAThreadThatIsGone)
 {
     m_record.m_script.m_nEndsAfter = 1;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -207,7 +207,7 @@ TEST_F(SessionEndsTest, ACloseDoesNotWaitForTheWordOfAThreadThatIsGone)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
 }
 
-TEST_F(SessionEndsTest, ASourceThatWaitsOnBehindTheLastFrameIsWokenOnceMore)
+TEST_F(SessionEndsTest, ASourceThatWaitsAfterTheLastFrameIsWokenOnceMore)
 {
     m_record.m_script.m_bEndsWhenWoken = true;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -215,6 +215,17 @@ TEST_F(SessionEndsTest, ASourceThatWaitsOnBehindTheLastFrameIsWokenOnceMore)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
     EXPECT_EQ(CountCalls("Join for ever"), 0);
+}
+
+TEST_F(SessionEndsTest, AnEndedSessionsFileIsFinishedBeforeItIsShutDown)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    std::vector<std::string> vCalls = m_record.Calls();
+    std::erase_if(
+        vCalls, [](const std::string& strCall) { return strCall != "Finalize" && strCall.rfind("Shutdown", 0) != 0; });
+    EXPECT_THAT(vCalls, ElementsAre("Finalize", "Shutdown source", "Shutdown"));
 }
 
 // --- sessions that never end ---
@@ -232,7 +243,7 @@ TEST_F(SessionEndsTest, ASessionThatNeverEndsIsShutDownTenMinutesAfterTheClose)
     EXPECT_THAT(vCalls, ElementsAre("Await 600000", "Join 600000", "Shutdown source", "Shutdown", "Join for ever"));
 }
 
-TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMinutes)
+TEST_F(SessionEndsTest, ASessionThatDoesNotFetchTheLastFrameIsShutDownAfterTenMinutes)
 {
     m_record.m_script.m_nTakesUntil = 1;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -245,7 +256,7 @@ TEST_F(SessionEndsTest, ASessionThatLeavesTheLastFrameLyingIsShutDownAfterTenMin
 }
 
 // A system without memory can't wait, either.
-TEST_F(SessionEndsTest, AWaitForTheThreadThatCanNotBeDoneIsDoneAgain)
+TEST_F(SessionEndsTest, AWaitForTheThreadThatFailsIsDoneAgain)
 {
     m_record.m_script.m_nFailedWaits = 3;
     const OutputPtr pFile = MakeFile(64, 48);
@@ -261,11 +272,10 @@ TEST_F(SessionEndsTest, AWaitForTheThreadThatCanNotBeDoneIsDoneAgain)
 TEST_F(SessionEndsTest, AStreamWithoutAnyFrameIsEndedByShuttingItsSessionDown)
 {
     OpenWriter writer;
-    EXPECT_EQ(writer.OpenHandover(64, 48), QM_OK);
-    EXPECT_EQ(writer.BuildGraph(), S_OK);
-    EXPECT_EQ(writer.StartThread(), QM_OK);
+    const CQmStringW strPath;
+    EXPECT_EQ(writer.Open({strPath, 64, 48, 64, 48, 1, L"HQ"}), S_OK);
     WaitForStart();
-    writer.Close();
+    writer.Close({});
     EXPECT_FALSE(writer.IsRunning());
     EXPECT_EQ(CountCalls("Shutdown"), 1);
     EXPECT_EQ(CountCalls("Join for ever"), 0);

@@ -3,13 +3,16 @@
 
 #include <random>
 
+#include "mp4_outputfile/rawpicture.h"
+#include "support/short_memory.h"
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 using SessionFramesTest = SessionTest;
 
-// --- the way of a frame ---
+// --- the path of a frame ---
 
 TEST_F(SessionFramesTest, AFrameGoesOverWhenTheNextOneArrives)
 {
@@ -114,21 +117,21 @@ TEST_F(SessionFramesTest, AfterTheCloseNoOtherEncoderTakesTheFile)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     m_pFormat->Choose(L"NVENC1");
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
-    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_FALSE(pFile->IsNvenc());
 }
 
 // While a source copies it, the picture stays as it is.
-TEST_F(SessionFramesTest, APictureIsHandedOverUnderItsLock)
+TEST_F(SessionFramesTest, APictureAndItsDurationAreHandedOverUnderTheirLock)
 {
     CPictureHandover handover;
     ASSERT_EQ(handover.Open(64, 48), QM_OK);
     const SQmImageAttributes attributes = Attributes(64, 48);
     const auto hand = [&](std::uint8_t bLevel) {
-        CEncodedPicture picture;
+        CRawPicture picture;
         const Bytes vPixels(64 * 3 * 48, bLevel);
-        EXPECT_EQ(picture.Take(vPixels.data(), attributes, attributes), QM_OK);
+        EXPECT_EQ(picture.Take({vPixels.data(), attributes, attributes}), QM_OK);
         handover.SetPending(picture.Get());
-        handover.HandOver(false);
+        handover.HandOver(bLevel, false);
     };
     hand(0);
     EXPECT_TRUE(ResetEvent(handover.m_hFrameReady));
@@ -137,10 +140,12 @@ TEST_F(SessionFramesTest, APictureIsHandedOverUnderItsLock)
     std::thread host([&] { hand(255); });
     EXPECT_EQ(WaitForSingleObject(handover.m_hFrameReady, 50), static_cast<DWORD>(WAIT_TIMEOUT));
     EXPECT_EQ(handover.m_picHandover.m_pData[0], m_bBlack);
+    EXPECT_EQ(handover.m_dSampleTime, 0.0);
     LeaveCriticalSection(&handover.m_csPicture);
     host.join();
     EXPECT_TRUE(IsSet(handover.m_hFrameReady));
     EXPECT_EQ(handover.m_picHandover.m_pData[0], m_bWhite);
+    EXPECT_EQ(handover.m_dSampleTime, 255.0);
 }
 
 // --- indices ---
@@ -172,7 +177,7 @@ TEST_F(SessionFramesTest, IndexZeroLaterInTheFileOverwritesTheFrameBefore)
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite, m_bBlack));
 }
 
-// A picture that nobody has drawn would be a wrong frame.
+// A picture without content would be a wrong frame.
 TEST_F(SessionFramesTest, AHostThatBeginsWithALaterIndexHasNothingHandedOverBeforeItsFirstFrame)
 {
     const Bytes vWhite(m_vPixels.size(), 255);
@@ -234,7 +239,7 @@ TEST_F(SessionFramesTest, AnEvenPictureIsReadAtThePitchOfItsOwnRows)
     EXPECT_THAT(LumaOf(m_record.Pictures()[0]), ElementsAre(m_bWhite, m_bWhite, m_bBlack, m_bBlack));
 }
 
-// The host was told -4, and goes on all the same: the size is encoded as it was given.
+// The host got -4, and goes on all the same: the size is encoded as it was given.
 TEST_F(SessionFramesTest, ARefusedPictureOfMoreBytesIsEncodedAtItsUnroundedSize)
 {
     SQmImageAttributes attributes = Attributes(3, 2);
@@ -248,7 +253,7 @@ TEST_F(SessionFramesTest, ARefusedPictureOfMoreBytesIsEncodedAtItsUnroundedSize)
     EXPECT_EQ(LumaOf(m_record.Pictures()[0]), Bytes(3 * 2, m_bWhite));
 }
 
-// A third of the bytes that 24-bit pixels take, and nothing behind them may be read.
+// A third of the bytes that 24-bit pixels take, and nothing after them may be read.
 TEST_F(SessionFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
 {
     SQmImageAttributes attributes = Attributes(64, 48);
@@ -282,7 +287,7 @@ TEST_F(SessionFramesTest, ASizeThatIsEncodedTheSameIsNoOtherSize)
     }
 }
 
-TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGoodFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
@@ -298,7 +303,7 @@ TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoo
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
 }
 
-TEST_F(SessionFramesTest, AMissingPictureInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+TEST_F(SessionFramesTest, AMissingPictureInTheMiddleOfAFileEndsItAfterTheLastGoodFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
@@ -319,7 +324,7 @@ TEST_F(SessionFramesTest, AWidthWhoseRowsCanNotBeCountedIsRefused)
     EXPECT_THAT(m_record.Calls(), IsEmpty());
 }
 
-TEST_F(SessionFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoodFrame)
+TEST_F(SessionFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGoodFrame)
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
@@ -334,6 +339,53 @@ TEST_F(SessionFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItBehindTheLastGoo
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
 }
 
+// --- without memory ---
+
+// The two pictures have 2 bytes a pixel; a set-up that fails is tried again.
+TEST_F(SessionFramesTest, WithoutMemoryForEitherPictureTheSetUpFails)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "pictures take their memory from another allocator here";
+    for (const bool bSecond : {false, true})
+    {
+        CPictureHandover handover;
+        EXPECT_EQ(bSecond ? handover.Open(64, 48) : QM_OK, QM_OK);  // another size needs memory again
+        const std::uint32_t uiWidth = bSecond ? 640 : 64;
+        {
+            const CShortMemory memory(uiWidth * 48 * 2, uiWidth * 48 * 2 + 1000);
+            EXPECT_EQ(handover.Open(uiWidth, 48), QM_ERR_FAIL);
+            EXPECT_EQ(memory.GetRefused(), 1U);
+        }
+        EXPECT_EQ(handover.Open(uiWidth, 48), QM_OK);
+    }
+    const OutputPtr pFile = MakeFile(64, 48);
+    {
+        const CShortMemory memory(64 * 48 * 2, 64 * 48 * 2 + 1000);
+        EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+        EXPECT_EQ(memory.GetRefused(), 1U);
+    }
+    EXPECT_THAT(m_record.Calls(), IsEmpty());
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite));
+}
+
+// An odd picture is padded in memory of its own, of 3 bytes a pixel.
+TEST_F(SessionFramesTest, WithoutMemoryForAPaddedPictureTheFileEndsAfterTheLastGoodFrame)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "pictures take their memory from another allocator here";
+    const OutputPtr pFile = MakeFile(63, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    {
+        const CShortMemory memory(64 * 48 * 3, 64 * 48 * 3 + 1000);
+        EXPECT_EQ(pFile->WriteNextFrame(m_vPixels.data()), QM_ERR_FAIL);
+        EXPECT_EQ(memory.GetRefused(), 1U);
+    }
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bWhite, m_bBlack));
+}
+
 // --- times and codec ---
 
 TEST_F(SessionFramesTest, EachFramesTimeIsItsDistanceFromTheOneBefore)
@@ -343,6 +395,38 @@ TEST_F(SessionFramesTest, EachFramesTimeIsItsDistanceFromTheOneBefore)
         EXPECT_EQ(WriteAt(*pFile, dTime), QM_OK);
     // At least 1 ms, from the second distance on; a time that runs back counts as the one before it.
     EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 40.0, 60.0, 1.0, 1.0, 2.5));
+}
+
+// The last one's isn't known: it repeats the distance before it.
+TEST_F(SessionFramesTest, EachPictureGoesOverWithItsDistanceFromTheNextOne)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    for (const double dTime : {1000.0, 1040.0, 1100.0, 1100.5})
+        EXPECT_EQ(WriteAt(*pFile, dTime), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(m_record.Durations(), ElementsAre(40.0, 60.0, 1.0, 1.0));
+}
+
+TEST_F(SessionFramesTest, OneSingleFrameHasNoDuration)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteAt(*pFile, 1000.0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(m_record.Durations(), ElementsAre(0.0));
+}
+
+TEST_F(SessionFramesTest, TheGraphIsBuiltForTheFileTheSizesAndTheCodec)
+{
+    m_pFormat->Choose(L"NQ");
+    const OutputPtr pFile = MakeFile(L"nowhere.mp4");
+    SQmImageAttributes attributes = Attributes(5, 3);
+    attributes.m_uiSequenceCount = 7;
+    EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
+    const Bytes vPixels(16 * 3, 0);
+    EXPECT_EQ(pFile->WriteNextFrame(vPixels.data()), QM_OK);
+    EXPECT_EQ(m_record.m_settings.m_wszPath, L"nowhere.mp4");
+    EXPECT_THAT(m_record.m_settings.m_vNumbers, ElementsAre(6U, 4U, 5U, 3U, 7U));
+    EXPECT_EQ(m_record.m_settings.m_wszCode, L"NQ");
 }
 
 TEST_F(SessionFramesTest, AFrameThatFailsHasATimeToo)
@@ -364,7 +448,7 @@ TEST_F(SessionFramesTest, TheCodecIsAskedForUntilTheSessionRuns)
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_THAT(m_pFormat->m_vCalls, IsEmpty());
-    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_FALSE(pFile->IsNvenc());
 }
 
 TEST_F(SessionFramesTest, NoSessionIsMadeForAnotherEncoder)

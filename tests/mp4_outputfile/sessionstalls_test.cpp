@@ -57,7 +57,7 @@ TEST_F(SessionStallTest, FromAHundredMillisecondsOnThereAreSevenRestarts)
 TEST_F(SessionStallTest, From2500MillisecondsOnThereAreThreeRestarts)
 {
     m_record.m_script.m_nTakesFrom = INT_MAX;
-    m_record.m_script.m_nTellsFrom = INT_MAX;
+    m_record.m_script.m_nReportsFrom = INT_MAX;
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     WaitForCall("Start");
@@ -112,7 +112,7 @@ TEST_F(SessionStallTest, AFrameThatIsTakenByTheRestartIsNotHandedOverAgain)
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
 }
 
-TEST_F(SessionStallTest, EachFrameHasTheWholePatience)
+TEST_F(SessionStallTest, EachFrameBeginsWithTheFirstLimit)
 {
     m_record.m_script.m_nTakesUntil = 1;  // every picture but the first needs a restart
     const OutputPtr pFile = MakeFile(64, 48);
@@ -128,10 +128,10 @@ TEST_F(SessionStallTest, EachFrameHasTheWholePatience)
     EXPECT_EQ(CountCalls("Stop"), 19);
 }
 
-TEST_F(SessionStallTest, ASessionThatDoesNotTellOfItsRestartGetsThePatienceOfOneThatHasNotStarted)
+TEST_F(SessionStallTest, ASessionThatDoesNotReportItsRestartGetsTheLimitOfOneThatHasNotStarted)
 {
     m_record.m_script.m_nTakesFrom = 1;
-    m_record.m_script.m_nTellsUntil = 1;
+    m_record.m_script.m_nReportsUntil = 1;
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     WaitForStart();
@@ -154,12 +154,12 @@ TEST_F(SessionStallTest, AFileThatWasGivenUpStaysAsItIs)
     EXPECT_EQ(ThreadOf(*pFile), nullptr);
     EXPECT_EQ(m_record.m_pHandover->m_nEndOfStream, 1U);
 
-    // Another graph, or another encoder, would begin the file anew and lose what it holds.
+    // Another graph, or another encoder, would begin the file again and lose what it holds.
     const std::vector<std::string> vCalls = m_record.Calls();
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     m_pFormat->Choose(L"NVENC1");
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
-    EXPECT_FALSE(pFile->m_bNvenc);
+    EXPECT_FALSE(pFile->IsNvenc());
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_EQ(m_record.Calls(), vCalls);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));

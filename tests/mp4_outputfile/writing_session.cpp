@@ -65,8 +65,9 @@ void RestBeforeRestart(std::uint32_t uiMilliseconds)
     g_pRecord->Note("Rest " + std::to_string(uiMilliseconds));
 }
 
-HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover)
+HRESULT BuildWriteGraph(SWriteGraph& graph, const SEncoderSettings& settings, CPictureHandover& handover)
 {
+    g_pRecord->NoteSettings(settings);
     g_pRecord->Note("Build");
     if (g_pRecord->m_funcBuilt) g_pRecord->m_funcBuilt(handover);
     if (FAILED(g_pRecord->m_script.m_hrBuild)) return g_pRecord->m_script.m_hrBuild;
@@ -77,6 +78,11 @@ HRESULT BuildWriteGraph(SWriteGraph& graph, CPictureHandover& handover)
     graph.m_pSource = new WritingSource(*g_pRecord, pSession);
     if (g_pRecord->m_script.m_bNoMemory) throw std::bad_alloc();
     return g_pRecord->m_script.m_hrBuild;
+}
+
+void FinalizeWriteGraph(SWriteGraph& graph)
+{
+    if (graph.m_pSession != nullptr || graph.m_pSource != nullptr) g_pRecord->Note("Finalize");
 }
 
 // --- the record ---
@@ -99,6 +105,12 @@ std::vector<std::string> WritingRecord::Calls() const
     return m_vCalls;
 }
 
+std::vector<double> WritingRecord::Durations() const
+{
+    const std::lock_guard lock(m_mtx);
+    return m_vDurations;
+}
+
 std::vector<Bytes> WritingRecord::Pictures() const
 {
     const std::lock_guard lock(m_mtx);
@@ -111,10 +123,19 @@ void WritingRecord::Note(const std::string& strCall)
     m_vCalls.push_back(strCall);
 }
 
-void WritingRecord::NotePicture(Bytes vRows)
+void WritingRecord::NotePicture(Bytes vRows, double dDuration)
 {
     const std::lock_guard lock(m_mtx);
     m_vPictures.push_back(std::move(vRows));
+    m_vDurations.push_back(dDuration);
+}
+
+void WritingRecord::NoteSettings(const SEncoderSettings& settings)
+{
+    m_settings = {settings.m_strFileName.GetString(),
+                  {settings.m_uiWidth, settings.m_uiHeight, settings.m_uiSourceWidth, settings.m_uiSourceHeight,
+                   settings.m_uiSequenceCount},
+                  settings.m_pwszCode};
 }
 
 // --- the session ---
@@ -191,7 +212,7 @@ STDMETHODIMP WritingSession::Start(const GUID* pguidTimeFormat, const PROPVARIAN
     m_bActive = true;
     m_nTakenSinceStart = 0;
     const SWritingScript& script = m_record.m_script;
-    if (nStart >= script.m_nTellsFrom && nStart < script.m_nTellsUntil) Tell(MESessionStarted, S_OK);
+    if (nStart >= script.m_nReportsFrom && nStart < script.m_nReportsUntil) Report(MESessionStarted, S_OK);
     if (script.m_bTakesInStart) ServeSource();
     return S_OK;
 }
@@ -203,7 +224,7 @@ STDMETHODIMP WritingSession::Stop()
     if (m_bShutDown) return MF_E_SHUTDOWN;
     m_bActive = false;
     if (m_record.m_script.m_bStopDropsPicture) ResetEvent(m_handover.m_hFrameReady);
-    Tell(MESessionStopped, S_OK);
+    Report(MESessionStopped, S_OK);
     return S_OK;
 }
 
@@ -222,7 +243,7 @@ STDMETHODIMP WritingSession::Shutdown()
 }
 
 // Under the lock.
-void WritingSession::Tell(MediaEventType eType, HRESULT hrStatus)
+void WritingSession::Report(MediaEventType eType, HRESULT hrStatus)
 {
     m_events.push_back({eType, hrStatus});
     m_cv.notify_all();
@@ -259,12 +280,12 @@ bool WritingSession::ServeSource()
     if (m_bStreamEnded)
     {
         m_bOver = script.m_bEnds;
-        if (m_bOver) Tell(MESessionEnded, S_OK);
+        if (m_bOver) Report(MESessionEnded, S_OK);
     }
     else if (Plays() && m_nTaken >= script.m_nFailsAt)
     {
         m_bOver = true;
-        Tell(MEError, E_FAIL);
+        Report(MEError, E_FAIL);
     }
     else if (Takes())
     {
@@ -273,16 +294,16 @@ bool WritingSession::ServeSource()
         m_bOver = m_nTaken >= script.m_nEndsAfter || m_nTaken >= script.m_nFailsAfter ||
                   (bLast && script.m_bEnds && !script.m_bEndsWhenWoken);
         if (m_nTaken >= script.m_nFailsAfter)
-            Tell(MEError, E_FAIL);
+            Report(MEError, E_FAIL);
         else if (m_bOver)
-            Tell(MESessionEnded, S_OK);
+            Report(MESessionEnded, S_OK);
         if (!bLast || script.m_bEndsWhenWoken) ResetEvent(m_handover.m_hFrameReady);
         SetEvent(m_handover.m_hFrameTaken);
     }
     else if (bLast && script.m_bEndsStopped)
     {
         m_bOver = true;
-        Tell(MESessionEnded, S_OK);
+        Report(MESessionEnded, S_OK);
     }
     return m_bOver || (m_bStreamEnded && !script.m_bEnds);
 }
@@ -297,10 +318,11 @@ void WritingSession::TakePicture()
         const unsigned char* const pRow = picture.m_pData + std::size_t{y} * picture.m_uiWidthBytes;
         vRows.insert(vRows.end(), pRow, pRow + std::size_t{picture.m_uiWidth} * 2);
     }
+    const double dDuration = m_handover.m_dSampleTime;
     const bool bLast = m_handover.m_nEndOfStream != 0;
     LeaveCriticalSection(&m_handover.m_csPicture);
 
-    m_record.NotePicture(std::move(vRows));
+    m_record.NotePicture(std::move(vRows), dDuration);
     m_record.Note(bLast ? "Taken last" : "Taken");
     ++m_nTaken;
     ++m_nTakenSinceStart;

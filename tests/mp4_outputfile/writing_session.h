@@ -1,5 +1,5 @@
 // A media session that writes no file: it takes pictures from a hand-over as a media source does, and misbehaves where
-// a test tells it to. A program that links this gets it in the place of the system's graph, with a clock that passes at
+// a test asks for it. A program that links this gets it in the place of the system's graph, with a clock that passes at
 // once when the session stands still.
 #pragma once
 
@@ -19,6 +19,7 @@
 #include <mferror.h>
 #include <mfidl.h>
 
+#include "mp4_outputfile/encoderbackend.h"
 #include "mp4_outputfile/picturehandover.h"
 #include "support/bytes.h"
 #include "support/idle_session.h"
@@ -30,25 +31,33 @@ struct SWritingScript
     HRESULT m_hrBuild = S_OK;    // of the graph; negative leaves it empty
     bool m_bWithSession = true;  // the graph has a session, not a source alone
     HRESULT m_hrSetTopology = S_OK;
-    int m_nTellsFrom = 0;              // number of the start, from 0, with which it begins to tell that it started
-    int m_nTellsUntil = INT_MAX;       // and from which on it doesn't any more
+    int m_nReportsFrom = 0;            // number of the start, from 0, from which on it reports that it has started
+    int m_nReportsUntil = INT_MAX;     // and from which on it doesn't any more
     int m_nTakesFrom = 0;              // and with which it begins to take pictures
-    int m_nTakesUntil = INT_MAX;       // takes so many pictures until it is started anew
+    int m_nTakesUntil = INT_MAX;       // takes so many pictures until it is started again
     int m_nTakesAtMost = INT_MAX;      // and so many in all
     int m_nEndsAfter = INT_MAX;        // ends by itself after so many
-    int m_nFailsAfter = INT_MAX;       // tells an error after so many
-    int m_nFailsAt = INT_MAX;          // and tells it when a picture lies there that it has taken so many before
-    bool m_bTakesInStart = false;      // a picture that lies there is taken before Start comes back
+    int m_nFailsAfter = INT_MAX;       // reports an error after so many
+    int m_nFailsAt = INT_MAX;          // and reports it when a picture waits and it has taken so many
+    bool m_bTakesInStart = false;      // a picture that waits is taken before Start returns
     bool m_bStopDropsPicture = false;  // asks for none after a stop before the next one is handed over
     int m_nFailedWaits = 0;            // so many waits for the thread's end can't be done
-    bool m_bEnds = true;               // tells its end when the stream has ended
+    bool m_bEnds = true;               // reports its end when the stream has ended
     bool m_bEndsStopped = false;       // and when it stands still, too
     bool m_bEndsWhenWoken = false;     // but only when the source is woken once more
 };
 
-// What happens to all sessions of a test, in the order of its coming: "Build", "SetTopology", "Start", "Stop",
-// "Shutdown source", "Shutdown", "Taken", "Taken last"; "Rest 50", "Await 100" for a picture to be taken, "Join 20000"
-// and "Join for ever" for the thread to end.
+// What a graph was to be built with.
+struct SGraphSettings
+{
+    std::wstring m_wszPath;
+    std::vector<std::uint32_t> m_vNumbers;  // width and height as encoded, then as described, and the sequence count
+    std::wstring m_wszCode;
+};
+
+// What happens to all sessions of a test, in the order in which it happens: "Build", "SetTopology", "Start", "Stop",
+// "Finalize", "Shutdown source", "Shutdown", "Taken", "Taken last"; "Rest 50", "Await 100" for a picture to be taken,
+// "Join 20000" and "Join for ever" for the thread to end.
 class WritingRecord
 {
 public:
@@ -56,22 +65,26 @@ public:
     ~WritingRecord();
 
     std::vector<std::string> Calls() const;
-    std::vector<Bytes> Pictures() const;  // that were taken: rows of YUY2 without padding
+    std::vector<Bytes> Pictures() const;    // that were taken: rows of YUY2 without padding
+    std::vector<double> Durations() const;  // of the pictures that were taken, in milliseconds
 
     SWritingScript m_script;
-    std::function<void(const CPictureHandover&)> m_funcBuilt;  // told of each graph before it is made
+    std::function<void(const CPictureHandover&)> m_funcBuilt;  // called for each graph before it is made
     std::atomic<int> m_nSessions{0};                           // that live
     std::atomic<int> m_nSources{0};
     int m_nWaitsFailed = 0;
+    SGraphSettings m_settings;                // of the newest graph
     CPictureHandover* m_pHandover = nullptr;  // of the newest graph
 
     void Note(const std::string& strCall);
-    void NotePicture(Bytes vRows);
+    void NotePicture(Bytes vRows, double dDuration);
+    void NoteSettings(const SEncoderSettings& settings);
 
 private:
     mutable std::mutex m_mtx;
     std::vector<std::string> m_vCalls;
     std::vector<Bytes> m_vPictures;
+    std::vector<double> m_vDurations;
 };
 
 class WritingSession : public CIdleSession
@@ -80,7 +93,7 @@ public:
     WritingSession(WritingRecord& record, CPictureHandover& handover);
     virtual ~WritingSession();
 
-    // Nothing but another start gets a picture taken, or the end told.
+    // Nothing but another start gets a picture taken, or the end reported.
     bool StandsStill();
     bool NeverEnds();
     // What waits for a picture gets none when it is woken.
@@ -100,7 +113,7 @@ private:
     void Run();
     bool ServeSource();
     void TakePicture();
-    void Tell(MediaEventType eType, HRESULT hrStatus);
+    void Report(MediaEventType eType, HRESULT hrStatus);
     bool Plays() const { return m_bActive && m_nStarts > m_record.m_script.m_nTakesFrom; }
     bool Takes() const
     {
@@ -118,7 +131,7 @@ private:
     bool m_bShutDown = false;
     bool m_bSourceShutDown = false;
     bool m_bActive = false;  // started, and not stopped since
-    bool m_bOver = false;    // has told its end, or an error
+    bool m_bOver = false;    // has reported its end, or an error
     bool m_bStreamEnded = false;
     int m_nStarts = 0;
     int m_nTaken = 0;

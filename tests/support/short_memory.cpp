@@ -5,6 +5,10 @@
 #include <limits>
 #include <new>
 
+#ifndef _WIN32
+#include <dlfcn.h>
+#endif
+
 namespace
 {
 constexpr std::size_t g_uiNone = std::numeric_limits<std::size_t>::max();
@@ -50,14 +54,76 @@ unsigned CShortMemory::GetRefused() const
 
 // The program's own, in place of the library's.
 
+#ifdef _WIN32
+
+bool CShortMemory::ReachesLibraries()
+{
+    return false;
+}
+
+static void* Allocate(std::size_t uiSize)
+{
+    if (!IsRefused(uiSize)) return std::malloc(uiSize);
+    ++g_uiRefused;
+    return nullptr;
+}
+
+#else
+
+bool CShortMemory::ReachesLibraries()
+{
+    return true;
+}
+
+// A program's symbols come before those of its libraries, so these are found by all of them. What they stand in front
+// of is the C library's allocator, or a sanitizer's. This file is not built with a sanitizer: the first calls come
+// before a sanitizer has started.
+namespace
+{
+template <class TFunction>
+TFunction* FindNext(TFunction*& pfnNext, const char* pszName)
+{
+    if (pfnNext == nullptr) pfnNext = reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+    return pfnNext;
+}
+
+void* (*g_pfnMalloc)(std::size_t) = nullptr;
+void* (*g_pfnCalloc)(std::size_t, std::size_t) = nullptr;
+void* (*g_pfnRealloc)(void*, std::size_t) = nullptr;
+
+bool Refuses(std::size_t uiSize)
+{
+    if (!IsRefused(uiSize)) return false;
+    ++g_uiRefused;
+    return true;
+}
+
+void* Allocate(std::size_t uiSize)
+{
+    return malloc(uiSize);
+}
+}  // namespace
+
+extern "C" void* malloc(std::size_t uiSize) noexcept
+{
+    return Refuses(uiSize) ? nullptr : FindNext(g_pfnMalloc, "malloc")(uiSize);
+}
+
+extern "C" void* calloc(std::size_t uiCount, std::size_t uiSize) noexcept
+{
+    return Refuses(uiCount * uiSize) ? nullptr : FindNext(g_pfnCalloc, "calloc")(uiCount, uiSize);
+}
+
+extern "C" void* realloc(void* pBlock, std::size_t uiSize) noexcept
+{
+    return Refuses(uiSize) ? nullptr : FindNext(g_pfnRealloc, "realloc")(pBlock, uiSize);
+}
+
+#endif
+
 void* operator new(std::size_t uiSize, const std::nothrow_t&) noexcept
 {
-    if (IsRefused(uiSize))
-    {
-        ++g_uiRefused;
-        return nullptr;
-    }
-    return std::malloc(uiSize == 0 ? 1 : uiSize);
+    return Allocate(uiSize == 0 ? 1 : uiSize);
 }
 
 void* operator new(std::size_t uiSize)

@@ -4,6 +4,9 @@
 #include <cstddef>
 
 // As long as it lives, some requests find no memory. One at a time.
+//
+// Natively these are the requests of the whole process, `new`, malloc, calloc and realloc, also in the libraries that
+// it uses. On Windows it is the program's own `new` only: each library has its own allocator there.
 class CShortMemory
 {
 public:
@@ -17,4 +20,7 @@ public:
 
     // Requests that were refused.
     unsigned GetRefused() const;
+
+    // Whether the requests of libraries count. A test that needs them is skipped where they don't.
+    static bool ReachesLibraries();
 };

@@ -22,5 +22,17 @@ extern std::atomic<std::uint32_t> g_uiInputFileCount;
 // one here: whoever needs them finds out and reports.
 void StartModuleRuntime();
 
-// Counts a format object out. The last one shuts down what the first one started.
+// Counts a format object out. The last one shuts down what the first one started, as soon as no hold is left.
 void StopModuleRuntime();
+
+// Keeps the runtimes started as long as it lives: a file that is being closed needs them, also when the last format
+// object is gone already. A hold doesn't start them. Holds may end on any thread.
+class CModuleRuntimeHold
+{
+public:
+    CModuleRuntimeHold();
+    ~CModuleRuntimeHold();
+
+    CModuleRuntimeHold(const CModuleRuntimeHold&) = delete;
+    CModuleRuntimeHold& operator=(const CModuleRuntimeHold&) = delete;
+};

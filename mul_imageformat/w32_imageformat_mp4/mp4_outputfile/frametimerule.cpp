@@ -2,7 +2,7 @@
 
 void ApplyFrameTimeRule(SFrameTimes& times)
 {
-    // A host that never sets a time leaves both at -1.0, and every frame becomes the first one anew.
+    // A host that never sets a time leaves both at -1.0, and every frame is a first one.
     if (times.m_dFirstFrameTime == -1.0) times.m_dFirstFrameTime = times.m_dFrameTime;
     times.m_dElapsed = times.m_dFrameTime - times.m_dFirstFrameTime;
     if (times.m_dElapsed - times.m_dPrevElapsed < 0.0) times.m_dElapsed = times.m_dPrevElapsed;

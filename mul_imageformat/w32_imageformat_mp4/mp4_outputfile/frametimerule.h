@@ -7,7 +7,7 @@
 struct SFrameTimes
 {
     double m_dFrameTime = -1.0;       // the current frame's time, as the host set it
-    double m_dPrevElapsed = -1.0;     // m_dElapsed of the frame before; kept up by one back end only, see below
+    double m_dPrevElapsed = -1.0;     // m_dElapsed of the frame before; set for one back end only, see below
     double m_dFirstFrameTime = -1.0;  // the first frame's time
     double m_dElapsed = -1.0;         // the current frame's time since the first
     double m_dSampleTime = 1.0;       // what the rule made of the current frame

@@ -4,8 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "mp4_outputfile/rawpicture.h"
 #include "mp4_outputfile/sessionwaits.h"
-#include "common/saferelease.h"
 
 namespace
 {
@@ -26,22 +26,25 @@ std::uint32_t CalcStallLimit(std::uint64_t uiPixels, bool bStarted)
 
 CMediaFoundationWriter::~CMediaFoundationWriter()
 {
-    Close();
+    End(m_handover.m_dSampleTime);
 }
 
 // --- the set-up ---
 
-QmStatus CMediaFoundationWriter::OpenHandover(std::uint32_t uiWidth, std::uint32_t uiHeight)
+HRESULT CMediaFoundationWriter::Open(const SEncoderSettings& settings)
 {
-    return m_bFailed ? QM_ERR_FAIL : m_handover.Open(uiWidth, uiHeight);
+    // Pictures and events exist before the graph is built: its source keeps pointers to them.
+    if (m_handover.Open(settings.m_uiWidth, settings.m_uiHeight) != QM_OK) return E_FAIL;
+    const HRESULT hr = BuildGraph(settings);
+    return hr == S_OK ? StartThread() : hr;
 }
 
-HRESULT CMediaFoundationWriter::BuildGraph()
+HRESULT CMediaFoundationWriter::BuildGraph(const SEncoderSettings& settings)
 {
     HRESULT hr = E_OUTOFMEMORY;
     try
     {
-        hr = BuildWriteGraph(m_graph, m_handover);
+        hr = BuildWriteGraph(m_graph, settings, m_handover);
     }
     catch (const std::bad_alloc&)
     {}
@@ -49,12 +52,12 @@ HRESULT CMediaFoundationWriter::BuildGraph()
     return hr;
 }
 
-QmStatus CMediaFoundationWriter::StartThread()
+HRESULT CMediaFoundationWriter::StartThread()
 {
     if (m_graph.m_pSession != nullptr) m_hWriterThread = CreateThread(nullptr, 0, RunWriterThread, this, 0, nullptr);
-    if (m_hWriterThread != nullptr) return QM_OK;
+    if (m_hWriterThread != nullptr) return S_OK;
     EndGraph();
-    return QM_ERR_FAIL;
+    return E_FAIL;
 }
 
 // --- the thread ---
@@ -62,24 +65,14 @@ QmStatus CMediaFoundationWriter::StartThread()
 DWORD WINAPI CMediaFoundationWriter::RunWriterThread(void* pWriter)
 {
     auto* const pThis = static_cast<CMediaFoundationWriter*>(pWriter);
-    // However it ends, what the session got is a file; the host is told by the session's absence.
+    // However it ends, what the session got is a file. The next frame finds no session and fails.
     RunSession(pThis->m_graph.m_pSession, pThis->m_graph.m_pTopology, pThis->m_handover.m_hSessionStarted);
     pThis->EndGraph();
-    SetEvent(pThis->m_handover.m_hFrameTaken);  // whoever waits for a frame to be fetched goes on
+    SetEvent(pThis->m_handover.m_hFrameTaken);  // a wait for a frame to be fetched goes on
     return 0;
 }
 
-// The session may wait for its source when it is shut down, and the source for a picture. It is woken when it can't
-// make a sample of one any more.
-void CMediaFoundationWriter::ShutDown(const SWriteGraph& graph)
-{
-    if (graph.m_pSource == nullptr && graph.m_pSession == nullptr) return;
-    if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
-    m_handover.WakeSource();
-    if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
-}
-
-// For whoever has the graph to itself: the thread while it runs, else the host's.
+// Precondition: no other thread builds or plays the graph. The writer thread calls this while it runs, else the host's.
 void CMediaFoundationWriter::EndGraph()
 {
     SWriteGraph graph;
@@ -87,11 +80,12 @@ void CMediaFoundationWriter::EndGraph()
         const CSectionLock lock(m_csGraph.Get());
         std::swap(graph, m_graph);
     }
-    ShutDown(graph);
+    FinalizeWriteGraph(graph);
+    ShutDownWriteGraph(graph, m_handover);
     ReleaseWriteGraph(graph);
 }
 
-// The session and its source, with references of the caller's own; null when they have come to their end.
+// The session and its source, with references of the caller's own; null when they have ended.
 SWriteGraph CMediaFoundationWriter::ShareGraph()
 {
     const CSectionLock lock(m_csGraph.Get());
@@ -107,11 +101,11 @@ SWriteGraph CMediaFoundationWriter::ShareGraph()
 void CMediaFoundationWriter::ForceEnd()
 {
     SWriteGraph graph = ShareGraph();
-    ShutDown(graph);
+    ShutDownWriteGraph(graph, m_handover);
     ReleaseWriteGraph(graph);
 }
 
-// Nothing of this object may go as long as the thread runs, so a wait that the system can't do is done again.
+// Nothing of this object may be destroyed as long as the thread runs, so a wait that the system can't do is done again.
 void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 {
     DWORD dwResult = AwaitThreadEnd(m_hWriterThread, uiLimit);
@@ -127,25 +121,22 @@ void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
 
 // --- frames ---
 
-// Whatever can fail comes before the pending picture changes: it stays the newest one that was taken on.
-QmStatus CMediaFoundationWriter::WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
-                                            const SQmImageAttributes& attrEncoded)
+// Everything that can fail comes before the pending picture changes: it stays the newest one that was taken.
+EPictureFate CMediaFoundationWriter::WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture,
+                                                const SFrameTimes& times)
 {
-    if (m_bFailed) return QM_ERR_FAIL;
-    CEncodedPicture picture;
-    QmStatus nStatus = picture.Take(pPixels, attrSource, attrEncoded);
-    if (nStatus == QM_OK && bHandOver) nStatus = HandOverPending(attrSource);
-    m_bFailed = nStatus != QM_OK;
-    if (m_bFailed) return QM_ERR_FAIL;
-    m_handover.SetPending(picture.Get());
-    return QM_OK;
+    CRawPicture raw;
+    if (raw.Take(picture) != QM_OK) return EPictureFate::Lost;
+    if (uiIndex != 0 && HandOverPending(picture.m_attrSource, times.m_dSampleTime) != QM_OK) return EPictureFate::Lost;
+    m_handover.SetPending(raw.Get());
+    return EPictureFate::Taken;
 }
 
-QmStatus CMediaFoundationWriter::HandOverPending(const SQmImageAttributes& attrSource)
+QmStatus CMediaFoundationWriter::HandOverPending(const SQmImageAttributes& attrSource, double dSampleTime)
 {
     if (!HasSession()) return QM_ERR_FAIL;
-    if (!m_handover.IsPending()) return QM_OK;  // the host began with a later index: nothing was drawn before
-    m_handover.HandOver(false);
+    if (!m_handover.IsPending()) return QM_OK;  // the host began with a later index: there is no picture before
+    m_handover.HandOver(dSampleTime, false);
     const bool bStarted = WaitForSingleObject(m_handover.m_hSessionStarted, 0) == WAIT_OBJECT_0;
     const std::uint64_t uiPixels = std::uint64_t{attrSource.m_uiHeight} * attrSource.m_uiWidth;
     return AwaitTaken(CalcStallLimit(uiPixels, bStarted));
@@ -178,8 +169,8 @@ QmStatus CMediaFoundationWriter::AwaitTaken(std::uint32_t uiLimit)
     return QM_OK;
 }
 
-// Neither a stop nor a start that fails changes anything: the next wait tells what became of the session. One that has
-// just ended isn't there any more, and the thread's word is to come.
+// Neither a stop nor a start that fails changes anything: the next wait shows what became of the session. If it has
+// just ended, there is nothing to stop, and the writer thread is about to set m_hFrameTaken.
 void CMediaFoundationWriter::StopSession()
 {
     SWriteGraph graph = ShareGraph();
@@ -195,14 +186,20 @@ void CMediaFoundationWriter::RestartSession()
     ReleaseWriteGraph(graph);
 }
 
-void CMediaFoundationWriter::Close()
+// The last picture's duration is not known; it takes the newest distance between two frames.
+void CMediaFoundationWriter::Close(const SFrameTimes& times)
+{
+    End(times.m_dSampleTime);
+}
+
+void CMediaFoundationWriter::End(double dSampleTime)
 {
     if (IsRunning())
     {
         if (m_handover.IsPending())
         {
-            m_handover.HandOver(true);
-            // The thread's end counts too: its last word may have been taken for that of an earlier frame.
+            m_handover.HandOver(dSampleTime, true);
+            // The thread's end counts too: the event that it sets at its end may have been taken for an earlier frame.
             if (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, g_uiLongestClose) == WAIT_TIMEOUT)
                 ForceEnd();
             ResetEvent(m_handover.m_hFrameTaken);
@@ -210,7 +207,7 @@ void CMediaFoundationWriter::Close()
         }
         else
         {
-            ForceEnd();  // no picture was ever taken on, so there is none that could be the stream's last
+            ForceEnd();  // no picture was ever taken, so none can be the stream's last
         }
         JoinThread(g_uiLongestClose);
     }

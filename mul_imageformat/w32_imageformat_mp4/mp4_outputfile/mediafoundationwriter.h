@@ -6,8 +6,8 @@
 
 #include <windows.h>
 
-#include "hostapi/iqmoutputimagefile.h"
 #include "common/criticalsection.h"
+#include "mp4_outputfile/encoderbackend.h"
 #include "mp4_outputfile/picturehandover.h"
 #include "mp4_outputfile/writegraph.h"
 
@@ -16,62 +16,53 @@
 // session hasn't started yet. The product is cut to 64 bits, the quotient to 32.
 std::uint32_t CalcStallLimit(std::uint64_t uiPixels, bool bStarted);
 
-// A thread of this object's own runs the session; all operations are called on the host's thread.
-class CMediaFoundationWriter
+// A thread of this object's own runs the session.
+class CMediaFoundationWriter : public IEncoderBackEnd
 {
 public:
     CMediaFoundationWriter() = default;
-    ~CMediaFoundationWriter();
+    ~CMediaFoundationWriter() override;
 
     CMediaFoundationWriter(const CMediaFoundationWriter&) = delete;
     CMediaFoundationWriter& operator=(const CMediaFoundationWriter&) = delete;
 
-    // The thread was started, and nobody has waited for its end yet.
-    bool IsRunning() const { return m_hWriterThread != nullptr; }
+    // May be tried again after a failure, not after Close. No graph is left when it fails, and nothing plays.
+    HRESULT Open(const SEncoderSettings& settings) override;
 
-    // A picture was lost while the session ran, and every later one is refused.
-    bool HasFailed() const { return m_bFailed; }
-
-    // The set-up, in three steps, which may be tried again from the first on; not after a picture was lost, and not
-    // after Close. Nothing plays and no graph is left when one of them fails.
-    QmStatus OpenHandover(std::uint32_t uiWidth, std::uint32_t uiHeight);  // in pixels, as encoded
-    HRESULT BuildGraph();
-    QmStatus StartThread();
-
-    // Keeps a picture for the session. The picture before it goes over first, if bHandOver, and the call comes back
-    // when the session has fetched that one; without bHandOver it is overwritten. attrEncoded is of the size that
-    // OpenHandover was told.
+    // Keeps a picture for the session. The picture before it goes over first, and the call returns when the session has
+    // fetched that one. Index 0 hands nothing over: it overwrites the picture before it.
     //
-    // A session that leaves a picture lying is stopped and started again, with twice the patience each time, and given
-    // up when that exceeds 20 seconds; it then has 20 more to end by itself before it is shut down. QM_ERR_FAIL then,
-    // when the session has ended before the call, and without memory; and for every later picture, since the file's
-    // times can't be right without this one. A session that ends during the call is told at the next.
-    QmStatus WriteFrame(const void* pPixels, bool bHandOver, const SQmImageAttributes& attrSource,
-                        const SQmImageAttributes& attrEncoded);
+    // A session that doesn't fetch a picture is stopped and started again, with twice the limit each time. It is given
+    // up when the limit exceeds 20 seconds; it then has 20 more to end by itself before it is shut down. The picture is
+    // lost then, when the session has ended before the call, and without memory. A session that ends during the call
+    // shows at the next one.
+    EPictureFate WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture, const SFrameTimes& times) override;
 
-    // Gives the newest picture to the session, waits until it has finished the file, and lets go of everything. A
-    // session that doesn't fetch the picture, or doesn't end, is shut down after ten minutes each. Again: nothing.
-    void Close();
+    // Gives the newest picture to the session, waits until it has finished the file, and releases everything. A session
+    // that doesn't fetch the picture, or doesn't end, is shut down after ten minutes each.
+    void Close(const SFrameTimes& times) override;
 
 protected:
     static DWORD WINAPI RunWriterThread(void* pWriter);
-    void ShutDown(const SWriteGraph& graph);
+    bool IsRunning() const { return m_hWriterThread != nullptr; }
+    HRESULT BuildGraph(const SEncoderSettings& settings);
+    HRESULT StartThread();
     void EndGraph();
     SWriteGraph ShareGraph();
     bool HasSession();
     void ForceEnd();
     void JoinThread(std::uint32_t uiLimit);
-    QmStatus HandOverPending(const SQmImageAttributes& attrSource);
+    QmStatus HandOverPending(const SQmImageAttributes& attrSource, double dSampleTime);
     QmStatus AwaitTaken(std::uint32_t uiLimit);
     void StopSession();
     void RestartSession();
+    void End(double dSampleTime);
 
     CPictureHandover m_handover;
-    HANDLE m_hWriterThread = nullptr;
-    bool m_bFailed = false;  // a picture was lost while the session ran
+    HANDLE m_hWriterThread = nullptr;  // from its start until its end was awaited
 
-    // The thread empties the graph when the session has come to its end, whenever that is. The host's thread uses it
-    // through references of its own, taken under the lock.
+    // The thread empties the graph when the session has ended, whenever that is. The host's thread uses it through
+    // references of its own, taken under the lock.
     CCriticalSection m_csGraph;
     SWriteGraph m_graph;
 };

@@ -1,6 +1,5 @@
 #include "mp4_outputfile/mp4outputfile.h"
 
-#include <cwchar>
 #include <new>
 
 #include "common/modulestate.h"
@@ -25,9 +24,8 @@ std::uint32_t CalcRowBytes(std::uint32_t uiBits, std::uint32_t uiWidth, std::uin
 
 CQmMP4OutputFile::CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& strFileName,
                                    PMakeWrittenFileReader pfnMakeReader)
-    : m_bAmf(false),
-      m_bNvenc(false),
-      m_bMediaFoundation(false),
+    : m_eState(EState::Waiting),
+      m_pBackEnd(nullptr),
       m_nRefCount(0),
       m_nFrameCounter(0),
       m_pFormat(pFormat),
@@ -38,8 +36,6 @@ CQmMP4OutputFile::CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& st
       m_attrSource{},
       m_uiFileWidth(0),
       m_uiFileHeight(0),
-      m_bPictureLost(false),
-      m_bClosed(false),
       m_bFrameTimeSet(false)
 {
     m_attrSource.m_uiCompression = 2;
@@ -133,105 +129,92 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels
     }
     catch (const std::bad_alloc&)
     {
+        if (m_eState == EState::Writing)
+        {
+            m_eState = EState::Lost;
+            m_muxedFile.Abandon();
+        }
         return QM_ERR_FAIL;
     }
 }
 
-// Whether the picture can be read and encoded. A host that goes on with a picture that was refused may hold fewer bytes
-// than 24-bit pixels take; and an encoder takes pictures of its first size only. A file that lacks one of its pictures
-// ends there, were it the first: it has its entry in the list of times, and later ones would be listed at the times of
-// those before them.
-bool CQmMP4OutputFile::AcceptPicture(const void* pPixels)
-{
-    const bool bWholeRows =
-        pPixels != nullptr && m_attrSource.m_uiWidthBytes >= std::uint64_t{m_attrSource.m_uiWidth} * 3;
-    const bool bSameSize = m_attrEncoded.m_uiWidth == m_uiFileWidth && m_attrEncoded.m_uiHeight == m_uiFileHeight;
-    if (!bWholeRows || (IsSetUp() && !bSameSize)) m_bPictureLost = true;
-    return !m_bPictureLost;
-}
-
 QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixels)
 {
-    // Another encoder would begin a file anew that was closed or given up.
-    if (m_bClosed || m_mediaFoundation.HasFailed() || !AcceptPicture(pPixels)) return QM_ERR_FAIL;
-
-    // The format object is asked before every frame until a session runs, and its answer counts until a back end is
-    // chosen.
-    if (!m_mediaFoundation.IsRunning())
+    if (m_eState == EState::Closed) return QM_ERR_FAIL;
+    const SBackEnd& backEnd = AsksForCodec() ? FindBackEnd(AskForCodec().m_wszCode) : *m_pBackEnd;
+    if (m_eState == EState::Lost) return QM_ERR_FAIL;
+    if (!CanBeEncoded(pPixels))
     {
-        const bool bSetsUpEarly = GetActiveBackEnd() != EBackEnd::MediaFoundation;
-        // The list of times already has entries of frames that another back end would have to be told of.
-        if (bSetsUpEarly && m_bMediaFoundation) return QM_ERR_FAIL;
-        if (bSetsUpEarly && !m_bAmf && !m_bNvenc && InitEncoder() != S_OK) return QM_ERR_FAIL;
+        m_eState = EState::Lost;
+        return QM_ERR_FAIL;
     }
 
-    if (m_bAmf) return QM_ERR_FAIL;  // no encoder stands behind it in this version
-    if (m_bNvenc) return m_nvenc.WriteFrame(pPixels, m_uiFileWidth, m_uiFileHeight);
-    return EncodeWithMediaFoundation(uiIndex, pPixels);
+    if (backEnd.m_bTimesAreDistances) m_times.m_dPrevElapsed = m_times.m_dElapsed;
+    if (m_eState == EState::Waiting && InitEncoder() != S_OK) return QM_ERR_FAIL;
+
+    const EPictureFate eFate = m_pEncoder->WriteFrame(uiIndex, {pPixels, m_attrSource, m_attrEncoded}, m_times);
+    if (eFate == EPictureFate::Lost) m_eState = EState::Lost;
+    return eFate == EPictureFate::Taken ? QM_OK : QM_ERR_FAIL;
 }
 
-// The session gets every frame one call late. A frame with index 0 is never preceded by another, whatever came before
-// it, and so a host that gives each frame that index has all but the last one overwritten.
-QmStatus CQmMP4OutputFile::EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels)
+// Whether the picture can be read and encoded. A host that goes on with a picture that was refused may hold fewer bytes
+// than 24-bit pixels take; and an encoder takes pictures of its first size only.
+bool CQmMP4OutputFile::CanBeEncoded(const void* pPixels) const
 {
-    m_bMediaFoundation = true;
-    m_times.m_dPrevElapsed = m_times.m_dElapsed;
-    if (!m_mediaFoundation.IsRunning())
-    {
-        if (m_mediaFoundation.OpenHandover(m_attrEncoded.m_uiWidth, m_attrEncoded.m_uiHeight) != QM_OK ||
-            InitEncoder() != S_OK || m_mediaFoundation.StartThread() != QM_OK)
-        {
-            return QM_ERR_FAIL;
-        }
-    }
-    return m_mediaFoundation.WriteFrame(pPixels, uiIndex != 0, m_attrSource, m_attrEncoded);
+    if (pPixels == nullptr || m_attrSource.m_uiWidthBytes < std::uint64_t{m_attrSource.m_uiWidth} * 3) return false;
+    const bool bSameSize = m_attrEncoded.m_uiWidth == m_uiFileWidth && m_attrEncoded.m_uiHeight == m_uiFileHeight;
+    return m_eState != EState::Writing || bSameSize;
+}
+
+// --- the encoder ---
+
+// The codec counts until a back end is set up. Some back ends have it asked for at every frame all the same.
+bool CQmMP4OutputFile::AsksForCodec() const
+{
+    return m_pBackEnd == nullptr || m_eState == EState::Waiting || m_pBackEnd->m_bAsksEveryFrame;
 }
 
 // A host that never set a codec gets the first row of the table.
-CQmMP4OutputFile::EBackEnd CQmMP4OutputFile::GetActiveBackEnd()
+SQmCodecInfo CQmMP4OutputFile::AskForCodec()
 {
-    if (m_pFormat == nullptr) return EBackEnd::MediaFoundation;
     std::uint32_t uiCodec = 0;
     SQmCodecInfo codec{};
     m_pFormat->GetActiveCodec(&uiCodec);
     m_pFormat->GetCodecInfo(uiCodec, &codec);
-    if (std::wcscmp(codec.m_wszCode, L"AMF1") == 0) return EBackEnd::Amf;
-    if (std::wcscmp(codec.m_wszCode, L"NVENC1") == 0) return EBackEnd::Nvenc;
-    return EBackEnd::MediaFoundation;
+    return codec;
 }
 
+// Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
 HRESULT CQmMP4OutputFile::InitEncoder()
 {
+    const SQmCodecInfo codec = AskForCodec();
+    const SBackEnd& backEnd = FindBackEnd(codec.m_wszCode);
+    // The list of times already has entries of frames that another back end failed to set up for.
+    if (m_pBackEnd != nullptr && m_pBackEnd != &backEnd) return E_FAIL;
+
+    m_pBackEnd = &backEnd;
     m_uiFileWidth = m_attrEncoded.m_uiWidth;
     m_uiFileHeight = m_attrEncoded.m_uiHeight;
-    switch (GetActiveBackEnd())
-    {
-    case EBackEnd::Nvenc:
-        m_bNvenc = true;
-        return m_nvenc.InitNvencEncoder(m_uiFileWidth, m_uiFileHeight, m_strFileName);
-
-    case EBackEnd::Amf:
-        m_bAmf = true;
-        return E_FAIL;
-
-    case EBackEnd::MediaFoundation:
-        break;
-    }
-    return m_mediaFoundation.BuildGraph();
+    m_eState = backEnd.m_bOpensAgain ? EState::Waiting : EState::Lost;  // should the set-up fail
+    if (backEnd.m_pfnMake == nullptr) return E_FAIL;
+    if (m_pEncoder == nullptr) m_pEncoder = backEnd.m_pfnMake(m_muxedFile);
+    const HRESULT hr = m_pEncoder->Open({m_strFileName, m_uiFileWidth, m_uiFileHeight, m_attrSource.m_uiWidth,
+                                         m_attrSource.m_uiHeight, m_attrEncoded.m_uiSequenceCount, codec.m_wszCode});
+    if (hr == S_OK) m_eState = EState::Writing;
+    return hr;
 }
 
 QmStatus CQmMP4OutputFile::CloseOutput()
 {
-    m_bClosed = true;
+    m_eState = EState::Closed;
     try
     {
-        if (m_bNvenc) m_nvenc.Close(m_times.m_vecFrameTimes, m_uiFileWidth, m_uiFileHeight);
+        if (m_pEncoder != nullptr) m_pEncoder->Close(m_times);
     }
     catch (const std::bad_alloc&)
     {
-        // The placeholder tells that the file isn't finished. The object's end tries it once more.
+        // The file is not finished yet. The object's end tries it once more.
     }
-    m_mediaFoundation.Close();
     return QM_OK;
 }
 

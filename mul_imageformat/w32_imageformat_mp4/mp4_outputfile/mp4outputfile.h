@@ -2,14 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "common/modulestate.h"
 #include "hostapi/hostcore.h"
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqminputimagefile.h"
 #include "hostapi/iqmoutputimagefile.h"
+#include "mp4_outputfile/encoderbackend.h"
 #include "mp4_outputfile/frametimerule.h"
-#include "mp4_outputfile/mediafoundationwriter.h"
-#include "mp4_outputfile/nvencwriter.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 
 // Makes a reader, without a reference yet, of the file at strPath that is still being written. Null without memory.
 using PMakeWrittenFileReader = IQmInputImageFile* (*)(IQmImageFormat* pFormat, const CQmStringW& strPath,
@@ -21,6 +23,13 @@ using PMakeWrittenFileReader = IQmInputImageFile* (*)(IQmImageFormat* pFormat, c
 //
 // A failure of a back end is QM_ERR_FAIL to the host; what NVENC's runtime said of it goes to the diagnostics. One
 // thread at a time.
+//
+// Every frame gets an entry in the list of times, also one that fails. So a picture that is lost ends the file: later
+// pictures would get the times of those before them. This holds for the first picture too: when it has no pixels or
+// can't be read, the object takes no other one. CloseOutput then finishes the file with the pictures before the lost
+// one; a file that ran out of memory, or that couldn't be written, stays unfinished. Two cases are no loss by design: a
+// picture that NVENC's session refuses, and an encoder's answer that the back end doesn't look at. Later pictures
+// follow then.
 class CQmMP4OutputFile : public IQmOutputImageFile
 {
 public:
@@ -63,39 +72,40 @@ public:
     QmStatus OutputOperationT() override { return QM_OK; }
 
 protected:
-    enum class EBackEnd
+    enum class EState
     {
-        MediaFoundation,
-        Amf,
-        Nvenc
+        Waiting,  // the next picture sets a back end up
+        Writing,
+        Lost,  // a picture was lost: no further one is taken
+        Closed
     };
-    EBackEnd GetActiveBackEnd();
-    bool IsSetUp() const { return m_bAmf || m_bNvenc || m_mediaFoundation.IsRunning(); }
 
-    // Sets up the back end of the active codec. 0, or whatever value the step that failed gave.
+    // The back end that the file has, also when its set-up failed.
+    bool IsAmf() const { return m_pBackEnd == &FindBackEnd(L"AMF1"); }
+    bool IsNvenc() const { return m_pBackEnd == &FindBackEnd(L"NVENC1"); }
+
+    SQmCodecInfo AskForCodec();
+    bool AsksForCodec() const;
     HRESULT InitEncoder();
-    bool AcceptPicture(const void* pPixels);
+    bool CanBeEncoded(const void* pPixels) const;
     QmStatus EncodeFrame(std::uint32_t uiIndex, const void* pPixels);
-    QmStatus EncodeWithMediaFoundation(std::uint32_t uiIndex, const void* pPixels);
 
-    CMediaFoundationWriter m_mediaFoundation;
-    bool m_bAmf;              // the AMF back end was chosen
-    bool m_bNvenc;            // the NVENC back end was chosen
-    bool m_bMediaFoundation;  // the Media Foundation back end was; its set-up may have failed
-    CNvencWriter m_nvenc;
+    CModuleRuntimeHold m_runtimeHold;  // outlasts the encoder, also when the format object goes first
+    EState m_eState;
+    const SBackEnd* m_pBackEnd;  // null before the first picture
+    CMp4FileWriter m_muxedFile;  // for the back ends that write no file of their own
+    std::unique_ptr<IEncoderBackEnd> m_pEncoder;
 
-    std::uint32_t m_nRefCount;         // starts at 0
-    std::uint32_t m_nFrameCounter;     // the index that WriteNextFrame passes on
-    IQmImageFormat* m_pFormat;         // one reference
+    std::uint32_t m_nRefCount;      // starts at 0
+    std::uint32_t m_nFrameCounter;  // the index that WriteNextFrame passes on
+    IQmImageFormat* m_pFormat;      // one reference
     PMakeWrittenFileReader m_pfnMakeReader;
     IQmInputImageFile* m_pReader;      // the reader given out last; stored, not read, and no reference
     CQmStringW m_strFileName;          // empty in the form without a path
     SQmImageAttributes m_attrEncoded;  // the picture as it is encoded: even width and height
     SQmImageAttributes m_attrSource;   // the picture as the host describes it
-    std::uint32_t m_uiFileWidth;       // of the encoder's pictures, once it is set up
+    std::uint32_t m_uiFileWidth;       // of the encoder's pictures, once a set-up was tried
     std::uint32_t m_uiFileHeight;      //
-    bool m_bPictureLost;               // a picture came that the encoder can't take
-    bool m_bClosed;                    // CloseOutput was called
     bool m_bFrameTimeSet;              // stored, not read
     SFrameTimes m_times;
 };

@@ -12,19 +12,18 @@
 
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderInitParam.h"
-#include "hostapi/hostcore.h"
-#include "common/growingarray.h"
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/encoderbackend.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 
-// One thread; a call returns when its picture is encoded as far as the session's delay allows. Why a call failed is
-// told to the host's diagnostics. Width and height are those of the encoded picture, in pixels, and the same in every
-// call.
-class CNvencWriter
+// Everything runs on the host's thread; a call returns when its picture is encoded as far as the session's delay
+// allows. The host's diagnostics report why a call failed.
+class CNvencWriter : public IEncoderBackEnd
 {
 public:
-    CNvencWriter();
-    // The Direct3D objects live until here. A file that Close had no memory to finish is closed as it is.
-    ~CNvencWriter();
+    // file outlives this object.
+    explicit CNvencWriter(CMp4FileWriter& file) : m_file(file) {}
+    // The Direct3D objects live until here.
+    ~CNvencWriter() override;
 
     CNvencWriter(const CNvencWriter&) = delete;
     CNvencWriter& operator=(const CNvencWriter&) = delete;
@@ -34,35 +33,35 @@ public:
     //
     // A failure between opening the session and creating its encoder is not handled here: NVENCException, and
     // whatever else the settings throw, leaves the call.
-    HRESULT InitNvencEncoder(std::uint32_t uiWidth, std::uint32_t uiHeight, const CQmStringW& strFileName);
+    HRESULT Open(const SEncoderSettings& settings) override;
 
-    // Encodes one picture and writes the packets that are ready, none to several. pPixels: B, G, R rows at the pitch of
-    // uiWidth rounded up to 4 bytes, which for a picture of odd width is more than its own.
+    // Encodes one picture and writes the packets that are ready, none to several. See WidenHostPicture for what is read
+    // of it.
     //
-    // QM_ERR_FAIL without an encoder or when it fails; further frames may be tried. Where memory ran out on the way of
-    // packets into the file, it ends there for good, unfinished. Throws std::bad_alloc without room for their list.
-    QmStatus WriteFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight);
+    // Refused when the session refuses the picture; further frames may follow. Lost when the picture doesn't get to the
+    // session, and when there was no memory for a packet: the file ends there, unfinished.
+    EPictureFate WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture, const SFrameTimes& times) override;
 
-    // Takes what the encoder still holds, ends the session and finishes the file. vecFrameTimes: see FinishMp4File.
-    // Again, or without an encoder and a file: nothing.
-    void Close(const CGrowingArray<double>& vecFrameTimes, std::uint32_t uiWidth, std::uint32_t uiHeight);
+    // Takes what the encoder still holds, ends the session and finishes the file. What the encoder said to a frame
+    // doesn't matter here: the file gets its lengths and `moov` from the packets that came.
+    void Close(const SFrameTimes& times) override;
 
 protected:
-    HRESULT MakeDevice(std::uint32_t uiWidth, std::uint32_t uiHeight);
-    HRESULT OpenSession(std::uint32_t uiWidth, std::uint32_t uiHeight);
+    HRESULT InitNvencEncoder(const CQmStringW& strFileName);
+    HRESULT MakeDevice();
+    HRESULT OpenSession();
     HRESULT CreateEncoder();
-    HRESULT FillNextInputFrame(const void* pPixels, std::uint32_t uiWidth, std::uint32_t uiHeight);
-    void FlushEncoder();
+    HRESULT FillNextInputFrame(const SHostPicture& picture);
+    void DrainAndEndSession();
     void EndEncode(std::vector<std::vector<std::uint8_t>>& vPackets);
-    void AbandonFile();
-    void LogPackets(const std::vector<std::vector<std::uint8_t>>& vPackets);
+    bool LogPackets(const std::vector<std::vector<std::uint8_t>>& vPackets);
 
+    CMp4FileWriter& m_file;
+    std::uint32_t m_uiWidth = 0;                 // of the encoded picture, in pixels
+    std::uint32_t m_uiHeight = 0;                //
     IDirect3DDevice9* m_pD3DDevice = nullptr;    // one reference each, null until the first frame
     IDirect3D9Ex* m_pD3D = nullptr;              //
     IDirect3DSurface9* m_pD3DSurface = nullptr;  // made and released; nothing is drawn on it
-    NvEncoderD3D9* m_pEncoder = nullptr;         // owned until the flush, see there
+    NvEncoderD3D9* m_pEncoder = nullptr;         // owned until its session is ended, see there
     NvEncoderInitParam m_encoderInitParam;       // without options: the settings are constants
-    SSampleLog m_log;
-    SNalLog m_nals;
-    bool m_bFileAbandoned = false;  // a packet was lost
 };

@@ -9,51 +9,9 @@ namespace
 {
 
 constexpr std::uint32_t g_uiBits = 8;
-constexpr std::uint32_t g_uiBgrComponents = 3;
 constexpr std::uint32_t g_uiYuy2Components = 2;
-constexpr unsigned int g_uiStretchMode = 3;
 
 }  // namespace
-
-CEncodedPicture::CEncodedPicture() : m_picture{}, m_picPadded{}
-{
-    SQmPicBufAPI_Base::Init(&m_picPadded);
-}
-
-CEncodedPicture::~CEncodedPicture()
-{
-    SQmPicBufAPI_Base::Free(&m_picPadded);
-}
-
-QmStatus CEncodedPicture::Take(const void* pPixels, const SQmImageAttributes& attrSource,
-                               const SQmImageAttributes& attrEncoded)
-{
-    if (attrSource.m_uiWidth == attrEncoded.m_uiWidth && attrSource.m_uiHeight == attrEncoded.m_uiHeight)
-    {
-        m_picture = SQmPicBuf{};
-        m_picture.m_uiWidth = attrSource.m_uiWidth;
-        m_picture.m_uiHeight = attrSource.m_uiHeight;
-        m_picture.m_uiBits = g_uiBits;
-        m_picture.m_uiComponents = g_uiBgrComponents;
-        m_picture.m_uiWidthBytes =
-            SQmPicBufAPI_Base::CalcWidthBytes(attrSource.m_uiWidth, g_uiBits, g_uiBgrComponents, sizeof(std::uint32_t));
-        m_picture.m_uiSize = std::uint64_t{m_picture.m_uiWidthBytes} * m_picture.m_uiHeight;
-        m_picture.m_pData = static_cast<unsigned char*>(const_cast<void*>(pPixels));  // read only
-        return QM_OK;
-    }
-
-    // Zeroed, since what the source's pixels don't reach stays as it is.
-    SQmPicBufAPI_Base::Reinit(&m_picPadded, attrEncoded.m_uiWidth, attrEncoded.m_uiHeight, 0, g_uiBits,
-                              g_uiBgrComponents, false);
-    if (m_picPadded.m_pData == nullptr) return QM_ERR_FAIL;
-    m_picture = m_picPadded;
-    // The region has the source's own size, so nothing is resampled.
-    const QmStatus nStatus = CQmPicMemAPI_Base::StretchDisplay(
-        m_picture.m_pData, m_picture.m_uiWidth, m_picture.m_uiHeight, g_uiBgrComponents, m_picture.m_uiWidthBytes,
-        g_uiBits, attrSource.m_uiWidth, attrSource.m_uiHeight, 0, 0, pPixels, attrSource.m_uiWidth,
-        attrSource.m_uiHeight, attrSource.m_uiWidthBytes, g_uiStretchMode, false, false);
-    return nStatus == QM_OK ? QM_OK : QM_ERR_FAIL;
-}
 
 CPictureHandover::CPictureHandover() : m_picHandover{}, m_picPending{}
 {
@@ -113,11 +71,12 @@ void CPictureHandover::SetPending(const SQmPicBuf& picture)
     m_bPending = true;
 }
 
-void CPictureHandover::HandOver(bool bLast)
+void CPictureHandover::HandOver(double dSampleTime, bool bLast)
 {
     {
         const CSectionLock lock(&m_csPicture);
         SQmPicBufAPI_Base::Copy(&m_picHandover, &m_picPending);  // of one shape, which can't fail
+        m_dSampleTime = dSampleTime;
         if (bLast) m_nEndOfStream = 1;
     }
     WakeSource();

@@ -13,5 +13,5 @@ DWORD AwaitFrameTaken(HANDLE hFrameTaken, HANDLE hWriterThread, std::uint32_t ui
 // WAIT_OBJECT_0 when it has; else as the system's waits.
 DWORD AwaitThreadEnd(HANDLE hWriterThread, std::uint32_t uiLimit);
 
-// Comes back after that many milliseconds.
+// Returns after that many milliseconds.
 void RestBeforeRestart(std::uint32_t uiMilliseconds);

@@ -3,6 +3,17 @@
 #include <propvarutil.h>
 
 #include "common/saferelease.h"
+#include "mp4_outputfile/picturehandover.h"
+
+// The session may wait for its source when it is shut down, and the source for a picture. The source is woken when it
+// can't make a sample of one any more.
+void ShutDownWriteGraph(const SWriteGraph& graph, CPictureHandover& handover)
+{
+    if (graph.m_pSource == nullptr && graph.m_pSession == nullptr) return;
+    if (graph.m_pSource != nullptr) graph.m_pSource->Shutdown();
+    handover.WakeSource();
+    if (graph.m_pSession != nullptr) graph.m_pSession->Shutdown();
+}
 
 void ReleaseWriteGraph(SWriteGraph& graph)
 {

@@ -3,8 +3,11 @@
 
 #include "mp4_outputfile/writegraph.h"
 
-// There is no H.264 encoder behind the system's codecs in this version, and the answer is that of a system without one.
-HRESULT BuildWriteGraph(SWriteGraph& /*graph*/, CPictureHandover& /*handover*/)
+// This version writes nothing with the system's codecs. The answer is that of a system without an H.264 encoder.
+HRESULT BuildWriteGraph(SWriteGraph& /*graph*/, const SEncoderSettings& /*settings*/, CPictureHandover& /*handover*/)
 {
     return MF_E_TOPO_CODEC_NOT_FOUND;
 }
+
+// No graph of this version has a sink whose file could be finished.
+void FinalizeWriteGraph(SWriteGraph& /*graph*/) {}

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "mp4_outputfile/muxer/moovbox.h"
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "muxing.h"
 #include "support/muxed_file.h"
 
@@ -24,19 +24,23 @@ struct SArguments
                                  {0x68, 0xEE, 0x3C, 0xB0},
                                  {0, 0, 0x13, 0x68},
                                  Nal(0x65, 4968)});
-    std::uint32_t m_uiSpsLengthOffset = 2;
+    EPacketLayout m_eLayout = EPacketLayout::Nvenc;
     std::vector<std::uint32_t> m_keySamples = {1, 3};
     std::uint32_t m_uiPpsOffset = 16;
 };
 
 Bytes MoovOf(const SArguments& arguments)
 {
+    const CGrowingArray<double> times = ToGrowingArray(arguments.m_times);
+    const CGrowingArray<std::uint32_t> sizes = ToGrowingArray(arguments.m_sizes);
+    const CGrowingArray<std::uint32_t> keySamples = ToGrowingArray(arguments.m_keySamples);
+    const CQmByteArray baFirstPacket = ToByteArray(arguments.m_vFirstPacket);
     const TemporaryFile file;
-    const QmFileHandle hFile = Create(file);
-    WriteMoovBox(hFile, ToGrowingArray(arguments.m_times), ToGrowingArray(arguments.m_sizes), arguments.m_uiWidth,
-                 arguments.m_uiHeight, ToByteArray(arguments.m_vFirstPacket), arguments.m_uiSpsLengthOffset,
-                 ToGrowingArray(arguments.m_keySamples), arguments.m_uiPpsOffset);
-    QM_CloseFile(hFile);
+    CTargetFile target;
+    target.Open(WidePath(file));
+    EXPECT_TRUE(WriteMoovBox(target, {times, sizes, keySamples, arguments.m_uiWidth, arguments.m_uiHeight,
+                                      baFirstPacket, arguments.m_eLayout, arguments.m_uiPpsOffset}));
+    target.Close();
     return file.Bytes();
 }
 
@@ -316,10 +320,9 @@ TEST(MoovBox, WidthAndHeightAreShiftedForTheTrackAndPlainForTheSample)
 TEST(MoovBox, WidthAndHeightAbove65535KeepTheir16LowBits)
 {
     const TemporaryFile file;
-    SSampleLog log;
-    log.m_hFile = Create(file);
-    WriteMp4Preamble(log.m_hFile);
-    FinishMp4File(log, {0.0}, 65536 + 640, 131072 + 480, g_uiNvencSpsLengthOffset);
+    CMp4FileWriter writer;
+    writer.Open(WidePath(file), EPacketLayout::Nvenc, 65536 + 640, 131072 + 480);
+    writer.Finish({0.0});
     const SMuxedMoov moov = ReadMuxedFile(file.Bytes()).m_moov;
     EXPECT_EQ(moov.m_uiWidth, 640U);
     EXPECT_EQ(moov.m_uiHeight, 480U);

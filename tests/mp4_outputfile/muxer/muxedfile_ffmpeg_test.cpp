@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "muxing.h"
 #include "support/ffmpeg_judge.h"
 
@@ -35,7 +35,7 @@ std::vector<std::size_t> FindNals(const Bytes& vStream)
     return vNals;
 }
 
-// Cuts a stream into access units: a new one begins at the first NAL behind a slice that is no further slice of the
+// Cuts a stream into access units: a new one begins at the first NAL after a slice that is no further slice of the
 // same picture. bFourBytes rewrites every start code to four bytes.
 std::vector<Bytes> SplitAccessUnits(const Bytes& vStream, bool bFourBytes)
 {
@@ -76,43 +76,25 @@ std::vector<double> IrregularTimes(std::size_t uiCount)
     return vTimes;
 }
 
-enum class ELayout
-{
-    Nvenc,
-    Amf
-};
-
 void Mux(const TemporaryFile& file, const std::vector<Bytes>& vUnits, const std::vector<double>& vTimes,
-         ELayout eLayout)
+         EPacketLayout eLayout)
 {
-    SSampleLog log;
-    SNalLog nals;
-    log.m_hFile = Create(file);
-    WriteMp4Preamble(log.m_hFile);
-    std::uint32_t uiFrame = 0;
+    CMp4FileWriter writer;
+    writer.Open(WidePath(file), eLayout, 320, 240);
     for (const Bytes& vUnit : vUnits)
     {
-        ++uiFrame;
-        if (eLayout == ELayout::Nvenc)
-        {
-            LogNvencPacket(log, nals, vUnit);
-        }
-        else
-        {
-            LogAmfPacket(log, nals, vUnit.data(), vUnit.size(), uiFrame);
-        }
+        EXPECT_TRUE(writer.LogPacket(vUnit));
     }
-    WriteNalLengths(log, nals);
-    FinishMp4File(log, ToGrowingArray(vTimes), 320, 240,
-                  eLayout == ELayout::Nvenc ? g_uiNvencSpsLengthOffset : g_uiAmfSpsLengthOffset);
+    writer.WriteNalLengths();
+    writer.Finish(ToGrowingArray(vTimes));
 }
 
-void ExpectAGoodFile(const Bytes& vStream, ELayout eLayout, std::size_t uiFrames)
+void ExpectAGoodFile(const Bytes& vStream, EPacketLayout eLayout, std::size_t uiFrames)
 {
     const TemporaryFolder folder;
     const std::filesystem::path stream = folder / "stream.h264";
     WriteBytes(stream, vStream);
-    const std::vector<Bytes> vUnits = SplitAccessUnits(vStream, eLayout == ELayout::Amf);
+    const std::vector<Bytes> vUnits = SplitAccessUnits(vStream, eLayout == EPacketLayout::Amf);
     ASSERT_EQ(vUnits.size(), uiFrames);
     const std::vector<double> vTimes = IrregularTimes(uiFrames);
     const TemporaryFile file;
@@ -128,20 +110,20 @@ void ExpectAGoodFile(const Bytes& vStream, ELayout eLayout, std::size_t uiFrames
 
 TEST(MuxedFile, OfTheNvencLayoutIsReadByFfmpegWithoutAWarning)
 {
-    ExpectAGoodFile(Encode(60, ""), ELayout::Nvenc, 60);
+    ExpectAGoodFile(Encode(60, ""), EPacketLayout::Nvenc, 60);
 }
 
 TEST(MuxedFile, OfPicturesWithSeveralSlicesIsReadByFfmpegWithoutAWarning)
 {
-    ExpectAGoodFile(Encode(30, "-x264-params slices=4"), ELayout::Nvenc, 30);
+    ExpectAGoodFile(Encode(30, "-x264-params slices=4"), EPacketLayout::Nvenc, 30);
 }
 
 TEST(MuxedFile, OfTheAmfLayoutIsReadByFfmpegWithoutAWarning)
 {
-    ExpectAGoodFile(Encode(60, "-x264-params aud=1"), ELayout::Amf, 60);
+    ExpectAGoodFile(Encode(60, "-x264-params aud=1"), EPacketLayout::Amf, 60);
 }
 
 TEST(MuxedFile, OfOnePictureIsReadByFfmpegWithoutAWarning)
 {
-    ExpectAGoodFile(Encode(1, ""), ELayout::Nvenc, 1);
+    ExpectAGoodFile(Encode(1, ""), EPacketLayout::Nvenc, 1);
 }

@@ -1,22 +1,17 @@
-// Streams of NALs as the tests write them down, and files that take them.
+// Streams of NALs as the tests write them down.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "hostapi/hostcore.h"
-#include "hostapi/hostplatform.h"
 #include "support/bytes.h"
 #include "support/growing_array.h"
 #include "support/temporary_folder.h"
 
 using test_support::TemporaryFile;
 
-// A new file, opened by the host's library as the module opens it.
-inline QmFileHandle Create(const TemporaryFile& file)
+// Its path as the module takes it.
+inline CQmStringW WidePath(const TemporaryFile& file)
 {
-    QmFileHandle hFile = nullptr;
-    EXPECT_EQ(QM_OpenFile(file.Path().wstring().c_str(), QM_FILE_CREATE, QM_SHARE_NONE, -1, &hFile), QM_OK);
-    return hFile;
+    return CQmStringW(file.Path().wstring().c_str());
 }
 
 // A NAL of uiSize bytes that begins with bType and holds no start code.

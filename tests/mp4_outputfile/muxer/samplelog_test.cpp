@@ -4,23 +4,24 @@
 #include <cstring>
 #include <random>
 
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "muxing.h"
 
 namespace
 {
 using Numbers = std::vector<std::uint32_t>;
 
-// One open file's records, without a file.
+// The log of a file that couldn't be opened: its packets are logged all the same.
 struct SLogs
 {
-    void Nvenc(const Bytes& vPacket) { LogNvencPacket(m_log, m_nals, vPacket); }
-    void Amf(const Bytes& vPacket) { LogAmfPacket(m_log, m_nals, vPacket.data(), vPacket.size(), ++m_uiFrame); }
+    explicit SLogs(EPacketLayout eLayout) { m_writer.Open(CQmStringW(), eLayout, 64, 48); }
+
+    void Add(const Bytes& vPacket) { EXPECT_TRUE(m_writer.LogPacket(vPacket)); }
 
     std::vector<std::uint64_t> Offsets() const
     {
         std::vector<std::uint64_t> vOffsets;
-        for (const SNalPatch& patch : ToVector(m_nals.m_vecNalPatches))
+        for (const SNalPatch& patch : ToVector(m_log.m_vecNalPatches))
         {
             vOffsets.push_back(patch.m_nOffset);
         }
@@ -30,7 +31,7 @@ struct SLogs
     std::vector<Bytes> Lengths() const
     {
         std::vector<Bytes> vLengths;
-        for (const SNalPatch& patch : ToVector(m_nals.m_vecNalPatches))
+        for (const SNalPatch& patch : ToVector(m_log.m_vecNalPatches))
         {
             Bytes vLength(4);
             std::memcpy(vLength.data(), &patch.m_nLengthBE, 4);
@@ -39,9 +40,18 @@ struct SLogs
         return vLengths;
     }
 
-    SSampleLog m_log;
-    SNalLog m_nals;
-    std::uint32_t m_uiFrame = 0;
+    CMp4FileWriter m_writer;
+    const SSampleLog& m_log = m_writer.GetLog();
+};
+
+struct SNvencLogs : SLogs
+{
+    SNvencLogs() : SLogs(EPacketLayout::Nvenc) {}
+};
+
+struct SAmfLogs : SLogs
+{
+    SAmfLogs() : SLogs(EPacketLayout::Amf) {}
 };
 
 const Bytes g_vFirstPlaceholder = {0, 0, 0, 2};
@@ -53,54 +63,53 @@ using Offsets = std::vector<std::uint64_t>;
 TEST(SampleLog, BeginsWithoutAPps)
 {
     const SSampleLog log;
-    EXPECT_EQ(log.m_hFile, nullptr);
     EXPECT_EQ(log.m_nPpsOffset, 0xFFFFFFFFU);
     EXPECT_EQ(log.m_nMdatBytes, 0U);
     EXPECT_EQ(sizeof(SNalPatch), 16U);
 }
 
-TEST(LogNvencPacket, KnownExampleOfThreeNals)
+TEST(NvencPacket, KnownExampleOfThreeNals)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
     EXPECT_EQ(logs.Offsets(), (Offsets{0, 16, 24}));
     EXPECT_EQ(logs.Lengths(), (std::vector<Bytes>{{0, 0, 0, 12}, {0, 0, 0, 4}, g_vFurtherPlaceholder}));
     EXPECT_EQ(logs.m_log.m_nMdatBytes, 128U);
     EXPECT_EQ(logs.m_log.m_nPpsOffset, 16U);
-    EXPECT_EQ(logs.m_nals.m_nLastNalStart, 24U);
+    EXPECT_EQ(logs.m_log.m_nLastNalStart, 24U);
 
-    logs.Nvenc(Join({g_vStart4, Nal(0x41, 50)}));
+    logs.Add(Join({g_vStart4, Nal(0x41, 50)}));
     EXPECT_EQ(logs.Offsets(), (Offsets{0, 16, 24, 128}));
     EXPECT_EQ(logs.Lengths(), (std::vector<Bytes>{{0, 0, 0, 12}, {0, 0, 0, 4}, {0, 0, 0, 100}, g_vFirstPlaceholder}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), (Numbers{128, 54}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), Numbers{0});
 }
 
-TEST(LogNvencPacket, AnEmptyPacketLeavesNoTrace)
+TEST(NvencPacket, AnEmptyPacketLeavesNoTrace)
 {
-    SLogs logs;
-    logs.Nvenc({});
+    SNvencLogs logs;
+    logs.Add({});
     EXPECT_TRUE(logs.m_log.m_vecSampleSizes.empty());
-    EXPECT_TRUE(logs.m_nals.m_vecNalPatches.empty());
+    EXPECT_TRUE(logs.m_log.m_vecNalPatches.empty());
     EXPECT_EQ(logs.m_log.m_nMdatBytes, 0U);
     EXPECT_EQ(logs.m_log.m_baFirstPacket.GetSize(), 0U);
 }
 
-TEST(LogNvencPacket, EmptyPacketsCountForNothingThatFollows)
+TEST(NvencPacket, EmptyPacketsCountForNothingThatFollows)
 {
-    SLogs logs;
+    SNvencLogs logs;
     const Bytes vIdr = Join({g_vStart4, Nal(0x65, 9)});
     for (const Bytes& vPacket : {Bytes(), vIdr, Bytes(), Join({g_vStart4, Nal(0x65, 20)})})
-        logs.Nvenc(vPacket);
+        logs.Add(vPacket);
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), (Numbers{13, 24}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), (Numbers{0, 1}));
     EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vIdr);
 }
 
-TEST(LogNvencPacket, SizesAndOffsetsAreThoseOfTheNormalisedPacket)
+TEST(NvencPacket, SizesAndOffsetsAreThoseOfTheNormalisedPacket)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart3, Nal(0x67, 10), g_vStart3, Nal(0x68, 5), g_vStart3, Nal(0x65, 20)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart3, Nal(0x67, 10), g_vStart3, Nal(0x68, 5), g_vStart3, Nal(0x65, 20)}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), Numbers{3 * 4 + 35});
     EXPECT_EQ(logs.Offsets(), (Offsets{0, 14, 23}));
     EXPECT_EQ(logs.m_log.m_nPpsOffset, 14U);
@@ -108,75 +117,75 @@ TEST(LogNvencPacket, SizesAndOffsetsAreThoseOfTheNormalisedPacket)
               Join({g_vStart4, Nal(0x67, 10), g_vStart4, Nal(0x68, 5), g_vStart4, Nal(0x65, 20)}));
 }
 
-TEST(LogNvencPacket, KeySamplesAreNumberedFromZero)
+TEST(NvencPacket, KeySamplesAreNumberedFromZero)
 {
-    SLogs logs;
+    SNvencLogs logs;
     for (int n = 0; n < 7; ++n)
     {
-        logs.Nvenc(Join({g_vStart4, Nal(n % 3 == 0 ? 0x65 : 0x41, 30)}));
+        logs.Add(Join({g_vStart4, Nal(n % 3 == 0 ? 0x65 : 0x41, 30)}));
     }
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), (Numbers{0, 3, 6}));
 }
 
-TEST(LogNvencPacket, AnIdrPictureOfSeveralSlicesIsListedOncePerSlice)
+TEST(NvencPacket, AnIdrPictureOfSeveralSlicesIsListedOncePerSlice)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, Nal(0x41, 9)}));
-    logs.Nvenc(Join({g_vStart4, Nal(0x65, 9), g_vStart3, Nal(0x65, 9), g_vStart3, Nal(0x65, 9)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x41, 9)}));
+    logs.Add(Join({g_vStart4, Nal(0x65, 9), g_vStart3, Nal(0x65, 9), g_vStart3, Nal(0x65, 9)}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), (Numbers{1, 1, 1}));
 }
 
-TEST(LogNvencPacket, AKeyFrameOfAnotherReferenceClassIsNotMarked)
+TEST(NvencPacket, AKeyFrameOfAnotherReferenceClassIsNotMarked)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, Nal(0x25, 9)}));
-    logs.Nvenc(Join({g_vStart4, Nal(0x45, 9)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x25, 9)}));
+    logs.Add(Join({g_vStart4, Nal(0x45, 9)}));
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
 }
 
-TEST(LogNvencPacket, APpsInALaterPacketMovesTheOffsetToItsPlaceThere)
+TEST(NvencPacket, APpsInALaterPacketMovesTheOffsetToItsPlaceThere)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
     const Bytes vFirst = FromByteArray(logs.m_log.m_baFirstPacket);
-    logs.Nvenc(Join({g_vStart4, Nal(0x67, 30), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
+    logs.Add(Join({g_vStart4, Nal(0x67, 30), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
     EXPECT_EQ(logs.m_log.m_nPpsOffset, 34U);
     EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vFirst) << "only the first packet is kept";
 }
 
-TEST(LogNvencPacket, OnlyTheNalsOwnFirstByteCounts)
+TEST(NvencPacket, OnlyTheNalsOwnFirstByteCounts)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, {0x41, 0x65, 0x68, 0x65}}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, {0x41, 0x65, 0x68, 0x65}}));
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
     EXPECT_EQ(logs.m_log.m_nPpsOffset, g_uiNoPpsOffset);
 }
 
-TEST(LogNvencPacket, APacketWithoutStartCodesBelongsToTheNalBefore)
+TEST(NvencPacket, APacketWithoutStartCodesBelongsToTheNalBefore)
 {
-    SLogs logs;
-    logs.Nvenc(Join({g_vStart4, Nal(0x65, 10)}));
-    logs.Nvenc(Nal(0x33, 20));
-    logs.Nvenc(Join({g_vStart4, Nal(0x41, 10)}));
+    SNvencLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x65, 10)}));
+    logs.Add(Nal(0x33, 20));
+    logs.Add(Join({g_vStart4, Nal(0x41, 10)}));
     EXPECT_EQ(logs.Lengths(), (std::vector<Bytes>{{0, 0, 0, 30}, g_vFirstPlaceholder}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), (Numbers{14, 20, 14}));
 }
 
-TEST(LogNvencPacket, APacketThatIsAStartCodeAloneIsLoggedWithoutANal)
+TEST(NvencPacket, APacketThatIsAStartCodeAloneIsLoggedWithoutANal)
 {
-    SLogs logs;
-    logs.Nvenc({0, 0, 1});
+    SNvencLogs logs;
+    logs.Add({0, 0, 1});
     EXPECT_EQ(logs.Offsets(), Offsets{0});
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), Numbers{4});
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
-    logs.Nvenc({0x65, 0x65});
+    logs.Add({0x65, 0x65});
     EXPECT_EQ(logs.m_log.m_nMdatBytes, 6U);
 }
 
-TEST(LogAmfPacket, KnownLayoutOfADelimiterAndThreeNals)
+TEST(AmfPacket, KnownLayoutOfADelimiterAndThreeNals)
 {
-    SLogs logs;
-    logs.Amf(
+    SAmfLogs logs;
+    logs.Add(
         Join({g_vStart4, g_vDelimiter, g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
     EXPECT_EQ(logs.Offsets(), (Offsets{0, 6, 22, 30}));
     EXPECT_EQ(logs.Lengths(), (std::vector<Bytes>{{0, 0, 0, 2}, {0, 0, 0, 12}, {0, 0, 0, 4}, g_vFurtherPlaceholder}));
@@ -185,89 +194,89 @@ TEST(LogAmfPacket, KnownLayoutOfADelimiterAndThreeNals)
     EXPECT_EQ(logs.m_log.m_nMdatBytes, 134U);
 }
 
-TEST(LogAmfPacket, APpsInALaterPacketMovesTheOffsetToItsPlaceThere)
+TEST(AmfPacket, APpsInALaterPacketMovesTheOffsetToItsPlaceThere)
 {
-    SLogs logs;
+    SAmfLogs logs;
     const Bytes vFirst =
         Join({g_vStart4, g_vDelimiter, g_vStart4, Nal(0x67, 12), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)});
-    logs.Amf(vFirst);
-    logs.Amf(
+    logs.Add(vFirst);
+    logs.Add(
         Join({g_vStart4, g_vDelimiter, g_vStart4, Nal(0x67, 30), g_vStart4, Nal(0x68, 4), g_vStart4, Nal(0x65, 100)}));
-    EXPECT_EQ(logs.m_log.m_nPpsOffset, 40U);  // behind 6 bytes and 34
+    EXPECT_EQ(logs.m_log.m_nPpsOffset, 40U);  // after 6 bytes and 34
     EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vFirst) << "only the first packet is kept";
 }
 
-TEST(LogAmfPacket, KeySamplesAreNumberedFromOne)
+TEST(AmfPacket, KeySamplesAreNumberedFromOne)
 {
-    SLogs logs;
+    SAmfLogs logs;
     for (int n = 0; n < 7; ++n)
     {
         const Bytes vDelimiter = {0x09, static_cast<std::uint8_t>(n % 3 == 0 ? 0x10 : 0x30)};
-        logs.Amf(Join({g_vStart4, vDelimiter, g_vStart4, Nal(0x41, 30)}));
+        logs.Add(Join({g_vStart4, vDelimiter, g_vStart4, Nal(0x41, 30)}));
     }
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), (Numbers{1, 4, 7}));
 }
 
-TEST(LogAmfPacket, OnlyTheDelimiterTellsAKey)
+TEST(AmfPacket, OnlyTheDelimiterIsTheSignOfAKey)
 {
-    SLogs logs;
-    logs.Amf(Join({g_vStart4, Nal(0x65, 30)}));
-    logs.Amf(Join({g_vStart4, {0x09, 0x30}, g_vStart4, Nal(0x65, 30)}));
+    SAmfLogs logs;
+    logs.Add(Join({g_vStart4, Nal(0x65, 30)}));
+    logs.Add(Join({g_vStart4, {0x09, 0x30}, g_vStart4, Nal(0x65, 30)}));
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
-    // Further back in the buffer it tells nothing, either.
-    logs.Amf(Join({g_vStart4, Nal(0x06, 5), g_vStart4, g_vDelimiter, g_vStart4, Nal(0x65, 30)}));
+    // Further back in the buffer it is no sign of a key.
+    logs.Add(Join({g_vStart4, Nal(0x06, 5), g_vStart4, g_vDelimiter, g_vStart4, Nal(0x65, 30)}));
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
     // In front of other bytes it does.
-    logs.Amf(Join({{7, 7}, g_vStart4, g_vDelimiter, g_vStart4, Nal(0x41, 30)}));
+    logs.Add(Join({{7, 7}, g_vStart4, g_vDelimiter, g_vStart4, Nal(0x41, 30)}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), Numbers{4});
 }
 
-TEST(LogAmfPacket, StartCodesOfThreeBytesAreNotSeenAndNothingIsRewritten)
+TEST(AmfPacket, StartCodesOfThreeBytesAreNotSeenAndNothingIsRewritten)
 {
-    SLogs logs;
+    SAmfLogs logs;
     const Bytes vPacket = Join({g_vStart4, g_vDelimiter, g_vStart3, Nal(0x68, 12), g_vStart4, Nal(0x41, 30)});
-    logs.Amf(vPacket);
+    logs.Add(vPacket);
     EXPECT_EQ(logs.Offsets(), (Offsets{0, 21}));
     EXPECT_EQ(logs.m_log.m_nPpsOffset, g_uiNoPpsOffset);
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), Numbers{static_cast<std::uint32_t>(vPacket.size())});
     EXPECT_EQ(FromByteArray(logs.m_log.m_baFirstPacket), vPacket);
 }
 
-TEST(LogAmfPacket, ADelimiterAloneIsNotSearched)
+TEST(AmfPacket, ADelimiterAloneIsNotSearched)
 {
-    SLogs logs;
-    logs.Amf(Join({g_vStart4, g_vDelimiter}));
-    EXPECT_TRUE(logs.m_nals.m_vecNalPatches.empty());
+    SAmfLogs logs;
+    logs.Add(Join({g_vStart4, g_vDelimiter}));
+    EXPECT_TRUE(logs.m_log.m_vecNalPatches.empty());
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
     EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), Numbers{6});
 }
 
-TEST(LogAmfPacket, ABufferOfLessThanSixBytesIsNotSearched)
+TEST(AmfPacket, ABufferOfLessThanSixBytesIsNotSearched)
 {
     for (std::size_t uiSize = 0; uiSize < 6; ++uiSize)
     {
-        SLogs logs;
+        SAmfLogs logs;
         Bytes vPacket = Join({g_vStart4, {0x68}});
         vPacket.resize(uiSize);
-        vPacket.shrink_to_fit();  // memory checkers see a read behind it
-        logs.Amf(vPacket);
-        EXPECT_TRUE(logs.m_nals.m_vecNalPatches.empty()) << uiSize;
+        vPacket.shrink_to_fit();  // memory checkers see a read past it
+        logs.Add(vPacket);
+        EXPECT_TRUE(logs.m_log.m_vecNalPatches.empty()) << uiSize;
         EXPECT_EQ(logs.m_log.m_nPpsOffset, g_uiNoPpsOffset) << uiSize;
         EXPECT_EQ(ToVector(logs.m_log.m_vecSampleSizes), Numbers{static_cast<std::uint32_t>(uiSize)});
         EXPECT_EQ(logs.m_log.m_nMdatBytes, uiSize);
     }
 }
 
-TEST(LogAmfPacket, TheSearchEndsSixBytesBeforeTheBuffer)
+TEST(AmfPacket, TheSearchEndsSixBytesBeforeTheBuffer)
 {
-    SLogs logs;
-    logs.Amf(Join({Bytes(10, 7), g_vStart4, {0x68, 1}}));
-    EXPECT_TRUE(logs.m_nals.m_vecNalPatches.empty()) << "at n - 6";
-    logs.Amf(Join({Bytes(10, 7), g_vStart4, {0x68, 1, 2}}));
+    SAmfLogs logs;
+    logs.Add(Join({Bytes(10, 7), g_vStart4, {0x68, 1}}));
+    EXPECT_TRUE(logs.m_log.m_vecNalPatches.empty()) << "at n - 6";
+    logs.Add(Join({Bytes(10, 7), g_vStart4, {0x68, 1, 2}}));
     EXPECT_EQ(logs.Offsets(), Offsets{16 + 10}) << "at n - 7";
 }
 
-TEST(LogAmfPacket, FindsWhatAByteByByteSearchFinds)
+TEST(AmfPacket, FindsWhatAByteByByteSearchFinds)
 {
     std::mt19937 random(11);
     for (int nPacket = 0; nPacket < 20000; ++nPacket)
@@ -290,8 +299,8 @@ TEST(LogAmfPacket, FindsWhatAByteByByteSearchFinds)
             vExpected.push_back(i);
             if (vPacket[i + 4] == 0x68) uiPps = static_cast<std::uint32_t>(i);
         }
-        SLogs logs;
-        logs.Amf(vPacket);
+        SAmfLogs logs;
+        logs.Add(vPacket);
         ASSERT_EQ(logs.Offsets(), vExpected) << testing::PrintToString(vPacket);
         ASSERT_EQ(logs.m_log.m_nPpsOffset, uiPps) << testing::PrintToString(vPacket);
     }

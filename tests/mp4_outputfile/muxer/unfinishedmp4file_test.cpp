@@ -2,27 +2,24 @@
 #include <gtest/gtest.h>
 
 #include "mp4_outputfile/muxer/moovbox.h"
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "muxing.h"
 
-bool WriteMoovBox(QmFileHandle, const CGrowingArray<double>&, const CGrowingArray<std::uint32_t>&, std::uint16_t,
-                  std::uint16_t, const CQmByteArray&, std::uint32_t, const CGrowingArray<std::uint32_t>&, std::uint32_t)
+bool WriteMoovBox(CTargetFile&, const SMovie&)
 {
     return false;
 }
 
-TEST(UnfinishedMp4File, KeepsThePlaceholderThatTellsIt)
+TEST(UnfinishedMp4File, KeepsTheMarkOfAnUnfinishedFile)
 {
     const TemporaryFile file;
-    SSampleLog log;
-    SNalLog nals;
-    log.m_hFile = Create(file);
-    WriteMp4Preamble(log.m_hFile);
+    CMp4FileWriter writer;
+    writer.Open(WidePath(file), EPacketLayout::Nvenc, 64, 48);
     const Bytes vPicture = Nal(0x65, 100);
-    LogNvencPacket(log, nals, Join({g_vStart4, vPicture}));
-    WriteNalLengths(log, nals);
-    FinishMp4File(log, {0.0}, 64, 48, g_uiNvencSpsLengthOffset);
-    EXPECT_EQ(log.m_hFile, nullptr);
+    EXPECT_TRUE(writer.LogPacket(Join({g_vStart4, vPicture})));
+    writer.WriteNalLengths();
+    writer.Finish({0.0});
+    EXPECT_FALSE(writer.IsOpen());
 
     const Bytes vFile = file.Bytes();
     ASSERT_EQ(vFile.size(), 48U + 104U);

@@ -2,7 +2,6 @@
 
 #include "common/bigendian.h"
 #include "mp4_outputfile/muxer/growingbox.h"
-#include "mp4_outputfile/muxer/samplelog.h"
 
 namespace
 {
@@ -10,7 +9,13 @@ namespace
 constexpr std::uint8_t g_abNvencPps[8] = {1, 0, 5, 0x68, 0xEE, 0x3C, 0xB0, 0};
 constexpr std::uint8_t g_abAmfPps[8] = {1, 0, 5, 0x68, 0xEE, 0x38, 0x80, 0};
 
-// The first packet as a run of bytes; asking for a part tests that it is there.
+// Offset, in the first packet, of the low two bytes of the SPS's length. On AMF a delimiter of 6 bytes comes before it.
+constexpr std::uint32_t SpsLengthOffset(EPacketLayout eLayout)
+{
+    return eLayout == EPacketLayout::Nvenc ? 2 : 8;
+}
+
+// The first packet as a run of bytes. A part is tested before it is read.
 struct SPacketView
 {
     explicit SPacketView(const CQmByteArray& baPacket) : m_pBytes(baPacket.GetData(0)), m_uiSize(baPacket.GetSize()) {}
@@ -25,7 +30,7 @@ struct SPacketView
     std::size_t m_uiSize;
 };
 
-// Version, profile, compatibility and level, then the SPS behind its length. Gives the SPS's size.
+// Version, profile, compatibility and level, then the SPS after its length. Returns the SPS's size.
 std::uint32_t AppendSps(CGrowingBox& box, const CQmByteArray& baFirstPacket, std::uint32_t uiLengthOffset)
 {
     const SPacketView packet(baFirstPacket);
@@ -50,16 +55,16 @@ std::uint32_t AppendSps(CGrowingBox& box, const CQmByteArray& baFirstPacket, std
     return uiSize;
 }
 
-// The number of PPS, then the PPS behind its length. Gives the size of it all.
+// The number of PPS, then the PPS after its length. Returns the size of both.
 std::uint32_t AppendPps(CGrowingBox& box, const CQmByteArray& baFirstPacket, std::uint32_t uiOffset,
-                        std::uint32_t uiSpsLengthOffset)
+                        EPacketLayout eLayout)
 {
     const SPacketView packet(baFirstPacket);
     const bool bLength = uiOffset != g_uiNoPpsOffset && packet.Holds(uiOffset, 4);
     const std::uint32_t uiSize = bLength ? LoadBigEndian32(packet.At(uiOffset)) : 0;
     if (!bLength || !packet.Holds(uiOffset, std::uint64_t{uiSize} + 4))
     {
-        box.Append(uiSpsLengthOffset == g_uiNvencSpsLengthOffset ? g_abNvencPps : g_abAmfPps, sizeof g_abNvencPps);
+        box.Append(eLayout == EPacketLayout::Nvenc ? g_abNvencPps : g_abAmfPps, sizeof g_abNvencPps);
         return sizeof g_abNvencPps;
     }
     // The PPS is followed by a zero byte, which its length counts: files have always been written so.
@@ -71,13 +76,13 @@ std::uint32_t AppendPps(CGrowingBox& box, const CQmByteArray& baFirstPacket, std
 }
 }  // namespace
 
-void AppendAvcConfiguration(CGrowingBox& box, const CQmByteArray& baFirstPacket, std::uint32_t uiSpsLengthOffset,
+void AppendAvcConfiguration(CGrowingBox& box, const CQmByteArray& baFirstPacket, EPacketLayout eLayout,
                             std::uint32_t uiPpsOffset)
 {
     CGrowingBox contents;
-    const std::uint32_t uiSps = AppendSps(contents, baFirstPacket, uiSpsLengthOffset);
-    const std::uint32_t uiPps = AppendPps(contents, baFirstPacket, uiPpsOffset, uiSpsLengthOffset);
+    const std::uint32_t uiSps = AppendSps(contents, baFirstPacket, SpsLengthOffset(eLayout));
+    const std::uint32_t uiPps = AppendPps(contents, baFirstPacket, uiPpsOffset, eLayout);
     // Of the size only 16 bits are kept.
     box.AppendHead(static_cast<std::uint16_t>(8 + 6 + 2 + uiSps + uiPps), "avcC");
-    box.Append(contents.Data(), contents.Size());
+    box.Append(contents);
 }

@@ -8,6 +8,12 @@ void CGrowingBox::Append(const void* pBytes, std::size_t uiSize)
     m_bFailed = m_baBytes.SetData(pBytes, uiSize, EQmByteArrayModeOp::Append, EQmByteArrayModeAlloc::Default) != QM_OK;
 }
 
+void CGrowingBox::Append(const CGrowingBox& contents)
+{
+    m_bFailed = m_bFailed || contents.m_bFailed;
+    Append(contents.Data(), contents.Size());
+}
+
 void CGrowingBox::Append8(std::uint8_t uiValue)
 {
     Append(&uiValue, 1);

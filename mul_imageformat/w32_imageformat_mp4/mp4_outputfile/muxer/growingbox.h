@@ -10,6 +10,8 @@ class CGrowingBox
 {
 public:
     void Append(const void* pBytes, std::size_t uiSize);
+    // Appends the contents of another one, and its failure.
+    void Append(const CGrowingBox& contents);
     void Append8(std::uint8_t uiValue);
     void Append16(std::uint16_t uiValue);
     void Append32(std::uint32_t uiValue);
@@ -17,14 +19,14 @@ public:
 
     // The head of a box whose size is known. pszType: four characters.
     void AppendHead(std::uint32_t uiSize, const char* pszType);
-    // The head of a box whose size isn't known yet; gives its place, for Close when the last byte of it is there.
+    // The head of a box whose size isn't known yet; returns its place, for Close when its last byte is there.
     std::size_t Open(const char* pszType);
     void Close(std::size_t uiBox);
 
     // All bytes so far; null before the first.
     const std::uint8_t* Data() const { return m_baBytes.GetData(0); }
     std::size_t Size() const { return m_baBytes.GetSize(); }
-    // True when memory ran out at some append. What is there then is no box.
+    // True when memory ran out at some append. The bytes so far are no box then.
     bool Failed() const { return m_bFailed; }
 
 private:

@@ -3,31 +3,15 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "mp4_outputfile/muxer/avcconfiguration.h"
 #include "common/bigendian.h"
+#include "mp4_outputfile/muxer/avcconfiguration.h"
 #include "mp4_outputfile/muxer/growingbox.h"
-#include "mp4_outputfile/muxer/samplelog.h"
+#include "mp4_outputfile/muxer/targetfile.h"
 
 namespace
 {
 constexpr std::uint32_t g_uiTimescale = 10000;  // ticks in a second
 constexpr std::uint32_t g_uiOneFrameDelta = 10;
-
-// What all boxes of one `moov` are made from.
-struct SMovie
-{
-    const CGrowingArray<double>& m_times;
-    const CGrowingArray<std::uint32_t>& m_sizes;
-    const CGrowingArray<std::uint32_t>& m_keySamples;
-    std::uint16_t m_uiWidth;
-    std::uint16_t m_uiHeight;
-    const CQmByteArray& m_firstPacket;
-    std::uint32_t m_uiSpsLengthOffset;
-    std::uint32_t m_uiPpsOffset;
-
-    double LastTime() const { return m_times.empty() ? 0.0 : m_times.back(); }
-    std::uint32_t FrameCount() const { return static_cast<std::uint32_t>(m_times.size()); }
-};
 
 // Toward zero to 64 bits, of which the low 32 are kept. What 64 bits can't hold, or is no number, becomes 0.
 std::uint32_t Truncate(double dValue)
@@ -42,8 +26,8 @@ std::uint32_t ToTicks(double dMilliseconds)
     return Truncate(dMilliseconds * 10000.0 / 1000.0);
 }
 
-// Nobody knows how long the last frame was meant to last; it takes the distance before it. What is cut off one delta
-// isn't added to the next; times that run backwards give negative ones.
+// How long the last frame lasts isn't known; it takes the distance before it. What is cut off one delta isn't added to
+// the next; times that run backwards give negative deltas.
 std::uint32_t SampleDelta(const CGrowingArray<double>& times, std::size_t uiSample)
 {
     if (times.size() == 1) return g_uiOneFrameDelta;
@@ -187,7 +171,7 @@ void AppendStsd(CGrowingBox& box, const SMovie& movie)
     box.AppendZeros(32);   // compressor name
     box.Append16(0x0018);  // depth
     box.Append16(0xFFFF);
-    AppendAvcConfiguration(box, movie.m_firstPacket, movie.m_uiSpsLengthOffset, movie.m_uiPpsOffset);
+    AppendAvcConfiguration(box, movie.m_baFirstPacket, movie.m_eLayout, movie.m_uiPpsOffset);
     box.AppendHead(16, "pasp");
     box.Append32(1);
     box.Append32(1);
@@ -201,8 +185,8 @@ void AppendStts(CGrowingBox& box, const SMovie& movie)
     box.AppendHead(16 + 8 * movie.FrameCount(), "stts");
     box.Append32(0);  // version and flags
     box.Append32(movie.FrameCount());
-    AppendTable<2>(box, movie.m_times.size(), [&movie](std::size_t uiSample, std::size_t uiField) {
-        return uiField == 0 ? 1 : SampleDelta(movie.m_times, uiSample);
+    AppendTable<2>(box, movie.m_vecTimes.size(), [&movie](std::size_t uiSample, std::size_t uiField) {
+        return uiField == 0 ? 1 : SampleDelta(movie.m_vecTimes, uiSample);
     });
 }
 
@@ -215,9 +199,9 @@ void AppendNumbers(CGrowingBox& box, const CGrowingArray<std::uint32_t>& numbers
 
 void AppendStss(CGrowingBox& box, const SMovie& movie)
 {
-    box.AppendHead(16 + 4 * static_cast<std::uint32_t>(movie.m_keySamples.size()), "stss");
+    box.AppendHead(16 + 4 * static_cast<std::uint32_t>(movie.m_vecKeySamples.size()), "stss");
     box.Append32(0);  // version and flags
-    AppendNumbers(box, movie.m_keySamples);
+    AppendNumbers(box, movie.m_vecKeySamples);
 }
 
 void AppendStsc(CGrowingBox& box, const SMovie& movie)
@@ -232,10 +216,10 @@ void AppendStsc(CGrowingBox& box, const SMovie& movie)
 
 void AppendStsz(CGrowingBox& box, const SMovie& movie)
 {
-    box.AppendHead(20 + 4 * static_cast<std::uint32_t>(movie.m_sizes.size()), "stsz");
+    box.AppendHead(20 + 4 * static_cast<std::uint32_t>(movie.m_vecSizes.size()), "stsz");
     box.Append32(0);  // version and flags
     box.Append32(0);  // sizes differ
-    AppendNumbers(box, movie.m_sizes);
+    AppendNumbers(box, movie.m_vecSizes);
 }
 
 void AppendStco(CGrowingBox& box)
@@ -247,12 +231,8 @@ void AppendStco(CGrowingBox& box)
 }
 }  // namespace
 
-bool WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const CGrowingArray<std::uint32_t>& sizes,
-                  std::uint16_t uiWidth, std::uint16_t uiHeight, const CQmByteArray& firstPacket,
-                  std::uint32_t uiSpsLengthOffset, const CGrowingArray<std::uint32_t>& keySamples,
-                  std::uint32_t uiPpsOffset)
+bool WriteMoovBox(CTargetFile& file, const SMovie& movie)
 {
-    const SMovie movie{times, sizes, keySamples, uiWidth, uiHeight, firstPacket, uiSpsLengthOffset, uiPpsOffset};
     CGrowingBox box;
     const std::size_t uiMoov = box.Open("moov");
     AppendMvhd(box, movie);
@@ -277,7 +257,5 @@ bool WriteMoovBox(QmFileHandle hFile, const CGrowingArray<double>& times, const 
     box.Close(uiMdia);
     box.Close(uiTrak);
     box.Close(uiMoov);
-    if (box.Failed()) return false;
-    QM_WriteFile(hFile, box.Data(), box.Size(), nullptr, nullptr);
-    return true;
+    return !box.Failed() && file.Write(box.Data(), box.Size());
 }
