@@ -65,17 +65,22 @@ TEST_F(OutputCodecTest, OnlyTheWholeCodeCounts)
     }
 }
 
-TEST_F(OutputCodecTest, AHostThatNeverSetACodecGetsTheFirstRow)
+// The output object doesn't choose a codec itself: it asks the format object for the row that stands for none, and that
+// row's code decides.
+TEST_F(OutputCodecTest, AHostThatNeverSetACodecGetsTheRowThatTheFormatGivesForNone)
 {
     auto* const pFormat = new (__FILE__, __LINE__) CScriptedFormat;
     pFormat->AddRef();
+    for (const wchar_t* pwszCode : {L"HQ", L"AMF1", L"NVENC1"})
     {
+        pFormat->m_pwszCode = pwszCode;
+        pFormat->m_vRowsAsked.clear();
         OpenOutputFile file(pFormat, CQmStringW(L"nowhere"));
         file.WriteNextFrame(m_vPixels.data());
-        EXPECT_FALSE(file.IsNvenc());
-        EXPECT_FALSE(file.IsAmf());
+        EXPECT_EQ(file.IsNvenc(), std::wstring(pwszCode) == L"NVENC1");
+        EXPECT_EQ(file.IsAmf(), std::wstring(pwszCode) == L"AMF1");
         ASSERT_FALSE(pFormat->m_vRowsAsked.empty());
-        EXPECT_THAT(pFormat->m_vRowsAsked, testing::Each(0xFFFFFFFFU));  // which stands for row 0
+        EXPECT_THAT(pFormat->m_vRowsAsked, testing::Each(0xFFFFFFFFU));
     }
     pFormat->Release();
 }

@@ -127,7 +127,7 @@ TEST_F(SessionEndsTest, ThePlayBeginsWithItsTopologyFromTheBeginning)
     EXPECT_THAT(m_record.Calls(), ElementsAre("Build", "SetTopology", "Start"));
 }
 
-TEST_F(SessionEndsTest, AHostThatNeverSetACodecWritesWithASession)
+TEST_F(SessionEndsTest, AHostThatNeverSetACodecWritesWithTheHighQualityRow)
 {
     auto* const pFormat = new (__FILE__, __LINE__) CScriptedFormat;
     pFormat->AddRef();
@@ -135,7 +135,8 @@ TEST_F(SessionEndsTest, AHostThatNeverSetACodecWritesWithASession)
         OpenOutputFile file(pFormat, CQmStringW(L"nowhere"));
         EXPECT_EQ(file.WriteNextFrame(m_vPixels.data()), QM_OK);
         EXPECT_EQ(CountCalls("Build"), 1);
-        EXPECT_THAT(pFormat->m_vRowsAsked, ElementsAre(0xFFFFFFFFU, 0xFFFFFFFFU));  // which stands for row 0
+        EXPECT_THAT(pFormat->m_vRowsAsked, ElementsAre(0xFFFFFFFFU, 0xFFFFFFFFU));  // no codec
+        EXPECT_EQ(m_record.m_settings.m_wszCode, L"HQ");
     }
     pFormat->Release();
 }

@@ -429,6 +429,24 @@ TEST_F(SessionFramesTest, TheGraphIsBuiltForTheFileTheSizesAndTheCodec)
     EXPECT_EQ(m_record.m_settings.m_wszCode, L"NQ");
 }
 
+TEST_F(SessionFramesTest, ASequenceWithoutACountEndsAtTheCloseOnly)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    SQmImageAttributes attributes = Attributes(64, 48);
+    attributes.m_uiSequenceCount = 0;
+    EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
+    for (int i = 0; i < 20; ++i)
+    {
+        EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+        EXPECT_EQ(m_record.m_pHandover->m_nEndOfStream, 0U) << i;
+    }
+    EXPECT_EQ(m_record.m_settings.m_vNumbers.back(), 0xFFFFFFFFU);
+    EXPECT_EQ(CountCalls("Taken"), 19);
+    EXPECT_EQ(CountCalls("Taken last"), 0);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_EQ(CountCalls("Taken last"), 1);
+}
+
 TEST_F(SessionFramesTest, AFrameThatFailsHasATimeToo)
 {
     m_record.m_script.m_hrBuild = E_FAIL;
