@@ -180,6 +180,33 @@ TEST_F(OutputFileTest, WithoutMemoryThereIsNoObject)
     EXPECT_GT(memory.GetRefused(), 0U);
 }
 
+// A copy of the path that finds no memory is empty, and a file without a path would accept every frame and write none.
+TEST_F(OutputFileTest, WithoutMemoryForItsPathThereIsNoObject)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "strings take their memory from another allocator here";
+    const std::wstring wszPath = std::filesystem::path(m_target.Path()).wstring();
+    unsigned uiRefused = 1;
+    unsigned uiFailed = 0;
+    for (unsigned uiRequest = 1; uiRefused != 0; ++uiRequest)
+    {
+        IQmOutputImageFile* pFile = nullptr;
+        QmStatus nStatus = QM_OK;
+        const std::uint32_t uiBefore = g_uiInputFileCount;
+        {
+            const CShortMemory memory(uiRequest);
+            nStatus = m_pFormat->OpenOutputFileForPath(CQmStringW(wszPath.c_str()), &pFile);
+            uiRefused = memory.GetRefused();
+        }
+        EXPECT_EQ(nStatus, uiRefused == 0 ? QM_OK : QM_ERR_FAIL) << uiRequest;
+        EXPECT_EQ(pFile == nullptr, uiRefused != 0) << uiRequest;
+        EXPECT_EQ(m_pFormat->CountReferences(), uiRefused == 0 ? 2 : 1) << uiRequest;
+        EXPECT_EQ(g_uiInputFileCount, uiBefore + (uiRefused == 0 ? 1 : 0)) << uiRequest;
+        if (uiRefused != 0) ++uiFailed;
+        if (pFile != nullptr) pFile->Release();
+    }
+    EXPECT_GE(uiFailed, 4U);  // three copies of the path on the way to the object, and the object
+}
+
 // --- what the object begins with
 
 TEST_F(OutputFileTest, EverythingElseIsUnsetAtTheBeginning)

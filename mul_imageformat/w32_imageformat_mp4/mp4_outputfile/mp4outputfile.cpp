@@ -38,6 +38,9 @@ CQmMP4OutputFile::CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& st
       m_uiFileHeight(0),
       m_bFrameTimeSet(false)
 {
+    // A copy that found no memory is empty, and an object without a path would accept every frame and write none.
+    if (m_strFileName != strFileName) throw std::bad_alloc();
+
     m_attrSource.m_uiCompression = 2;
     ++g_uiInputFileCount;
     m_pFormat->GetQmClass()->AddRef();

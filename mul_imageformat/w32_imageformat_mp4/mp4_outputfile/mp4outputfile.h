@@ -33,7 +33,7 @@ using PMakeWrittenFileReader = IQmInputImageFile* (*)(IQmImageFormat* pFormat, c
 class CQmMP4OutputFile : public IQmOutputImageFile
 {
 public:
-    // With an empty name there is no file to write.
+    // With an empty name there is no file to write. Throws std::bad_alloc.
     CQmMP4OutputFile(IQmImageFormat* pFormat, const CQmStringW& strFileName, PMakeWrittenFileReader pfnMakeReader);
     ~CQmMP4OutputFile() override;
 
