@@ -159,6 +159,66 @@ TEST_F(Grabber, AFrameWithoutMemoryIsANullEntryThatEverythingPasses)
     EXPECT_EQ(m_pStore->CountFrames(), 0U);
 }
 
+// --- memory ---
+
+// NV12 samples leave the pixels of a frame untouched, so that the memory of large ones is reserved and not taken.
+class LargePictures : public Grabber
+{
+protected:
+    // Frames that the store holds when so many of that size were delivered; the play wants its pause at the last one
+    // that was stored.
+    std::size_t CountAfter(std::uint32_t uiSamples, std::uint32_t uiWidth, std::uint32_t uiHeight)
+    {
+        m_pStore->Connect(nullptr, nullptr, true);
+        m_pStore->BeginFirstPlay(1000, uiWidth, uiHeight);
+        std::size_t uiPauseAt = 0;
+        for (std::uint32_t i = 0; i < uiSamples; ++i)
+        {
+            EXPECT_EQ(Feed({}), S_OK);
+            if (WantsPause()) uiPauseAt = m_pStore->CountFrames();
+        }
+        EXPECT_EQ(uiPauseAt, m_pStore->GetWindowSize() + 1);
+        return m_pStore->CountFrames();
+    }
+};
+
+TEST_F(LargePictures, Of16384x16384TwoAreStored)
+{
+    EXPECT_EQ(CountAfter(6, 16384, 16384), 2U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 1U);
+    EXPECT_NE(m_pStore->FindFrame(0), nullptr);
+    EXPECT_NE(m_pStore->FindFrame(1), nullptr);
+    EXPECT_NE(m_pStore->FindFrame(1)->m_Picture.m_pData, nullptr);
+}
+
+TEST_F(LargePictures, LargerThanTheLimitTwoAreStored)
+{
+    EXPECT_EQ(CountAfter(4, 32768, 32768), 2U);
+}
+
+// 2^31 / (3 * 8192 * 4320) is 20.2.
+TEST_F(LargePictures, Of8192x4320TwentyAreStored)
+{
+    EXPECT_EQ(CountAfter(30, 8192, 4320), 20U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 19U);
+}
+
+TEST_F(LargePictures, Of4096x2304AFullWindowIsStoredAndWhatIsOnItsWay)
+{
+    EXPECT_EQ(CountAfter(52, 4096, 2304), 52U);
+    EXPECT_EQ(m_pStore->GetWindowSize(), 48U);
+}
+
+TEST_F(LargePictures, TheRequestedFrameTakesThePlaceOfOlderOnes)
+{
+    EXPECT_EQ(CountAfter(3, 16384, 16384), 2U);
+    Request(4, 2);
+    Feed({});  // 3 is dropped
+    EXPECT_EQ(Stored(), Range(0, 1));
+    Feed({});
+    EXPECT_EQ(Stored(), Range(4, 4));
+}
+
 // --- requests ---
 
 class AskedStore : public Grabber
@@ -300,7 +360,8 @@ protected:
     }
     static SPlayDecision PlayFrom(std::uint64_t uiStart, bool bNearTail)
     {
-        return {SPlayDecision::EKind::Play, {bNearTail, !bNearTail, uiStart}};
+        const EPlayStart eStart = bNearTail ? EPlayStart::Position : EPlayStart::Seek;
+        return {SPlayDecision::EKind::Play, {bNearTail, eStart, uiStart, uiStart}};
     }
 };
 
@@ -359,6 +420,24 @@ TEST_F(RestingStore, APlayNearTheTailKeepsTheStoreFromTheRequestedFrameOn)
     Decide(PlayFrom(25, true));
     Deliver(1);
     EXPECT_EQ(Stored(), Range(22, 25));
+}
+
+// The first of them has no picture's size: it isn't looked at.
+TEST_F(RestingStore, SamplesBeforeTheOneToKeepAreNumberedAndDroppedWithoutAPause)
+{
+    ASSERT_FALSE(Ask(500));
+    Decide({SPlayDecision::EKind::Play, {false, EPlayStart::Seek, 100, 500}});
+    m_uiNumber = 101;
+    Feed({});
+    Deliver(399);
+    EXPECT_EQ(m_pStore->CountFrames(), 0U);
+    EXPECT_FALSE(WantsPause());
+    std::future<QmStatus> result = Wait();
+    EXPECT_TRUE(Waits(result));
+    Deliver(1);
+    EXPECT_EQ(result.get(), QM_OK);
+    EXPECT_EQ(NumberInPicture(m_vPixels.data()), 500);
+    EXPECT_EQ(m_pStore->CountFrames(), 1U);
 }
 
 TEST_F(RestingStore, NothingBeginsWhenTheFileIsClosing)

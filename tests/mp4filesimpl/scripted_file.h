@@ -38,10 +38,15 @@ public:
 
     // vTimesMs: what the file object believes; the session plays by the script's own list.
     CScriptedFile(CQmImageFormatMP4* pFormat, const SScript& script, std::vector<std::uint64_t> vTimesMs)
+        : CScriptedFile(pFormat, script, std::move(vTimesMs), CFrameStore::MOST_PIXEL_BYTES)
+    {}
+
+    CScriptedFile(CQmImageFormatMP4* pFormat, const SScript& script, std::vector<std::uint64_t> vTimesMs,
+                  std::uint64_t uiMostPixelBytes)
         : CQmMP4InputFile(pFormat, CQmStringW(), false, nullptr)
     {
         SampleGrabberCB* pGrabber = nullptr;
-        EXPECT_EQ(SampleGrabberCB::Create(&pGrabber), S_OK);
+        EXPECT_EQ(SampleGrabberCB::Create(&pGrabber, uiMostPixelBytes), S_OK);
         m_pScripted = new CScriptedSession(script, pGrabber);
         m_Graph.Adopt(m_pScripted, pGrabber, &m_bStop, false);
         m_vFrameTimesMs = std::move(vTimesMs);

@@ -80,14 +80,13 @@ STDMETHODIMP CScriptedSession::Start(const GUID*, const PROPVARIANT* pvarPositio
         m_vCalls.push_back("Start " + std::to_string(uiTime));
         const std::vector<std::uint64_t>& vTimes = m_script.m_vTimesMs;
         uiPicture = static_cast<std::size_t>(std::lower_bound(vTimes.begin(), vTimes.end(), uiTime) - vTimes.begin());
-        if (m_bPaused && !m_bSeekNeeded && m_uiNext < vTimes.size() && vTimes[m_uiNext] == uiTime) uiPicture = m_uiNext;
     }
     else
     {
-        m_vCalls.emplace_back("Start");
+        m_vCalls.emplace_back(m_bPaused ? "Resume" : "Start");
+        if (m_bPaused) uiPicture = m_uiNext;
     }
     if (FAILED(hr)) return hr;
-    m_bSeekNeeded = false;
     m_commands.push_back({ECommand::Seek, uiPicture, nStart});
     m_cv.notify_all();
     return hr;
@@ -139,7 +138,6 @@ STDMETHODIMP CScriptedSession::SetRate(BOOL, float fRate)
 {
     const std::lock_guard lock(m_mtx);
     m_vCalls.push_back("SetRate " + std::to_string(static_cast<int>(fRate)));
-    m_bSeekNeeded = true;
     return S_OK;
 }
 

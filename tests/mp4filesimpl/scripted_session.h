@@ -60,7 +60,8 @@ public:
     CScriptedSession(SScript script, SampleGrabberCB* pGrabber);
     virtual ~CScriptedSession();
 
-    // "Start", "Start 120" (milliseconds), "SetRate 0", "Pause", "Stop", "SetTopology", "Shutdown".
+    // "Start", "Start 120" (milliseconds), "Resume" (a start without a position when it is paused), "SetRate 0",
+    // "Pause", "Stop", "SetTopology", "Shutdown".
     std::vector<std::string> Calls() const;
     int CountCalls(const std::string& strCall) const;
     std::size_t Delivered() const { return m_uiDelivered; }
@@ -118,7 +119,6 @@ private:
     std::vector<std::string> m_vCalls;
     std::deque<SCommand> m_commands;
     bool m_bShutDown = false;
-    bool m_bSeekNeeded = true;  // a rate was set since the last start, or nothing was played yet
     int m_nStarts = 0;
     int m_nPauses = 0;
     std::size_t m_uiNext = 0;  // the next picture to deliver

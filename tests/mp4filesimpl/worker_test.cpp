@@ -279,24 +279,93 @@ TEST_F(Worker, FramesOfOneMillisecondAreToldApart)
         ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
 }
 
-TEST_F(Worker, ARunLongerThanTheStoreIsPlayedOnWhereItWasPaused)
+TEST_F(Worker, AFrameFurtherOnInItsMillisecondIsOnePlayFromWhereTheSessionWasPaused)
 {
     SScript script;
     script.m_vTimesMs.assign(60, 5);
+    std::atomic<std::size_t> uiHoldAfter{8};  // the first play stores 0 to 8
+    script.m_fnHold = [&](std::size_t uiPicture) { return uiPicture == uiHoldAfter || uiPicture == 48; };
     script.m_nLate = 0;
-    script.m_pace = std::chrono::milliseconds(1);
     CScriptedFile file(m_format.Get(), script);
-    EXPECT_EQ(file.ReadNumber(0), 0);
-    EXPECT_EQ(file.ReadNumber(58), 58);  // brings the beginning of the run to rest, in one way or another
+    EXPECT_EQ(file.ReadNumber(40), 40);  // 40 to 48 are stored
     file.WaitForRest();
+    uiHoldAfter = 11;
     EXPECT_EQ(file.ReadNumber(3), 3);
-    file.WaitForRest();  // 0 to 8 or so are stored
-    const std::size_t uiBefore = file.Session().Calls().size();
+    file.WaitForRest();
+    EXPECT_FALSE(file.IsStored(2));
+    EXPECT_TRUE(file.IsStored(11));
     EXPECT_EQ(file.ReadNumber(40), 40);
+    file.WaitForRest();
+    EXPECT_FALSE(file.IsStored(39));
+    EXPECT_TRUE(file.IsStored(48));
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Pause", "Resume", "Pause", "SetRate 0",
+                                                    "Start 5", "Pause", "Resume", "Pause"));
+}
+
+TEST_F(Worker, AFrameFurtherBackInItsMillisecondIsOnePlayFromTheFirstOfThem)
+{
+    SScript script;
+    script.m_vTimesMs.assign(2000, 5);
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(1500), 1500);
+    file.WaitForRest();
+    const std::size_t uiBefore = file.Session().Calls().size();
+    EXPECT_EQ(file.ReadNumber(1000), 1000);
+    file.WaitForRest();
     std::vector<std::string> vCalls = file.Session().Calls();
     vCalls.erase(vCalls.begin(), vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore));
-    EXPECT_EQ(std::count(vCalls.begin(), vCalls.end(), "SetRate 0"), 1);  // one seek, and the rest is going on
-    EXPECT_GE(std::count(vCalls.begin(), vCalls.end(), "Start 5"), 4);    // 9 frames each time
+    EXPECT_THAT(vCalls, ElementsAre("SetRate 0", "Start 5", "Pause"));
+}
+
+// The session goes by other times than the list, in which all frames share one. A position in the middle of that
+// millisecond would bring the session back to its first frame.
+TEST_F(Worker, AListThatTheSessionDoesNotAgreeWithGivesNoWrongPicture)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(200), std::vector<std::uint64_t>(200, 0));
+    for (std::uint32_t i = 0; i < 200; ++i)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+    std::mt19937 random(3);
+    for (int i = 0; i < 40; ++i)
+    {
+        const std::uint32_t uiIndex = random() % 200;
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
+    }
+}
+
+TEST_F(Worker, ATimeThatFallsRefusesFrames)
+{
+    std::vector<std::uint64_t> vTimes = EvenTimes(100, 40);
+    vTimes[50] = 0;
+    CScriptedFile file(m_format.Get(), EvenScript(100), vTimes);
+    EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(70), QM_ERR_FAIL);
+    EXPECT_TRUE(file.Session().Calls().empty());
+}
+
+// --- large pictures ---
+
+// The store holds three pictures, and the session has always more on their way.
+TEST_F(Worker, SamplesThatTheStoreHasNoMemoryForComeAgain)
+{
+    for (const bool bOneMillisecond : {false, true})
+    {
+        SScript script = EvenScript(120);
+        if (bOneMillisecond) script.m_vTimesMs.assign(120, 5);
+        script.m_nLate = 3;
+        CScriptedFile file(m_format.Get(), script, script.m_vTimesMs, 3 * 24);
+        for (std::uint32_t i = 0; i < 60; ++i)
+        {
+            ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i)) << bOneMillisecond;
+            ASSERT_LE(file.Store().CountFrames(), 3U);
+        }
+        std::mt19937 random(5);
+        for (int i = 0; i < 40; ++i)
+        {
+            const std::uint32_t uiIndex = random() % 120;
+            ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i << ", " << bOneMillisecond;
+            ASSERT_LE(file.Store().CountFrames(), 3U);
+        }
+    }
 }
 
 // --- requests that can't be served ---

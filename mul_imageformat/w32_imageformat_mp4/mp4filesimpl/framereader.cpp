@@ -1,5 +1,7 @@
 #include "mp4filesimpl/framereader.h"
 
+#include <algorithm>
+
 #include "hostapi/iqminputimagefile.h"
 #include "mp4filesimpl/readgraph.h"
 #include "mp4filesimpl/readworker.h"
@@ -44,6 +46,8 @@ QmStatus CFrameReader::StartThreads()
 {
     if (!m_bTopologySet)
     {
+        // Times that fall can't be positions of frames that follow each other.
+        if (!std::is_sorted(m_vFrameTimesMs.begin(), m_vFrameTimesMs.end())) return QM_ERR_FAIL;
         if (FAILED(m_Graph.SetTopology())) return QM_ERR_FAIL;
         m_bTopologySet = true;
     }

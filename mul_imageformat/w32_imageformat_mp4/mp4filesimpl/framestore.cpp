@@ -15,6 +15,11 @@ constexpr std::uint64_t NO_FRAME = ~std::uint64_t{0};
 
 constexpr std::uint32_t SEQUENTIAL_WINDOW = 48;
 constexpr std::uint32_t RANDOM_WINDOW = 8;
+constexpr std::uint64_t LEAST_FRAMES = 2;
+
+constexpr std::uint32_t BITS = 8;
+constexpr std::uint32_t COMPONENTS = 3;
+constexpr std::uint32_t ROW_ALIGNMENT = 4;
 
 // How long a session may be silent. A slow machine that decodes a long group of pictures up to the one that is wanted
 // delivers nothing in between.
@@ -45,8 +50,9 @@ QmStatus CopyFrame(const SQmGrabbedFrame& frame, void* pBuffer)
 
 }  // namespace
 
-CFrameStore::CFrameStore()
-    : m_hFrameReady(nullptr),
+CFrameStore::CFrameStore(std::uint64_t uiMostPixelBytes)
+    : m_uiMostPixelBytes(uiMostPixelBytes),
+      m_hFrameReady(nullptr),
       m_hPauseRequest(nullptr),
       m_uiWidth(0),
       m_uiHeight(0),
@@ -54,6 +60,7 @@ CFrameStore::CFrameStore()
       m_uiWindowEnd(0),
       m_uiLastFrame(0),
       m_uiNextFrame(0),
+      m_uiKeepFrom(0),
       m_uiDelivered(0),
       m_uiRequested(0),
       m_uiPrevRequested(0),
@@ -110,7 +117,13 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
         // at it any more.
         if (IsClosing() && m_pSession != nullptr) m_pSession->Stop();
 
-        StoreSample(pSampleBuffer, dwSampleSize);
+        if (m_uiNextFrame < m_uiKeepFrom)
+        {
+            m_uiDelivered = m_uiNextFrame++;
+            return S_OK;
+        }
+
+        if (MakePlaceFor(m_uiNextFrame)) StoreSample(pSampleBuffer, dwSampleSize);
         m_uiDelivered = m_uiNextFrame;
         if (m_uiDelivered == m_uiRequested) SetEvent(m_hFrameReady);
 
@@ -146,6 +159,22 @@ std::list<LONGLONG> CFrameStore::TakeSampleTimes()
 {
     const CSectionLock lock(m_Lock.Get());
     return std::move(m_lstSampleTimes);
+}
+
+// Whether the frame may be stored. The requested one takes the place of the oldest.
+bool CFrameStore::MakePlaceFor(std::uint64_t uiIndex)
+{
+    if (m_lstFrames.size() < GetMostFrames() || Find(uiIndex) != nullptr) return true;
+    if (uiIndex != m_uiRequested) return false;
+    ClearFrames(static_cast<std::size_t>(GetMostFrames()) - 1);
+    return true;
+}
+
+std::uint64_t CFrameStore::GetMostFrames() const
+{
+    const std::uint64_t uiBytes =
+        std::uint64_t{SQmPicBufAPI_Base::CalcWidthBytes(m_uiWidth, BITS, COMPONENTS, ROW_ALIGNMENT)} * m_uiHeight;
+    return uiBytes == 0 ? NO_FRAME : std::max<std::uint64_t>(m_uiMostPixelBytes / uiBytes, LEAST_FRAMES);
 }
 
 void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
@@ -185,7 +214,7 @@ try
     }
     if (pFrame->m_Picture.m_pData == nullptr)
     {
-        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, 8, 3, false);
+        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false);
     }
     return pFrame;
 }
@@ -290,7 +319,8 @@ std::uint32_t CFrameStore::GetWindowSize() const
 {
     const CSectionLock lock(m_Lock.Get());
     const bool bSequential = m_uiRequested == m_uiPrevRequested || m_uiRequested == m_uiPrevRequested + 1;
-    return bSequential ? SEQUENTIAL_WINDOW : RANDOM_WINDOW;
+    const std::uint32_t uiWindow = bSequential ? SEQUENTIAL_WINDOW : RANDOM_WINDOW;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(uiWindow, GetMostFrames() - 1));
 }
 
 std::size_t CFrameStore::CountFrames() const
@@ -400,9 +430,10 @@ void CFrameStore::SetUpPlay(const SPlay& play, std::uint64_t uiLastFrame, std::u
     std::uint64_t uiEnd = std::min(uiLastFrame, play.m_uiStart + GetWindowSize());
     if (m_uiWindowStart > m_uiRequested) uiEnd = play.m_uiStart;
 
-    if (!play.m_bNearTail) ClearFrames(0);
+    if (!play.m_bKeepStored) ClearFrames(0);
     SetWindow(m_uiRequested, play.m_uiStart, uiEnd, uiLastFrame, uiWidth, uiHeight);
-    if (play.m_bNearTail) TrimFrames();
+    if (play.m_bKeepStored) TrimFrames();
+    m_uiKeepFrom = play.m_uiKeepFrom;
 
     m_bRunning = true;
     m_ePause = EPauseState::NotWanted;

@@ -33,12 +33,20 @@ struct SFrameWindow
     std::uint32_t m_uiHeight;
 };
 
-// Where a play begins.
+// How the session comes to the first sample of a play.
+enum class EPlayStart
+{
+    Resume,    // it continues where it was paused
+    Position,  // it starts at the time of that sample
+    Seek       // likewise, and flushes what it has decoded
+};
+
 struct SPlay
 {
-    bool m_bNearTail;         // continues after the newest stored frame, and keeps what is stored
-    bool m_bSeek;             // the session has to look for the position
-    std::uint64_t m_uiStart;  // index of the first sample
+    bool m_bKeepStored;  // continues after the newest stored frame
+    EPlayStart m_eStart;
+    std::uint64_t m_uiStart;     // index of the first sample
+    std::uint64_t m_uiKeepFrom;  // samples before this one are numbered and dropped
 };
 
 // The store as the worker finds it when the session is at rest.
@@ -74,7 +82,10 @@ struct SPlayDecision
 class CFrameStore
 {
 public:
-    CFrameStore();
+    // Pixels that a store holds at most, but for two pictures, which it always holds.
+    static constexpr std::uint64_t MOST_PIXEL_BYTES = std::uint64_t{2} << 30;
+
+    explicit CFrameStore(std::uint64_t uiMostPixelBytes = MOST_PIXEL_BYTES);
     ~CFrameStore();
     CFrameStore(const CFrameStore&) = delete;
     CFrameStore& operator=(const CFrameStore&) = delete;
@@ -90,8 +101,9 @@ public:
     // Samples that are still on their way find neither session nor flag from now on.
     void Disconnect();
 
-    // One sample. In frame mode YUY2 with rows rounded up to 32 bytes; a shorter one leaves a frame without pixels.
-    // E_OUTOFMEMORY in counting mode when its duration can't be kept.
+    // One sample. In frame mode YUY2 with rows rounded up to 32 bytes; a shorter one leaves a frame without pixels. One
+    // that the store has no memory for is dropped, and comes again with another play. E_OUTOFMEMORY in counting mode
+    // when its duration can't be kept.
     HRESULT TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBuffer, DWORD dwSampleSize);
 
     // Enters counting mode.
@@ -121,7 +133,7 @@ public:
     void TrimFrames();
 
     // Frames that are decoded ahead of a request. Requests count as sequential when they stay on a frame or step to the
-    // next one; more is decoded ahead for them.
+    // next one; more is decoded ahead for them. Large pictures make it less.
     std::uint32_t GetWindowSize() const;
 
     std::size_t CountFrames() const;
@@ -190,12 +202,15 @@ private:
 
     HRESULT CountSample(LONGLONG llSampleDuration);
     void StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    bool MakePlaceFor(std::uint64_t uiIndex);
+    std::uint64_t GetMostFrames() const;
     bool WantsMoreSamples();
     SQmGrabbedFrame* Find(std::uint64_t uiIndex) const;
     SQmGrabbedFrame* FindOrAppendFrame(std::uint64_t uiIndex);
     static SQmGrabbedFrame* AllocateFrameRecord();
     void SetUpPlay(const SPlay& play, std::uint64_t uiLastFrame, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
+    const std::uint64_t m_uiMostPixelBytes;
     mutable CCriticalSection m_Lock;          // may be taken again by the thread that holds it
     std::list<SQmGrabbedFrame*> m_lstFrames;  // in the order of decoding; owns the records, of which one may be null
     std::list<LONGLONG> m_lstSampleTimes;     // running sums of sample durations, 100 ns, the first 0
@@ -207,6 +222,7 @@ private:
     std::uint64_t m_uiWindowEnd;      // stored, not read
     std::uint64_t m_uiLastFrame;      // highest index that the current play may reach
     std::uint64_t m_uiNextFrame;      // index that the next sample gets
+    std::uint64_t m_uiKeepFrom;       // samples before this one are dropped
     std::uint64_t m_uiDelivered;      // index that the last sample got
     std::uint64_t m_uiRequested;      // the frame that the host wants
     std::uint64_t m_uiPrevRequested;  // the one that it wanted before

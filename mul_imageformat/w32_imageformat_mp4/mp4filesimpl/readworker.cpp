@@ -130,7 +130,7 @@ SPlayDecision CReadWorker::Decide(const SRestingStore& store)
     m_bFirst = false;
     m_bStarted = false;
     m_uiPlayRequest = store.m_uiRequestNumber;
-    m_uiPlayStart = play.m_uiStart;
+    m_uiPlayKeepFrom = play.m_uiKeepFrom;
     return {SPlayDecision::EKind::Play, play};
 }
 
@@ -144,34 +144,28 @@ void CReadWorker::JudgeLastPlay(const SRestingStore& store)
     {
         m_uiJudgedRequest = store.m_uiRequestNumber;
         m_nFruitless = 0;
-        m_bResumable = false;
     }
     if (eEnd == EPlayEnd::None || m_uiPlayRequest != m_uiJudgedRequest) return;
 
-    const std::uint64_t uiNext = store.m_uiNextFrame;
-    const bool bDelivered = uiNext > m_uiPlayStart;
-    m_bResumable = !store.m_bStored && bDelivered && eEnd == EPlayEnd::Paused && uiNext <= store.m_uiRequested;
-    if (bDelivered && store.m_bStored)
-        m_nFruitless = 0;
-    else if (!m_bResumable)
-        ++m_nFruitless;
+    const bool bDelivered = store.m_uiNextFrame > m_uiPlayKeepFrom;
+    m_nFruitless = bDelivered && store.m_bStored ? 0 : m_nFruitless + 1;
 }
 
 // Frames that share a millisecond share a position, and a seek lands on the first of them. It is numbered as that one,
-// and the play continues from it to the requested frame, in several plays if they are more than the store may hold: the
-// ones after the first resume where the session was paused.
+// and the play continues to the requested frame without storing those before it. A session that was paused between the
+// two continues from there.
 SPlay CReadWorker::ChoosePlay(const SRestingStore& store) const
 {
-    const std::vector<std::uint64_t>& vTimes = m_Plan.m_vFrameTimesMs;
-    if (store.m_bStored && store.m_bNearTail) return {true, false, NextAfterTail(store)};
+    if (store.m_bStored && store.m_bNearTail) return ContinueAfterTail(store);
 
     const std::uint64_t uiRequested = store.m_uiRequested;
-    if (m_bResumable && vTimes[store.m_uiNextFrame] == vTimes[uiRequested]) return {false, false, store.m_uiNextFrame};
-
-    std::uint64_t uiFirst = uiRequested;
-    while (uiFirst > 0 && vTimes[uiFirst - 1] == vTimes[uiRequested])
-        --uiFirst;
-    return {false, true, uiFirst};
+    const std::uint64_t uiFirst = FirstOfMillisecond(uiRequested);
+    const std::uint64_t uiNext = store.m_uiNextFrame;
+    if (m_bPaused && uiNext > uiFirst && uiNext <= uiRequested)
+    {
+        return {false, EPlayStart::Resume, uiNext, uiRequested};
+    }
+    return {false, EPlayStart::Seek, uiFirst, uiRequested};
 }
 
 std::uint64_t CReadWorker::NextAfterTail(const SRestingStore& store) const
@@ -179,29 +173,49 @@ std::uint64_t CReadWorker::NextAfterTail(const SRestingStore& store) const
     return std::min(LastFrame(), store.m_uiNewest + 1);
 }
 
-// Only a paused session continues in the middle of a millisecond. One that ended would look for its first frame again,
-// and old pictures would be taken for new ones.
+// In the middle of a millisecond only a session continues that was paused just there. Any other would look for the
+// first frame of the millisecond, and old pictures would be taken for new ones.
 bool CReadWorker::CanContinueAfterTail(const SRestingStore& store) const
 {
     const std::uint64_t uiNext = NextAfterTail(store);
+    return (m_bPaused && store.m_uiNextFrame == uiNext) || FirstOfMillisecond(uiNext) == uiNext;
+}
+
+// A session that was paused further on, since the store had no memory for its last samples, has to go back.
+SPlay CReadWorker::ContinueAfterTail(const SRestingStore& store) const
+{
+    const std::uint64_t uiNext = NextAfterTail(store);
+    EPlayStart eStart = EPlayStart::Position;
+    if (m_bPaused && store.m_uiNextFrame != uiNext) eStart = EPlayStart::Seek;
+    if (FirstOfMillisecond(uiNext) != uiNext) eStart = EPlayStart::Resume;
+    return {true, eStart, uiNext, uiNext};
+}
+
+std::uint64_t CReadWorker::FirstOfMillisecond(std::uint64_t uiFrame) const
+{
     const std::vector<std::uint64_t>& vTimes = m_Plan.m_vFrameTimesMs;
-    return m_bPaused || uiNext == 0 || vTimes[uiNext - 1] != vTimes[uiNext];
+    const auto itFrame = vTimes.begin() + static_cast<std::ptrdiff_t>(uiFrame);
+    return static_cast<std::uint64_t>(std::lower_bound(vTimes.begin(), itFrame, *itFrame) - vTimes.begin());
 }
 
 HRESULT CReadWorker::StartPlay(const SPlay& play)
 {
     IMFRateControl* pRateControl = nullptr;
-    if (play.m_bSeek && SUCCEEDED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
-                                               reinterpret_cast<void**>(&pRateControl))))
+    if (play.m_eStart == EPlayStart::Seek &&
+        SUCCEEDED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
+                               reinterpret_cast<void**>(&pRateControl))))
     {
         pRateControl->SetRate(FALSE, 0.0F);  // not examined: a session without rates plays as it does
     }
 
     PROPVARIANT varPosition;
     PropVariantInit(&varPosition);
-    varPosition.vt = VT_I8;
-    varPosition.hVal.QuadPart =
-        static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(HNS_PER_MS));
+    if (play.m_eStart != EPlayStart::Resume)
+    {
+        varPosition.vt = VT_I8;
+        varPosition.hVal.QuadPart =
+            static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(HNS_PER_MS));
+    }
     const HRESULT hr = m_Plan.m_Session.Start(&GUID_NULL, &varPosition);
     SafeRelease(&pRateControl);
     return hr;

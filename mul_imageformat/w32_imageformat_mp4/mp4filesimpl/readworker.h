@@ -16,7 +16,7 @@ struct SReadPlan
 {
     IMFMediaSession& m_Session;
     CFrameStore& m_Store;
-    const std::vector<std::uint64_t>& m_vFrameTimesMs;  // not empty
+    const std::vector<std::uint64_t>& m_vFrameTimesMs;  // not empty, never falling
     std::uint32_t m_uiWidth;                            // of the picture
     std::uint32_t m_uiHeight;
     CRITICAL_SECTION& m_PlayLock;  // held from the begin of a play to its start
@@ -54,6 +54,8 @@ private:
     SPlay ChoosePlay(const SRestingStore& store) const;
     std::uint64_t NextAfterTail(const SRestingStore& store) const;
     bool CanContinueAfterTail(const SRestingStore& store) const;
+    SPlay ContinueAfterTail(const SRestingStore& store) const;
+    std::uint64_t FirstOfMillisecond(std::uint64_t uiFrame) const;
     HRESULT StartPlay(const SPlay& play);
 
     std::uint64_t LastFrame() const { return m_Plan.m_vFrameTimesMs.size() - 1; }
@@ -65,8 +67,7 @@ private:
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged
     std::uint64_t m_uiPlayRequest = 0;     // number of the request that the last play was for; 0 for none
     bool m_bPaused = false;                // the last play to end was paused, and the session can resume there
-    std::uint64_t m_uiPlayStart = 0;       // first frame of the last play
-    bool m_bResumable = false;             // the last play was paused on its way to the frame requested now
+    std::uint64_t m_uiPlayKeepFrom = 0;    // first frame that the last play was to store
     std::uint64_t m_uiJudgedRequest = 0;   // number of the request that m_nFruitless counts for
     int m_nFruitless = 0;                  // plays for it that brought it no nearer
 };

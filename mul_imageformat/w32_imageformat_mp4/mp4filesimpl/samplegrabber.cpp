@@ -4,10 +4,10 @@
 
 #include <shlwapi.h>
 
-HRESULT SampleGrabberCB::Create(SampleGrabberCB** ppGrabber)
+HRESULT SampleGrabberCB::Create(SampleGrabberCB** ppGrabber, std::uint64_t uiMostPixelBytes)
 {
     *ppGrabber = nullptr;
-    SampleGrabberCB* pGrabber = new (std::nothrow) SampleGrabberCB;
+    SampleGrabberCB* pGrabber = new (std::nothrow) SampleGrabberCB(uiMostPixelBytes);
     if (pGrabber == nullptr) return E_OUTOFMEMORY;
     const HRESULT hr = pGrabber->m_Store.MakeEvents();
     if (FAILED(hr))
@@ -19,7 +19,7 @@ HRESULT SampleGrabberCB::Create(SampleGrabberCB** ppGrabber)
     return S_OK;
 }
 
-SampleGrabberCB::SampleGrabberCB() : m_nRefCount(1) {}
+SampleGrabberCB::SampleGrabberCB(std::uint64_t uiMostPixelBytes) : m_nRefCount(1), m_Store(uiMostPixelBytes) {}
 
 STDMETHODIMP SampleGrabberCB::QueryInterface(REFIID riid, void** ppObject)
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include <windows.h>
 
@@ -14,7 +15,7 @@ class SampleGrabberCB : public IMFSampleGrabberSinkCallback
 {
 public:
     // Creates a grabber with one reference. E_OUTOFMEMORY, or E_FAIL when the system has no events left.
-    static HRESULT Create(SampleGrabberCB** ppGrabber);
+    static HRESULT Create(SampleGrabberCB** ppGrabber, std::uint64_t uiMostPixelBytes = CFrameStore::MOST_PIXEL_BYTES);
 
     CFrameStore& GetStore() { return m_Store; }
 
@@ -35,7 +36,7 @@ public:
     STDMETHODIMP OnShutdown() override;
 
 protected:
-    SampleGrabberCB();
+    explicit SampleGrabberCB(std::uint64_t uiMostPixelBytes);
     virtual ~SampleGrabberCB() = default;
 
 private:
