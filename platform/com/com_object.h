@@ -3,8 +3,8 @@
 //     class Source : public ComObject<Implements<IMFMediaSource, IMFGetService>, Answers<IMFMediaEventGenerator>>
 //
 // A class implements the interfaces of the first list, each a base of its own, and answers besides for the ones of the
-// second, which are bases of those. IUnknown is always answered for, through the first interface, so that it is the
-// same pointer from everywhere: that is how COM tells one object from another.
+// second, which are bases of those. IUnknown is always answered for, through the first interface, so that it is
+// always the same pointer: COM identifies an object by it.
 #pragma once
 
 #include <atomic>
@@ -62,7 +62,7 @@ public:
     }
 
 protected:
-    // The count is 1: the reference of whoever made the object.
+    // The count is 1: the reference of the caller that made the object.
     ComObject() = default;
     virtual ~ComObject() = default;
 

@@ -11,8 +11,8 @@ namespace d3d9
 namespace
 {
 
-// Rows start where wide vector code likes them to. Coarse enough that most widths have bytes between the rows, as on
-// real devices, and whoever takes the width for the pitch is found out.
+// Rows start at places that suit wide vector code. With this alignment most widths have bytes between the rows, as on
+// real devices, so that code that takes the width for the pitch fails.
 constexpr std::size_t c_uiPitchAlignment = 256;
 
 // 0 for a format that no surface has.

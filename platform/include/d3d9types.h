@@ -14,7 +14,7 @@ using D3DCOLOR = DWORD;
 #define D3DCOLOR_AYUV(a, y, u, v) D3DCOLOR_ARGB(a, y, u, v)
 #define D3DCOLOR_XYUV(y, u, v) D3DCOLOR_ARGB(0xff, y, u, v)
 
-// Formats beyond these are told by their four-character codes, NV12 among them.
+// Formats beyond these are given by their four-character codes, NV12 among them.
 enum D3DFORMAT : UINT
 {
     D3DFMT_UNKNOWN = 0,

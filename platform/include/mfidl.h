@@ -185,8 +185,8 @@ enum MFSESSION_SETTOPOLOGY_FLAGS
 };
 
 DEFINE_GUID(IID_IMFMediaSession, 0x90377834, 0x21d0, 0x4dee, 0x82, 0x14, 0xba, 0x2e, 0x3e, 0x6c, 0x11, 0x27);
-// Plays a topology. The operations only ask; that something was done, and whether it went well, is told by an event.
-// Shutdown alone is done when it returns.
+// Plays a topology. The operations only ask. An event reports when something is done, and its result. Only Shutdown
+// is complete when it returns.
 struct IMFMediaSession : public IMFMediaEventGenerator
 {
     virtual HRESULT STDMETHODCALLTYPE SetTopology(DWORD dwSetTopologyFlags, IMFTopology* pTopology) = 0;
@@ -204,7 +204,7 @@ struct IMFMediaSession : public IMFMediaEventGenerator
 PLATFORM_INTERFACE_IID(IMFMediaSession);
 
 DEFINE_GUID(IID_IMFClockStateSink, 0xf6696e82, 0x74f7, 0x4f3d, 0xa1, 0x78, 0x8a, 0x5e, 0x09, 0xc3, 0x65, 0x9f);
-// Told when the presentation's clock starts, stops, pauses, goes on, or changes its rate. System times are in 100 ns.
+// Called when the presentation's clock starts, stops, pauses, goes on, or changes its rate. System times are in 100 ns.
 struct IMFClockStateSink : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE OnClockStart(MFTIME hnsSystemTime, LONGLONG llClockStartOffset) = 0;

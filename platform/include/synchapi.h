@@ -70,7 +70,7 @@ extern "C"
     WINBASEAPI DWORD WINAPI WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
                                                    DWORD dwMilliseconds);
 
-    // INFINITE never comes back; 0 gives the rest of the time slice away.
+    // INFINITE never returns; 0 gives the rest of the time slice away.
     WINBASEAPI void WINAPI Sleep(DWORD dwMilliseconds);
 
     // Entering waits for the lock, TryEnter gives FALSE instead. Leaving a section that the thread doesn't own,

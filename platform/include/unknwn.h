@@ -29,7 +29,7 @@ struct IClassFactory : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE LockServer(BOOL fLock) = 0;
 };
 
-// The IID of an interface type. Every header that declares an interface says PLATFORM_INTERFACE_IID(IName) behind it,
+// The IID of an interface type. Every header that declares an interface has PLATFORM_INTERFACE_IID(IName) after it,
 // so that IID_PPV_ARGS and the typed QueryInterface find it.
 template <typename Interface>
 struct PlatformInterfaceIid;

@@ -99,7 +99,7 @@ using PCWSTR = const wchar_t*;
 using LPCWSTR = const wchar_t*;
 using LPCWCH = const wchar_t*;
 
-// A waitable object. Only the functions that take one know what is behind it.
+// A waitable object. Only the functions that take one know what it refers to.
 using HANDLE = void*;
 using PHANDLE = HANDLE*;
 using LPHANDLE = HANDLE*;

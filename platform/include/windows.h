@@ -1,5 +1,5 @@
 // Windows' base interfaces, as far as this repository's sources use them, for systems that have none. The functions are
-// in the library winbase. There are no min and max macros, and no names without A or W behind them.
+// in the library winbase. There are no min and max macros, and no names without A or W at their end.
 #pragma once
 
 #include "guiddef.h"

@@ -10,7 +10,7 @@ namespace mediafoundation::attributes
 namespace
 {
 
-// Whether the other store has an item equal to this one. *pbFound tells whether it has one under that key at all.
+// Whether the other store has an item equal to this one. *pbFound reports whether it has one under that key at all.
 bool HasEqual(IMFAttributes* pTheirs, REFGUID guidKey, const AttributeValue& value, bool* pbFound)
 {
     PROPVARIANT variant;

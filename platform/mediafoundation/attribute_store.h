@@ -1,4 +1,4 @@
-// Values under GUIDs: what is behind every IMFAttributes.
+// Values under GUIDs: the store of every IMFAttributes.
 #pragma once
 
 #include <mutex>
@@ -49,7 +49,7 @@ private:
     std::vector<Item> m_items;
 };
 
-// attributes.h names the statuses; kept out of the template.
+// MF_E_INVALIDTYPE. A function, so that this header needs no mferror.h.
 HRESULT AttributeTypeMismatch();
 
 template <typename Type>

@@ -10,7 +10,7 @@ struct IGrabberSink : public IUnknown
 {
     virtual IMFMediaType* Type() = 0;
     virtual IMFSampleGrabberSinkCallback* Callback() = 0;
-    // Tells the callback once that there will be no more.
+    // Calls OnShutdown of the callback, once.
     virtual void ShutdownSink() = 0;
 };
 PLATFORM_INTERFACE_IID(IGrabberSink);

@@ -1,8 +1,7 @@
 // What a media session does, on a thread of its own.
 //
-// Callers only leave commands; the thread carries them out one after the other and between two steps of playing, and
-// tells by events what came of them. So nothing that a caller asks for, from wherever it asks, a callback included, can
-// wait for itself.
+// Callers only post commands. The thread executes them one after the other, between two steps of playing, and reports
+// the results by events. So no command can wait for itself, even if a callback posts it.
 #pragma once
 
 #include <condition_variable>
@@ -52,7 +51,7 @@ public:
     HRESULT Post(SessionCommand command);
 
     // Ends every wait for events, and the thread: when it returns, no callback runs or will run. Called from a
-    // callback, which can't wait for its own end, it returns at once and the thread ends behind the callback.
+    // callback, which can't wait for its own end, it returns at once and the thread ends after the callback.
     void Shutdown();
 
 private:

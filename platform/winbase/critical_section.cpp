@@ -5,8 +5,8 @@
 
 #include "winbase.h"
 
-// The lock is a std::mutex held for as long as the section is owned, so that race and deadlock detectors see it for
-// what it is; owner and depth on top of it make it recursive and let a thread that isn't the owner be told apart.
+// The lock is a std::mutex, held for as long as the section is owned, so that race and deadlock detectors understand
+// it. Owner and depth make it recursive, and show whether the calling thread is the owner.
 struct PlatformCriticalSection
 {
     std::mutex m_mutex;

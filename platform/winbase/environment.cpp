@@ -50,7 +50,7 @@ DWORD WINAPI GetEnvironmentVariableW(LPCWSTR lpName, LPWSTR lpBuffer, DWORD nSiz
             return nLength + 1;
         }
         std::copy_n(value.c_str(), nLength + 1, lpBuffer);
-        // An empty value also gives 0: the last error tells it from a missing one.
+        // An empty value also gives 0. Only the last error differs from that of a missing one.
         SetLastError(ERROR_SUCCESS);
         return nLength;
     });

@@ -15,7 +15,7 @@ HANDLE OpenHandle(std::shared_ptr<Waitable> pObject);
 // Null for what is no open handle. The pseudo handle of the calling thread counts as open.
 std::shared_ptr<Waitable> FindObject(HANDLE hObject);
 
-// The object behind a handle if it is of that kind; else null, with ERROR_INVALID_HANDLE as last error.
+// The object of a handle if it is of that kind; else null, with ERROR_INVALID_HANDLE as last error.
 template <typename Kind>
 std::shared_ptr<Kind> FindObjectAs(HANDLE hObject)
 {

@@ -30,7 +30,7 @@ std::string WithSo(const std::string& name)
     return EndsWith(name, c_so) ? name : WithoutDll(name) + std::string(c_so);
 }
 
-// The directory that this library was loaded from; "." if the system doesn't tell.
+// The directory that this library was loaded from; "." if the system doesn't say.
 std::string OwnDirectory()
 {
     Dl_info info{};

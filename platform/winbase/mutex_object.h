@@ -14,7 +14,7 @@ public:
     bool IsSignalled(DWORD dwThreadId) const override { return m_nDepth == 0 || m_dwOwner == dwThreadId; }
     void Consume(DWORD dwThreadId) override;
     bool IsAbandoned() const override { return m_bAbandoned; }
-    // Tells the thread of what it owns, so that its end gives it free.
+    // Registers the mutex with the thread that owns it, so that the end of the thread releases it.
     void OnAcquired() override;
 
     // By the calling thread; false if it isn't the owner.

@@ -19,7 +19,7 @@ HANDLE CreateNamed(LPCWSTR lpName, const std::function<std::shared_ptr<Kind>()>&
 template <typename Kind>
 HANDLE OpenNamed(LPCWSTR lpName);
 
-// Behind the templates: finds the object or registers a new one; *pbExisted tells which.
+// What the templates call. Finds the object or registers a new one; *pbExisted reports which.
 std::shared_ptr<Waitable> FindOrRegister(LPCWSTR lpName, const std::function<std::shared_ptr<Waitable>()>& make,
                                          bool* pbExisted);
 std::shared_ptr<Waitable> FindRegistered(LPCWSTR lpName);

@@ -7,7 +7,7 @@
 namespace winbase
 {
 
-// What is malformed becomes U+FFFD; *pbMalformed, if asked for, tells whether anything was.
+// Malformed characters become U+FFFD. *pbMalformed, unless null, reports whether there were any.
 std::wstring WideFromUtf8(std::string_view text, bool* pbMalformed = nullptr);
 std::string Utf8FromWide(std::wstring_view text, bool* pbMalformed = nullptr);
 

@@ -50,7 +50,7 @@ bool IsPriority(int nPriority)
 
 DWORD NextThreadId()
 {
-    // Counts up: the system's own ids come again, and whoever remembers an owner by its id would be deceived.
+    // Counts up. The system uses its own ids again, so an id that is kept as an owner could mean another thread.
     static std::atomic<DWORD> s_dwLast{0};
     return s_dwLast.fetch_add(4, std::memory_order_relaxed) + 4;
 }

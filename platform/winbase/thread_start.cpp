@@ -10,7 +10,7 @@ namespace winbase
 namespace
 {
 
-// Starts a thread on `body`, which gives the exit code and is told the thread's handle.
+// Starts a thread on `body`, which gets the thread's handle and returns the exit code.
 HANDLE StartThread(std::function<DWORD(HANDLE)> body, DWORD dwFlags, LPDWORD lpThreadId)
 {
     if (dwFlags & CREATE_SUSPENDED)

@@ -1,9 +1,9 @@
 // What a thread can wait for, and the thread that waits.
 //
-// An object that becomes signalled hands itself to the waiting threads then and there, under its own lock: what happens
-// to it afterwards takes nothing back, and nobody who comes later gets in before those who wait. Each object has a lock
-// of its own and each waiting thread another, taken in this order, and no lock is common to all: threads that use
-// different objects never meet, which is fast, and hides no missing synchronisation from a race detector.
+// An object that becomes signalled is given to the waiting threads at once, under its own lock. What happens to the
+// object later doesn't change that, and a thread that comes later gets it after those that wait. Each object has a lock
+// and each waiting thread has one, taken in this order. No lock is common to all objects. So threads that use different
+// objects don't wait for each other, and a race detector sees where synchronisation is missing.
 #pragma once
 
 #include <chrono>
@@ -22,14 +22,14 @@ namespace winbase
 class Waiter
 {
 public:
-    // bAll: wants all of its objects at once. An object can't see the others, so such a waiter is only told to look
+    // bAll: wants all of its objects at once. An object doesn't know the others, so it only makes such a waiter look
     // again.
     Waiter(DWORD dwThreadId, bool bAll) : m_dwThreadId(dwThreadId), m_bAll(bAll) {}
 
     DWORD ThreadId() const { return m_dwThreadId; }
     bool WantsAll() const { return m_bAll; }
 
-    // Ends the wait with this result, unless it has ended already; whoever gets true gives the waiter its object.
+    // Ends the wait with this result, unless it has ended already. A caller that gets true gives the waiter its object.
     bool Claim(DWORD dwResult);
     // Has a waiter for all objects look at them again.
     void Nudge();

@@ -47,7 +47,7 @@ std::string Input(bool bIrregular)
     return str + " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12 -bf 0 ";
 }
 
-// Moves the sample data behind a header with a 64-bit size, as large files have it: 8 bytes more before every sample.
+// Puts a header with a 64-bit size in front of the sample data, as in large files: 8 bytes more before every sample.
 Bytes WithLongMdatHeader(const Bytes& vFile)
 {
     const Mp4Box mdat = FindBox(vFile, "mdat");
@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FallbackCase{"LongHeaderInMoov", false, "", WithLongHeaderInMoov}),
     [](const auto& fallback) { return std::string(fallback.param.m_pszName); });
 
-// The walk is complete with what moov lists, so nobody looks for fragments: the frames of moov are the video.
+// The walk is complete with what moov lists, so fragments are not looked for: the frames of moov are the video.
 TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
 {
     const TemporaryFolder dir;

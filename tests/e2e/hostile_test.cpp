@@ -1,4 +1,4 @@
-// Files that nobody vouches for: the open ends with a status, soon and in little memory, and so does every read.
+// Files from untrusted sources: the open ends with a status, soon and in little memory, and so does every read.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -67,7 +67,7 @@ protected:
         EXPECT_LT(*peak - *m_peakBefore, g_uiMemoryLimit);
     }
 
-    // About 2 KB: three pictures with reordering, moov behind mdat.
+    // About 2 KB: three pictures with reordering, moov after mdat.
     Bytes SmallVideo(const std::string& strOptions = "")
     {
         const auto path = m_dir / "small.mp4";

@@ -74,7 +74,7 @@ TEST_F(InputLifecycle, GoesWhilePlaying)
     for (int n = 0; n < 20; ++n)
     {
         InputFile file = OpenWithAttributes();
-        ASSERT_EQ(QM_OK, Read(file, 0));  // the window behind frame 0 is being decoded at this moment
+        ASSERT_EQ(QM_OK, Read(file, 0));  // the window after frame 0 is being decoded at this moment
         file.Reset();
     }
 }
@@ -92,9 +92,9 @@ TEST_F(InputLifecycle, GoesInTheMiddleOfADecodeAfterASeek)
 
 TEST_F(InputLifecycle, GoesWhilePaused)
 {
-    // Nothing that a host can ask tells a paused file from a playing one without setting it playing again. The times
-    // lie around the moment when 49 small pictures are decoded, and end far behind it on all but an overloaded
-    // machine, where the last round is one more of those that go while playing.
+    // A host has no call that shows whether a file is paused, but those that make it play again. The times are around
+    // the moment when 49 small pictures are decoded. The last is far after it, except on an overloaded machine: there
+    // the last round is one more of those that end while playing.
     for (const int nMilliseconds : {0, 10, 20, 40, 80, 1000})
     {
         InputFile file = OpenWithAttributes();
@@ -108,8 +108,8 @@ TEST_F(InputLifecycle, GoesAfterTheLastFrame)
 {
     InputFile file = OpenWithAttributes();
     ASSERT_EQ(QM_OK, Read(file, 299));
-    // No picture is left to decode. The session tells its end a moment later, long before this on all but an
-    // overloaded machine.
+    // No picture is left to decode. The session reports its end a moment later, long before this wait ends, except on
+    // an overloaded machine.
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     file.Reset();
 }

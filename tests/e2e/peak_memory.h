@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-// Bytes of physical memory at the highest point so far. Nothing where the system doesn't tell in this way.
+// Bytes of physical memory at the highest point so far. Nothing where the system doesn't report it in this way.
 inline std::optional<std::uint64_t> PeakMemory()
 {
     std::ifstream status("/proc/self/status");

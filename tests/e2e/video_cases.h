@@ -24,7 +24,7 @@ inline constexpr std::size_t g_uiWidth = 96;
 inline constexpr std::size_t g_uiHeight = 64;
 
 // High-profile files: constant 25 and 30000/1001, irregular times, with and without B pictures, key frame every 1, 12
-// and 250, mdat before and behind moov, a second audio track, one frame, a timescale of 1 and of 90000, and several
+// and 250, mdat before and after moov, a second audio track, one frame, a timescale of 1 and of 90000, and several
 // frames that share one millisecond.
 const std::vector<VideoCase>& HighProfileCases();
 

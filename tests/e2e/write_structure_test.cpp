@@ -23,7 +23,7 @@ const Bytes g_vPreamble = {0,   0,   0,   0x20, 'f', 't', 'y', 'p', 'i', 's', 'o
                            'i', 's', 'o', 'm',  'i', 's', 'o', '2', 'a', 'v', 'c', '1', 'm', 'p', '4', '1',
                            0,   0,   0,   8,    'f', 'r', 'e', 'e', 'X', 'X', 'X', 'X', 'm', 'd', 'a', 't'};
 
-// The units of one sample, each behind its length in 4 bytes, which must fill it.
+// The units of one sample, each after its length in 4 bytes, which must fill it.
 std::vector<Bytes> UnitsOf(const Bytes& vMdat, std::size_t uiBegin, std::size_t uiSize)
 {
     std::vector<Bytes> vUnits;
@@ -40,7 +40,7 @@ std::vector<Bytes> UnitsOf(const Bytes& vMdat, std::size_t uiBegin, std::size_t 
     return vUnits;
 }
 
-// The samples lie behind one another, in front the parameter sets and a key picture, and that one alone is listed: the
+// The samples follow one another. The first has the parameter sets and the only key picture of the list, since the
 // encoder's group of pictures has no end. The numbers of key samples count from 0.
 void ExpectSamples(const SMuxedFile& file, std::size_t uiFrames)
 {
@@ -87,7 +87,7 @@ Numbers DeltasOf(const std::vector<double>& vTimesMs)
     return vDeltas;
 }
 
-// Everything that is told of a file of such frames. The reader expects the fields that never vary by itself.
+// Everything that such frames make of a file. The reader expects the fields that never vary by itself.
 void ExpectFile(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight,
                 const std::vector<double>& vTimesMs)
 {

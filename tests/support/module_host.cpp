@@ -16,9 +16,9 @@ namespace test_support
 namespace
 {
 
-// The search for leaks at a program's very end comes behind the clean-up of all libraries that the module brings with
-// it. One of them touches its thread's own storage there, of which the search then sees no more than an address that is
-// none, and dies of it. So it is made before they go; what static objects hold is no leak then either.
+// At the end of a program the search for leaks comes after the clean-up of all libraries that the module loads. One of
+// them changes its thread's storage there to an invalid address, and the search crashes on it. So the search is made
+// before the clean-up. What static objects hold isn't a leak then either.
 void LookForLeaksBeforeLibrariesGo()
 {
 #if defined(__SANITIZE_ADDRESS__)

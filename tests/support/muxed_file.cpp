@@ -6,7 +6,7 @@
 
 namespace
 {
-// The bytes of one box behind its head. All of them must be read.
+// The bytes of one box after its head. All of them must be read.
 class CBox
 {
 public:

@@ -21,7 +21,7 @@ struct SMuxedMoov
     Bytes m_vProfile;                // profile, compatibility, level
     Bytes m_vSps;
     std::uint32_t m_uiPpsLength = 0;  // as the field says
-    Bytes m_vPps;                     // all bytes behind that field
+    Bytes m_vPps;                     // all bytes after that field
     std::vector<std::uint32_t> m_vDeltas;
     std::vector<std::uint32_t> m_vKeySamples;
     std::uint32_t m_uiSamplesInChunk = 0;

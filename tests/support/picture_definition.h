@@ -12,7 +12,7 @@ std::size_t FrameRowBytes(std::size_t uiWidth);
 
 // A planar 4:2:0 picture as the module delivers it: chroma rows serve the two lines that they were sampled for, every
 // pair of pixels shares its chroma, BT.601 studio range in 32-bit floats, truncated. Rows at FrameRowBytes, with zero
-// bytes behind the pixels.
+// bytes after the pixels.
 std::vector<std::uint8_t> DeliveredPicture(const std::vector<std::uint8_t>& vPlanar, std::size_t uiWidth,
                                            std::size_t uiHeight);
 

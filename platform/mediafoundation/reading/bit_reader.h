@@ -12,7 +12,7 @@ namespace mediafoundation
 class BitReader
 {
 public:
-    // The bytes of a NAL unit behind its header; emulation prevention bytes are left out here.
+    // The bytes of a NAL unit after its header; emulation prevention bytes are left out here.
     BitReader(const std::uint8_t* pData, std::size_t uiSize);
 
     bool HasOverrun() const { return m_bOverrun; }

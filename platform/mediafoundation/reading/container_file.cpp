@@ -36,7 +36,7 @@ HRESULT FromFfmpeg(int nError)
     }
 }
 
-// A path that could hold a process up for ever, such as a pipe nobody writes to, is refused before it is opened.
+// A path that could block the process for ever, such as a pipe without a writer, is refused before it is opened.
 HRESULT RequireRegularFile(const std::string& path)
 {
     std::error_code error;
@@ -229,8 +229,8 @@ HRESULT ContainerFile::Rewind()
         m_bAtStart = bDone;
         if (bDone) return S_OK;
     }
-    // Elsewhere a seek to the start may land behind the first sample, and with fragments that aren't known yet it makes
-    // the reader forget them; a file opened afresh doesn't.
+    // In other cases a seek to the start may go to a place after the first sample. It also makes the reader lose
+    // fragments that it doesn't know yet. So the file is opened again.
     const HRESULT hr = OpenContext();
     if (FAILED(hr)) return hr;
     if (m_uiSelected >= m_context->nb_streams) return MF_E_INVALID_FILE_FORMAT;
@@ -285,7 +285,7 @@ HRESULT ContainerFile::SeekTo(const SampleTable& table, std::uint64_t uiSample)
     if (uiSample == 0) return Rewind();
     if ((m_bIndexComplete || !IsMp4()) && SeekByTime(table, uiSample)) return S_OK;
 
-    // The sample isn't to be told from others by its time and place: it is counted from the first one.
+    // Time and place don't identify the sample. It is found by counting from the first one.
     HRESULT hr = Rewind();
     for (std::uint64_t i = 0; SUCCEEDED(hr) && i <= uiSample; ++i)
     {
@@ -315,7 +315,7 @@ bool ContainerFile::SeekByTime(const SampleTable& table, std::uint64_t uiSample)
     {
         if (Read(m_packet.get()) != S_OK) return false;
         // The index of an MP4 file has no times of presentation, and other containers may lose those of decoding in a
-        // seek; place and size tell the sample from others of its time.
+        // seek. Place and size identify the sample among others of its time.
         const bool bSameTime = (bMp4 ? m_packet->dts : m_packet->pts) == nTime;
         if (bSameTime && m_packet->pos == wanted.m_nFilePosition && m_packet->size == wanted.m_nSize)
         {

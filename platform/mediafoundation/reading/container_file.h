@@ -30,17 +30,17 @@ public:
     AVStream& Selected() const { return *m_context->streams[m_uiSelected]; }
     const NalLayout& Nal() const { return m_nal; }
 
-    // The stream's table of samples, as the container's index tells it at no cost: all samples, without their times of
-    // presentation. Null if the index isn't all (a fragmented file, another container): then the samples are to be
-    // read once to know them.
+    // The stream's table of samples, as the container's index has it: all of them, without their times of
+    // presentation. This costs nothing. Null if the index isn't complete (a fragmented file, another container). Then
+    // the samples have to be read once.
     std::unique_ptr<SampleTable> TableFromIndex();
     // Sets reading back to the first sample.
     HRESULT Rewind();
     // The sample that the packet holds, as a table keeps it.
     Sample Describe(const AVPacket& packet) const;
 
-    // Reads the next sample of the stream in decoding order into a packet, whose old content goes. S_FALSE behind the
-    // last one. A sample that can't be read is the end as well: nobody could number what comes behind it.
+    // Reads the next sample of the stream in decoding order into a packet, and drops what was in it. S_FALSE after the
+    // last one. A sample that can't be read is the end as well: samples after it could not be numbered.
     HRESULT Read(AVPacket* pPacket);
     // Makes the next Read give the table's sample of that number, exactly: containers seek by time, and times can be
     // equal, so it looks for the sample's place in the file.

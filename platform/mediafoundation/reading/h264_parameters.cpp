@@ -46,7 +46,7 @@ void SkipHrd(BitReader& bits)
     bits.Bits(20);
 }
 
-// max_num_reorder_frames of the usability information, if it is told.
+// max_num_reorder_frames of the usability information, if it is there.
 std::optional<int> ReadReorderFrames(BitReader& bits)
 {
     if (bits.Bit() != 0 && bits.Bits(8) == 255)  // aspect ratio

@@ -8,8 +8,8 @@ namespace mediafoundation
 namespace
 {
 
-// What is read of a sample at a time in search of start codes. The size that a broken file tells of a sample may be
-// any, and the first slice stands near the beginning.
+// What is read of a sample at a time in search of start codes. A broken file may claim any size for a sample, and the
+// first slice is near the beginning.
 constexpr std::size_t WINDOW = 4096;
 constexpr std::size_t START_CODE = 3;
 

@@ -20,8 +20,8 @@ public:
     // Other codecs have no NAL units.
     bool HasNalUnits() const { return m_codec != AV_CODEC_ID_NONE; }
 
-    // Whether the picture is one from which the decoder starts afresh: everything decoded before it is presented before
-    // it, and nothing behind it refers back past it. Only that makes "so many decoded before" equal "so many presented
+    // Whether the decoder can start at this picture: everything decoded before it is presented before it, and nothing
+    // after it refers to what was before it. Only that makes "so many decoded before" equal "so many presented
     // before". An I picture of an open group and a recovery point aren't such pictures, though containers mark them.
     bool IsFreshStart(const std::uint8_t* pSample, std::size_t uiSize) const;
 

@@ -159,7 +159,7 @@ HRESULT PictureConverter::PrepareScaler(const AVFrame& frame, AVPixelFormat targ
     av_opt_set_int(pScaler, "dstw", m_uiWidth, 0);
     av_opt_set_int(pScaler, "dsth", m_uiHeight, 0);
     av_opt_set_int(pScaler, "dst_format", target, 0);
-    // The ranges have to be told before the scaler chooses its way, or equal formats are copied as they are.
+    // The ranges have to be set before the scaler chooses its method, or equal formats are copied as they are.
     av_opt_set_int(pScaler, "src_range", nFullRange, 0);
     av_opt_set_int(pScaler, "dst_range", 0, 0);
     av_opt_set_int(pScaler, "sws_flags", SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, 0);
@@ -177,7 +177,7 @@ HRESULT PictureConverter::PrepareScaler(const AVFrame& frame, AVPixelFormat targ
     return S_OK;
 }
 
-// The scaled frame's rows, one plane behind the other without padding.
+// The scaled frame's rows, one plane after the other without padding.
 HRESULT PictureConverter::ToTight(const AVFrame& frame, AVPixelFormat target)
 {
     const HRESULT hr = Scale(frame, target);

@@ -13,16 +13,16 @@ namespace mediafoundation
 
 // The sample that is picture uiNumber, by the times of presentation of the samples from uiStart on, where uiStart is a
 // fresh start at or before it (so that the run's first picture has the number uiStart). Their times up to
-// PresentationReach must have been met. Nothing if the times can't tell: some are missing, two are equal, or all are
+// PresentationReach must have been met. Nothing if the times don't show it: some are missing, two are equal, or all are
 // those of decoding although the stream is one that reorders (a container that never stored them).
 std::optional<std::uint64_t> FindPicture(const SampleTable& table, std::uint64_t uiStart, std::uint64_t uiNumber,
                                          bool bReorders);
 
-// One past the last sample whose time FindPicture looks at: behind it nothing can be presented before the picture.
+// One past the last sample whose time FindPicture looks at. No later sample can be presented before the picture.
 std::uint64_t PresentationReach(const SampleTable& table, std::uint64_t uiNumber);
 
-// The samples that have been given to the decoder and haven't come back, in the order of their times of presentation.
-// A decoder that loses a picture is found out by it: the next picture isn't the one that was due.
+// The samples that the decoder has got and not returned yet, in the order of their times of presentation. They show
+// when a decoder loses a picture: the next picture then isn't the one that is due.
 class DueSamples
 {
 public:

@@ -16,8 +16,8 @@ std::int64_t FloorDivide(std::int64_t nValue, std::int64_t nDivisor)
     return nValue / nDivisor - (nValue % nDivisor < 0 ? 1 : 0);
 }
 
-// The times that make up the line: those of decoding where the container tells all of them, else those of
-// presentation in their order (some containers tell no others), else a picture per tick.
+// The times that make up the line: those of decoding where the container has all of them, else those of presentation
+// in their order (some containers have no others), else a picture per tick.
 std::vector<std::int64_t> LineTimes(const std::vector<Sample>& samples)
 {
     const bool bDecodingTimes = std::all_of(

@@ -39,7 +39,7 @@ class SampleTable
 public:
     void Reserve(std::size_t uiCount) { m_samples.reserve(uiCount); }
     void Append(const Sample& sample) { m_samples.push_back(sample); }
-    // To be called once behind the last Append. nLastDuration is the last sample's own duration, 0 if it is unknown.
+    // To be called once, after the last Append. nLastDuration is the last sample's own duration, 0 if it is unknown.
     void Finish(AVRational timeBase, std::int64_t nLastDuration);
 
     std::uint64_t Count() const { return m_samples.size(); }

@@ -1,4 +1,4 @@
-// What a stream of a file is, as far as media types tell it.
+// What a stream of a file is, as far as media types describe it.
 #pragma once
 
 #include <cstdint>

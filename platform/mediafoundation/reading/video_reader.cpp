@@ -15,7 +15,7 @@ constexpr int FLAGS_PER_STEP = 65536;
 constexpr int PACKETS_PER_STEP = 32;
 
 // Whether every picture that a container marks as key begins afresh. True where pictures are presented as they are
-// decoded; formats with reordering have key pictures with earlier pictures behind them.
+// decoded; formats with reordering have key pictures that are followed by earlier pictures.
 bool HasFreshKeys(AVCodecID codec)
 {
     const AVCodecDescriptor* pDescriptor = avcodec_descriptor_get(codec);
@@ -59,8 +59,8 @@ HRESULT VideoReader::OpenDecoder(const AVCodecParameters& parameters, int nReord
     // Every sample is a picture, also one that refers to a picture the file doesn't have.
     m_decoder->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
     m_decoder->max_pixels = std::int64_t{MAX_PICTURE_SIDE} * MAX_PICTURE_SIDE;
-    // A stream that doesn't tell how far it reorders has to be held back as far as it may, or the decoder would find
-    // out by giving pictures in the wrong order.
+    // A stream that doesn't say how far it reorders is delayed by the most that it may reorder. Without this the
+    // decoder would give some pictures in the wrong order before it knows.
     m_decoder->has_b_frames = std::max(m_decoder->has_b_frames, nReorder);
     if (avcodec_open2(m_decoder.get(), pCodec, nullptr) < 0) return MF_E_TOPO_CODEC_NOT_FOUND;
 
@@ -192,8 +192,8 @@ void VideoReader::FlushTo(std::uint64_t uiSample)
     m_bErrors = false;
 }
 
-// Into m_packet; S_FALSE behind the file's last sample. Seeking may mean counting from the first sample on, so it is
-// done only where the file stands elsewhere.
+// Into m_packet; S_FALSE after the file's last sample. Seeking may mean counting from the first sample on, so it is
+// done only if the file isn't at that sample already.
 HRESULT VideoReader::ReadSample(std::uint64_t uiSample)
 {
     HRESULT hr = m_uiFileNext == uiSample ? S_OK : File().SeekTo(Table(), uiSample);

@@ -2,12 +2,12 @@
 //
 // Picture k is the k-th picture that a decoder gives when it decodes the stream from its first sample to its last. To
 // get there without decoding everything, decoding begins at the last fresh start at or before sample k in decoding
-// order (see NalLayout::IsFreshStart). If that is sample i, exactly i pictures come before it, so the pictures behind
-// it are numbered from i on, whatever the times say.
+// order (see NalLayout::IsFreshStart). If that is sample i, exactly i pictures come before it, so the pictures from
+// there are numbered from i on, whatever the times say.
 //
 // The times of presentation, where they can be trusted, make two things cheaper and safer: samples that nothing refers
-// to and that come before the picture need not be decoded, and a picture that got lost is noticed at once. Where they
-// can't be trusted the pictures are counted, and a lost one is noticed by the decoder's owing one.
+// to and that come before the picture need not be decoded, and a lost picture is noticed at once. Where they can't be
+// trusted, the pictures are counted, and a lost one is noticed when the decoder has returned one too few.
 #pragma once
 
 #include <cstdint>

@@ -17,7 +17,7 @@ using platform::ComPtr;
 
 constexpr auto c_eNv12 = static_cast<D3DFORMAT>(0x3231564E);
 
-// References on an object, as its Release tells.
+// References on an object, as its Release returns them.
 inline ULONG References(IUnknown* p)
 {
     p->AddRef();

@@ -97,7 +97,7 @@ TEST_F(HostileFiles, AListOfOtherFilesIsNotFollowed)
     EXPECT_EQ(graph.OpenSource(list), MF_E_UNSUPPORTED_BYTESTREAM_TYPE);
 }
 
-// Samples of one common size take no room in the table of sizes, and neither do more samples in a chunk: a few bytes
+// Samples of one common size take no bytes in the table of sizes, and neither do more samples in a chunk: a few bytes
 // can claim any number, and every sample would get its place in an index.
 TEST_F(HostileFiles, MoreSamplesThanTheFileHasBytesAreRefused)
 {

@@ -257,7 +257,7 @@ TEST_F(PictureFormats, Rgb32IsBlueGreenRed)
     }
 }
 
-// Two streams of different sizes behind each other, their parameter sets among the samples.
+// Two streams of different sizes, one after the other, their parameter sets among the samples.
 TEST_F(PictureFormats, ASizeThatChangesIsScaledToTheFirst)
 {
     const Size size = {64, 48};

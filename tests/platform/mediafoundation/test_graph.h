@@ -32,7 +32,7 @@ class TestGrabber final : public platform::ComObject<platform::Implements<IMFSam
 public:
     using Hook = std::function<void(std::size_t uiCount)>;
 
-    // Called on the session's thread behind every sample, with the number of samples so far.
+    // Called on the session's thread after every sample, with the number of samples so far.
     void SetHook(Hook hook);
     // What samples are answered with from now on, the one whose hook sets it included.
     void SetAnswer(HRESULT hr);

@@ -22,7 +22,7 @@ TEST(Yuy2Rows, PitchIsTwoBytesPerPixelRoundedUpTo32)
     EXPECT_EQ(Yuy2Pitch(1921), 3872U);
 }
 
-// Every width, with guard bytes: the fast form gives the bytes of the plain one and touches nothing behind them, and
+// Every width, with guard bytes: the fast form gives the bytes of the plain one and touches nothing after them, and
 // the plain one those of the definition.
 TEST(Yuy2Rows, FastAndPlainGiveTheBytesOfTheDefinition)
 {

@@ -103,7 +103,7 @@ TEST(WinbaseEvent, ResettingAfterSettingTakesNothingBackFromWaiters)
         ++nRounds;
     }
     EXPECT_EQ(nReleased, c_nThreads);
-    SetEvent(event);  // whoever is left
+    SetEvent(event);  // for the thread that still waits
 }
 
 TEST(WinbaseEvent, TwoThreadsPassATurnBackAndForth)
