@@ -123,7 +123,7 @@ TEST_F(WritingFails, WithPicturesThatWereRefusedAndHaveAnOddSize)
     attributes.m_uiBitsInMemory = 16;
     const OutputFile file = m_host.OpenOutput(m_dir / "written.mp4");
     EXPECT_EQ(file->SetImageAttributes(&attributes), QM_ERR_RANGE);
-    m_host.Format()->GetQmClass()->Release();  // as TellSize says
+    m_host.Format()->GetQmClass()->Release();  // as SetSize says
     const CDiagnosticsCapture lines;
     EXPECT_EQ(WriteAt(file, 0.0, NoisyPicture(162, 96, 0)), QM_ERR_FAIL);
     EXPECT_FALSE(lines.TextsOf(g_nCreateEncoder).empty());
@@ -215,7 +215,7 @@ TEST_F(WritingFails, SilentlyWithoutATarget)
     IQmOutputImageFile* pFile = nullptr;
     ASSERT_EQ(m_host.Format()->CreateOutputFile(nullptr, &pFile), QM_OK);
     const OutputFile file(pFile);
-    TellSize(m_host, file, 160, 96);
+    SetSize(m_host, file, 160, 96);
     for (std::uint32_t ui = 0; ui < g_uiFrames; ++ui)
         EXPECT_EQ(WriteAt(file, 40.0 * ui, Picture(ui)), QM_OK);
     EXPECT_EQ(file->CloseOutput(), QM_OK);

@@ -216,7 +216,7 @@ TEST_F(Written, TheIndexOfADirectWriteIsNotLookedAt)
     EXPECT_EQ(NumbersInOrder(ReadBack(m_host, Path())), NumbersUpTo(5));
 }
 
-TEST_F(Written, TheLastReleaseFinishesAFileThatNobodyClosed)
+TEST_F(Written, TheLastReleaseFinishesAFileThatWasNotClosed)
 {
     {
         const OutputFile file = OpenForPictures(m_host, Path(), 160, 96);
@@ -226,7 +226,7 @@ TEST_F(Written, TheLastReleaseFinishesAFileThatNobodyClosed)
     EXPECT_EQ(NumbersInOrder(ReadBack(m_host, Path())), NumbersUpTo(5));
 }
 
-TEST_F(Written, TheReleaseBehindACloseLeavesTheFileAsItIs)
+TEST_F(Written, TheReleaseAfterACloseLeavesTheFileAsItIs)
 {
     const OutputFile file = OpenForPictures(m_host, Path(), 160, 96);
     for (std::uint32_t ui = 0; ui < 5; ++ui)
@@ -253,7 +253,7 @@ TEST_F(Written, NamesBeyondAsciiAreKept)
     ASSERT_EQ(m_host.Format()->CreateOutputFileForPath(CQmStringW(wszName.c_str()), &pFile), QM_OK);
     {
         const OutputFile file(pFile);
-        TellSize(m_host, file, 160, 96);
+        SetSize(m_host, file, 160, 96);
         ASSERT_EQ(WriteAt(file, 0.0, NumberedPicture(160, 96, 1)), QM_OK);
     }
     WriteNumbered({0.0});

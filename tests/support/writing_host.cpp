@@ -40,11 +40,11 @@ SQmImageAttributes PictureAttributes(std::uint32_t uiWidth, std::uint32_t uiHeig
     return attributes;
 }
 
-void TellSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight)
+void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight)
 {
     const SQmImageAttributes attributes = PictureAttributes(uiWidth, uiHeight);
     if (file->SetImageAttributes(&attributes) != QM_OK) throw std::runtime_error("the pictures are refused");
-    // Telling the size leaves a reference on the format object that the file never gives back. Without it here, any
+    // Setting the size leaves a reference on the format object that the file never gives back. Without it here, any
     // other that is left over shows as a leak.
     host.Format()->GetQmClass()->Release();
 }
@@ -54,7 +54,7 @@ OutputFile OpenForPictures(const ModuleHost& host, const std::filesystem::path& 
 {
     OutputFile file = host.OpenOutput(path);
     if (!file) throw std::runtime_error("no output object");
-    TellSize(host, file, uiWidth, uiHeight);
+    SetSize(host, file, uiWidth, uiHeight);
     return file;
 }
 

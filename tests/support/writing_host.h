@@ -32,10 +32,10 @@ struct HostPicture
 // Makes the row of the codec table with this short code the active one; throws when there is none.
 void ChooseCodec(const ModuleHost& host, const std::wstring& strCode);
 
-// Tells an output object the pictures' size; throws when it refuses.
-void TellSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight);
+// Sets the pictures' size on an output object; throws when it is refused.
+void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
-// An output object that was told the pictures' size.
+// An output object with the pictures' size set.
 OutputFile OpenForPictures(const ModuleHost& host, const std::filesystem::path& path, std::uint32_t uiWidth,
                            std::uint32_t uiHeight);
 

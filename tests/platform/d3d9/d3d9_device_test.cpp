@@ -114,7 +114,7 @@ TEST_F(D3D9Device, VerticesAreProcessedInExactlyOnePlace)
     EXPECT_EQ(CreateWithFlags(D3DCREATE_SOFTWARE_VERTEXPROCESSING | D3DCREATE_PUREDEVICE), D3DERR_INVALIDCALL);
 }
 
-TEST_F(D3D9Device, TellsHowItWasMade)
+TEST_F(D3D9Device, ReportsHowItWasMade)
 {
     D3DDEVICE_CREATION_PARAMETERS parameters{};
     EXPECT_EQ(m_pDevice->GetCreationParameters(&parameters), D3D_OK);

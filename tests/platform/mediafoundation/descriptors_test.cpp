@@ -1,4 +1,4 @@
-// What a source tells about a file before anything is played.
+// What a source reports about a file before anything is played.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -107,7 +107,7 @@ TEST_F(Descriptors, ProfileAndSizeStandWhereReadersLookForThem)
     }
 }
 
-TEST_F(Descriptors, SizesAreThoseBehindCropping)
+TEST_F(Descriptors, SizesAreThoseAfterCropping)
 {
     Recipe recipe = Small("-c:v libx264 -profile:v high");
     recipe.m_nWidth = 98;

@@ -58,11 +58,11 @@ TEST_F(EqualTimes, AStartInTheSameMillisecondGoesOn)
     ASSERT_EQ(IndexOf(before.front()), uiFirst);
     const std::size_t uiNext = uiFirst + before.size();
     ASSERT_EQ(m_times[uiNext], 5);
-    const auto behind = m_graph.PlayFrom(5, 2);
-    EXPECT_EQ(IndexOf(behind.front()), uiNext);
+    const auto after = m_graph.PlayFrom(5, 2);
+    EXPECT_EQ(IndexOf(after.front()), uiNext);
 }
 
-TEST_F(EqualTimes, AStartBehindASetRateGoesBackToTheFirstOfTheMillisecond)
+TEST_F(EqualTimes, AStartAfterASetRateGoesBackToTheFirstOfTheMillisecond)
 {
     const std::size_t uiFirst = FirstAt(5);
     ASSERT_EQ(m_graph.PlayFrom(5, 3).size(), 3U);

@@ -1,4 +1,4 @@
-// The first sample behind a start at the time of picture k is picture k, and every later one follows once.
+// The first sample after a start at the time of picture k is picture k, and every later one follows once.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -78,9 +78,9 @@ std::vector<Case> Cases()
         {"TimescaleOf1WithBPictures", With("-bf 3 -g 12", "-video_track_timescale 1")},
         {"TimescaleOf90000", With("-bf 3 -g 12", "-video_track_timescale 90000")},
         {"Fragments", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov")},
-        {"FragmentsBehindSamples", With("-bf 3 -g 12", "-movflags frag_keyframe")},
+        {"FragmentsAfterSamples", With("-bf 3 -g 12", "-movflags frag_keyframe")},
         {"FragmentsWithoutIndex", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov+skip_trailer")},
-        {"FragmentsBehindSamplesWithoutIndex", With("-bf 3 -g 12", "-movflags frag_keyframe+skip_trailer")},
+        {"FragmentsAfterSamplesWithoutIndex", With("-bf 3 -g 12", "-movflags frag_keyframe+skip_trailer")},
         {"FragmentsWithAnIndexEach", With("-bf 3 -g 12", "-movflags frag_keyframe+empty_moov+dash")},
         {"MoovBeforeMdat", With("-bf 3 -g 12", "-movflags +faststart")},
         {"AudioTrackFirst", WithAudioFirst()},

@@ -132,7 +132,7 @@ TEST_F(LostPictures, AllBeforeThemStillCome)
     EXPECT_EQ(samples.size(), uiLost);
 }
 
-TEST_F(LostPictures, ThoseBehindTheNextKeyPictureAreThereUnderTheirNumbers)
+TEST_F(LostPictures, ThoseAfterTheNextKeyPictureHaveTheirNumbers)
 {
     Make("-bf 2 -g 12 -x264-params b-adapt=0");
     Destroy(20);
@@ -317,7 +317,7 @@ TEST_F(UselessTimes, APictureThatTheDecoderDropsSilentlyIsNoticedAtOnce)
     EXPECT_LE(graph.Grabber().Count(), 2U);
 }
 
-// Joins two samples of VP9 to one that holds two pictures, as the codec allows: an index behind them tells their sizes.
+// Joins two samples of VP9 to one that holds two pictures, as the codec allows: an index after them has their sizes.
 void JoinSamples(const std::string& path, const PacketPlace& first, const PacketPlace& second, std::size_t uiSample)
 {
     std::string index = "\xC9";  // two sizes of two bytes each

@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Thirds", WithOutput("30000/1001", X264, ""), MFVideoFormat_H264},
         Case{"ManyTicks", WithOutput("60000/1001", X264, "-video_track_timescale 90000"), MFVideoFormat_H264},
         Case{"Fragments", WithOutput("30000/1001", X264, "-movflags frag_keyframe+empty_moov"), MFVideoFormat_H264},
-        Case{"FragmentsBehindSamples", WithOutput("30", X264, "-movflags frag_keyframe"), MFVideoFormat_H264},
+        Case{"FragmentsAfterSamples", WithOutput("30", X264, "-movflags frag_keyframe"), MFVideoFormat_H264},
         Case{"Mpeg4Part2", WithOutput("25", "-c:v mpeg4", ""), MFVideoFormat_MP4V}),
     [](const auto& param) { return param.param.m_name; });
 

@@ -1,4 +1,4 @@
-// What a sequence parameter set tells, read bit by bit.
+// What a sequence parameter set says, read bit by bit.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -112,7 +112,7 @@ struct SpsRecipe
     bool m_bFramesOnly = true;
     std::uint32_t m_uiCropRight = 0;
     std::uint32_t m_uiCropBottom = 4;
-    int m_nReorder = -1;  // none told
+    int m_nReorder = -1;  // not in the set
     bool m_bHrd = false;
 };
 
@@ -170,7 +170,7 @@ std::optional<H264Parameters> Parse(const SpsRecipe& recipe)
     return ParseSequenceParameterSet(sps.data(), sps.size());
 }
 
-TEST(SequenceParameterSet, TellsProfileLevelAndCroppedSize)
+TEST(SequenceParameterSet, HasProfileLevelAndCroppedSize)
 {
     const auto parameters = Parse({});
     ASSERT_TRUE(parameters);
@@ -203,7 +203,7 @@ TEST(SequenceParameterSet, CropsInUnitsOfItsChroma)
     EXPECT_EQ(Parse(recipe)->m_uiHeight, 300U);
 }
 
-TEST(SequenceParameterSet, TellsHowFarItReorders)
+TEST(SequenceParameterSet, SaysHowFarItReorders)
 {
     SpsRecipe recipe;
     recipe.m_nReorder = 3;

@@ -108,7 +108,7 @@ SampleTable TableWithPresentation(const std::vector<std::int64_t>& times)
     return table;
 }
 
-TEST(PresentationOrder, FindsThePictureBehindAStart)
+TEST(PresentationOrder, FindsThePictureAfterAStart)
 {
     //                                          I  P  B  B  P  B  I  P  B
     const SampleTable table = TableWithPresentation({2, 5, 3, 4, 7, 6, 8, 10, 9});

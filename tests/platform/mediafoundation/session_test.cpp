@@ -1,4 +1,4 @@
-// What a session tells by events, and what it does when it is asked for things in unusual moments.
+// What a session reports by events, and what it does on calls at unusual moments.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -66,7 +66,7 @@ TemporaryFolder* Session::s_pDirectory = nullptr;
 
 using Event = TestGraph::Event;
 
-TEST_F(Session, TellsOfItsTopologyAndThenOfPlayingToTheEnd)
+TEST_F(Session, ReportsItsTopologyAndThenPlayingToTheEnd)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
     EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 101, S_OK}));
@@ -99,7 +99,7 @@ TEST_F(Session, PausesStopsAndCloses)
     EXPECT_EQ(m_graph.NextEvent(), (Event{S_OK, 106, S_OK}));
 }
 
-TEST_F(Session, NoSampleComesBehindThePause)
+TEST_F(Session, NoSampleComesAfterThePause)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
     PlayUntilPaused(5, [this] { return m_graph.Start(); });
@@ -124,7 +124,7 @@ TEST_F(Session, ASampleThatTheCallbackRefusesEndsThePlay)
     EXPECT_EQ(m_graph.Grabber().Count(), 3U);
 }
 
-TEST_F(Session, GoesOnBehindAPauseWithoutLosingOrRepeatingAPicture)
+TEST_F(Session, ContinuesAfterAPauseWithoutLosingOrRepeatingAPicture)
 {
     const std::vector<std::string> pictures = Pictures();
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
@@ -162,7 +162,7 @@ TEST_F(Session, StartsAnewFromEveryState)
 {
     const std::vector<std::string> pictures = Pictures();
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
-    // New, stopped, ended, and ended by a place behind the last picture
+    // New, stopped, ended, and ended by a position after the last picture
     EXPECT_TRUE(m_graph.PlayFrom(30 * MS_PER_FRAME, 1).front().m_bytes == pictures[30]);
     ASSERT_EQ(m_graph.Session().Stop(), S_OK);
     EXPECT_TRUE(m_graph.PlayFrom(10 * MS_PER_FRAME, 1).front().m_bytes == pictures[10]);
@@ -269,7 +269,7 @@ TEST_F(Session, ASecondPauseIsNotTakenForThePauseOfTheNextStart)
     EXPECT_LT(m_graph.WaitFor(MESessionPaused), 0);
 }
 
-TEST_F(Session, TellsOfItsRate)
+TEST_F(Session, ReportsItsRate)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
     ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
@@ -351,7 +351,7 @@ TEST_F(Session, TheSourceMayBeShutDownFirst)
     }
 }
 
-TEST_F(Session, AStartBehindTheSourcesShutdownFails)
+TEST_F(Session, AStartAfterTheSourcesShutdownFails)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
     ASSERT_EQ(m_graph.WaitFor(MESessionTopologyStatus), S_OK);
@@ -406,7 +406,7 @@ TEST_F(Session, ReleasedWithoutShutdownItEndsAllTheSame)
     EXPECT_EQ(grabber->Calls().back(), "shutdown");
 }
 
-TEST_F(Session, LeavesTheSinkAloneIfItIsToldSo)
+TEST_F(Session, DoesNotShutTheSinkDownIfTheNodeForbidsIt)
 {
     ASSERT_EQ(m_graph.OpenSource(Path()), S_OK);
     ASSERT_EQ(m_graph.BuildTopology(MFVideoFormat_YUY2, true), S_OK);

@@ -142,7 +142,7 @@ TEST(WinbaseLibrary, FileNameOfNullIsTheProgram)
     EXPECT_TRUE(GetModuleHandleW(nullptr));
 }
 
-TEST(WinbaseLibrary, TooSmallABufferForTheFileNameIsToldOf)
+TEST(WinbaseLibrary, ABufferTooSmallForTheFileNameIsReported)
 {
     wchar_t wsz[6] = {L'x', L'x', L'x', L'x', L'x', L'x'};
     EXPECT_EQ(LastErrorOf([&] { EXPECT_EQ(GetModuleFileNameW(nullptr, wsz, 5), 5U); }),

@@ -83,7 +83,7 @@ TEST(WinbaseMutex, EndOfItsOwnerAbandonsItOnce)
     EXPECT_TRUE(ReleaseMutex(mutex));
 }
 
-TEST(WinbaseMutex, AbandonedOneIsToldByItsIndex)
+TEST(WinbaseMutex, AbandonedOneIsReportedByItsIndex)
 {
     const Handle never(AutoResetEvent());
     const Handle mutex(CreateMutexW(nullptr, FALSE, nullptr));
@@ -95,7 +95,7 @@ TEST(WinbaseMutex, AbandonedOneIsToldByItsIndex)
     EXPECT_TRUE(ReleaseMutex(mutex));
 }
 
-TEST(WinbaseMutex, AThreadThatWaitsIsToldOfTheOwnersEnd)
+TEST(WinbaseMutex, AThreadThatWaitsLearnsOfTheOwnersEnd)
 {
     const Handle mutex(CreateMutexW(nullptr, FALSE, nullptr));
     const Handle owned(AutoResetEvent());

@@ -19,7 +19,7 @@ BOOL TryOnAnotherThread(CRITICAL_SECTION* pSection)
     return bEntered;
 }
 
-TEST(WinbaseSafeEnds, LeavingASectionThatNobodyOwnsDoesNothing)
+TEST(WinbaseSafeEnds, LeavingASectionWithoutAnOwnerDoesNothing)
 {
     CRITICAL_SECTION section;
     InitializeCriticalSection(&section);
@@ -165,7 +165,7 @@ TEST(WinbaseSafeEnds, WaitForAllRefusesOneObjectTwice)
     EXPECT_TRUE(IsSet(a));
 }
 
-TEST(WinbaseSafeEnds, EmptyVariableIsToldFromAMissingOneByTheLastError)
+TEST(WinbaseSafeEnds, EmptyVariableDiffersFromAMissingOneInTheLastError)
 {
     const wchar_t* const pwszName = L"WINBASE_SAFE_ENDS_TEST";
     wchar_t wsz[8] = {L'x', L'\0'};
@@ -199,7 +199,7 @@ TEST(WinbaseSafeEnds, VersionIsTheOneThatUnawareProgramsAreGiven)
               static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
 }
 
-TEST(WinbaseSafeEnds, WidestVectorsAreToldAsTheCompilerDetectsThem)
+TEST(WinbaseSafeEnds, WidestVectorsAreReportedAsTheCompilerDetectsThem)
 {
     __builtin_cpu_init();
     EXPECT_EQ(IsProcessorFeaturePresent(PF_AVX512F_INSTRUCTIONS_AVAILABLE) != 0,
