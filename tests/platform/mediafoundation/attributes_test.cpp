@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <type_traits>
 
 #include "mfapi.h"
 #include "mferror.h"
@@ -23,33 +25,45 @@ ComPtr<IMFAttributes> NewAttributes()
     return attributes;
 }
 
+// A value of one type: its setter and its getter.
+template <typename Value>
+struct Plain
+{
+    const char* m_name;
+    HRESULT (IMFAttributes::*m_set)(REFGUID, Value);
+    HRESULT (IMFAttributes::*m_get)(REFGUID, std::remove_cvref_t<Value>*);
+    std::remove_cvref_t<Value> m_value;
+    MF_ATTRIBUTE_TYPE m_type;
+};
+
+const auto PLAIN_VALUES = std::make_tuple(
+    Plain<UINT32>{"UINT32", &IMFAttributes::SetUINT32, &IMFAttributes::GetUINT32, 0xfedcba98U, MF_ATTRIBUTE_UINT32},
+    Plain<UINT64>{"UINT64", &IMFAttributes::SetUINT64, &IMFAttributes::GetUINT64, 0x1900000001U, MF_ATTRIBUTE_UINT64},
+    Plain<double>{"double", &IMFAttributes::SetDouble, &IMFAttributes::GetDouble, 2.5, MF_ATTRIBUTE_DOUBLE},
+    Plain<REFGUID>{"GUID", &IMFAttributes::SetGUID, &IMFAttributes::GetGUID, MFVideoFormat_YUY2, MF_ATTRIBUTE_GUID});
+
+template <typename Test>
+void ForEachPlainValue(Test test)
+{
+    std::apply([&](const auto&... values) { (test(values), ...); }, PLAIN_VALUES);
+}
+
 TEST(Attributes, KeepValuesOfEveryType)
 {
     const auto attributes = NewAttributes();
-    UINT32 unValue = 0;
-    EXPECT_EQ(attributes->SetUINT32(KEY, 0xfedcba98U), S_OK);
-    EXPECT_EQ(attributes->GetUINT32(KEY, &unValue), S_OK);
-    EXPECT_EQ(unValue, 0xfedcba98U);
-
-    UINT64 unLong = 0;
-    EXPECT_EQ(attributes->SetUINT64(KEY, 0x1900000001U), S_OK);
-    EXPECT_EQ(attributes->GetUINT64(KEY, &unLong), S_OK);
-    EXPECT_EQ(unLong, 0x1900000001U);
-
-    double dValue = 0;
-    EXPECT_EQ(attributes->SetDouble(KEY, 2.5), S_OK);
-    EXPECT_EQ(attributes->GetDouble(KEY, &dValue), S_OK);
-    EXPECT_EQ(dValue, 2.5);
-
-    GUID guid = GUID_NULL;
-    EXPECT_EQ(attributes->SetGUID(KEY, MFVideoFormat_YUY2), S_OK);
-    EXPECT_EQ(attributes->GetGUID(KEY, &guid), S_OK);
-    EXPECT_TRUE(guid == MFVideoFormat_YUY2);
-
-    // One key, one value
-    UINT32 unCount = 0;
-    EXPECT_EQ(attributes->GetCount(&unCount), S_OK);
-    EXPECT_EQ(unCount, 1U);
+    ForEachPlainValue([&](const auto& row) {
+        SCOPED_TRACE(row.m_name);
+        EXPECT_EQ((attributes.Get()->*row.m_set)(KEY, row.m_value), S_OK);
+        auto value = decltype(row.m_value){};
+        EXPECT_EQ((attributes.Get()->*row.m_get)(KEY, &value), S_OK);
+        EXPECT_TRUE(value == row.m_value);
+        MF_ATTRIBUTE_TYPE type{};
+        EXPECT_EQ(attributes->GetItemType(KEY, &type), S_OK);
+        EXPECT_EQ(type, row.m_type);
+        UINT32 unCount = 0;  // one key, one value
+        EXPECT_EQ(attributes->GetCount(&unCount), S_OK);
+        EXPECT_EQ(unCount, 1U);
+    });
 }
 
 TEST(Attributes, KeepTexts)
@@ -104,18 +118,24 @@ TEST(Attributes, KeepObjectsAlive)
     EXPECT_EQ(attributes->GetUnknown(KEY, IID_IMFMediaType, wrong.PutVoid()), E_NOINTERFACE);
 }
 
-TEST(Attributes, TellMissingValuesFromValuesOfAnotherType)
+TEST(Attributes, AMissingValueAndOneOfAnotherTypeHaveDifferentStatuses)
 {
+    ForEachPlainValue([](const auto& row) {
+        SCOPED_TRACE(row.m_name);
+        const auto attributes = NewAttributes();
+        auto value = row.m_value;
+        EXPECT_EQ((attributes.Get()->*row.m_get)(KEY, &value), MF_E_ATTRIBUTENOTFOUND);
+        ASSERT_EQ(attributes->SetString(KEY, L"text"), S_OK);
+        EXPECT_EQ((attributes.Get()->*row.m_get)(KEY, &value), MF_E_INVALIDTYPE);
+        EXPECT_TRUE(value == row.m_value);
+        EXPECT_EQ((attributes.Get()->*row.m_get)(KEY, nullptr), E_POINTER);
+    });
+    // Numbers of different widths are of different types.
     const auto attributes = NewAttributes();
     UINT32 unValue = 3;
-    EXPECT_EQ(attributes->GetUINT32(KEY, &unValue), MF_E_ATTRIBUTENOTFOUND);
     ASSERT_EQ(attributes->SetUINT64(KEY, 1), S_OK);
     EXPECT_EQ(attributes->GetUINT32(KEY, &unValue), MF_E_INVALIDTYPE);
     EXPECT_EQ(unValue, 3U);
-    MF_ATTRIBUTE_TYPE type = MF_ATTRIBUTE_UINT32;
-    EXPECT_EQ(attributes->GetItemType(KEY, &type), S_OK);
-    EXPECT_EQ(type, MF_ATTRIBUTE_UINT64);
-    EXPECT_EQ(attributes->GetUINT32(KEY, nullptr), E_POINTER);
 }
 
 TEST(Attributes, GiveAndTakeItems)
@@ -168,20 +188,39 @@ TEST(Attributes, CopyAndCompare)
     UINT32 unValue = 0;
     EXPECT_EQ(theirs->GetUINT32(OTHER_KEY, &unValue), MF_E_ATTRIBUTENOTFOUND);
 
-    const auto compare = [&](MF_ATTRIBUTES_MATCH_TYPE match) {
-        BOOL bResult = FALSE;
-        EXPECT_EQ(ours->Compare(theirs.Get(), match, &bResult), S_OK);
-        return bResult != FALSE;
+    // Ours has 1 under KEY; theirs gets one value after the other.
+    struct Row
+    {
+        const GUID* m_key;  // null: nothing more
+        UINT32 m_value;
+        BOOL m_all;
+        BOOL m_ours;
+        BOOL m_theirs;
+        BOOL m_intersection;
+        BOOL m_smaller;
     };
-    EXPECT_TRUE(compare(MF_ATTRIBUTES_MATCH_ALL_ITEMS));
-    ASSERT_EQ(theirs->SetUINT32(OTHER_KEY, 7), S_OK);
-    EXPECT_FALSE(compare(MF_ATTRIBUTES_MATCH_ALL_ITEMS));
-    EXPECT_FALSE(compare(MF_ATTRIBUTES_MATCH_THEIR_ITEMS));
-    EXPECT_TRUE(compare(MF_ATTRIBUTES_MATCH_OUR_ITEMS));
-    EXPECT_TRUE(compare(MF_ATTRIBUTES_MATCH_SMALLER));
-    EXPECT_TRUE(compare(MF_ATTRIBUTES_MATCH_INTERSECTION));
-    ASSERT_EQ(theirs->SetUINT32(KEY, 2), S_OK);
-    EXPECT_FALSE(compare(MF_ATTRIBUTES_MATCH_INTERSECTION));
+    for (const Row& row :
+         {Row{nullptr, 0, TRUE, TRUE, TRUE, TRUE, TRUE}, Row{&OTHER_KEY, 7, FALSE, TRUE, FALSE, TRUE, TRUE},
+          Row{&KEY, 2, FALSE, FALSE, FALSE, FALSE, FALSE}})
+    {
+        SCOPED_TRACE(row.m_value);
+        if (row.m_key != nullptr)
+        {
+            ASSERT_EQ(theirs->SetUINT32(*row.m_key, row.m_value), S_OK);
+        }
+        const std::pair<MF_ATTRIBUTES_MATCH_TYPE, BOOL> aResults[] = {
+            {MF_ATTRIBUTES_MATCH_ALL_ITEMS, row.m_all},
+            {MF_ATTRIBUTES_MATCH_OUR_ITEMS, row.m_ours},
+            {MF_ATTRIBUTES_MATCH_THEIR_ITEMS, row.m_theirs},
+            {MF_ATTRIBUTES_MATCH_INTERSECTION, row.m_intersection},
+            {MF_ATTRIBUTES_MATCH_SMALLER, row.m_smaller}};
+        for (const auto& [match, bExpected] : aResults)
+        {
+            BOOL bResult = !bExpected;
+            EXPECT_EQ(ours->Compare(theirs.Get(), match, &bResult), S_OK);
+            EXPECT_EQ(bResult, bExpected) << match;
+        }
+    }
 }
 
 }  // namespace
