@@ -202,8 +202,7 @@ void CNvencWriter::Close(const SFrameTimes& times)
     m_file.Finish(times.m_vecFrameTimes);
 }
 
-// The encoder's object is let go without being deleted: ending the session is all that the file needs, and the object
-// stays allocated with its hold on the runtime. That is part of the design.
+// The encoder's object stays allocated, with its hold on the runtime: ending the session is all that the file needs.
 void CNvencWriter::DrainAndEndSession()
 {
     std::vector<std::vector<std::uint8_t>> vPackets;
@@ -218,6 +217,7 @@ void CNvencWriter::DrainAndEndSession()
         m_file.Abandon();
     }
     m_pEncoder->DestroyEncoder();
+    NvEncoderD3D9::LeaveAllocated(m_pEncoder);
     m_pEncoder = nullptr;
 }
 

@@ -1,5 +1,7 @@
 #include "NV_Video_Codec_SDK/NvEncoder/NvEncoderD3D9.h"
 
+#include <new>
+
 #include "common/saferelease.h"
 
 namespace
@@ -54,6 +56,16 @@ NvEncoderD3D9::NvEncoderD3D9(IDirect3DDevice9* pD3D9Device, std::uint32_t uiWidt
 NvEncoderD3D9::~NvEncoderD3D9()
 {
     ReleaseD3D9Resources();
+}
+
+void NvEncoderD3D9::LeaveAllocated(NvEncoderD3D9* pEncoder)
+{
+    // The compiler may leave out a store that nothing reads, if it isn't volatile.
+    using Pointer = NvEncoderD3D9* volatile;
+    if (Pointer* const pLeft = new (std::nothrow) Pointer)
+        *pLeft = pEncoder;
+    else
+        delete pEncoder;
 }
 
 void NvEncoderD3D9::AllocateInputBuffers(std::int32_t nInputBuffers)
