@@ -1,9 +1,9 @@
 #include "mp4_outputfile/mediafoundationwriter.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
+#include "common/withoutexceptions.h"
 #include "mp4_outputfile/rawpicture.h"
 #include "mp4_outputfile/sessionwaits.h"
 
@@ -41,13 +41,8 @@ HRESULT CMediaFoundationWriter::Open(const SEncoderSettings& settings)
 
 HRESULT CMediaFoundationWriter::BuildGraph(const SEncoderSettings& settings)
 {
-    HRESULT hr = E_OUTOFMEMORY;
-    try
-    {
-        hr = BuildWriteGraph(m_graph, settings, m_handover);
-    }
-    catch (const std::bad_alloc&)
-    {}
+    const HRESULT hr =
+        WithoutExceptions<HRESULT>(E_OUTOFMEMORY, [&] { return BuildWriteGraph(m_graph, settings, m_handover); });
     if (hr != S_OK) EndGraph();
     return hr;
 }

@@ -6,6 +6,7 @@
 
 #include "colour/colourconversion.h"
 #include "common/waits.h"
+#include "common/withoutexceptions.h"
 
 namespace
 {
@@ -143,16 +144,14 @@ void CFrameStore::CountSamples()
 
 // The start of each sample, and the end of the last.
 HRESULT CFrameStore::CountSample(LONGLONG llSampleDuration)
-try
 {
-    if (m_lstSampleTimes.empty()) m_lstSampleTimes.push_back(0);
-    const ULONGLONG ullEnd = static_cast<ULONGLONG>(m_lstSampleTimes.back()) + static_cast<ULONGLONG>(llSampleDuration);
-    m_lstSampleTimes.push_back(static_cast<LONGLONG>(ullEnd));
-    return S_OK;
-}
-catch (const std::bad_alloc&)
-{
-    return E_OUTOFMEMORY;
+    return WithoutExceptions<HRESULT>(E_OUTOFMEMORY, [&]() -> HRESULT {
+        if (m_lstSampleTimes.empty()) m_lstSampleTimes.push_back(0);
+        const ULONGLONG ullEnd =
+            static_cast<ULONGLONG>(m_lstSampleTimes.back()) + static_cast<ULONGLONG>(llSampleDuration);
+        m_lstSampleTimes.push_back(static_cast<LONGLONG>(ullEnd));
+        return S_OK;
+    });
 }
 
 std::list<LONGLONG> CFrameStore::TakeSampleTimes()
@@ -200,27 +199,24 @@ void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
 //
 // Null when there is no memory for it. The numbering of the samples goes on all the same.
 SQmGrabbedFrame* CFrameStore::FindOrAppendFrame(std::uint64_t uiIndex)
-try
 {
-    SQmGrabbedFrame* pFrame = Find(uiIndex);
-    if (pFrame == nullptr)
-    {
-        m_lstFrames.push_back(nullptr);
-        pFrame = AllocateFrameRecord();
-        m_lstFrames.back() = pFrame;
-        if (pFrame == nullptr) return nullptr;
-        pFrame->m_uiFrameIndex = uiIndex;
-        SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
-    }
-    if (pFrame->m_Picture.m_pData == nullptr)
-    {
-        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false);
-    }
-    return pFrame;
-}
-catch (const std::bad_alloc&)
-{
-    return nullptr;
+    return WithoutExceptions<SQmGrabbedFrame*>(nullptr, [&]() -> SQmGrabbedFrame* {
+        SQmGrabbedFrame* pFrame = Find(uiIndex);
+        if (pFrame == nullptr)
+        {
+            m_lstFrames.push_back(nullptr);
+            pFrame = AllocateFrameRecord();
+            m_lstFrames.back() = pFrame;
+            if (pFrame == nullptr) return nullptr;
+            pFrame->m_uiFrameIndex = uiIndex;
+            SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
+        }
+        if (pFrame->m_Picture.m_pData == nullptr)
+        {
+            SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false);
+        }
+        return pFrame;
+    });
 }
 
 SQmGrabbedFrame* CFrameStore::AllocateFrameRecord()
