@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <numeric>
 #include <random>
 
 #include "support/ffmpeg.h"
+#include "support/file_contents.h"
 #include "support/module_host.h"
+#include "support/mp4_boxes.h"
 #include "support/picture_definition.h"
 #include "support/repetitions.h"
 #include "support/temporary_folder.h"
@@ -17,13 +20,11 @@ namespace
 
 using namespace test_support;
 
-class Frames : public testing::TestWithParam<e2e::VideoCase>
+class ReadFrames : public testing::Test
 {
 protected:
-    void SetUp() override
+    void Open(const std::filesystem::path& path)
     {
-        const auto path = m_dir / "video.mp4";
-        e2e::MakeVideo(GetParam(), path);
         for (const auto& vPlanar : DecodePlain(path, e2e::g_uiWidth, e2e::g_uiHeight))
         {
             m_vExpected.push_back(DeliveredPicture(vPlanar, e2e::g_uiWidth, e2e::g_uiHeight));
@@ -55,6 +56,17 @@ protected:
     std::vector<std::vector<std::uint8_t>> m_vExpected;
     ModuleHost m_host;
     InputFile m_file;
+};
+
+class Frames : public ReadFrames, public testing::WithParamInterface<e2e::VideoCase>
+{
+protected:
+    void SetUp() override
+    {
+        const auto path = m_dir / "video.mp4";
+        e2e::MakeVideo(GetParam(), path);
+        Open(path);
+    }
 };
 
 TEST_P(Frames, DifferFromEachOtherSoThatAWrongOneShows)
@@ -134,6 +146,28 @@ TEST_P(Frames, PastTheLastFailAtOnceAndTheFileReadsOn)
         EXPECT_EQ(vBefore, vBuffer);
     }
     EXPECT_TRUE(ReadsRight(Count() - 1));
+}
+
+// A timescale of 2^31 and more is a number below 0 to the list of times, in which every frame is at 0 then. The session
+// goes by other times.
+TEST_F(ReadFrames, OfATimescaleWithItsTopBitSetAreTheRightOnes)
+{
+    const auto path = m_dir / "video.mp4";
+    e2e::MakeVideo(e2e::HighProfileCases().front(), path);
+    std::vector<std::uint8_t> vFile = ReadBytes(path);
+    SetWordAt(vFile, FindBox(vFile, "moov/trak/mdia/mdhd").m_uiPayload + 12, 0x80003200);
+    WriteBytes(path, vFile);
+    ASSERT_NO_FATAL_FAILURE(Open(path));
+    EXPECT_EQ(CachedTimes(m_file.Get()), std::vector<double>(Count(), 0));
+
+    for (std::size_t ui = 0; ui < Count(); ++ui)
+        ASSERT_TRUE(ReadsRight(ui)) << "in order";
+    const unsigned int uiSeed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(uiSeed));
+    std::mt19937 random(uiSeed);
+    std::uniform_int_distribution<std::size_t> frame(0, Count() - 1);
+    for (int n = 0; n < 100; ++n)
+        ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
 }
 
 INSTANTIATE_TEST_SUITE_P(Videos, Frames, testing::ValuesIn(e2e::HighProfileCases()),
