@@ -1,4 +1,4 @@
-// What an input file tells without decoding: on an object whose list of times is set by the test.
+// Metadata that need no decoding, on an object whose list of times is set by the test.
 #include <cmath>
 #include <cstring>
 
@@ -141,7 +141,7 @@ TEST_F(FileMetadata, AFrameHasItsTimeOneRgbPlaneAndPlainValues)
     EXPECT_TRUE(metadata.m_Planes.m_pPlanes[0].m_bRGB);
 }
 
-TEST_F(FileMetadata, AnIndexPastTheEndGivesZeroAndTheDefaultTime)
+TEST_F(FileMetadata, AnIndexPastTheEndReturnsZeroAndTheDefaultTime)
 {
     CScriptedFile file(m_format.Get(), ScriptOf({0, 40}));
     SQmPictureMetadata fresh;
@@ -154,7 +154,7 @@ TEST_F(FileMetadata, AnIndexPastTheEndGivesZeroAndTheDefaultTime)
     EXPECT_EQ(metadata.m_dTime, fresh.m_dTime);
 }
 
-TEST_F(FileMetadata, AFileThatDoesNotOpenForItsDateIsToldWithTheRecordFilled)
+TEST_F(FileMetadata, AFileThatDoesNotOpenForItsDateIsReportedWithTheRecordFilled)
 {
     CScriptedFile file(m_format.Get(), ScriptOf({0, 40}));
     file.m_strPath = L"no-such-file.mp4";

@@ -243,7 +243,7 @@ TEST_F(Grabber, SamplesStillOnTheirWayAreStoredBeyondTheLimit)
     EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(110)->m_Picture.m_pData), 110);
 }
 
-TEST_F(Grabber, WhileTheHostFollowsOlderFramesAreDroppedAndThePlayGoesOn)
+TEST_F(Grabber, WhileTheHostFollowsOlderFramesAreDroppedAndThePlayContinues)
 {
     Request(1, 0);
     Play(0);
@@ -264,7 +264,7 @@ TEST_F(Grabber, NearTheLastFrameOfThePlayAPauseIsAskedFor)
 {
     Request(40, 39);
     Play(0, 48);
-    Deliver(49);  // 48 is the last one: there is nothing to go on to
+    Deliver(49);  // 48 is the last one: no frame comes after it
     EXPECT_TRUE(WantsPause());
 }
 

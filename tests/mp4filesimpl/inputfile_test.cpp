@@ -61,7 +61,7 @@ Times Steps(std::size_t uiCount, std::uint64_t uiMs)
 
 // --- opening ---
 
-TEST_F(InputFile, OpeningTellsShapeAndTimesAndStartsNoThread)
+TEST_F(InputFile, OpeningReportsShapeAndTimesAndStartsNoThread)
 {
     CVideoFile file(m_format.Get(), MakeVideo("high.mp4", TestPicture(30, "70x48") + "-profile:v high"));
     SQmImageAttributes attributes;
@@ -82,7 +82,7 @@ TEST_F(InputFile, OpeningTellsShapeAndTimesAndStartsNoThread)
     EXPECT_FALSE(file.HasThreads());
 }
 
-TEST_F(InputFile, AnAudioTrackInFrontOfTheVideoGivesTheTimes)
+TEST_F(InputFile, AnAudioTrackBeforeTheVideoDeterminesTheTimes)
 {
     CVideoFile file(m_format.Get(),
                     MakeVideo("sound.mp4", "-f lavfi -i sine=sample_rate=48000:duration=1 -f lavfi -i "
@@ -264,7 +264,7 @@ TEST_F(InputFile, AFileWithFewerFramesThanAWindowIsReadWhole)
     EXPECT_TRUE(file.Read(5).empty());
 }
 
-TEST_F(InputFile, ABaselineStreamGivesFramesThatAreAsTheyWereMade)
+TEST_F(InputFile, FramesOfABaselineStreamAreAsTheyWereAllocated)
 {
     CVideoFile file(m_format.Get(), MakeVideo("baseline.mp4", TestPicture(20) + "-profile:v baseline"));
     ASSERT_EQ(file.Open(), QM_OK);
@@ -274,7 +274,7 @@ TEST_F(InputFile, ABaselineStreamGivesFramesThatAreAsTheyWereMade)
     EXPECT_EQ(std::count(vPixels.begin(), vPixels.end(), 0), static_cast<std::ptrdiff_t>(vPixels.size()));
 }
 
-TEST_F(InputFile, AHighStreamGivesPictures)
+TEST_F(InputFile, FramesOfAHighStreamArePictures)
 {
     CVideoFile file(m_format.Get(), MakeVideo("high60.mp4", TestPicture(60) + "-profile:v high -bf 0"));
     ASSERT_EQ(file.Open(), QM_OK);

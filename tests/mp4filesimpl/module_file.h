@@ -16,7 +16,7 @@ public:
         GetModuleFileNameW(nullptr, wszProgram, 1023);
         std::wstring strFile = wszProgram;
         strFile.resize(strFile.find_last_of(L"/\\") + 1);
-        // Stays loaded: a leak is told by the names of the functions that made it.
+        // Stays loaded: a report of a leak names the functions that made it.
         m_hModule = LoadLibraryW((strFile + L"imageformat_mp4.dll").c_str());
         if (m_hModule == nullptr) return;
         m_pfnConstructor = reinterpret_cast<PQmModuleConstructor>(

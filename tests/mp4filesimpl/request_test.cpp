@@ -19,7 +19,7 @@ protected:
     CFormatReference m_format;
 };
 
-TEST_F(Request, ANullBufferGivesZeroAndNothingElseHappens)
+TEST_F(Request, ANullBufferReturnsZeroAndNothingElseHappens)
 {
     CScriptedFile file(m_format.Get(), Script());
     EXPECT_EQ(file.ReadFrame(5, nullptr, nullptr, nullptr), QM_OK);
@@ -72,7 +72,7 @@ TEST_F(Request, ATopologyThatIsRefusedRefusesFrames)
     EXPECT_FALSE(file.HasThreads());
 }
 
-TEST_F(Request, ATileIsServedFromTheTopLeftInFullWidthOnlyAndGivesTheWholeFrame)
+TEST_F(Request, ATileIsServedFromTheTopLeftInFullWidthOnlyAndIsTheWholeFrame)
 {
     CScriptedFile file(m_format.Get(), Script());
     const auto ReadTile = [&](std::uint32_t uiLeft, std::uint32_t uiTop, std::uint32_t uiWidth, std::uint32_t uiHeight,

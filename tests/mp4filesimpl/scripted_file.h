@@ -10,8 +10,7 @@
 #include "numbered_picture.h"
 #include "scripted_session.h"
 
-// What a file object needs and gives back by itself: the format object that it belongs to, with a reference of the
-// caller's.
+// The format object that a file object belongs to, with a reference of the caller's.
 class CFormatReference
 {
 public:

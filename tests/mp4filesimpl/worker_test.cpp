@@ -264,7 +264,7 @@ std::vector<std::uint64_t> CrowdedTimes()
     return vTimes;
 }
 
-TEST_F(Worker, FramesOfOneMillisecondAreToldApart)
+TEST_F(Worker, FramesOfOneMillisecondAreDistinguished)
 {
     SScript script;
     script.m_vTimesMs = CrowdedTimes();
@@ -319,7 +319,7 @@ TEST_F(Worker, AFrameFurtherBackInItsMillisecondIsOnePlayFromTheFirstOfThem)
 
 // The session goes by other times than the list, in which all frames share one. A position in the middle of that
 // millisecond would bring the session back to its first frame.
-TEST_F(Worker, AListThatTheSessionDoesNotAgreeWithGivesNoWrongPicture)
+TEST_F(Worker, AListThatTheSessionDoesNotAgreeWithLeadsToNoWrongPicture)
 {
     CScriptedFile file(m_format.Get(), EvenScript(200), std::vector<std::uint64_t>(200, 0));
     for (std::uint32_t i = 0; i < 200; ++i)

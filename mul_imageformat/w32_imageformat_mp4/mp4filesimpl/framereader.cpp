@@ -116,7 +116,7 @@ void CFrameReader::RunPump()
 
 // Pauses the current play if it wants that and wasn't paused yet. False when there was nothing to pause.
 //
-// A pause too many would come back as an event in the middle of the next play and be taken for its end. The samples
+// The event of a second pause would arrive in the middle of the next play and be taken for its end. The samples
 // still on their way would then be numbered from the start of the play after it.
 bool CFrameReader::PausePlay()
 {

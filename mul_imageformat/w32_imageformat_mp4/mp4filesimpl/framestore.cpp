@@ -197,7 +197,7 @@ void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
 // A frame that is stored already comes again when a play starts before the store's tail. Its record is used again, and
 // gets pixels if it has none.
 //
-// Null when there is no memory for it. The numbering of the samples goes on all the same.
+// Null when there is no memory for it. The numbering of the samples continues.
 SQmGrabbedFrame* CFrameStore::FindOrAppendFrame(std::uint64_t uiIndex)
 {
     return WithoutExceptions<SQmGrabbedFrame*>(nullptr, [&]() -> SQmGrabbedFrame* {
@@ -224,7 +224,7 @@ SQmGrabbedFrame* CFrameStore::AllocateFrameRecord()
     return new (std::nothrow) SQmGrabbedFrame{};
 }
 
-// Whether the play goes on after the sample that was just stored.
+// Whether the play continues after the sample that was just taken.
 bool CFrameStore::WantsMoreSamples()
 {
     const std::uint32_t uiWindow = GetWindowSize();

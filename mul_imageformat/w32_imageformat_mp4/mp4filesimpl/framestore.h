@@ -108,7 +108,8 @@ public:
 
     // Enters counting mode.
     void CountSamples();
-    // Running sums of the durations that were counted, in 100 ns, the first 0: N samples give N + 1. Takes them away.
+    // Running sums of the durations that were counted, in 100 ns, the first 0: N samples make N + 1. The list is empty
+    // then.
     std::list<LONGLONG> TakeSampleTimes();
 
     // --- frames ---
@@ -182,7 +183,7 @@ public:
     // Whether a play wants to be paused and wasn't yet: it is the caller's to pause from now on. One play is paused
     // once: a second pause would reach the session when the next play is under way already.
     bool TakePauseRequest();
-    // The session refused the pause. The play goes on, and its next sample may want a pause again.
+    // The session refused the pause. The play continues, and its next sample may want a pause again.
     void WithdrawPause();
 
     // --- the end ---

@@ -9,7 +9,7 @@
 class CReadGraph;
 
 // Fills vTimesMs, which is empty, with the start of each frame in whole milliseconds: from the boxes of the file, or,
-// when these give no complete list, from the durations of its samples. For the latter the graph plays the file through.
+// when these have no complete list, from the durations of its samples. For the latter the graph plays the file through.
 // The graph is left as it is then.
 //
 // May throw std::bad_alloc or std::length_error.

@@ -10,7 +10,7 @@
 namespace
 {
 
-// Not told by its status: some files have no length to tell, and they play all the same.
+// No failure without it: some files have no length, and can be played.
 void ReadDuration(IMFPresentationDescriptor* pPresentation, LONGLONG* pllDuration)
 {
     PROPVARIANT varDuration;

@@ -11,10 +11,10 @@
 // Opens the file at pwszPath as a media source.
 HRESULT CreateMediaSource(const wchar_t* pwszPath, IMFMediaSource** ppSource);
 
-// Connects the first selected video stream of the source, or audio stream if bAudio, with the sink; a decoder between
-// them is the session's affair. Without such a stream the topology is empty, and that is no failure.
+// Connects the first selected video stream of the source, or audio stream if bAudio, with the sink. The session inserts
+// a decoder between them. Without such a stream the topology is empty, and that is no failure.
 //
-// ppMpeg2 and ppVideoInfo2, both or neither, get the format block that tells the picture's size, if there is one; the
-// block lives on for good. pllDuration, which may be null, gets the length in 100 ns if the source knows it.
+// ppMpeg2 and ppVideoInfo2, both or neither, get the format block with the picture's size, if there is one. The block
+// is never freed. pllDuration, which may be null, gets the length in 100 ns if the source knows it.
 HRESULT BuildTopology(bool bAudio, IMFMediaSource* pSource, IMFActivate* pSinkActivate, IMFTopology** ppTopology,
                       const MPEG2VIDEOINFO** ppMpeg2, const VIDEOINFOHEADER2** ppVideoInfo2, LONGLONG* pllDuration);

@@ -30,7 +30,7 @@ protected:
     std::vector<unsigned char> m_vPixels;
 };
 
-TEST_F(Preview, WithoutABufferItTellsTheNativeSize)
+TEST_F(Preview, WithoutABufferItReturnsTheNativeSize)
 {
     CScriptedFile file(m_format.Get(), ScriptOf(6, 4));
     std::uint32_t uiWidth = 1;
