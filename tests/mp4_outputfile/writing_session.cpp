@@ -7,7 +7,6 @@
 
 #include "mp4_outputfile/sessionwaits.h"
 #include "mp4_outputfile/writegraph.h"
-#include "support/scripted_event.h"
 
 namespace
 {
@@ -185,17 +184,6 @@ STDMETHODIMP_(ULONG) WritingSession::Release()
     return nLeft;
 }
 
-STDMETHODIMP WritingSession::GetEvent(DWORD, IMFMediaEvent** ppEvent)
-{
-    *ppEvent = nullptr;
-    std::unique_lock lock(m_mtx);
-    m_cv.wait(lock, [this] { return m_bShutDown || !m_events.empty(); });
-    if (m_bShutDown) return MF_E_SHUTDOWN;
-    *ppEvent = new CScriptedEvent(m_events.front().first, m_events.front().second);
-    m_events.pop_front();
-    return S_OK;
-}
-
 STDMETHODIMP WritingSession::SetTopology(DWORD, IMFTopology*)
 {
     m_record.Note("SetTopology");
@@ -212,7 +200,7 @@ STDMETHODIMP WritingSession::Start(const GUID* pguidTimeFormat, const PROPVARIAN
     m_bActive = true;
     m_nTakenSinceStart = 0;
     const SWritingScript& script = m_record.m_script;
-    if (nStart >= script.m_nReportsFrom && nStart < script.m_nReportsUntil) Report(MESessionStarted, S_OK);
+    if (nStart >= script.m_nReportsFrom && nStart < script.m_nReportsUntil) m_events.Add(MESessionStarted, S_OK);
     if (script.m_bTakesInStart) ServeSource();
     return S_OK;
 }
@@ -224,7 +212,7 @@ STDMETHODIMP WritingSession::Stop()
     if (m_bShutDown) return MF_E_SHUTDOWN;
     m_bActive = false;
     if (m_record.m_script.m_bStopDropsPicture) ResetEvent(m_handover.m_hFrameReady);
-    Report(MESessionStopped, S_OK);
+    m_events.Add(MESessionStopped, S_OK);
     return S_OK;
 }
 
@@ -235,18 +223,11 @@ STDMETHODIMP WritingSession::Shutdown()
         const std::lock_guard lock(m_mtx);
         if (!m_bShutDown) m_record.Note("Shutdown");
         m_bShutDown = true;
-        m_cv.notify_all();
         source.swap(m_source);
     }
+    m_events.Shutdown();
     if (source.joinable()) source.join();
     return S_OK;
-}
-
-// Under the lock.
-void WritingSession::Report(MediaEventType eType, HRESULT hrStatus)
-{
-    m_events.push_back({eType, hrStatus});
-    m_cv.notify_all();
 }
 
 // --- the source ---
@@ -280,12 +261,12 @@ bool WritingSession::ServeSource()
     if (m_bStreamEnded)
     {
         m_bOver = script.m_bEnds;
-        if (m_bOver) Report(MESessionEnded, S_OK);
+        if (m_bOver) m_events.Add(MESessionEnded, S_OK);
     }
     else if (Plays() && m_nTaken >= script.m_nFailsAt)
     {
         m_bOver = true;
-        Report(MEError, E_FAIL);
+        m_events.Add(MEError, E_FAIL);
     }
     else if (Takes())
     {
@@ -294,16 +275,16 @@ bool WritingSession::ServeSource()
         m_bOver = m_nTaken >= script.m_nEndsAfter || m_nTaken >= script.m_nFailsAfter ||
                   (bLast && script.m_bEnds && !script.m_bEndsWhenWoken);
         if (m_nTaken >= script.m_nFailsAfter)
-            Report(MEError, E_FAIL);
+            m_events.Add(MEError, E_FAIL);
         else if (m_bOver)
-            Report(MESessionEnded, S_OK);
+            m_events.Add(MESessionEnded, S_OK);
         if (!bLast || script.m_bEndsWhenWoken) ResetEvent(m_handover.m_hFrameReady);
         SetEvent(m_handover.m_hFrameTaken);
     }
     else if (bLast && script.m_bEndsStopped)
     {
         m_bOver = true;
-        Report(MESessionEnded, S_OK);
+        m_events.Add(MESessionEnded, S_OK);
     }
     return m_bOver || (m_bStreamEnded && !script.m_bEnds);
 }

@@ -5,8 +5,6 @@
 
 #include <atomic>
 #include <climits>
-#include <condition_variable>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -23,6 +21,7 @@
 #include "mp4_outputfile/picturehandover.h"
 #include "support/bytes.h"
 #include "support/idle_session.h"
+#include "support/scripted_events.h"
 
 // What a session does. Changed before the graph is made.
 struct SWritingScript
@@ -103,7 +102,8 @@ public:
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
     STDMETHODIMP_(ULONG) Release() override;
 
-    STDMETHODIMP GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) override;
+    STDMETHODIMP BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown*) override { return m_events.Begin(pCallback); }
+    STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent** ppEvent) override { return m_events.End(ppEvent); }
     STDMETHODIMP SetTopology(DWORD dwFlags, IMFTopology* pTopology) override;
     STDMETHODIMP Start(const GUID* pguidTimeFormat, const PROPVARIANT* pvarPosition) override;
     STDMETHODIMP Stop() override;
@@ -113,7 +113,6 @@ private:
     void Run();
     bool ServeSource();
     void TakePicture();
-    void Report(MediaEventType eType, HRESULT hrStatus);
     bool Plays() const { return m_bActive && m_nStarts > m_record.m_script.m_nTakesFrom; }
     bool Takes() const
     {
@@ -125,9 +124,8 @@ private:
     CPictureHandover& m_handover;
     std::atomic<ULONG> m_nRefCount{1};
 
+    CScriptedEvents m_events;
     std::mutex m_mtx;
-    std::condition_variable m_cv;
-    std::deque<std::pair<MediaEventType, HRESULT>> m_events;
     bool m_bShutDown = false;
     bool m_bSourceShutDown = false;
     bool m_bActive = false;  // started, and not stopped since

@@ -69,7 +69,6 @@ public:
         m_events.Shutdown();
         return S_OK;
     }
-    STDMETHODIMP GetEvent(DWORD, IMFMediaEvent** ppEvent) override { return m_events.Get(ppEvent); }
     STDMETHODIMP BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown*) override { return m_events.Begin(pCallback); }
     STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent** ppEvent) override { return m_events.End(ppEvent); }
 

@@ -1,7 +1,6 @@
-// The events of a scripted session, as its GetEvent, BeginGetEvent and EndGetEvent hand them out.
+// The events of a scripted session, as its BeginGetEvent and EndGetEvent deliver them.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <utility>
@@ -28,15 +27,7 @@ public:
             const std::lock_guard lock(m_mtx);
             m_events.emplace_back(eType, hrStatus);
         }
-        m_cv.notify_all();
         InvokeIfDue();
-    }
-
-    HRESULT Get(IMFMediaEvent** ppEvent)
-    {
-        std::unique_lock lock(m_mtx);
-        m_cv.wait(lock, [this] { return m_bShutDown || !m_events.empty(); });
-        return Pop(ppEvent);
     }
 
     HRESULT Begin(IMFAsyncCallback* pCallback)
@@ -71,7 +62,6 @@ public:
             const std::lock_guard lock(m_mtx);
             m_bShutDown = true;
         }
-        m_cv.notify_all();
         InvokeIfDue();
     }
 
@@ -114,7 +104,6 @@ private:
 
     static inline CResult s_result;
     std::mutex m_mtx;
-    std::condition_variable m_cv;
     std::deque<std::pair<MediaEventType, HRESULT>> m_events;
     bool m_bShutDown = false;
     IMFAsyncCallback* m_pCallback = nullptr;

@@ -3,6 +3,7 @@
 #include <propvarutil.h>
 
 #include "common/saferelease.h"
+#include "common/sessionevents.h"
 #include "mp4_outputfile/picturehandover.h"
 
 // The session may wait for its source when it is shut down, and the source for a picture. The source is woken when it
@@ -33,16 +34,13 @@ HRESULT RunSession(IMFMediaSession* pSession, IMFTopology* pTopology, HANDLE hSt
 {
     HRESULT hr = pSession->SetTopology(0, pTopology);
     if (SUCCEEDED(hr)) hr = StartFromBeginning(pSession);
+    CSessionEvents events(pSession);
     MediaEventType eType = MEUnknown;
     while (SUCCEEDED(hr) && eType != MESessionEnded)
     {
-        IMFMediaEvent* pEvent = nullptr;
         HRESULT hrStatus = S_OK;
-        hr = pSession->GetEvent(0, &pEvent);
-        if (SUCCEEDED(hr)) hr = pEvent->GetStatus(&hrStatus);
+        hr = events.Take(INFINITE, nullptr, &eType, &hrStatus);
         if (SUCCEEDED(hr)) hr = hrStatus;
-        if (SUCCEEDED(hr)) hr = pEvent->GetType(&eType);
-        SafeRelease(&pEvent);
         if (SUCCEEDED(hr) && eType == MESessionStarted) SetEvent(hStarted);
     }
     return hr;
