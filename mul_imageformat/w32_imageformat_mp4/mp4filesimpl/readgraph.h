@@ -29,7 +29,8 @@ public:
                           bool* pbShape);
     HRESULT SetTopology();
 
-    // Takes over a session and a grabber, with the caller's references, and connects them.
+    // Takes over a session and a grabber that the caller made, with its references, and connects them. Tests read
+    // through scripted sessions this way.
     void Adopt(IMFMediaSession* pSession, SampleGrabberCB* pGrabber, std::atomic<bool>* pbStop, bool bNV12);
 
     // Source first, then session.
