@@ -1,5 +1,6 @@
 // Reading through the host interface: every frame in order next to the ffmpeg program decoding to bgr24, and frames at
-// random next to FFMS2. 1920 x 1080, High profile, a key frame every 50.
+// random next to FFMS2. 1920 x 1080, High profile, a key frame every 50. Then one frame far inside a millisecond that
+// thousands of frames share, next to ffmpeg decoding up to it.
 #include <ffms.h>
 
 #include <cstdlib>
@@ -8,7 +9,9 @@
 
 #include "measure.h"
 #include "support/ffmpeg.h"
+#include "support/file_contents.h"
 #include "support/module_host.h"
+#include "support/mp4_boxes.h"
 #include "support/temporary_folder.h"
 
 namespace
@@ -19,6 +22,9 @@ using namespace test_support;
 constexpr std::uint32_t g_uiFrames = 1500;  // a minute, so that the time of an opening counts as much as it does in use
 constexpr int g_nRandomReads = 60;
 constexpr int g_nRounds = 5;
+constexpr std::uint32_t g_uiCrowd = 8000;  // frames of 512 ticks each, 3906 of them in a millisecond
+constexpr std::uint32_t g_uiInCrowd = 3800;
+constexpr std::uint32_t g_uiCrowdTimescale = 2'000'000'000;
 
 void Check(bool bOk, const char* pszWhat)
 {
@@ -32,15 +38,26 @@ void MakeVideo(const std::filesystem::path& path)
               Quoted(path));
 }
 
+void MakeCrowdedVideo(const std::filesystem::path& path)
+{
+    RunFfmpeg("-f lavfi -i testsrc2=size=320x240:rate=25 -frames:v " + std::to_string(g_uiCrowd) +
+              " -c:v libx264 -preset veryfast -profile:v high -pix_fmt yuv420p -bf 3 -video_track_timescale 12800 " +
+              Quoted(path));
+    std::vector<std::uint8_t> vFile = ReadBytes(path);
+    SetWordAt(vFile, FindBox(vFile, "moov/trak/mdia/mdhd").m_uiPayload + 12, g_uiCrowdTimescale);
+    WriteBytes(path, vFile);
+}
+
 // An open file with its buffer.
 class Reader
 {
 public:
-    Reader(const ModuleHost& host, const std::filesystem::path& path) : m_file(host.OpenInput(path))
+    Reader(const ModuleHost& host, const std::filesystem::path& path, std::uint32_t uiFrames)
+        : m_file(host.OpenInput(path))
     {
         SQmImageAttributes attributes;
         Check(m_file->GetImageAttributes(&attributes) == QM_OK, "the file doesn't open");
-        Check(attributes.m_uiSequenceCount == g_uiFrames, "wrong number of frames");
+        Check(attributes.m_uiSequenceCount == uiFrames, "wrong number of frames");
         m_vBuffer.resize(std::size_t{attributes.m_uiWidthBytes} * attributes.m_uiHeight);
     }
     void Read(std::uint32_t uiFrame)
@@ -111,7 +128,7 @@ try
         "all frames in order, open to close", g_nRounds,
         [&] {
             return bench::SecondsOf([&] {
-                Reader reader(host, path);
+                Reader reader(host, path, g_uiFrames);
                 for (std::uint32_t ui = 0; ui < g_uiFrames; ++ui)
                     reader.Read(ui);
             });
@@ -121,7 +138,7 @@ try
             return bench::SecondsOf([&] { RunFfmpeg("-i " + Quoted(path) + " -pix_fmt bgr24 -f rawvideo /dev/null"); });
         });
 
-    Reader reader(host, path);
+    Reader reader(host, path, g_uiFrames);
     Ffms2Reader peer(path);
     unsigned int uiOurSeed = 1;
     unsigned int uiPeerSeed = 1;
@@ -140,6 +157,24 @@ try
             return bench::SecondsOf([&] {
                 for (const std::uint32_t ui : vFrames)
                     peer.Read(ui);
+            });
+        });
+
+    const auto pathCrowded = dir / "crowded.mp4";
+    MakeCrowdedVideo(pathCrowded);
+    bench::Compare(
+        "frame " + std::to_string(g_uiInCrowd) + " of a millisecond", g_nRounds,
+        [&] {
+            return bench::SecondsOf([&] {
+                Reader crowded(host, pathCrowded, g_uiCrowd);
+                crowded.Read(g_uiInCrowd);
+            });
+        },
+        "ffmpeg up to it",
+        [&] {
+            return bench::SecondsOf([&] {
+                RunFfmpeg("-i " + Quoted(pathCrowded) + " -frames:v " + std::to_string(g_uiInCrowd + 1) +
+                          " -fps_mode passthrough -pix_fmt bgr24 -f rawvideo /dev/null");
             });
         });
     return EXIT_SUCCESS;

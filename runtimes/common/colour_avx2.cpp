@@ -1,7 +1,7 @@
 // Sixteen pixels of two rows at a time. The steps are those of colour_sse2.cpp, on both halves of a register; what
 // packing leaves in turns of halves is put in order once at the end.
 //
-// The only source that is compiled for AVX2: it must hold nothing that another processor might run.
+// Compiled for AVX2: it must hold nothing that another processor might run.
 #include <immintrin.h>
 
 #include "runtimes/common/colour.h"

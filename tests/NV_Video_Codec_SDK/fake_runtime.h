@@ -50,7 +50,7 @@ public:
     // --- what it saw
     std::vector<std::string> m_vCalls;  // every call, in order
     int Count(const std::string& strEntry) const;
-    // The calls that aren't queries, from a position in m_vCalls on.
+    // The calls from a position in m_vCalls on.
     std::vector<std::string> CallsFrom(std::size_t uiPosition) const;
 
     std::vector<NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS> m_vOpened;

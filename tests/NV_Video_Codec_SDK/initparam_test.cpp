@@ -146,7 +146,7 @@ TEST_F(InitParamTest, ACodecsValueIsNeverReadAsAnOption)
     EXPECT_NO_THROW(Apply("-codec -what -preset -ever"));
 }
 
-TEST_F(InitParamTest, LowLatencyKnowsOnlyItsOwnPresetsAndEndsWithTheDefaultOfThem)
+TEST_F(InitParamTest, WithLowLatencyEveryPresetEndsAsTheDefaultOfThose)
 {
     for (const char* pszOptions : {"", "-preset hq", "-preset ll_hp", "-preset ll_hq"})
     {

@@ -186,7 +186,7 @@ TEST_F(WrittenFile, OfTimesThatRunBackwardsHoldsNegativeDistances)
     EXPECT_EQ(ReadMuxedFile(ReadBytes(path)).m_moov.m_vDeltas.at(1), 0xFFFFFE0CU);  // -500
 }
 
-TEST_F(WrittenFile, OfEqualTimesHoldsDistancesOfNought)
+TEST_F(WrittenFile, OfEqualTimesHoldsDistancesOfZero)
 {
     const std::filesystem::path path = m_dir / "written.mp4";
     const std::vector<double> vTimes = {0.0, 0.0, 0.0, 0.0, 0.0};

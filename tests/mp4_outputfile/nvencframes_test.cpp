@@ -377,6 +377,36 @@ TEST_F(NvencFramesTest, WithoutMemoryForTheEncoderTheFirstFrameFails)
     EXPECT_THAT(m_runtime.m_vCalls, IsEmpty());
 }
 
+// Only rows that the host's picture doesn't hold need memory of their own.
+TEST_F(NvencFramesTest, WithoutMemoryForARowTheSurfaceIsUnlockedAndTheFileEnds)
+{
+    const OutputPtr pFile = MakeFile(63, 47);
+    m_vPixels = Bytes(192 * 47, 0x80);
+    ASSERT_EQ(WriteAt(*pFile, 0.0), QM_OK);
+    const std::size_t uiBefore = m_d3d.m_vCalls.size();
+    {
+        const CShortMemory memory(64 * 3, 64 * 3);
+        EXPECT_EQ(WriteAt(*pFile, 10.0), QM_ERR_FAIL);
+        EXPECT_EQ(memory.GetRefused(), 1U);
+    }
+    const auto itCalls = m_d3d.m_vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore);
+    EXPECT_THAT(std::vector<std::string>(itCalls, m_d3d.m_vCalls.end()),
+                ElementsAre(testing::StartsWith("LockRect"), testing::StartsWith("UnlockRect")));
+    EXPECT_EQ(WriteAt(*pFile, 20.0), QM_ERR_FAIL);
+}
+
+TEST_F(NvencFramesTest, WithoutMemoryForAFirstFramesTimeTheObjectIsAtItsEnd)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    {
+        const CShortMemory memory(1'000'000, 1'100'000);  // a block of the list of times
+        EXPECT_EQ(WriteAt(*pFile, 5.0), QM_ERR_FAIL);
+        EXPECT_EQ(memory.GetRefused(), 1U);
+    }
+    EXPECT_EQ(WriteAt(*pFile, 15.0), QM_ERR_FAIL);
+    EXPECT_THAT(m_runtime.m_vCalls, IsEmpty());
+}
+
 TEST_F(NvencFramesTest, WithoutMemoryForAPacketTheFileEndsThereUnfinished)
 {
     {

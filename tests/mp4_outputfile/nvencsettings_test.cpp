@@ -82,7 +82,7 @@ TEST_F(NvencSettingsTest, ARuntimeWithoutPresetListsWillDo)
 
 // --- the settings in the diagnostics
 
-TEST_F(NvencSettingsTest, TheSettingsAreToldInOneTextBeforeTheEncoderIsMade)
+TEST_F(NvencSettingsTest, TheSettingsAreReportedInOneTextBeforeTheEncoderIsMade)
 {
     m_runtime.Fail("nvEncInitializeEncoder", 1, NV_ENC_ERR_INVALID_PARAM);
     const OutputPtr pFile = MakeFile(64, 48);

@@ -2,19 +2,25 @@
 
 #include <mfapi.h>
 
+#include "common/criticalsection.h"
+
 namespace
 {
 
 // The interface generation that the module is written against, as MFStartup takes it.
 constexpr ULONG MEDIA_FOUNDATION_VERSION = 0x20070;
 
-std::atomic<std::uint32_t> g_nRuntimeHolds{0};
-std::atomic<bool> g_bRuntimeEnds{false};  // the last format object is gone; the last hold ends the runtimes
+// Guards the two below, and is held while the runtimes start or end: a hold may end them on one thread while another
+// makes a format object.
+CCriticalSection g_csRuntime;
+std::uint32_t g_nRuntimeHolds = 0;
+bool g_bRuntimeEnds = false;  // the last format object is gone; the last hold ends the runtimes
 
-// Of a format object and a hold that end at the same time, one sees the other's work, and only one gets the flag.
+// Under the lock.
 void EndRuntimeWithoutHolds()
 {
-    if (g_nRuntimeHolds != 0 || !g_bRuntimeEnds.exchange(false)) return;
+    if (g_nRuntimeHolds != 0 || !g_bRuntimeEnds) return;
+    g_bRuntimeEnds = false;
     MFShutdown();
     g_AMFFactory.Terminate();
 }
@@ -29,18 +35,20 @@ std::atomic<std::uint32_t> g_uiInputFileCount{0};
 
 void StartModuleRuntime()
 {
-    // Where a hold kept the runtimes, they go on.
-    if (g_nFormatObjects == 0 && !g_bRuntimeEnds.exchange(false))
+    const CSectionLock lock(g_csRuntime.Get());
+    if (g_nFormatObjects == 0 && !g_bRuntimeEnds)
     {
         // Not examined: without Media Foundation the tables still answer, and the first graph fails.
         MFStartup(MEDIA_FOUNDATION_VERSION, 0);
         g_nAmfInitResult = g_AMFFactory.Init();
     }
+    g_bRuntimeEnds = false;  // what a hold has kept is used again
     ++g_nFormatObjects;
 }
 
 void StopModuleRuntime()
 {
+    const CSectionLock lock(g_csRuntime.Get());
     const std::int32_t nObjects = g_nFormatObjects;
     if (nObjects < 0) return;
     if (nObjects > 0) g_nFormatObjects = nObjects - 1;
@@ -55,11 +63,13 @@ void StopModuleRuntime()
 
 CModuleRuntimeHold::CModuleRuntimeHold()
 {
+    const CSectionLock lock(g_csRuntime.Get());
     ++g_nRuntimeHolds;
 }
 
 CModuleRuntimeHold::~CModuleRuntimeHold()
 {
+    const CSectionLock lock(g_csRuntime.Get());
     --g_nRuntimeHolds;
     EndRuntimeWithoutHolds();
 }

@@ -1,5 +1,5 @@
-// What the module holds once per process: plain values, changed by the one thread on which the host constructs and
-// destroys format objects.
+// What the module holds once per process. The host constructs and destroys format objects on one thread, which alone
+// reads and changes the plain values.
 #pragma once
 
 #include <atomic>
@@ -19,7 +19,7 @@ extern AMFFactoryHelper g_AMFFactory;
 extern std::atomic<std::uint32_t> g_uiInputFileCount;
 
 // Counts a format object in. The first one starts Media Foundation and loads the AMF runtime; neither's failure is
-// one here: whoever needs them finds out and reports.
+// one here: a graph or an encoder that needs them fails then.
 void StartModuleRuntime();
 
 // Counts a format object out. The last one shuts down what the first one started, as soon as no hold is left.

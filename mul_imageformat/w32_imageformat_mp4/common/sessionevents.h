@@ -18,8 +18,8 @@ public:
     CSessionEvents& operator=(const CSessionEvents&) = delete;
 
     // Waits for the next event. S_OK with its type and status; S_FALSE when none came within dwLimit milliseconds, or
-    // before hWake, which may be null, was signalled. Else the call that failed: MF_E_SHUTDOWN after the session's
-    // shutdown.
+    // before hWake, which may be null, was signalled, or when the wait isn't possible. Else the call that failed:
+    // MF_E_SHUTDOWN after the session's shutdown.
     HRESULT Take(DWORD dwLimit, HANDLE hWake, MediaEventType* peType, HRESULT* phrStatus);
 
 private:

@@ -74,8 +74,7 @@ IQmImageFormat* CQmMP4OutputFile::GetFormat()
 
 // --- what the host says about the pictures ---
 
-// The reference that GetFormat adds here is never given back: hosts have come to rely on it that the format object of
-// a file that they wrote stays.
+// The reference that GetFormat adds here is never given back: a host that was written for that releases it itself.
 QmStatus CQmMP4OutputFile::SetImageAttributes(const SQmImageAttributes* pAttributes)
 {
     if (GetFormat() == nullptr || pAttributes == nullptr) return QM_ERR_FAIL;
@@ -125,6 +124,7 @@ QmStatus CQmMP4OutputFile::WriteNextFrame(const void* pPixels)
 
 QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels, void* /*pPass1*/, void* /*pPass2*/)
 {
+    const std::size_t uiTimes = m_times.m_vecFrameTimes.size();
     try
     {
         ApplyFrameTimeRule(m_times);  // for every frame, also one that fails below
@@ -132,7 +132,9 @@ QmStatus CQmMP4OutputFile::WriteFrame(std::uint32_t uiIndex, const void* pPixels
     }
     catch (const std::bad_alloc&)
     {
-        if (m_eState == EState::Writing)
+        // A frame without an entry in the list would shift the times of all later ones.
+        const bool bNoTime = m_times.m_vecFrameTimes.size() == uiTimes;
+        if (m_eState == EState::Writing || (m_eState == EState::Waiting && bNoTime))
         {
             m_eState = EState::Lost;
             m_muxedFile.Abandon();

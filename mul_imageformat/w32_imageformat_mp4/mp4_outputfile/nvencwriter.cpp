@@ -18,8 +18,8 @@ const GUID g_guidPreset = NV_ENC_PRESET_LOW_LATENCY_HQ_GUID;
 // Quality is constant, no bit rate is aimed at.
 constexpr NV_ENC_QP g_constantQp{24, 28, 21};  // P, B, I
 
-// The line that a text of the diagnostics gives as its place. Hosts sort and filter by these numbers, so they stay as
-// they are while the code around them moves.
+// The line that a text of the diagnostics gives as its place. The numbers are part of the text's
+// interface and stay as they are while the code around them moves.
 enum EDiagnosticsLine : int
 {
     LINE_END_ENCODE = 241,
@@ -177,7 +177,15 @@ HRESULT CNvencWriter::FillNextInputFrame(const SHostPicture& picture)
     D3DLOCKED_RECT locked{};
     pSurface->LockRect(&locked, nullptr, 0);
     if (locked.pBits == nullptr) return E_FAIL;  // a lock that failed gives no place to write to
-    WidenHostPicture(locked.pBits, locked.Pitch, picture, m_uiWidth, m_uiHeight);
+    try
+    {
+        WidenHostPicture(locked.pBits, locked.Pitch, picture, m_uiWidth, m_uiHeight);
+    }
+    catch (const std::bad_alloc&)
+    {
+        pSurface->UnlockRect();  // a surface that stays locked is never released
+        throw;
+    }
     pSurface->UnlockRect();
     return S_OK;
 }

@@ -274,12 +274,12 @@ TEST(Mp4FileWriter, OfMoreThan4GiBHasItsLengthsInPlaceAndKeepsTheLow32BitsOfItsS
     grow(Join({g_vStart4, g_vSps, g_vStart4, g_vPps, g_vStart4, Nal(0x65, 10)}));
     grow(Join({g_vStart4, Nal(0x41, 10)}));
     grow(Join({g_vStart4, Nal(0x41, 10)}));
-    const Bytes vBehind = Nal(0x41, 33);
-    muxer.Log(Join({g_vStart4, vBehind}));
+    const Bytes vAfter = Nal(0x41, 33);
+    muxer.Log(Join({g_vStart4, vAfter}));
     muxer.Log(Join({g_vStart3, Nal(0x65, 12), g_vStart3, Nal(0x65, 13)}));
-    const std::uint64_t uiBehind = 3 * uiHole + 10 + 8 + 14 + 14 + 14;
-    const std::uint64_t uiMdat = uiBehind + 37 + 16 + 17;
-    ASSERT_GT(uiBehind, std::uint64_t{1} << 32);
+    const std::uint64_t uiAfter = 3 * uiHole + 10 + 8 + 14 + 14 + 14;
+    const std::uint64_t uiMdat = uiAfter + 37 + 16 + 17;
+    ASSERT_GT(uiAfter, std::uint64_t{1} << 32);
     EXPECT_EQ(muxer.m_log.m_nMdatBytes, uiMdat);
     muxer.Close({0.0, 10.0, 20.0, 30.0, 40.0});
 
@@ -297,7 +297,7 @@ TEST(Mp4FileWriter, OfMoreThan4GiBHasItsLengthsInPlaceAndKeepsTheLow32BitsOfItsS
     EXPECT_EQ(read(48 + 18, 5), Join({Bytes32(uiHole + 10), {0x65}}));
     EXPECT_EQ(read(48 + 32 + uiHole, 5), Join({Bytes32(uiHole + 10), {0x41}}));
     EXPECT_EQ(read(48 + 46 + 2 * uiHole, 5), Join({Bytes32(uiHole + 10), {0x41}}));
-    EXPECT_EQ(read(48 + uiBehind, 70), Join({Prefixed(vBehind), Prefixed(Nal(0x65, 12)), Prefixed(Nal(0x65, 13))}));
+    EXPECT_EQ(read(48 + uiAfter, 70), Join({Prefixed(vAfter), Prefixed(Nal(0x65, 12)), Prefixed(Nal(0x65, 13))}));
 
     const std::uint64_t uiSize = std::filesystem::file_size(muxer.m_target.Path());
     const SMuxedMoov moov = ReadMoov(read(48 + uiMdat, uiSize - 48 - uiMdat));

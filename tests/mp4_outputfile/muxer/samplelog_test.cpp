@@ -226,7 +226,7 @@ TEST(AmfPacket, OnlyTheDelimiterIsTheSignOfAKey)
     // Further back in the buffer it is no sign of a key.
     logs.Add(Join({g_vStart4, Nal(0x06, 5), g_vStart4, g_vDelimiter, g_vStart4, Nal(0x65, 30)}));
     EXPECT_TRUE(logs.m_log.m_vecKeySamples.empty());
-    // In front of other bytes it does.
+    // After bytes that belong to no NAL it is one.
     logs.Add(Join({{7, 7}, g_vStart4, g_vDelimiter, g_vStart4, Nal(0x41, 30)}));
     EXPECT_EQ(ToVector(logs.m_log.m_vecKeySamples), Numbers{4});
 }

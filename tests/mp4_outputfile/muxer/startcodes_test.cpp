@@ -89,7 +89,7 @@ TEST(NormalizeStartCodes, APacketOfThreeBytesMayBeACodeAlone)
     EXPECT_EQ(Normalize({0, 0, 1}), (SNormalized{{0, 0, 0, 1}, {0}}));
 }
 
-TEST(NormalizeStartCodes, CodesRightBehindOneAnother)
+TEST(NormalizeStartCodes, CodesWithNothingBetweenThem)
 {
     EXPECT_EQ(Normalize({0, 0, 1, 0, 0, 1, 0, 0, 0, 1, 5}),
               (SNormalized{{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 5}, {0, 4, 8}}));

@@ -36,7 +36,7 @@ TEST_F(NvencRuntime, RefusesATableWithAnotherVersionWord)
     EXPECT_EQ(m_runtime.createInstance(nullptr), NV_ENC_ERR_INVALID_PTR);
 }
 
-TEST_F(NvencRuntime, SaysOfWhatItHasNoUseForThatItIsntThere)
+TEST_F(NvencRuntime, EntriesWithoutAUseHereAreUnimplemented)
 {
     const OpenSession session;
     void* const p = session.Handle();

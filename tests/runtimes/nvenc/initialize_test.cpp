@@ -177,7 +177,7 @@ TEST_F(NvencRuntime, UnknownModesAreInvalid)
     EXPECT_EQ(InitializeWith([](SessionSetup& s) { s.H264().chromaFormatIDC = 2; }), NV_ENC_ERR_INVALID_PARAM);
 }
 
-TEST_F(NvencRuntime, WhatThisEncoderHasntIsUnsupported)
+TEST_F(NvencRuntime, WhatThisEncoderLacksIsUnsupported)
 {
     const std::function<void(SessionSetup&)> changes[] = {
         [](SessionSetup& s) { s.params.enableSubFrameWrite = 1; },
@@ -210,7 +210,7 @@ TEST_F(NvencRuntime, WhatThisEncoderHasntIsUnsupported)
     }
 }
 
-TEST_F(NvencRuntime, AProfileIsntAskedForWhatItHasnt)
+TEST_F(NvencRuntime, AProfileIsntAskedForWhatItLacks)
 {
     EXPECT_EQ(InitializeWith([](SessionSetup& s) {
                   s.config.profileGUID = NV_ENC_H264_PROFILE_BASELINE_GUID;

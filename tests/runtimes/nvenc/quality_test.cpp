@@ -80,7 +80,7 @@ TEST_F(NvencRuntime, AFinerQuantiserIsNearerAndLonger)
               Psnr(original, DecodeWithFfmpeg(coarse, c_uiWidth, c_uiHeight).at(2)) + 3);
 }
 
-TEST_F(NvencRuntime, AQuantiserOfNoughtIsntLosslessCodingUnlessThatIsAskedFor)
+TEST_F(NvencRuntime, AQuantiserOfZeroIsntLosslessCodingUnlessThatIsAskedFor)
 {
     SessionSetup setup(c_uiWidth, c_uiHeight);
     UseQuantisers(setup, 0, 0, 0);

@@ -186,7 +186,7 @@ TEST_F(NvencRuntime, AnEndlessGroupHasOneKeyPicture)
     EXPECT_EQ(nKeys, 1);
 }
 
-TEST_F(NvencRuntime, KeyPicturesOnlyWhenTheIntervalIsNought)
+TEST_F(NvencRuntime, KeyPicturesOnlyWhenTheIntervalIsZero)
 {
     SessionSetup setup(c_uiWidth, c_uiHeight);
     setup.config.frameIntervalP = 0;

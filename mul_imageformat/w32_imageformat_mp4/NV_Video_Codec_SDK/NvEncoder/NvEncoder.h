@@ -27,7 +27,8 @@ struct NvEncInputFrame
 // frame n and packet n share slot n modulo ring size. EncodeFrame takes the packet of the frame that was sent one slot
 // less than a ring earlier, never the latest. A slot is in flight from the sending of its frame until its packet was
 // taken; its surface is free to be written after that. A packet that couldn't be taken keeps its slot in flight, and
-// when the ring has no other, frames are refused. A frame that the encoder refused isn't in flight: its slot stays
+// frames are refused until EndEncode takes it: it is not read again before, since a buffer that was unlocked once has
+// no packet any more. A frame that the encoder refused isn't in flight: its slot stays
 // mapped, and the next frame takes it.
 //
 // Order of calls: constructor, CreateDefaultEncoderParams, CreateEncoder once, then GetNextInputFrame and EncodeFrame

@@ -24,7 +24,7 @@ bool NvEncoder::IsReadyForFrames() const
 }
 
 // Throws on behalf of pszFunction if the ring has no slot to give. A packet that couldn't be taken keeps its slot in
-// flight, and the frames after it go round the ring up to that slot.
+// flight. When it is due, all other slots are in flight too, so no frame can follow until the stream's end takes it.
 std::int32_t NvEncoder::GetNextSlot(const char* pszFunction) const
 {
     if (!IsReadyForFrames())

@@ -67,7 +67,7 @@ std::uint32_t AppendPps(CGrowingBox& box, const CQmByteArray& baFirstPacket, std
         box.Append(eLayout == EPacketLayout::Nvenc ? g_abNvencPps : g_abAmfPps, sizeof g_abNvencPps);
         return sizeof g_abNvencPps;
     }
-    // The PPS is followed by a zero byte, which its length counts: files have always been written so.
+    // The PPS is followed by a zero byte, which its length counts. Readers take it as trailing zero bytes.
     box.Append8(1);
     box.Append16(static_cast<std::uint16_t>(uiSize + 1));
     box.Append(packet.At(uiOffset) + 4, uiSize);

@@ -24,8 +24,9 @@ public:
     CMp4FileWriter(const CMp4FileWriter&) = delete;
     CMp4FileWriter& operator=(const CMp4FileWriter&) = delete;
 
-    // Replaces the file and writes what comes before the first sample. A file that can't be opened is no failure: its
-    // packets are logged and nothing is written. Of width and height, in pixels as encoded, the low 16 bits count.
+    // Once: an object writes one file. Replaces the file and writes what comes before the first sample. A file that
+    // can't be opened is no failure: its packets are logged and nothing is written. Of width and height, in pixels as
+    // encoded, the low 16 bits count.
     void Open(const CQmStringW& strPath, EPacketLayout eLayout, std::uint32_t uiWidth, std::uint32_t uiHeight);
     bool IsOpen() const { return m_file.IsOpen(); }
 

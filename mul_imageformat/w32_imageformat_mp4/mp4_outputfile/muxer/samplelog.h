@@ -21,7 +21,7 @@ inline constexpr std::uint32_t g_uiNoPpsOffset = 0xFFFFFFFFU;  // no PPS was see
 //                      Nvenc                                    Amf
 // first NAL            the SPS                                  an access unit delimiter of 6 bytes, then the SPS
 // start codes          3 or 4 bytes, rewritten to 4             4 bytes, data untouched
-// sign of a key        any NAL that begins with 65              the packet begins with the delimiter 09 10
+// sign of a key        any NAL that begins with 65              the first NAL is the delimiter 09 10
 // number of a key      samples count from 0; once for each 65   samples count from 1
 enum class EPacketLayout
 {
