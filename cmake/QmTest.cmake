@@ -1,9 +1,9 @@
 # qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds])
 #
 # One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
-# entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry. A start costs a tenth of a second of processor time under a sanitizer and a second under Wine,
-# for each of some thousand cases. In the Windows build a program that needs Media Foundation is built but not run:
-# Wine's is not the system's.
+# entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
+# processor time under a sanitizer and a second under Wine, for each of some thousand cases. In the Windows build a
+# program that needs Media Foundation is built but not run: Wine's is not the system's.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")
@@ -23,8 +23,9 @@ function(qm_add_test name)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_tools GTest::gmock GTest::gmock_main GTest::gtest)
-    # Compiling the tests takes most of a build's time. What they measure is the code under test, which is optimised fully.
-    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+    # Compiling the tests takes most of a build's time, and less of it the less they are optimised themselves. The code
+    # under test is optimised in any case.
+    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:${QM_TEST_OPTIMIZATION}>)
     if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
         return()
     endif()
