@@ -23,9 +23,12 @@ function(qm_add_test name)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_tools GTest::gmock GTest::gmock_main GTest::gtest)
-    # Compiling the tests takes most of a build's time, and less of it the less they are optimised themselves. The code
-    # under test is optimised in any case.
+    # Compiling the tests takes most of a build's time, and less of it the less they are optimised and checked
+    # themselves. The code under test has both in any case.
     target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:${QM_TEST_OPTIMIZATION}>)
+    if(QM_SANITIZE MATCHES "undefined")
+        target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
+    endif()
     if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
         return()
     endif()
