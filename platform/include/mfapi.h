@@ -18,6 +18,16 @@ STDAPI MFShutdown();
 STDAPI MFCreateAttributes(IMFAttributes** ppMFAttributes, UINT32 cInitialSize);
 STDAPI MFCreateMediaType(IMFMediaType** ppMFType);
 
+// The content of a new buffer is undefined.
+STDAPI MFCreateMemoryBuffer(DWORD cbMaxLength, IMFMediaBuffer** ppBuffer);
+STDAPI MFCreateSample(IMFSample** ppIMFSample);
+
+// UINT32: 1 on the first sample after a gap.
+DEFINE_GUID(MFSampleExtension_Discontinuity, 0x9cdf01d9, 0xa0f0, 0x43ba, 0xb0, 0x77, 0xea, 0xa0, 0x6c, 0xbd, 0x72,
+            0x8a);
+// IUnknown: the token of the request that a stream made the sample for.
+DEFINE_GUID(MFSampleExtension_Token, 0x8294da66, 0xf328, 0x4805, 0xb5, 0x51, 0x00, 0xde, 0xb4, 0xc5, 0x7a, 0x61);
+
 enum MF_TOPOSTATUS
 {
     MF_TOPOSTATUS_INVALID = 0,

@@ -1,4 +1,4 @@
-// Media Foundation's basic interfaces: attributes, media types, events, activation objects.
+// Media Foundation's basic interfaces: attributes, media types, samples, events, activation objects.
 #pragma once
 
 #include "propidl.h"
@@ -89,6 +89,41 @@ struct IMFMediaType : public IMFAttributes
 };
 PLATFORM_INTERFACE_IID(IMFMediaType);
 
+DEFINE_GUID(IID_IMFMediaBuffer, 0x045fa593, 0x8799, 0x42b8, 0xbc, 0x8d, 0x89, 0x68, 0xc6, 0x45, 0x35, 0x07);
+// A block of memory and the number of its bytes in use, which is 0 at first. The memory may be used between Lock and
+// Unlock. SetCurrentLength refuses more than the block holds with E_INVALIDARG. Lengths are in bytes.
+struct IMFMediaBuffer : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE Lock(BYTE** ppbBuffer, DWORD* pcbMaxLength, DWORD* pcbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Unlock() = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetCurrentLength(DWORD* pcbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetCurrentLength(DWORD cbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetMaxLength(DWORD* pcbMaxLength) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaBuffer);
+
+DEFINE_GUID(IID_IMFSample, 0xc40a00f2, 0xb93a, 0x4d80, 0xae, 0x8c, 0x5a, 0x1c, 0x63, 0x4f, 0x58, 0xe4);
+// A list of buffers with a time and a duration in 100 ns, which a new sample hasn't got: MF_E_NO_SAMPLE_TIMESTAMP,
+// MF_E_NO_SAMPLE_DURATION. ConvertToContiguousBuffer leaves the sample with one buffer: E_UNEXPECTED without any.
+struct IMFSample : public IMFAttributes
+{
+    virtual HRESULT STDMETHODCALLTYPE GetSampleFlags(DWORD* pdwSampleFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleFlags(DWORD dwSampleFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetSampleTime(LONGLONG* phnsSampleTime) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleTime(LONGLONG hnsSampleTime) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetSampleDuration(LONGLONG* phnsSampleDuration) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleDuration(LONGLONG hnsSampleDuration) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBufferCount(DWORD* pdwBufferCount) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBufferByIndex(DWORD dwIndex, IMFMediaBuffer** ppBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ConvertToContiguousBuffer(IMFMediaBuffer** ppBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE AddBuffer(IMFMediaBuffer* pBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RemoveBufferByIndex(DWORD dwIndex) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RemoveAllBuffers() = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetTotalLength(DWORD* pcbTotalLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CopyToBuffer(IMFMediaBuffer* pBuffer) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFSample);
+
 DEFINE_GUID(IID_IMFAsyncResult, 0xac6b7889, 0x0740, 0x4d51, 0x86, 0x19, 0x90, 0x59, 0x94, 0xa5, 0x5c, 0xc6);
 struct IMFAsyncResult : public IUnknown
 {
@@ -165,10 +200,10 @@ PLATFORM_INTERFACE_IID(IMFMediaEvent);
 #define MF_EVENT_FLAG_NO_WAIT 0x00000001
 
 DEFINE_GUID(IID_IMFMediaEventGenerator, 0x2cd0bd52, 0xbcd5, 0x4b89, 0xb6, 0x2c, 0xea, 0xdc, 0x0c, 0x03, 0x1e, 0x7d);
-// GetEvent waits for an event, or with MF_EVENT_FLAG_NO_WAIT returns MF_E_NO_EVENTS_AVAILABLE instead. BeginGetEvent has
-// the callback invoked once, on another thread, when there is an event, which EndGetEvent then takes; from the one to
-// the other GetEvent returns MF_E_MULTIPLE_SUBSCRIBERS. After the generator's shut-down every waiting and every later
-// call returns MF_E_SHUTDOWN, and a callback that waits is invoked.
+// GetEvent waits for an event, or with MF_EVENT_FLAG_NO_WAIT returns MF_E_NO_EVENTS_AVAILABLE instead. BeginGetEvent
+// has the callback invoked once, on another thread, when there is an event, which EndGetEvent then takes; from the one
+// to the other GetEvent returns MF_E_MULTIPLE_SUBSCRIBERS. After the generator's shut-down every waiting and every
+// later call returns MF_E_SHUTDOWN, and a callback that waits is invoked.
 struct IMFMediaEventGenerator : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;

@@ -52,6 +52,12 @@ TEST(MediaHeaders, OperationsStandWhereWindowsHasThem)
     EXPECT_EQ(SlotOf(&IMFMediaType::GetMajorType), 33);
     EXPECT_EQ(SlotOf(&IMFMediaType::GetRepresentation), 36);
     EXPECT_EQ(SlotOf(&IMFMediaType::FreeRepresentation), 37);
+    EXPECT_EQ(SlotOf(&IMFMediaBuffer::Lock), 3);
+    EXPECT_EQ(SlotOf(&IMFMediaBuffer::GetMaxLength), 7);
+    EXPECT_EQ(SlotOf(&IMFSample::GetSampleFlags), 33);
+    EXPECT_EQ(SlotOf(&IMFSample::SetSampleDuration), 38);
+    EXPECT_EQ(SlotOf(&IMFSample::ConvertToContiguousBuffer), 41);
+    EXPECT_EQ(SlotOf(&IMFSample::CopyToBuffer), 46);
     EXPECT_EQ(SlotOf(&IMFMediaEvent::GetType), 33);
     EXPECT_EQ(SlotOf(&IMFMediaEvent::GetStatus), 35);
     EXPECT_EQ(SlotOf(&IMFMediaEventGenerator::GetEvent), 3);
