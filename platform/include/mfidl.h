@@ -113,6 +113,17 @@ struct IMFMediaSource : public IMFMediaEventGenerator
 };
 PLATFORM_INTERFACE_IID(IMFMediaSource);
 
+DEFINE_GUID(IID_IMFMediaStream, 0xd182108f, 0x4ec6, 0x443f, 0xaa, 0x42, 0xa7, 0x11, 0x06, 0xec, 0x82, 0x5f);
+// One stream of a source. Each RequestSample asks for one sample, which comes as an event; its token, which may be
+// null, is an attribute of that sample.
+struct IMFMediaStream : public IMFMediaEventGenerator
+{
+    virtual HRESULT STDMETHODCALLTYPE GetMediaSource(IMFMediaSource** ppMediaSource) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStreamDescriptor(IMFStreamDescriptor** ppStreamDescriptor) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RequestSample(IUnknown* pToken) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaStream);
+
 using TOPOID = UINT64;
 
 enum MF_TOPOLOGY_TYPE : unsigned int

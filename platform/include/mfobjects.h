@@ -214,6 +214,24 @@ struct IMFMediaEventGenerator : public IUnknown
 };
 PLATFORM_INTERFACE_IID(IMFMediaEventGenerator);
 
+DEFINE_GUID(IID_IMFMediaEventQueue, 0x36f846fc, 0x2256, 0x48b6, 0xb5, 0x8e, 0xe2, 0xb6, 0x38, 0x31, 0x65, 0x81);
+// The events of a generator that is written against these interfaces: it passes its own operations on to the queue.
+// Shutdown ends waits and invokes a callback that waits. It doesn't wait for callbacks, so a caller may hold locks that
+// they take.
+struct IMFMediaEventQueue : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEvent(IMFMediaEvent* pEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEventParamVar(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
+                                                         const PROPVARIANT* pvValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEventParamUnk(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
+                                                         IUnknown* pUnk) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Shutdown() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaEventQueue);
+
 DEFINE_GUID(IID_IMFActivate, 0x7fee9e9a, 0x4a89, 0x47a6, 0x89, 0x9c, 0xb6, 0xa5, 0x3a, 0x70, 0xfb, 0x67);
 // An object that makes another one when it is needed. ActivateObject gives the same object until it is shut down or
 // detached.
