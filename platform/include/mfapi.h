@@ -18,6 +18,14 @@ STDAPI MFShutdown();
 STDAPI MFCreateAttributes(IMFAttributes** ppMFAttributes, UINT32 cInitialSize);
 STDAPI MFCreateMediaType(IMFMediaType** ppMFType);
 
+struct tagVIDEOINFOHEADER2;
+using VIDEOINFOHEADER2 = tagVIDEOINFOHEADER2;
+// Sets the attributes of uncompressed video that the header gives. pSubtype may be null: the compression's code is the
+// subtype then. The rectangles are not looked at. cbBufSize is the size of the block in bytes, E_INVALIDARG if the
+// header doesn't fit into it. MF_E_INVALIDMEDIATYPE without a size.
+STDAPI MFInitMediaTypeFromVideoInfoHeader2(IMFMediaType* pMFType, const VIDEOINFOHEADER2* pVIH2, UINT32 cbBufSize,
+                                           const GUID* pSubtype = nullptr);
+
 // The content of a new buffer is undefined.
 STDAPI MFCreateMemoryBuffer(DWORD cbMaxLength, IMFMediaBuffer** ppBuffer);
 STDAPI MFCreateSample(IMFSample** ppIMFSample);

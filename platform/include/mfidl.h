@@ -54,7 +54,8 @@ struct IMFSourceResolver : public IUnknown
 PLATFORM_INTERFACE_IID(IMFSourceResolver);
 
 DEFINE_GUID(IID_IMFMediaTypeHandler, 0xe93dcf6c, 0x4b07, 0x4e1e, 0x81, 0x23, 0xaa, 0x16, 0xed, 0x6e, 0xad, 0xf5);
-// The media types a stream can have, best first.
+// The media types a stream can have, best first. A new handler has no current type: MF_E_NOT_INITIALIZED. One of a
+// file's stream has its only type.
 struct IMFMediaTypeHandler : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE IsMediaTypeSupported(IMFMediaType* pMediaType, IMFMediaType** ppMediaType) = 0;
@@ -78,7 +79,8 @@ PLATFORM_INTERFACE_IID(IMFStreamDescriptor);
 DEFINE_GUID(MF_PD_DURATION, 0x6c990d33, 0xbb8e, 0x477a, 0x85, 0x98, 0x0d, 0x5d, 0x96, 0xfc, 0xd8, 0x8a);
 
 DEFINE_GUID(IID_IMFPresentationDescriptor, 0x03cb2711, 0x24d7, 0x4db6, 0xa1, 0x7f, 0xf3, 0xa7, 0xa4, 0x79, 0xa5, 0x36);
-// The streams of a source and which of them are to be played. All are selected at first.
+// The streams of a source and which of them are to be played. A new descriptor has none of them selected; that of a
+// file has all. A clone has the same stream descriptors and a selection of its own.
 struct IMFPresentationDescriptor : public IMFAttributes
 {
     virtual HRESULT STDMETHODCALLTYPE GetStreamDescriptorCount(DWORD* pdwDescriptorCount) = 0;
@@ -265,6 +267,11 @@ struct IMFRateControl : public IUnknown
 };
 PLATFORM_INTERFACE_IID(IMFRateControl);
 
+// Takes a reference on each of the types, of which there must be one at least.
+STDAPI MFCreateStreamDescriptor(DWORD dwStreamIdentifier, DWORD cMediaTypes, IMFMediaType** apMediaTypes,
+                                IMFStreamDescriptor** ppDescriptor);
+STDAPI MFCreatePresentationDescriptor(DWORD cStreamDescriptors, IMFStreamDescriptor** apStreamDescriptors,
+                                      IMFPresentationDescriptor** ppPresentationDescriptor);
 STDAPI MFCreateSourceResolver(IMFSourceResolver** ppISourceResolver);
 STDAPI MFCreateMediaSession(IMFAttributes* pConfiguration, IMFMediaSession** ppMediaSession);
 STDAPI MFCreateTopology(IMFTopology** ppTopo);
