@@ -289,7 +289,7 @@ TEST_F(SourceEvents, AnOwnerThatGivesUpDuringARequestIsSeenByTheNextOne)
         return S_OK;
     });
     EXPECT_EQ(Request(1), S_OK);
-    EXPECT_TRUE(m_owner.IsReady());
+    ASSERT_TRUE(m_owner.IsReady());
     EXPECT_THAT(CEventRecord::Take(), ElementsAre("stream 213 sample 0+10000"));
     EXPECT_EQ(Stream().RequestSample(nullptr), S_OK);
     EXPECT_THAT(CEventRecord::Take(), ElementsAre("stream 213 sample 10000+10000", "stream 212", "source 211"));
