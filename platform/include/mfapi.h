@@ -18,6 +18,29 @@ STDAPI MFShutdown();
 STDAPI MFCreateAttributes(IMFAttributes** ppMFAttributes, UINT32 cInitialSize);
 STDAPI MFCreateMediaType(IMFMediaType** ppMFType);
 
+struct tagVIDEOINFOHEADER2;
+using VIDEOINFOHEADER2 = tagVIDEOINFOHEADER2;
+// Sets the attributes of uncompressed video that the header gives. pSubtype may be null: the compression's code is the
+// subtype then. The rectangles are not looked at. cbBufSize is the size of the block in bytes, E_INVALIDARG if the
+// header doesn't fit into it. MF_E_INVALIDMEDIATYPE without a size.
+STDAPI MFInitMediaTypeFromVideoInfoHeader2(IMFMediaType* pMFType, const VIDEOINFOHEADER2* pVIH2, UINT32 cbBufSize,
+                                           const GUID* pSubtype = nullptr);
+
+// The content of a new buffer is undefined.
+STDAPI MFCreateMemoryBuffer(DWORD cbMaxLength, IMFMediaBuffer** ppBuffer);
+STDAPI MFCreateSample(IMFSample** ppIMFSample);
+
+STDAPI MFCreateEventQueue(IMFMediaEventQueue** ppMediaEventQueue);
+// pvValue may be null for an empty value. The event has a copy of it.
+STDAPI MFCreateMediaEvent(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus, const PROPVARIANT* pvValue,
+                          IMFMediaEvent** ppEvent);
+
+// UINT32: 1 on the first sample after a gap.
+DEFINE_GUID(MFSampleExtension_Discontinuity, 0x9cdf01d9, 0xa0f0, 0x43ba, 0xb0, 0x77, 0xea, 0xa0, 0x6c, 0xbd, 0x72,
+            0x8a);
+// IUnknown: the token of the request that a stream made the sample for.
+DEFINE_GUID(MFSampleExtension_Token, 0x8294da66, 0xf328, 0x4805, 0xb5, 0x51, 0x00, 0xde, 0xb4, 0xc5, 0x7a, 0x61);
+
 enum MF_TOPOSTATUS
 {
     MF_TOPOSTATUS_INVALID = 0,
@@ -36,6 +59,9 @@ enum MF_TOPOSTATUS
 #define MFSESSIONCAP_DOES_NOT_USE_NETWORK 0x00000040
 
 DEFINE_GUID(MF_EVENT_TOPOLOGY_STATUS, 0x30c5018d, 0x9a53, 0x454b, 0xad, 0x9e, 0x6d, 0x5f, 0x8f, 0xa7, 0xc4, 0x3b);
+
+// UINT64, in 100 ns, on a source's start event: where a start that named no position has really started.
+DEFINE_GUID(MF_EVENT_SOURCE_ACTUAL_START, 0xa8cc55a9, 0x6b31, 0x419f, 0x84, 0x5d, 0xff, 0xb3, 0x51, 0xa2, 0x43, 0x4b);
 
 DEFINE_GUID(MFMediaType_Default, 0x81a412e6, 0x8103, 0x4b06, 0x85, 0x7f, 0x18, 0x62, 0x78, 0x10, 0x24, 0xac);
 DEFINE_GUID(MFMediaType_Audio, 0x73647561, 0x0000, 0x0010, 0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71);

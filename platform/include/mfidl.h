@@ -54,7 +54,8 @@ struct IMFSourceResolver : public IUnknown
 PLATFORM_INTERFACE_IID(IMFSourceResolver);
 
 DEFINE_GUID(IID_IMFMediaTypeHandler, 0xe93dcf6c, 0x4b07, 0x4e1e, 0x81, 0x23, 0xaa, 0x16, 0xed, 0x6e, 0xad, 0xf5);
-// The media types a stream can have, best first.
+// The media types a stream can have, best first. A new handler has no current type: MF_E_NOT_INITIALIZED. One of a
+// file's stream has its only type.
 struct IMFMediaTypeHandler : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE IsMediaTypeSupported(IMFMediaType* pMediaType, IMFMediaType** ppMediaType) = 0;
@@ -78,7 +79,8 @@ PLATFORM_INTERFACE_IID(IMFStreamDescriptor);
 DEFINE_GUID(MF_PD_DURATION, 0x6c990d33, 0xbb8e, 0x477a, 0x85, 0x98, 0x0d, 0x5d, 0x96, 0xfc, 0xd8, 0x8a);
 
 DEFINE_GUID(IID_IMFPresentationDescriptor, 0x03cb2711, 0x24d7, 0x4db6, 0xa1, 0x7f, 0xf3, 0xa7, 0xa4, 0x79, 0xa5, 0x36);
-// The streams of a source and which of them are to be played. All are selected at first.
+// The streams of a source and which of them are to be played. A new descriptor has none of them selected; that of a
+// file has all. A clone has the same stream descriptors and a selection of its own.
 struct IMFPresentationDescriptor : public IMFAttributes
 {
     virtual HRESULT STDMETHODCALLTYPE GetStreamDescriptorCount(DWORD* pdwDescriptorCount) = 0;
@@ -112,6 +114,17 @@ struct IMFMediaSource : public IMFMediaEventGenerator
     virtual HRESULT STDMETHODCALLTYPE Shutdown() = 0;
 };
 PLATFORM_INTERFACE_IID(IMFMediaSource);
+
+DEFINE_GUID(IID_IMFMediaStream, 0xd182108f, 0x4ec6, 0x443f, 0xaa, 0x42, 0xa7, 0x11, 0x06, 0xec, 0x82, 0x5f);
+// One stream of a source. Each RequestSample asks for one sample, which comes as an event; its token, which may be
+// null, is an attribute of that sample.
+struct IMFMediaStream : public IMFMediaEventGenerator
+{
+    virtual HRESULT STDMETHODCALLTYPE GetMediaSource(IMFMediaSource** ppMediaSource) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStreamDescriptor(IMFStreamDescriptor** ppStreamDescriptor) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RequestSample(IUnknown* pToken) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaStream);
 
 using TOPOID = UINT64;
 
@@ -254,6 +267,11 @@ struct IMFRateControl : public IUnknown
 };
 PLATFORM_INTERFACE_IID(IMFRateControl);
 
+// Takes a reference on each of the types, of which there must be one at least.
+STDAPI MFCreateStreamDescriptor(DWORD dwStreamIdentifier, DWORD cMediaTypes, IMFMediaType** apMediaTypes,
+                                IMFStreamDescriptor** ppDescriptor);
+STDAPI MFCreatePresentationDescriptor(DWORD cStreamDescriptors, IMFStreamDescriptor** apStreamDescriptors,
+                                      IMFPresentationDescriptor** ppPresentationDescriptor);
 STDAPI MFCreateSourceResolver(IMFSourceResolver** ppISourceResolver);
 STDAPI MFCreateMediaSession(IMFAttributes* pConfiguration, IMFMediaSession** ppMediaSession);
 STDAPI MFCreateTopology(IMFTopology** ppTopo);

@@ -1,4 +1,4 @@
-// Media Foundation's basic interfaces: attributes, media types, events, activation objects.
+// Media Foundation's basic interfaces: attributes, media types, samples, events, activation objects.
 #pragma once
 
 #include "propidl.h"
@@ -89,6 +89,41 @@ struct IMFMediaType : public IMFAttributes
 };
 PLATFORM_INTERFACE_IID(IMFMediaType);
 
+DEFINE_GUID(IID_IMFMediaBuffer, 0x045fa593, 0x8799, 0x42b8, 0xbc, 0x8d, 0x89, 0x68, 0xc6, 0x45, 0x35, 0x07);
+// A block of memory and the number of its bytes in use, which is 0 at first. The memory may be used between Lock and
+// Unlock. SetCurrentLength refuses more than the block holds with E_INVALIDARG. Lengths are in bytes.
+struct IMFMediaBuffer : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE Lock(BYTE** ppbBuffer, DWORD* pcbMaxLength, DWORD* pcbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Unlock() = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetCurrentLength(DWORD* pcbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetCurrentLength(DWORD cbCurrentLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetMaxLength(DWORD* pcbMaxLength) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaBuffer);
+
+DEFINE_GUID(IID_IMFSample, 0xc40a00f2, 0xb93a, 0x4d80, 0xae, 0x8c, 0x5a, 0x1c, 0x63, 0x4f, 0x58, 0xe4);
+// A list of buffers with a time and a duration in 100 ns, which a new sample hasn't got: MF_E_NO_SAMPLE_TIMESTAMP,
+// MF_E_NO_SAMPLE_DURATION. ConvertToContiguousBuffer leaves the sample with one buffer: E_UNEXPECTED without any.
+struct IMFSample : public IMFAttributes
+{
+    virtual HRESULT STDMETHODCALLTYPE GetSampleFlags(DWORD* pdwSampleFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleFlags(DWORD dwSampleFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetSampleTime(LONGLONG* phnsSampleTime) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleTime(LONGLONG hnsSampleTime) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetSampleDuration(LONGLONG* phnsSampleDuration) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSampleDuration(LONGLONG hnsSampleDuration) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBufferCount(DWORD* pdwBufferCount) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetBufferByIndex(DWORD dwIndex, IMFMediaBuffer** ppBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ConvertToContiguousBuffer(IMFMediaBuffer** ppBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE AddBuffer(IMFMediaBuffer* pBuffer) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RemoveBufferByIndex(DWORD dwIndex) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RemoveAllBuffers() = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetTotalLength(DWORD* pcbTotalLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CopyToBuffer(IMFMediaBuffer* pBuffer) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFSample);
+
 DEFINE_GUID(IID_IMFAsyncResult, 0xac6b7889, 0x0740, 0x4d51, 0x86, 0x19, 0x90, 0x59, 0x94, 0xa5, 0x5c, 0xc6);
 struct IMFAsyncResult : public IUnknown
 {
@@ -165,10 +200,10 @@ PLATFORM_INTERFACE_IID(IMFMediaEvent);
 #define MF_EVENT_FLAG_NO_WAIT 0x00000001
 
 DEFINE_GUID(IID_IMFMediaEventGenerator, 0x2cd0bd52, 0xbcd5, 0x4b89, 0xb6, 0x2c, 0xea, 0xdc, 0x0c, 0x03, 0x1e, 0x7d);
-// GetEvent waits for an event, or with MF_EVENT_FLAG_NO_WAIT returns MF_E_NO_EVENTS_AVAILABLE instead. BeginGetEvent has
-// the callback invoked once, on another thread, when there is an event, which EndGetEvent then takes; from the one to
-// the other GetEvent returns MF_E_MULTIPLE_SUBSCRIBERS. After the generator's shut-down every waiting and every later
-// call returns MF_E_SHUTDOWN, and a callback that waits is invoked.
+// GetEvent waits for an event, or with MF_EVENT_FLAG_NO_WAIT returns MF_E_NO_EVENTS_AVAILABLE instead. BeginGetEvent
+// has the callback invoked once, on another thread, when there is an event, which EndGetEvent then takes; from the one
+// to the other GetEvent returns MF_E_MULTIPLE_SUBSCRIBERS. After the generator's shut-down every waiting and every
+// later call returns MF_E_SHUTDOWN, and a callback that waits is invoked.
 struct IMFMediaEventGenerator : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;
@@ -178,6 +213,24 @@ struct IMFMediaEventGenerator : public IUnknown
                                                  const PROPVARIANT* pvValue) = 0;
 };
 PLATFORM_INTERFACE_IID(IMFMediaEventGenerator);
+
+DEFINE_GUID(IID_IMFMediaEventQueue, 0x36f846fc, 0x2256, 0x48b6, 0xb5, 0x8e, 0xe2, 0xb6, 0x38, 0x31, 0x65, 0x81);
+// The events of a generator that is written against these interfaces: it passes its own operations on to the queue.
+// Shutdown ends waits and invokes a callback that waits. It doesn't wait for callbacks, so a caller may hold locks that
+// they take.
+struct IMFMediaEventQueue : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEvent(IMFMediaEvent* pEvent) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEventParamVar(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
+                                                         const PROPVARIANT* pvValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QueueEventParamUnk(MediaEventType met, REFGUID guidExtendedType, HRESULT hrStatus,
+                                                         IUnknown* pUnk) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Shutdown() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaEventQueue);
 
 DEFINE_GUID(IID_IMFActivate, 0x7fee9e9a, 0x4a89, 0x47a6, 0x89, 0x9c, 0xb6, 0xa5, 0x3a, 0x70, 0xfb, 0x67);
 // An object that makes another one when it is needed. ActivateObject gives the same object until it is shut down or

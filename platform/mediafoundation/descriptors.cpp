@@ -19,29 +19,36 @@ using platform::Implements;
 class MediaTypeHandler final : public ComObject<Implements<IMFMediaTypeHandler>>
 {
 public:
-    explicit MediaTypeHandler(ComPtr<IMFMediaType> type) : m_type(type), m_current(std::move(type)) {}
+    // types has at least one entry. current may be null.
+    MediaTypeHandler(std::vector<ComPtr<IMFMediaType>> types, ComPtr<IMFMediaType> current)
+        : m_types(std::move(types)), m_current(std::move(current))
+    {}
 
     HRESULT STDMETHODCALLTYPE IsMediaTypeSupported(IMFMediaType* pMediaType, IMFMediaType** ppMediaType) override
     {
         if (ppMediaType != nullptr) *ppMediaType = nullptr;
         if (pMediaType == nullptr) return E_POINTER;
-        DWORD dwFlags = 0;
-        (void)m_type->IsEqual(pMediaType, &dwFlags);
-        constexpr DWORD SAME = MF_MEDIATYPE_EQUAL_MAJOR_TYPES | MF_MEDIATYPE_EQUAL_FORMAT_TYPES;
-        return (dwFlags & SAME) == SAME ? S_OK : MF_E_INVALIDMEDIATYPE;
+        for (const ComPtr<IMFMediaType>& type : m_types)
+        {
+            DWORD dwFlags = 0;
+            (void)type->IsEqual(pMediaType, &dwFlags);
+            constexpr DWORD SAME = MF_MEDIATYPE_EQUAL_MAJOR_TYPES | MF_MEDIATYPE_EQUAL_FORMAT_TYPES;
+            if ((dwFlags & SAME) == SAME) return S_OK;
+        }
+        return MF_E_INVALIDMEDIATYPE;
     }
 
     HRESULT STDMETHODCALLTYPE GetMediaTypeCount(DWORD* pdwTypeCount) override
     {
         if (pdwTypeCount == nullptr) return E_POINTER;
-        *pdwTypeCount = 1;
+        *pdwTypeCount = static_cast<DWORD>(m_types.size());
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE GetMediaTypeByIndex(DWORD dwIndex, IMFMediaType** ppType) override
     {
         if (ppType == nullptr) return E_POINTER;
-        return dwIndex == 0 ? m_type.CopyTo(ppType) : MF_E_NO_MORE_TYPES;
+        return dwIndex < m_types.size() ? m_types[dwIndex].CopyTo(ppType) : MF_E_NO_MORE_TYPES;
     }
 
     HRESULT STDMETHODCALLTYPE SetCurrentMediaType(IMFMediaType* pMediaType) override
@@ -57,16 +64,16 @@ public:
     {
         if (ppType == nullptr) return E_POINTER;
         const std::lock_guard lock(m_lock);
-        return m_current.CopyTo(ppType);
+        return m_current ? m_current.CopyTo(ppType) : MF_E_NOT_INITIALIZED;
     }
 
     HRESULT STDMETHODCALLTYPE GetMajorType(GUID* pguidMajorType) override
     {
-        return m_type->GetMajorType(pguidMajorType);
+        return m_types.front()->GetMajorType(pguidMajorType);
     }
 
 private:
-    const ComPtr<IMFMediaType> m_type;
+    const std::vector<ComPtr<IMFMediaType>> m_types;
     std::mutex m_lock;
     ComPtr<IMFMediaType> m_current;
 };
@@ -157,6 +164,26 @@ private:
     std::vector<Stream> m_streams;
 };
 
+ComPtr<IMFStreamDescriptor> MakeStreamDescriptor(DWORD dwIdentifier, std::vector<ComPtr<IMFMediaType>> types,
+                                                 ComPtr<IMFMediaType> current)
+{
+    auto handler = ComPtr<IMFMediaTypeHandler>::Attach(new MediaTypeHandler(std::move(types), std::move(current)));
+    return ComPtr<IMFStreamDescriptor>::Attach(new StreamDescriptor(dwIdentifier, std::move(handler)));
+}
+
+// References of its own on count objects; E_INVALIDARG for a null one among them.
+template <typename Interface>
+HRESULT TakeAll(DWORD count, Interface** ppObjects, std::vector<ComPtr<Interface>>* pTaken)
+{
+    if (count > 0 && ppObjects == nullptr) return E_INVALIDARG;
+    for (DWORD i = 0; i < count; ++i)
+    {
+        if (ppObjects[i] == nullptr) return E_INVALIDARG;
+        pTaken->emplace_back(ppObjects[i]);
+    }
+    return S_OK;
+}
+
 HRESULT SetVideoAttributes(const StreamFormat& format, IMFMediaType* pType)
 {
     HRESULT hr = MFSetAttributeSize(pType, MF_MT_FRAME_SIZE, format.m_uiWidth, format.m_uiHeight);
@@ -207,8 +234,7 @@ HRESULT MakeStreamDescriptor(DWORD dwIdentifier, const StreamFormat& format, Com
     const HRESULT hr = MakeMediaType(format, &type);
     if (FAILED(hr)) return hr;
     return WithoutExceptions([&] {
-        auto handler = ComPtr<IMFMediaTypeHandler>::Attach(new MediaTypeHandler(std::move(type)));
-        *ppDescriptor = ComPtr<IMFStreamDescriptor>::Attach(new StreamDescriptor(dwIdentifier, std::move(handler)));
+        *ppDescriptor = MakeStreamDescriptor(dwIdentifier, {type}, type);
         return S_OK;
     });
 }
@@ -230,3 +256,36 @@ HRESULT MakePresentationDescriptor(const std::vector<ComPtr<IMFStreamDescriptor>
 }
 
 }  // namespace mediafoundation
+
+STDAPI MFCreateStreamDescriptor(DWORD dwStreamIdentifier, DWORD cMediaTypes, IMFMediaType** apMediaTypes,
+                                IMFStreamDescriptor** ppDescriptor)
+{
+    using namespace mediafoundation;
+    if (ppDescriptor == nullptr) return E_POINTER;
+    if (cMediaTypes == 0) return E_INVALIDARG;
+    return WithoutExceptions([&] {
+        std::vector<ComPtr<IMFMediaType>> types;
+        const HRESULT hr = TakeAll(cMediaTypes, apMediaTypes, &types);
+        if (SUCCEEDED(hr)) *ppDescriptor = MakeStreamDescriptor(dwStreamIdentifier, std::move(types), {}).Detach();
+        return hr;
+    });
+}
+
+STDAPI MFCreatePresentationDescriptor(DWORD cStreamDescriptors, IMFStreamDescriptor** apStreamDescriptors,
+                                      IMFPresentationDescriptor** ppPresentationDescriptor)
+{
+    using namespace mediafoundation;
+    if (ppPresentationDescriptor == nullptr) return E_POINTER;
+    return WithoutExceptions([&] {
+        std::vector<ComPtr<IMFStreamDescriptor>> streams;
+        const HRESULT hr = TakeAll(cStreamDescriptors, apStreamDescriptors, &streams);
+        if (FAILED(hr)) return hr;
+        std::vector<PresentationDescriptor::Stream> entries;
+        for (ComPtr<IMFStreamDescriptor>& stream : streams)
+        {
+            entries.push_back({std::move(stream), false});
+        }
+        *ppPresentationDescriptor = new PresentationDescriptor(std::move(entries));
+        return S_OK;
+    });
+}

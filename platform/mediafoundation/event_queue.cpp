@@ -193,7 +193,7 @@ HRESULT EventQueue::Add(MediaEventType type, REFGUID extendedType, HRESULT hrSta
     return FAILED(hr) ? hr : Add(std::move(event));
 }
 
-void EventQueue::Shutdown()
+std::thread EventQueue::End()
 {
     std::deque<ComPtr<IMFMediaEvent>> dropped;
     std::thread ending;
@@ -204,9 +204,21 @@ void EventQueue::Shutdown()
         ending = std::move(m_thread);
     }
     m_changed.notify_all();
+    return ending;
+}
+
+void EventQueue::Shutdown()
+{
+    std::thread ending = End();
     if (!ending.joinable()) return;
     // A callback can't wait for its own end.
     ending.get_id() == std::this_thread::get_id() ? ending.detach() : ending.join();
+}
+
+void EventQueue::ShutdownWithoutWaiting()
+{
+    std::thread ending = End();
+    if (ending.joinable()) ending.detach();
 }
 
 bool EventQueue::IsShutdown() const

@@ -36,10 +36,14 @@ public:
     HRESULT Add(MediaEventType type, REFGUID extendedType, HRESULT hrStatus, const PROPVARIANT* pValue);
     // Drops what wasn't taken. When it returns, no callback runs or will run, unless a callback called it.
     void Shutdown();
+    // As Shutdown, for a caller with locks that a callback may take: a callback may run when it returns.
+    void ShutdownWithoutWaiting();
     bool IsShutdown() const;
 
 private:
     void InvokeCallbacks();
+    // The thread that invokes callbacks, and ends now; not joinable if there is none.
+    std::thread End();
 
     mutable std::mutex m_lock;
     std::condition_variable m_changed;

@@ -52,10 +52,19 @@ TEST(MediaHeaders, OperationsStandWhereWindowsHasThem)
     EXPECT_EQ(SlotOf(&IMFMediaType::GetMajorType), 33);
     EXPECT_EQ(SlotOf(&IMFMediaType::GetRepresentation), 36);
     EXPECT_EQ(SlotOf(&IMFMediaType::FreeRepresentation), 37);
+    EXPECT_EQ(SlotOf(&IMFMediaBuffer::Lock), 3);
+    EXPECT_EQ(SlotOf(&IMFMediaBuffer::GetMaxLength), 7);
+    EXPECT_EQ(SlotOf(&IMFSample::GetSampleFlags), 33);
+    EXPECT_EQ(SlotOf(&IMFSample::SetSampleDuration), 38);
+    EXPECT_EQ(SlotOf(&IMFSample::ConvertToContiguousBuffer), 41);
+    EXPECT_EQ(SlotOf(&IMFSample::CopyToBuffer), 46);
     EXPECT_EQ(SlotOf(&IMFMediaEvent::GetType), 33);
     EXPECT_EQ(SlotOf(&IMFMediaEvent::GetStatus), 35);
     EXPECT_EQ(SlotOf(&IMFMediaEventGenerator::GetEvent), 3);
     EXPECT_EQ(SlotOf(&IMFMediaEventGenerator::QueueEvent), 6);
+    EXPECT_EQ(SlotOf(&IMFMediaEventQueue::GetEvent), 3);
+    EXPECT_EQ(SlotOf(&IMFMediaEventQueue::QueueEventParamUnk), 8);
+    EXPECT_EQ(SlotOf(&IMFMediaEventQueue::Shutdown), 9);
     EXPECT_EQ(SlotOf(&IMFActivate::ActivateObject), 33);
     EXPECT_EQ(SlotOf(&IMFActivate::DetachObject), 35);
     EXPECT_EQ(SlotOf(&IMFSourceResolver::CreateObjectFromURL), 3);
@@ -69,6 +78,8 @@ TEST(MediaHeaders, OperationsStandWhereWindowsHasThem)
     EXPECT_EQ(SlotOf(&IMFPresentationDescriptor::Clone), 37);
     EXPECT_EQ(SlotOf(&IMFMediaSource::CreatePresentationDescriptor), 8);
     EXPECT_EQ(SlotOf(&IMFMediaSource::Shutdown), 12);
+    EXPECT_EQ(SlotOf(&IMFMediaStream::GetMediaSource), 7);
+    EXPECT_EQ(SlotOf(&IMFMediaStream::RequestSample), 9);
     EXPECT_EQ(SlotOf(&IMFTopologyNode::SetObject), 33);
     EXPECT_EQ(SlotOf(&IMFTopologyNode::ConnectOutput), 40);
     EXPECT_EQ(SlotOf(&IMFTopologyNode::CloneFrom), 48);

@@ -7,6 +7,7 @@
 #include <future>
 #include <thread>
 
+#include "event_callback.h"
 #include "media_files.h"
 #include "test_graph.h"
 
@@ -435,24 +436,6 @@ TEST_F(Session, ASourceServesOneSessionAtATime)
 }
 
 // --- events by callback ---
-
-class EventCallback final : public platform::ComObject<platform::Implements<IMFAsyncCallback>>
-{
-public:
-    HRESULT STDMETHODCALLTYPE GetParameters(DWORD*, DWORD*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult* pResult) override
-    {
-        m_invoked.set_value({std::this_thread::get_id(), ComPtr<IMFAsyncResult>(pResult)});
-        return S_OK;
-    }
-
-    struct Invocation
-    {
-        std::thread::id m_thread;
-        ComPtr<IMFAsyncResult> m_result;
-    };
-    std::promise<Invocation> m_invoked;  // fails on a second invocation
-};
 
 TEST_F(Session, InvokesACallbackOnceOnAnotherThreadWhenThereIsAnEvent)
 {
