@@ -65,6 +65,26 @@ TEST(WinbaseSafeEnds, ASectionNeedsNoMemory)
     EXPECT_EQ(uiRefused, 0U);
 }
 
+TEST(WinbaseSafeEnds, AWaitNeedsNoMemory)
+{
+    const Handle never(AutoResetEvent());
+    const Handle later(AutoResetEvent());
+    const HANDLE ahBoth[] = {never, later};
+    DWORD dwTimeOut = WAIT_FAILED;
+    DWORD dwAny = WAIT_FAILED;
+    unsigned uiRefused = 0;
+    {
+        const CShortMemory memory(0, ~std::size_t{0});
+        dwTimeOut = WaitForMultipleObjects(2, ahBoth, TRUE, 1);
+        SetEvent(later);
+        dwAny = WaitForMultipleObjects(2, ahBoth, FALSE, INFINITE);
+        uiRefused = memory.GetRefused();
+    }
+    EXPECT_EQ(uiRefused, 0U);
+    EXPECT_EQ(dwTimeOut, static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(dwAny, WAIT_OBJECT_0 + 1);
+}
+
 TEST(WinbaseSafeEnds, DeletedSectionCanBeDeletedLeftAndEntered)
 {
     CRITICAL_SECTION section;
