@@ -25,11 +25,12 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define WAIT_TIMEOUT 258U
 #define WAIT_FAILED 0xFFFFFFFFU
 
-// A lock of one thread at a time, which may take it again. To be initialised before use and deleted after it; what is
-// in it is the platform's affair.
+// A lock of one thread at a time, which may take it again. To be initialised before use, deleted after it, and neither
+// copied nor moved between the two; what is in it is the platform's affair. It needs no memory besides.
 struct RTL_CRITICAL_SECTION
 {
     struct PlatformCriticalSection* pState;
+    alignas(8) unsigned char abState[64];
 };
 using CRITICAL_SECTION = RTL_CRITICAL_SECTION;
 using PCRITICAL_SECTION = CRITICAL_SECTION*;
@@ -75,6 +76,7 @@ extern "C"
 
     // Entering waits for the lock, TryEnter gives FALSE instead. Leaving a section that the thread doesn't own,
     // deleting one twice and using one after its deletion change nothing. Spin counts are taken and not used.
+    // Initialising succeeds always.
     WINBASEAPI void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION lpSection);
     WINBASEAPI BOOL WINAPI InitializeCriticalSectionAndSpinCount(LPCRITICAL_SECTION lpSection, DWORD dwSpinCount);
     WINBASEAPI BOOL WINAPI InitializeCriticalSectionEx(LPCRITICAL_SECTION lpSection, DWORD dwSpinCount, DWORD dwFlags);

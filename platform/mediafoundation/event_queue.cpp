@@ -195,7 +195,7 @@ HRESULT EventQueue::Add(MediaEventType type, REFGUID extendedType, HRESULT hrSta
 
 std::thread EventQueue::End()
 {
-    std::deque<ComPtr<IMFMediaEvent>> dropped;
+    std::list<ComPtr<IMFMediaEvent>> dropped;
     std::thread ending;
     {
         const std::lock_guard lock(m_lock);

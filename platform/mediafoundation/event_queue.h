@@ -2,7 +2,7 @@
 #pragma once
 
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -47,7 +47,7 @@ private:
 
     mutable std::mutex m_lock;
     std::condition_variable m_changed;
-    std::deque<platform::ComPtr<IMFMediaEvent>> m_events;
+    std::list<platform::ComPtr<IMFMediaEvent>> m_events;  // needs memory for an event only, and none to be emptied
     bool m_bShutdown = false;
 
     platform::ComPtr<IMFAsyncCallback> m_callback;  // from BeginTake until it is invoked

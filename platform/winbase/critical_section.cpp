@@ -1,7 +1,6 @@
 #include <atomic>
-#include <memory>
 #include <mutex>
-#include <vector>
+#include <new>
 
 #include "winbase.h"
 
@@ -31,24 +30,13 @@ struct PlatformCriticalSection
     }
 };
 
-namespace
-{
-
-// A mutex can't be destroyed while it is locked. A section deleted while another thread owns it, which may have ended,
-// is kept to the end of the process.
-void KeepForever(std::unique_ptr<PlatformCriticalSection> pState)
-{
-    static std::mutex& s_mutex = *new std::mutex;
-    static auto& s_vKept = *new std::vector<std::unique_ptr<PlatformCriticalSection>>;
-    const std::lock_guard lock(s_mutex);
-    s_vKept.push_back(std::move(pState));
-}
-
-}  // namespace
+// It lies in the section itself.
+static_assert(sizeof(PlatformCriticalSection) <= sizeof(CRITICAL_SECTION::abState));
+static_assert(alignof(PlatformCriticalSection) <= 8);
 
 void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION lpSection)
 {
-    lpSection->pState = new PlatformCriticalSection;
+    lpSection->pState = new (lpSection->abState) PlatformCriticalSection;
 }
 
 BOOL WINAPI InitializeCriticalSectionAndSpinCount(LPCRITICAL_SECTION lpSection, DWORD /*dwSpinCount*/)
@@ -108,9 +96,10 @@ void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION lpSection)
     }
 }
 
+// A mutex can't be destroyed while it is locked, by a thread that may have ended. It is left as it is then.
 void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION lpSection)
 {
-    std::unique_ptr<PlatformCriticalSection> pState(lpSection->pState);
+    PlatformCriticalSection* pState = lpSection->pState;
     lpSection->pState = nullptr;
     if (!pState)
     {
@@ -121,8 +110,8 @@ void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION lpSection)
         pState->m_nDepth = 1;
         pState->Leave();
     }
-    else if (pState->m_dwOwner.load(std::memory_order_relaxed) != 0)
+    if (pState->m_dwOwner.load(std::memory_order_relaxed) == 0)
     {
-        KeepForever(std::move(pState));
+        pState->~PlatformCriticalSection();
     }
 }

@@ -57,20 +57,21 @@ public:
         for (std::size_t i = 0; i < m_nEnrolled; ++i)
         {
             const std::lock_guard lock(m_objects[i]->Mutex());
-            m_objects[i]->Leave(m_waiter);
+            m_objects[i]->Leave(m_aEnrolments[i]);
         }
     }
 
     // Objects are joined in their order, with the object's lock held.
     void Join(std::size_t nIndex)
     {
-        m_objects[nIndex]->Enrol(m_waiter, static_cast<DWORD>(nIndex));
+        m_objects[nIndex]->Enrol(m_aEnrolments[nIndex], m_waiter, static_cast<DWORD>(nIndex));
         m_nEnrolled = nIndex + 1;
     }
 
 private:
     Waiter& m_waiter;
     std::span<const std::shared_ptr<Waitable>> m_objects;
+    std::array<Waitable::Enrolment, MAXIMUM_WAIT_OBJECTS> m_aEnrolments;
     std::size_t m_nEnrolled = 0;
 };
 

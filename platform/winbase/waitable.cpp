@@ -1,7 +1,5 @@
 #include "platform/winbase/waitable.h"
 
-#include <algorithm>
-
 namespace winbase
 {
 
@@ -56,21 +54,32 @@ bool Waiter::WaitForNudge(const Deadline& deadline)
     return true;
 }
 
-void Waitable::Enrol(Waiter& waiter, DWORD nIndex)
+void Waitable::Enrol(Enrolment& enrolment, Waiter& waiter, DWORD nIndex)
 {
-    m_vEnrolments.push_back({&waiter, nIndex});
+    Enrolment** ppEnd = &m_pFirst;
+    while (*ppEnd)
+    {
+        ppEnd = &(*ppEnd)->pNext;
+    }
+    enrolment = {&waiter, nIndex, nullptr};
+    *ppEnd = &enrolment;
 }
 
-void Waitable::Leave(Waiter& waiter)
+void Waitable::Leave(const Enrolment& enrolment)
 {
-    std::erase_if(m_vEnrolments, [&waiter](const Enrolment& enrolment) { return enrolment.pWaiter == &waiter; });
+    Enrolment** ppEnrolment = &m_pFirst;
+    while (*ppEnrolment != &enrolment)
+    {
+        ppEnrolment = &(*ppEnrolment)->pNext;
+    }
+    *ppEnrolment = enrolment.pNext;
 }
 
 void Waitable::HandOver()
 {
-    for (const Enrolment& enrolment : m_vEnrolments)
+    for (const Enrolment* pEnrolment = m_pFirst; pEnrolment; pEnrolment = pEnrolment->pNext)
     {
-        Waiter& waiter = *enrolment.pWaiter;
+        Waiter& waiter = *pEnrolment->pWaiter;
         if (!IsSignalled(waiter.ThreadId()))
         {
             return;
@@ -79,7 +88,7 @@ void Waitable::HandOver()
         {
             waiter.Nudge();
         }
-        else if (waiter.Claim((IsAbandoned() ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + enrolment.nIndex))
+        else if (waiter.Claim((IsAbandoned() ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + pEnrolment->nIndex))
         {
             Consume(waiter.ThreadId());
         }

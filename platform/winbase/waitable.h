@@ -10,7 +10,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
-#include <vector>
 
 #include "platform/winbase/deadline.h"
 #include "winbase.h"
@@ -66,9 +65,18 @@ public:
     // Whether a wait that is satisfied now says so with WAIT_ABANDONED_0.
     virtual bool IsAbandoned() const { return false; }
 
+    // One place in the list of waiters. The waiting call has it on its stack: a wait needs no memory, as on Windows,
+    // where callers don't expect it to fail.
+    struct Enrolment
+    {
+        Waiter* pWaiter = nullptr;
+        DWORD nIndex = 0;
+        Enrolment* pNext = nullptr;
+    };
+
     // The waiter hears of the object, with nIndex in its result, until it leaves. One waiter may enrol more than once.
-    void Enrol(Waiter& waiter, DWORD nIndex);
-    void Leave(Waiter& waiter);
+    void Enrol(Enrolment& enrolment, Waiter& waiter, DWORD nIndex);
+    void Leave(const Enrolment& enrolment);
 
     // Called without the lock by the thread whose wait the object satisfied.
     virtual void OnAcquired() {}
@@ -81,12 +89,7 @@ protected:
     mutable std::mutex m_mutex;
 
 private:
-    struct Enrolment
-    {
-        Waiter* pWaiter;
-        DWORD nIndex;
-    };
-    std::vector<Enrolment> m_vEnrolments;
+    Enrolment* m_pFirst = nullptr;  // the longest waiting
 };
 
 }  // namespace winbase

@@ -1,6 +1,7 @@
 // What Windows leaves undefined and the platform gives a harmless end, and what its versions differ in.
 #include <string>
 
+#include "support/short_memory.h"
 #include "winbase_testing.h"
 
 using namespace winbase_testing;
@@ -42,6 +43,46 @@ TEST(WinbaseSafeEnds, LeavingASectionOfAnotherThreadDoesNothing)
     LeaveCriticalSection(&section);
     EXPECT_TRUE(TryOnAnotherThread(&section));
     DeleteCriticalSection(&section);
+}
+
+// As on Windows, where initialising a section neither fails nor throws.
+TEST(WinbaseSafeEnds, ASectionNeedsNoMemory)
+{
+    CRITICAL_SECTION section;
+    BOOL bEntered = FALSE;
+    unsigned uiRefused = 0;
+    {
+        const CShortMemory memory(0, ~std::size_t{0});
+        InitializeCriticalSection(&section);
+        EnterCriticalSection(&section);
+        bEntered = TryEnterCriticalSection(&section);
+        LeaveCriticalSection(&section);
+        LeaveCriticalSection(&section);
+        DeleteCriticalSection(&section);
+        uiRefused = memory.GetRefused();
+    }
+    EXPECT_TRUE(bEntered);
+    EXPECT_EQ(uiRefused, 0U);
+}
+
+TEST(WinbaseSafeEnds, AWaitNeedsNoMemory)
+{
+    const Handle never(AutoResetEvent());
+    const Handle later(AutoResetEvent());
+    const HANDLE ahBoth[] = {never, later};
+    DWORD dwTimeOut = WAIT_FAILED;
+    DWORD dwAny = WAIT_FAILED;
+    unsigned uiRefused = 0;
+    {
+        const CShortMemory memory(0, ~std::size_t{0});
+        dwTimeOut = WaitForMultipleObjects(2, ahBoth, TRUE, 1);
+        SetEvent(later);
+        dwAny = WaitForMultipleObjects(2, ahBoth, FALSE, INFINITE);
+        uiRefused = memory.GetRefused();
+    }
+    EXPECT_EQ(uiRefused, 0U);
+    EXPECT_EQ(dwTimeOut, static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(dwAny, WAIT_OBJECT_0 + 1);
 }
 
 TEST(WinbaseSafeEnds, DeletedSectionCanBeDeletedLeftAndEntered)
