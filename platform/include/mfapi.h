@@ -185,3 +185,30 @@ inline HRESULT MFGetAttributeRatio(IMFAttributes* pAttributes, REFGUID guidKey, 
 {
     return MFGetAttribute2UINT32asUINT64(pAttributes, guidKey, punNumerator, punDenominator);
 }
+
+// UINT32: 1 on a sample with which decoding can begin.
+DEFINE_GUID(MFSampleExtension_CleanPoint, 0x9cdf01d8, 0xa0f0, 0x43ba, 0xb0, 0x77, 0xea, 0xa0, 0x6c, 0xbd, 0x72, 0x8a);
+
+// A file as a byte stream. The path is that of a file: no other scheme is served.
+STDAPI MFCreateFile(MF_FILE_ACCESSMODE AccessMode, MF_FILE_OPENMODE OpenMode, MF_FILE_FLAGS fFlags, LPCWSTR pwszFileURL,
+                    IMFByteStream** ppIByteStream);
+
+DEFINE_GUID(MFT_CATEGORY_VIDEO_ENCODER, 0xf79eac7d, 0xe545, 0x4387, 0xbd, 0xee, 0xd6, 0x47, 0xd7, 0xbd, 0xe4, 0x2a);
+
+enum _MFT_ENUM_FLAG
+{
+    MFT_ENUM_FLAG_SYNCMFT = 0x00000001,
+    MFT_ENUM_FLAG_ASYNCMFT = 0x00000002,
+    MFT_ENUM_FLAG_HARDWARE = 0x00000004,
+    MFT_ENUM_FLAG_FIELDOFUSE = 0x00000008,
+    MFT_ENUM_FLAG_LOCALMFT = 0x00000010,
+    MFT_ENUM_FLAG_TRANSCODE_ONLY = 0x00000020,
+    MFT_ENUM_FLAG_SORTANDFILTER = 0x00000040,
+    MFT_ENUM_FLAG_ALL = 0x0000003F
+};
+
+// The transforms that take pInputType and give pOutputType, where null means any, as objects that make them. The array
+// is the caller's: every entry is released, and the array freed with CoTaskMemFree. No match is S_OK with a count of 0
+// and no array.
+STDAPI MFTEnumEx(GUID guidCategory, UINT32 Flags, const MFT_REGISTER_TYPE_INFO* pInputType,
+                 const MFT_REGISTER_TYPE_INFO* pOutputType, IMFActivate*** pppMFTActivate, UINT32* pnumMFTActivate);

@@ -281,3 +281,69 @@ STDAPI MFCreateSampleGrabberSinkActivate(IMFMediaType* pIMFMediaType,
                                          IMFSampleGrabberSinkCallback* pIMFSampleGrabberSinkCallback,
                                          IMFActivate** ppIActivate);
 STDAPI MFGetService(IUnknown* punkObject, REFGUID guidService, REFIID riid, LPVOID* ppvObject);
+
+struct IMFStreamSink;
+
+#define MEDIASINK_FIXED_STREAMS 0x00000001
+#define MEDIASINK_CANNOT_MATCH_CLOCK 0x00000002
+#define MEDIASINK_RATELESS 0x00000004
+
+DEFINE_GUID(IID_IMFMediaSink, 0x6ef2a660, 0x47c0, 0x4666, 0xb1, 0x3d, 0xcb, 0xb7, 0x17, 0xf2, 0xfa, 0x2c);
+// Where samples end up. It follows a presentation clock through its IMFClockStateSink. Shutdown releases what it
+// holds; every other operation gives MF_E_SHUTDOWN afterwards.
+struct IMFMediaSink : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetCharacteristics(DWORD* pdwCharacteristics) = 0;
+    virtual HRESULT STDMETHODCALLTYPE AddStreamSink(DWORD dwStreamSinkIdentifier, IMFMediaType* pMediaType,
+                                                    IMFStreamSink** ppStreamSink) = 0;
+    virtual HRESULT STDMETHODCALLTYPE RemoveStreamSink(DWORD dwStreamSinkIdentifier) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStreamSinkCount(DWORD* pcStreamSinkCount) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStreamSinkByIndex(DWORD dwIndex, IMFStreamSink** ppStreamSink) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetStreamSinkById(DWORD dwStreamSinkIdentifier, IMFStreamSink** ppStreamSink) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetPresentationClock(IMFPresentationClock* pPresentationClock) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetPresentationClock(IMFPresentationClock** ppPresentationClock) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Shutdown() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFMediaSink);
+
+DEFINE_GUID(IID_IMFFinalizableMediaSink, 0xeaecb74a, 0x9a50, 0x42ce, 0x95, 0x41, 0x6a, 0x7f, 0x57, 0xaa, 0x4a, 0xd7);
+// A sink whose work isn't done with its last sample. BeginFinalize completes the work, and then invokes the callback,
+// once; EndFinalize with the result that the callback got returns how it went. A BeginFinalize that fails doesn't
+// invoke the callback. The result lives at least until EndFinalize returns, also for a caller without a reference to
+// it.
+struct IMFFinalizableMediaSink : public IMFMediaSink
+{
+    virtual HRESULT STDMETHODCALLTYPE BeginFinalize(IMFAsyncCallback* pCallback, IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndFinalize(IMFAsyncResult* pResult) = 0;
+};
+PLATFORM_INTERFACE_IID(IMFFinalizableMediaSink);
+
+enum MFSTREAMSINK_MARKER_TYPE
+{
+    MFSTREAMSINK_MARKER_DEFAULT = 0,
+    MFSTREAMSINK_MARKER_ENDOFSEGMENT = 1,
+    MFSTREAMSINK_MARKER_TICK = 2,
+    MFSTREAMSINK_MARKER_EVENT = 3
+};
+
+DEFINE_GUID(IID_IMFStreamSink, 0x0a97b3cf, 0x8e7c, 0x4a3d, 0x8f, 0x8c, 0x0c, 0x84, 0x3d, 0xc2, 0x47, 0xfb);
+// One stream of a sink. It asks for each sample with MEStreamSinkRequestSample. When everything before a marker is
+// done, it reports MEStreamSinkMarker with the context value of that marker.
+struct IMFStreamSink : public IMFMediaEventGenerator
+{
+    virtual HRESULT STDMETHODCALLTYPE GetMediaSink(IMFMediaSink** ppMediaSink) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetIdentifier(DWORD* pdwIdentifier) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetMediaTypeHandler(IMFMediaTypeHandler** ppHandler) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ProcessSample(IMFSample* pSample) = 0;
+    virtual HRESULT STDMETHODCALLTYPE PlaceMarker(MFSTREAMSINK_MARKER_TYPE eMarkerType,
+                                                  const PROPVARIANT* pvarMarkerValue,
+                                                  const PROPVARIANT* pvarContextValue) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Flush() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFStreamSink);
+
+// An MP4 file of H.264 video. The bytes before a sample's end are in pIByteStream when ProcessSample returns; the index
+// is written by the sink's finalisation. The last release of the byte stream closes the file. There is no sound:
+// pAudioMediaType is null.
+STDAPI MFCreateMPEG4MediaSink(IMFByteStream* pIByteStream, IMFMediaType* pVideoMediaType, IMFMediaType* pAudioMediaType,
+                              IMFMediaSink** ppIMediaSink);

@@ -183,6 +183,13 @@ enum : MediaEventType
     MEStreamThinMode = 215,
     MEStreamFormatChanged = 216,
     MESourceRateChanged = 217,
+    MESinkUnknown = 300,
+    MEStreamSinkStarted = 301,
+    MEStreamSinkStopped = 302,
+    MEStreamSinkPaused = 303,
+    MEStreamSinkRateChanged = 304,
+    MEStreamSinkRequestSample = 305,
+    MEStreamSinkMarker = 306,
     MEReservedMax = 10000
 };
 
@@ -242,3 +249,69 @@ struct IMFActivate : public IMFAttributes
     virtual HRESULT STDMETHODCALLTYPE DetachObject() = 0;
 };
 PLATFORM_INTERFACE_IID(IMFActivate);
+
+// What a transform takes or gives, for looking one up.
+struct MFT_REGISTER_TYPE_INFO
+{
+    GUID guidMajorType;
+    GUID guidSubtype;
+};
+
+enum MF_FILE_ACCESSMODE
+{
+    MF_ACCESSMODE_READ = 1,
+    MF_ACCESSMODE_WRITE = 2,
+    MF_ACCESSMODE_READWRITE = 3
+};
+
+// What MFCreateFile does with an existing file; every mode but the first creates a missing one.
+enum MF_FILE_OPENMODE
+{
+    MF_OPENMODE_FAIL_IF_NOT_EXIST = 0,
+    MF_OPENMODE_FAIL_IF_EXIST = 1,
+    MF_OPENMODE_RESET_IF_EXIST = 2,
+    MF_OPENMODE_APPEND_IF_EXIST = 3,
+    MF_OPENMODE_DELETE_IF_EXIST = 4
+};
+
+enum MF_FILE_FLAGS
+{
+    MF_FILEFLAGS_NONE = 0x0,
+    MF_FILEFLAGS_NOBUFFERING = 0x1,
+    MF_FILEFLAGS_ALLOW_WRITE_SHARING = 0x2
+};
+
+enum MFBYTESTREAM_SEEK_ORIGIN
+{
+    msoBegin = 0,
+    msoCurrent = 1
+};
+
+#define MFBYTESTREAM_IS_READABLE 0x00000001
+#define MFBYTESTREAM_IS_WRITABLE 0x00000002
+#define MFBYTESTREAM_IS_SEEKABLE 0x00000004
+
+DEFINE_GUID(IID_IMFByteStream, 0xad4c1b00, 0x4bf7, 0x422f, 0x91, 0x75, 0x75, 0x66, 0x93, 0xd9, 0x13, 0x0d);
+// Bytes and a position among them. A position after the end is allowed; a write there leaves a gap of zeros.
+struct IMFByteStream : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* pdwCapabilities) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetLength(QWORD* pqwLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetLength(QWORD qwLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetCurrentPosition(QWORD* pqwPosition) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetCurrentPosition(QWORD qwPosition) = 0;
+    virtual HRESULT STDMETHODCALLTYPE IsEndOfStream(BOOL* pfEndOfStream) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Read(BYTE* pb, ULONG cb, ULONG* pcbRead) = 0;
+    virtual HRESULT STDMETHODCALLTYPE BeginRead(BYTE* pb, ULONG cb, IMFAsyncCallback* pCallback,
+                                                IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndRead(IMFAsyncResult* pResult, ULONG* pcbRead) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Write(const BYTE* pb, ULONG cb, ULONG* pcbWritten) = 0;
+    virtual HRESULT STDMETHODCALLTYPE BeginWrite(const BYTE* pb, ULONG cb, IMFAsyncCallback* pCallback,
+                                                 IUnknown* punkState) = 0;
+    virtual HRESULT STDMETHODCALLTYPE EndWrite(IMFAsyncResult* pResult, ULONG* pcbWritten) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Seek(MFBYTESTREAM_SEEK_ORIGIN SeekOrigin, LONGLONG llSeekOffset,
+                                           DWORD dwSeekFlags, QWORD* pqwCurrentPosition) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Flush() = 0;
+    virtual HRESULT STDMETHODCALLTYPE Close() = 0;
+};
+PLATFORM_INTERFACE_IID(IMFByteStream);

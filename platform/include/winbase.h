@@ -60,8 +60,8 @@ extern "C"
                                               LPSTR lpTarget, int cbTarget, LPCCH lpDefaultChar,
                                               LPBOOL lpUsedDefaultChar);
 
-    // The version that the interfaces here are those of. dwOSVersionInfoSize is the size of the record; else
-    // ERROR_INSUFFICIENT_BUFFER.
+    // The version that the interfaces here are those of. dwOSVersionInfoSize is the size of the record, or 276, its size
+    // where characters have 16 bits; then only so many bytes are written. Else ERROR_INSUFFICIENT_BUFFER.
     WINBASEAPI BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW lpVersion);
 
     // Whether the processor has the feature and the system keeps its registers. An unknown number is FALSE.

@@ -1,9 +1,8 @@
 #include "platform/mediafoundation/event_queue.h"
 
-#include <atomic>
-
 #include "mferror.h"
 #include "platform/com/com_object.h"
+#include "platform/mediafoundation/async_result.h"
 #include "platform/mediafoundation/with_attributes.h"
 
 namespace mediafoundation
@@ -57,36 +56,6 @@ private:
     PROPVARIANT m_value;
 };
 
-class AsyncResult final : public platform::ComObject<platform::Implements<IMFAsyncResult>>
-{
-public:
-    explicit AsyncResult(IUnknown* pState) : m_state(pState) {}
-
-    HRESULT STDMETHODCALLTYPE GetState(IUnknown** ppunkState) override
-    {
-        if (ppunkState == nullptr) return E_POINTER;
-        *ppunkState = ComPtr<IUnknown>(m_state).Detach();
-        return *ppunkState != nullptr ? S_OK : E_POINTER;
-    }
-    HRESULT STDMETHODCALLTYPE GetStatus() override { return m_hrStatus; }
-    HRESULT STDMETHODCALLTYPE SetStatus(HRESULT hrStatus) override
-    {
-        m_hrStatus = hrStatus;
-        return S_OK;
-    }
-    // The operation has no object.
-    HRESULT STDMETHODCALLTYPE GetObject(IUnknown** ppObject) override
-    {
-        if (ppObject != nullptr) *ppObject = nullptr;
-        return E_POINTER;
-    }
-    IUnknown* STDMETHODCALLTYPE GetStateNoAddRef() override { return m_state.Get(); }
-
-private:
-    const ComPtr<IUnknown> m_state;
-    std::atomic<HRESULT> m_hrStatus{S_OK};
-};
-
 }  // namespace
 
 HRESULT MakeEvent(MediaEventType type, REFGUID extendedType, HRESULT hrStatus, const PROPVARIANT* pValue,
@@ -123,7 +92,7 @@ HRESULT EventQueue::BeginTake(IMFAsyncCallback* pCallback, IUnknown* pState, std
             const std::lock_guard lock(m_lock);
             if (m_bShutdown) return MF_E_SHUTDOWN;
             if (m_result) return m_callback.Get() == pCallback ? MF_S_MULTIPLE_BEGIN : MF_E_MULTIPLE_BEGIN;
-            auto result = ComPtr<IMFAsyncResult>::Attach(new AsyncResult(pState));
+            ComPtr<IMFAsyncResult> result = MakeAsyncResult(pState);
             if (!m_thread.joinable())
             {
                 m_thread = std::thread([this, keep = std::move(owner)] { InvokeCallbacks(); });

@@ -1,11 +1,11 @@
 // IMFSourceResolver: from a path to a source.
-#include <filesystem>
 #include <string>
 
 #include "mferror.h"
 #include "mfidl.h"
 #include "platform/com/com_object.h"
 #include "platform/com/com_ptr.h"
+#include "platform/mediafoundation/file_path.h"
 #include "platform/mediafoundation/file_source.h"
 #include "platform/mediafoundation/startup.h"
 #include "platform/mediafoundation/without_exceptions.h"
@@ -20,16 +20,7 @@ using platform::ComPtr;
 HRESULT CreateSource(LPCWSTR pwszPath, IUnknown** ppObject)
 {
     std::string path;
-    try
-    {
-        // UTF-8 from char32_t, always; from wchar_t it would be the locale's encoding.
-        path = std::filesystem::path(std::u32string(pwszPath, pwszPath + std::char_traits<wchar_t>::length(pwszPath)))
-                   .string();
-    }
-    catch (const std::system_error&)  // not Unicode: nothing has such a name
-    {
-        return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
-    }
+    if (!Utf8Path(pwszPath, &path)) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     std::unique_ptr<ContainerFile> file;
     HRESULT hr = ContainerFile::Open(path, &file);
     if (FAILED(hr)) return hr;

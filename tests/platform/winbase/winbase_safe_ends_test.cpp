@@ -1,6 +1,7 @@
 // What Windows leaves undefined and the platform gives a harmless end, and what its versions differ in.
 #include <string>
 
+#include "platform/winbase/version_script.h"
 #include "support/short_memory.h"
 #include "winbase_testing.h"
 
@@ -238,6 +239,34 @@ TEST(WinbaseSafeEnds, VersionIsTheOneThatUnawareProgramsAreGiven)
     version.dwOSVersionInfoSize = 8;
     EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(GetVersionExW(&version)); }),
               static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+}
+
+// 276 is the record's size where its text has 16-bit characters.
+TEST(WinbaseSafeEnds, VersionIsGivenForTheSizeOfShorterCharacters)
+{
+    OSVERSIONINFOW version{};
+    std::fill(std::begin(version.szCSDVersion), std::end(version.szCSDVersion), L'x');
+    version.dwOSVersionInfoSize = 276;
+    ASSERT_TRUE(GetVersionExW(&version));
+    EXPECT_EQ(version.dwOSVersionInfoSize, 276U);
+    EXPECT_EQ(version.dwMajorVersion, 6U);
+    EXPECT_EQ(version.dwMinorVersion, 2U);
+    // 20 bytes of numbers and 64 characters of 4 bytes lie within the 276 bytes.
+    EXPECT_EQ(version.szCSDVersion[63], L'\0');
+    EXPECT_EQ(version.szCSDVersion[64], L'x');
+}
+
+TEST(WinbaseSafeEnds, VersionIsTheOneThatATestSets)
+{
+    VersionScript_Set(6, 1);
+    OSVERSIONINFOW version{};
+    version.dwOSVersionInfoSize = 276;
+    ASSERT_TRUE(GetVersionExW(&version));
+    EXPECT_EQ(version.dwMajorVersion, 6U);
+    EXPECT_EQ(version.dwMinorVersion, 1U);
+    VersionScript_Reset();
+    ASSERT_TRUE(GetVersionExW(&version));
+    EXPECT_EQ(version.dwMinorVersion, 2U);
 }
 
 TEST(WinbaseSafeEnds, WidestVectorsAreReportedAsTheCompilerDetectsThem)
