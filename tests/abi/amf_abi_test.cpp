@@ -1,25 +1,17 @@
 // The declarations of the AMF interface against what a runtime sees: the place of every operation in its table, the ids
 // of the interfaces, and the numbers of the enumerations. Sizes and offsets are asserted where the records are
 // declared.
-#include <cstdint>
-#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "abi/amf/amf.h"
+#include "support/slot_of.h"
+
+using test_support::SlotOf;
 
 namespace
 {
-
-// A pointer to a virtual operation holds, in the C++ ABI of both builds, 1 + 8 times its place in the table.
-template <typename Operation>
-std::uintptr_t SlotOf(Operation operation)
-{
-    std::uintptr_t uiFirstWord = 0;
-    std::memcpy(&uiFirstWord, &operation, sizeof(uiFirstWord));
-    return (uiFirstWord - 1) / sizeof(void*);
-}
 
 // Upper-case hexadecimal, in the order of the memory.
 std::string BytesOf(const AMFGuid& guid)
