@@ -1,11 +1,71 @@
-// A file of the name that the module looks for as the AMF runtime. The module loads the runtime and asks nothing of it.
-#if defined(_WIN32)
-#define FAKE_EXPORT extern "C" __declspec(dllexport)
-#else
-#define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
-#endif
+#include "fake_amf.h"
 
-FAKE_EXPORT int FakeAmfRuntime()
+namespace
 {
-    return 1;
+
+std::wstring FolderOf(const std::wstring& strBuild)
+{
+    wchar_t wszProgram[4096] = {};
+    GetModuleFileNameW(nullptr, wszProgram, 4095);
+    std::wstring strFolder = wszProgram;
+    strFolder.resize(strFolder.find_last_of(L"/\\") + 1);
+    return strFolder + L"fakeamf/" + strBuild;
+}
+
+FakeAmf& FakeOf(void* pContext)
+{
+    return *static_cast<FakeAmf*>(pContext);
+}
+
+AMF_RESULT Init(void* pContext, amf_uint64 uiVersion, bool* pbFactory)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    fake.m_vCalls.push_back("AMFInit");
+    fake.m_vVersionsAsked.push_back(uiVersion);
+    *pbFactory = fake.m_bFactory;
+    return fake.m_eInit;
+}
+
+AMF_RESULT QueryVersion(void* pContext, amf_uint64* puiVersion)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    fake.m_vCalls.push_back("AMFQueryVersion");
+    if (fake.m_eQueryVersion == AMF_OK) *puiVersion = fake.m_uiVersion;
+    return fake.m_eQueryVersion;
+}
+
+AMF_RESULT GetSingleton(void* pContext, const char* pszName)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    fake.m_vCalls.push_back(pszName);
+    return pszName == std::string("trace") ? fake.m_eGetTrace : fake.m_eGetDebug;
+}
+
+bool EnableWriter(void* pContext, const wchar_t* pwszWriter, bool bEnable)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    fake.m_vWriters.push_back((bEnable ? L"+" : L"-") + std::wstring(pwszWriter));
+    return fake.m_bWriterWasEnabled;
+}
+
+void TraceW(void* pContext, const wchar_t* pwszSource, amf_int32 nLine, amf_int32 nLevel, const wchar_t* pwszScope,
+            amf_int32 nArguments, const wchar_t* pwszFormat)
+{
+    FakeOf(pContext).m_vLines.push_back({pwszSource, nLine, nLevel, pwszScope, nArguments, pwszFormat});
+}
+
+}  // namespace
+
+FakeAmf::FakeAmf(const std::wstring& strBuild)
+    : m_calls{this, Init, QueryVersion, GetSingleton, EnableWriter, TraceW},
+      m_ownFolder(L"IMAGEFORMAT_MP4_RUNTIMES", FolderOf(strBuild)),
+      m_systemFolder(L"PATH", FolderOf(strBuild)),
+      m_address(FAKE_AMF_VARIABLE, std::to_wstring(reinterpret_cast<std::uintptr_t>(&m_calls)))
+{
+    EXPECT_FALSE(IsLoaded()) << "left by an earlier test";
+}
+
+bool FakeAmf::IsLoaded()
+{
+    return GetModuleHandleW(AMF_DLL_NAME) != nullptr;
 }

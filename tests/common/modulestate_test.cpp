@@ -1,7 +1,6 @@
 // The count of format objects, which keeps the runtimes started.
 #include <gtest/gtest.h>
 
-#include "amf/common/amffactoryhelper.h"
 #include "common/modulestate.h"
 #include "mp4filesimpl/imageformatmp4.h"
 
@@ -33,13 +32,6 @@ TEST(ModuleState, ANegativeCountIsUnchanged)
     StopModuleRuntime();
     EXPECT_EQ(g_nFormatObjects, -2);
     g_nFormatObjects = 0;
-}
-
-TEST(AMFFactoryHelper, TerminateWithNothingLoadedGivesZero)
-{
-    AMFFactoryHelper helper;
-    EXPECT_EQ(helper.Terminate(), 0);
-    EXPECT_EQ(helper.Terminate(), 0);
 }
 
 }  // namespace

@@ -7,20 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
+#include "support/slot_of.h"
+
+using test_support::SlotOf;
 
 namespace
 {
-
-// A pointer to a virtual operation holds, in the C++ ABI of both builds, 1 + 8 times its place in the table.
-template <typename Operation>
-std::uintptr_t SlotOf(Operation operation)
-{
-    std::uintptr_t uiFirstWord = 0;
-    std::memcpy(&uiFirstWord, &operation, sizeof(uiFirstWord));
-    return (uiFirstWord - 1) / sizeof(void*);
-}
 
 // QueryInterface has a typed overload besides.
 using QueryInterfaceOperation = HRESULT (STDMETHODCALLTYPE IUnknown::*)(REFIID, void**);

@@ -2,10 +2,13 @@
 // both is true.
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <mmsystem.h>
 #include <oaidl.h>
 #include <objbase.h>
 #include <propidl.h>
+#include <share.h>
 #include <shlwapi.h>
 
 #include <gtest/gtest.h>
@@ -54,7 +57,11 @@ static_assert(ERROR_PROC_NOT_FOUND == 127 && ERROR_ALREADY_EXISTS == 183 && ERRO
 static_assert(ERROR_ENVVAR_NOT_FOUND == 203 && ERROR_NOT_OWNER == 288 && ERROR_TOO_MANY_POSTS == 298);
 static_assert(ERROR_ARITHMETIC_OVERFLOW == 534 && ERROR_NOACCESS == 998 && ERROR_INVALID_FLAGS == 1004);
 static_assert(ERROR_NO_UNICODE_TRANSLATION == 1113 && ERROR_DLL_INIT_FAILED == 1114 && ERROR_NOT_FOUND == 1168);
-static_assert(ERROR_TIMEOUT == 1460);
+static_assert(ERROR_TIMEOUT == 1460 && ERROR_INVALID_ADDRESS == 487);
+static_assert(MEM_COMMIT == 0x1000 && MEM_RESERVE == 0x2000 && MEM_RELEASE == 0x8000 && PAGE_READWRITE == 4);
+static_assert(_O_RDONLY == 0 && _O_WRONLY == 1 && _O_RDWR == 2 && _O_APPEND == 8 && _O_CREAT == 0x100);
+static_assert(_O_TRUNC == 0x200 && _O_EXCL == 0x400 && _O_BINARY == 0x8000);
+static_assert(_SH_DENYRW == 0x10 && _SH_DENYWR == 0x20 && _SH_DENYRD == 0x30 && _SH_DENYNO == 0x40);
 
 static_assert(WAIT_OBJECT_0 == 0 && WAIT_ABANDONED == 0x80 && WAIT_ABANDONED_0 == 0x80 && WAIT_TIMEOUT == 258);
 static_assert(WAIT_IO_COMPLETION == 0xC0 && WAIT_FAILED == 0xFFFFFFFF && INFINITE == 0xFFFFFFFF);

@@ -1,0 +1,52 @@
+// A scripted AMF runtime: what it answers, and what it was asked.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "fake_amf_file.h"
+#include "scoped_variable.h"
+
+// The module finds it by its bare name as long as this object lives.
+class FakeAmf
+{
+public:
+    // The build of the file: "full", "noinit", "noversion"; or "none" for a machine without the runtime.
+    explicit FakeAmf(const std::wstring& strBuild = L"full");
+    FakeAmf(const FakeAmf&) = delete;
+    FakeAmf& operator=(const FakeAmf&) = delete;
+
+    // Whether any caller has the runtime in the process.
+    static bool IsLoaded();
+
+    // --- what it answers
+    AMF_RESULT m_eInit = AMF_OK;
+    AMF_RESULT m_eQueryVersion = AMF_OK;
+    AMF_RESULT m_eGetTrace = AMF_OK;
+    AMF_RESULT m_eGetDebug = AMF_OK;
+    bool m_bFactory = true;  // false: AMFInit succeeds and gives none
+    amf_uint64 m_uiVersion = AMF_MAKE_FULL_VERSION(1, 4, 14, 3);
+    bool m_bWriterWasEnabled = false;
+
+    // --- what it saw
+    struct SLine
+    {
+        std::wstring m_strSource;
+        amf_int32 m_nLine;
+        amf_int32 m_nLevel;
+        std::wstring m_strScope;
+        amf_int32 m_nArguments;
+        std::wstring m_strText;
+    };
+    std::vector<std::string> m_vCalls;  // of the entries and the factory, in order
+    std::vector<amf_uint64> m_vVersionsAsked;
+    std::vector<std::wstring> m_vWriters;  // each with "+" or "-" in front, for on and off
+    std::vector<SLine> m_vLines;
+
+private:
+    SFakeAmfCalls m_calls;
+    // The first is this repository's own place of runtimes, the second where Windows looks for a bare name.
+    CScopedVariable m_ownFolder;
+    CScopedVariable m_systemFolder;
+    CScopedVariable m_address;
+};
