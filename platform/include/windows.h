@@ -8,7 +8,6 @@
 #include "winnt.h"
 
 #include "libloaderapi.h"
-#include "memoryapi.h"
 #include "processthreadsapi.h"
 #include "synchapi.h"
 #include "winbase.h"

@@ -3,6 +3,8 @@
 
 #include "winbase_testing.h"
 
+#include <memoryapi.h>
+
 using namespace winbase_testing;
 
 namespace

@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include <memoryapi.h>
+
 #include "amf/common/streamcheck.h"
 
 namespace
