@@ -118,7 +118,11 @@ STDMETHODIMP CScriptedSession::Shutdown()
 {
     {
         const std::lock_guard lock(m_mtx);
-        if (!m_bShutDown) m_vCalls.emplace_back("Shutdown");
+        if (!m_bShutDown)
+        {
+            m_vCalls.emplace_back("Shutdown");
+            m_script.m_fnOnShutdown();
+        }
         m_bShutDown = true;
         m_cv.notify_all();
     }

@@ -47,6 +47,8 @@ struct SScript
     std::function<HRESULT(int)> m_fnPaused = [](int) { return S_OK; };
     // Called by every Start, on the caller's thread.
     std::function<void(int)> m_fnOnStart = [](int) {};
+    // Called by the first Shutdown.
+    std::function<void()> m_fnOnShutdown = [] {};
     // Events that are sent just before the n-th MESessionStarted.
     std::function<std::vector<MediaEventType>(int)> m_fnStale = [](int) { return std::vector<MediaEventType>(); };
 };
