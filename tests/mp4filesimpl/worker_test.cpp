@@ -1,6 +1,7 @@
 // Where the worker plays, and which picture comes under which index: on a session whose every step is known.
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <random>
 #include <set>
 
@@ -482,6 +483,23 @@ TEST_F(Worker, ARefusedRequestLeavesTheBufferAlone)
     std::vector<unsigned char> vPixels(24, 0x5A);
     EXPECT_EQ(file.ReadFrame(15, vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(vPixels, std::vector<unsigned char>(24, 0x5A));
+}
+
+// Otherwise it would decode the whole file into the store.
+TEST_F(Worker, ASessionThatTheWorkerGivesUpIsStopped)
+{
+    SScript script = EvenScript(100);
+    script.m_uiStuckAt = 3;
+    CScriptedFile file(m_format.Get(), script);
+    auto read = std::async(std::launch::async, [&file] { return file.ReadNumber(5); });
+    file.Session().WaitUntilStuckAfter("Start");
+    file.Session().Report(MEError, E_FAIL);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    const auto begin = std::chrono::steady_clock::now();
+    while (file.Session().CountCalls("Stop") == 0 &&
+           std::chrono::steady_clock::now() - begin < std::chrono::seconds(10))
+        Sleep(1);
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Stop"));
 }
 
 // --- events and pauses out of turn ---
