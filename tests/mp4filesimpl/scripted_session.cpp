@@ -35,6 +35,12 @@ int CScriptedSession::CountCalls(const std::string& strCall) const
     return static_cast<int>(std::count(vCalls.begin(), vCalls.end(), strCall));
 }
 
+int CScriptedSession::CountStarts() const
+{
+    const std::lock_guard lock(m_mtx);
+    return m_nStarts;
+}
+
 STDMETHODIMP CScriptedSession::QueryInterface(REFIID riid, void** ppObject)
 {
     *ppObject = nullptr;

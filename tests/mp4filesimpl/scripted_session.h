@@ -66,6 +66,7 @@ public:
     // "Pause", "Stop", "SetTopology", "Shutdown".
     std::vector<std::string> Calls() const;
     int CountCalls(const std::string& strCall) const;
+    int CountStarts() const;  // wherever they began
     std::size_t Delivered() const { return m_uiDelivered; }
     // Has the session report something.
     void Report(MediaEventType eType, HRESULT hrStatus);

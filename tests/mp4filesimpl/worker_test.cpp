@@ -407,9 +407,9 @@ TEST_F(Worker, FramesListedAfterTheEndInAMillisecondThatOthersShareAreRefused)
         EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
     file.WaitForRest();
     Sleep(100);
-    const int nStarts = file.Session().CountCalls("Start");
+    const int nStarts = file.Session().CountStarts();
     Sleep(100);
-    EXPECT_EQ(file.Session().CountCalls("Start"), nStarts);
+    EXPECT_EQ(file.Session().CountStarts(), nStarts);
 }
 
 TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
@@ -419,7 +419,7 @@ TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
-    EXPECT_EQ(file.Session().CountCalls("Start"), 1);
+    EXPECT_EQ(file.Session().CountStarts(), 1);
 }
 
 TEST_F(Worker, AFirstStartThatFailsEndsEveryRequestAtOnce)
@@ -429,6 +429,7 @@ TEST_F(Worker, AFirstStartThatFailsEndsEveryRequestAtOnce)
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountStarts(), 1);
 }
 
 TEST_F(Worker, ALaterStartThatFailsEndsTheWaitingRequest)
@@ -441,6 +442,7 @@ TEST_F(Worker, ALaterStartThatFailsEndsTheWaitingRequest)
     EXPECT_EQ(file.ReadNumber(150), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(151), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountStarts(), 2);
 }
 
 TEST_F(Worker, TwoFailedSeeksAreForgiven)
