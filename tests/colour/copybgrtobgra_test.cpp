@@ -10,10 +10,6 @@
 #include "guarded_block.h"
 #include "kernels_under_test.h"
 
-namespace
-{
-}
-
 TEST(CopyBgrToBgra, CopiesThreeBytesAndSetsTheFourthTo255)
 {
     const Bytes vSource = {1, 2, 3, 4, 5, 6, 99, 99, 7, 8, 9, 10, 11, 12, 99, 99};

@@ -1,5 +1,4 @@
-// A block of bytes at any alignment, with guards that show writes outside of it. Without the guard after it, the block
-// ends with its allocation, so that sanitizers also report reads.
+// A block of bytes at any alignment, with guards that show writes outside of it. A read outside isn't seen.
 #pragma once
 
 #include <cstddef>

@@ -98,14 +98,16 @@ TEST_F(SessionEvents, AShutdownEndsTheWaitAndEveryLaterOne)
     EXPECT_EQ(Take(INFINITE), MF_E_SHUTDOWN);
 }
 
-// The session keeps the callback and invokes it when the taker is gone.
-TEST_F(SessionEvents, AnEventAfterTheTakersEndDoesNoHarm)
+// The session keeps the callback and invokes it when the taker is gone. The event is left for the next one.
+TEST_F(SessionEvents, AnEventAfterTheTakersEndIsTheNextOnes)
 {
     {
         CSessionEvents taker(&m_session);
         EXPECT_EQ(taker.Take(0, nullptr, &m_eType, &m_hrStatus), S_FALSE);
     }
     m_session.m_events.Add(MESessionEnded, S_OK);
+    EXPECT_EQ(Take(0), S_OK);
+    EXPECT_EQ(m_eType, MediaEventType{MESessionEnded});
 }
 
 }  // namespace

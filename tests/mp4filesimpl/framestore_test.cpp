@@ -313,20 +313,36 @@ TEST_F(AskedStore, TheSessionMayBeSilentFor20SecondsAnd100MillisecondsForEachFra
     EXPECT_EQ(m_pStore->GetSilenceLeft(), 0U);
 }
 
+TEST_F(AskedStore, OnlyFramesThatAPlayHasNotDeliveredCount)
+{
+    Play(0);
+    Ask(8);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'800U);  // it may begin anywhere
+    Deliver(3);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'500U);
+    Ask(2);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'200U);  // the play has passed it
+    Ask(11);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 21'100U);  // it fills the store before it gets there
+    Ask(8);
+    m_pStore->EndPlay();
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'800U);
+}
+
 TEST_F(AskedStore, ASampleAnEventAndARequestStartTheLimitAgain)
 {
     Play(0);
     Ask(7);
     MoveClock(5'000);
     EXPECT_EQ(m_pStore->GetSilenceLeft(), 15'700U);
-    Deliver(1);
-    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
+    Deliver(1);  // frame 0; 1 to 6 are left before the requested one
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'600U);
     MoveClock(5'000);
     m_pStore->NoteEvent();
-    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'600U);
     MoveClock(5'000);
     Ask(8);
-    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'800U);
+    EXPECT_EQ(m_pStore->GetSilenceLeft(), 20'700U);
     m_pStore->CountSamples();
     MoveClock(5'000);
     Deliver(1);

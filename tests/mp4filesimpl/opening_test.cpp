@@ -1,15 +1,19 @@
 // What opening a file asks of the session, which is a scripted one here: this program has its own in place of the
-// system's.
+// system's, and notes what the sink is asked for.
+#include <functional>
 #include <future>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <dlfcn.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <mfapi.h>
 
+#include "common/modulestate.h"
 #include "mp4filesimpl/mp4inputfile.h"
 #include "sample_video.h"
 #include "scripted_file.h"
@@ -26,6 +30,16 @@ using testing::ElementsAre;
 std::mutex g_mtxCalls;
 std::vector<std::string> g_vCalls;     // of all sessions
 CScriptedEvents* g_pEvents = nullptr;  // of the newest session that was started
+
+using Grabber = IMFSampleGrabberSinkCallback;
+Grabber* g_pGrabber = nullptr;        // of the newest sink; not counted
+std::vector<GUID> g_vSubtypes;        // that the sinks were asked for
+std::vector<UINT32> g_vWorkQueues;    // of the source nodes in the topologies
+std::size_t g_uiSessions = 0;         // that were asked for
+std::size_t g_uiMostSessions = 1000;  // the next one can't be made
+std::size_t g_uiStarts = 0;
+// What the n-th start returns, from 0.
+std::function<HRESULT(std::size_t)> g_fnStart;
 
 void Note(const char* pszCall)
 {
@@ -52,16 +66,27 @@ public:
         return nLeft;
     }
 
-    STDMETHODIMP SetTopology(DWORD, IMFTopology*) override
+    STDMETHODIMP SetTopology(DWORD, IMFTopology* pTopology) override
     {
         Note("SetTopology");
+        WORD wCount = 0;
+        EXPECT_EQ(pTopology->GetNodeCount(&wCount), S_OK);
+        for (WORD i = 0; i < wCount; ++i)
+        {
+            IMFTopologyNode* pNode = nullptr;
+            UINT32 uiWorkQueue = 0;
+            EXPECT_EQ(pTopology->GetNode(i, &pNode), S_OK);
+            if (SUCCEEDED(pNode->GetUINT32(MF_TOPONODE_WORKQUEUE_ID, &uiWorkQueue)))
+                g_vWorkQueues.push_back(uiWorkQueue);
+            pNode->Release();
+        }
         return S_OK;
     }
     STDMETHODIMP Start(const GUID*, const PROPVARIANT*) override
     {
         Note("Start");
         g_pEvents = &m_events;
-        return S_OK;
+        return g_fnStart(g_uiStarts++);
     }
     STDMETHODIMP Shutdown() override
     {
@@ -84,6 +109,12 @@ protected:
     {
         g_vCalls.clear();
         g_pEvents = nullptr;
+        g_vSubtypes.clear();
+        g_vWorkQueues.clear();
+        g_uiSessions = 0;
+        g_uiMostSessions = 1000;
+        g_uiStarts = 0;
+        g_fnStart = [](std::size_t) { return S_OK; };
     }
 
     static std::filesystem::path CleanFile() { return MakeVideo("clean.mp4", TestPicture(100) + "-profile:v high"); }
@@ -92,6 +123,29 @@ protected:
     {
         return MakeVideo("fragments.mp4",
                          TestPicture(60) + "-profile:v high -bf 0 -g 12 -movflags +frag_keyframe+empty_moov");
+    }
+
+    // The clean file with a timescale of zero. The walk fails with the times in ticks.
+    static std::filesystem::path FileInTicks()
+    {
+        constexpr std::size_t TIMESCALE_AT = 16;  // after the type of the box
+        std::string strBytes = test_support::ReadText(CleanFile());
+        SetWordAt(strBytes, strBytes.find("mdhd") + TIMESCALE_AT, 0);
+        return WriteBeside(CleanFile(), ".ticks.mp4", strBytes);
+    }
+
+    // The session plays samples of these durations in 100 ns, and ends.
+    static HRESULT Play(std::initializer_list<LONGLONG> durations)
+    {
+        for (const LONGLONG llDuration : durations)
+            EXPECT_EQ(g_pGrabber->OnProcessSample(MFMediaType_Video, 0, 0, llDuration, nullptr, 0), S_OK);
+        g_pEvents->Add(MESessionEnded, S_OK);
+        return S_OK;
+    }
+    static HRESULT Refuse()
+    {
+        g_pEvents->Add(MESessionTopologySet, E_FAIL);
+        return S_OK;
     }
 
     class CFile : public CQmMP4InputFile
@@ -105,8 +159,18 @@ protected:
             SQmImageAttributes attributes;
             return GetImageAttributes(&attributes);
         }
+        using CQmMP4InputFile::m_Attributes;
         using CQmMP4InputFile::m_vFrameTimesMs;
     };
+
+    // No list, and no number of frames.
+    static void ExpectNoTimes(CFile& file)
+    {
+        CQmByteArray data;
+        EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+        EXPECT_EQ(data.GetSize(), 0U);
+        EXPECT_EQ(file.m_Attributes.m_uiSequenceCount, 0U);
+    }
 
     static bool Waits(const std::future<QmStatus>& result)
     {
@@ -158,12 +222,108 @@ TEST_F(Opening, AnEventStartsTheLimitOfCountingAgain)
     EXPECT_EQ(open.get(), QM_ERR_FAIL);
 }
 
+// --- the formats that counting asks for ---
+
+TEST_F(Opening, CountingAsksForOneFormatAfterTheOtherUntilTheSessionPlaysOne)
+{
+    g_fnStart = [](std::size_t uiStart) { return uiStart < 6 ? Refuse() : Play({400'000, 400'000, 200'000}); };
+    CFile file(m_format.Get(), FragmentedFile());
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, (std::vector<std::uint64_t>{0, 40, 80}));
+    EXPECT_THAT(g_vSubtypes, ElementsAre(MFVideoFormat_H264, MFVideoFormat_MP4S, MFVideoFormat_M4S2, MFVideoFormat_MP4V,
+                                         MFVideoFormat_WVC1, MFVideoFormat_YUY2, MFVideoFormat_RGB32,
+                                         MFVideoFormat_YUY2));  // the last is for the frames
+    EXPECT_EQ(g_uiStarts, 7U);
+}
+
+TEST_F(Opening, ARefusedFormatsGraphIsShutDownBeforeTheNextIsTried)
+{
+    g_fnStart = [](std::size_t uiStart) { return uiStart < 1 ? Refuse() : Play({400'000}); };
+    CFile file(m_format.Get(), FragmentedFile());
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_THAT(g_vCalls, ElementsAre("SetTopology", "Start", "Shutdown", "SetTopology", "Start", "Shutdown"));
+}
+
+TEST_F(Opening, AFileWhoseEveryFormatIsRefusedFails)
+{
+    g_fnStart = [](std::size_t) { return Refuse(); };
+    CFile file(m_format.Get(), FragmentedFile());
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(g_uiStarts, 7U);
+    EXPECT_EQ(g_vSubtypes.size(), 7U);
+    ExpectNoTimes(file);
+}
+
+// The file becomes whole while it is opened. The walk reads it again for every format.
+TEST_F(Opening, AListThatIsFoundLaterHasNothingOfTheOnesBefore)
+{
+    const auto path = FileInTicks();
+    g_fnStart = [&](std::size_t) {
+        std::filesystem::copy_file(CleanFile(), path, std::filesystem::copy_options::overwrite_existing);
+        return Refuse();
+    };
+    CFile file(m_format.Get(), path);
+    ASSERT_EQ(file.Open(), QM_OK);
+    EXPECT_EQ(file.m_vFrameTimesMs, EvenTimes(100, 40));
+    EXPECT_EQ(g_uiStarts, 1U);
+}
+
+// --- what a failed open leaves ---
+
+TEST_F(Opening, AFailedCountingLeavesNoTimes)
+{
+    g_fnStart = [](std::size_t) { return E_FAIL; };
+    CFile file(m_format.Get(), FileInTicks());
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(g_uiStarts, 1U);
+    ExpectNoTimes(file);
+}
+
+TEST_F(Opening, AFailedGraphForFramesLeavesNoTimes)
+{
+    g_uiMostSessions = 1;
+    CFile file(m_format.Get(), CleanFile());
+    EXPECT_EQ(file.Open(), QM_ERR_FAIL);
+    EXPECT_EQ(g_uiSessions, 2U);
+    ExpectNoTimes(file);
+}
+
+// --- work queues ---
+
+TEST_F(Opening, EveryFormOfAnInputFileCountsAndTheNumberIsTheWorkQueueOfTheSource)
+{
+    const std::uint32_t uiBefore = g_uiInputFileCount;
+    CQmByteArray data;
+    const CQmMP4InputFile array(m_format.Get(), &data);
+    EXPECT_EQ(g_uiInputFileCount, uiBefore + 1);
+    const CQmMP4InputFile memory(m_format.Get(), nullptr, 0);
+    EXPECT_EQ(g_uiInputFileCount, uiBefore + 2);
+    CFile first(m_format.Get(), CleanFile());
+    ASSERT_EQ(first.Open(), QM_OK);
+    CFile second(m_format.Get(), CleanFile());
+    ASSERT_EQ(second.Open(), QM_OK);
+    EXPECT_THAT(g_vWorkQueues, ElementsAre(uiBefore + 3, uiBefore + 4));
+}
+
 }  // namespace
 
 // --- in place of the system's ---
 
 STDAPI MFCreateMediaSession(IMFAttributes*, IMFMediaSession** ppMediaSession)
 {
+    if (g_uiSessions++ >= g_uiMostSessions) return E_FAIL;
     *ppMediaSession = new CNotedSession;
     return S_OK;
+}
+
+STDAPI MFCreateSampleGrabberSinkActivate(IMFMediaType* pMediaType, IMFSampleGrabberSinkCallback* pCallback,
+                                         IMFActivate** ppActivate)
+{
+    GUID guidSubtype = GUID_NULL;
+    pMediaType->GetGUID(MF_MT_SUBTYPE, &guidSubtype);
+    g_vSubtypes.push_back(guidSubtype);
+    g_pGrabber = pCallback;
+    static const auto pfnSystem = reinterpret_cast<decltype(&MFCreateSampleGrabberSinkActivate)>(
+        dlsym(RTLD_NEXT, "MFCreateSampleGrabberSinkActivate"));
+    return pfnSystem(pMediaType, pCallback, ppActivate);
 }

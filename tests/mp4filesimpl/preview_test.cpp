@@ -1,4 +1,7 @@
 // Previews, on a scripted session whose first picture is known.
+#include <algorithm>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "scripted_file.h"
@@ -44,11 +47,15 @@ TEST_F(Preview, InNativeSizeWithoutContrastItIsTheFrameAtTheFrameStoresPitch)
 {
     CScriptedFile file(m_format.Get(), ScriptOf(5, 4));
     ASSERT_EQ(Draw(file, 5, 4, false, m_vPixels, 64 + 4), QM_OK);
-    std::vector<unsigned char> vFrame(64);
-    ASSERT_EQ(file.ReadFirstFrame(vFrame.data(), nullptr, nullptr), QM_OK);
-    EXPECT_EQ(std::vector<unsigned char>(m_vPixels.begin(), m_vPixels.begin() + 64), vFrame);
+    // Two black pixels in each row for the number 0, then the brightness of the row. What pads a row is left out.
+    for (unsigned uiRow = 0; uiRow < 4; ++uiRow)
+    {
+        std::vector<unsigned char> vRow(15, static_cast<unsigned char>(GreyOf(16 + uiRow)));
+        std::fill_n(vRow.begin(), 6, 0);
+        const auto itRow = m_vPixels.begin() + uiRow * 16;
+        EXPECT_EQ(std::vector<unsigned char>(itRow, itRow + 15), vRow) << uiRow;
+    }
     EXPECT_EQ(m_vPixels[64], 0x5A);
-    EXPECT_EQ(m_vPixels[2 * 16 + 6], GreyOf(18));  // third pixel of the third row
 }
 
 // Every row has a dark pixel and a bright one, which contrast makes black and white. Padding isn't written.
@@ -74,6 +81,20 @@ TEST_F(Preview, InAnotherSizeRowsAreThreeTimesTheWidthPlus1ApartCutTo4Bytes)
     EXPECT_EQ(m_vPixels[3], 0x5A);
     EXPECT_NE(m_vPixels[4], 0x5A);
     EXPECT_EQ(m_vPixels[7], 0x5A);
+}
+
+// Half as wide: in the right half every row is of one brightness, and stays so.
+TEST_F(Preview, InAnotherSizeItIsThePicture)
+{
+    CScriptedFile file(m_format.Get(), ScriptOf(32, 100));
+    constexpr std::size_t PITCH = 48;  // 3 * 17, cut to 4 bytes
+    ASSERT_EQ(Draw(file, 16, 100, false, m_vPixels, PITCH * 100), QM_OK);
+    for (unsigned uiRow = 0; uiRow < 100; ++uiRow)
+    {
+        const std::vector<unsigned char> vRow(24, static_cast<unsigned char>(GreyOf(16 + uiRow)));
+        const auto itRow = m_vPixels.begin() + static_cast<std::ptrdiff_t>(uiRow * PITCH + 24);
+        EXPECT_EQ(std::vector<unsigned char>(itRow, itRow + 24), vRow) << uiRow;
+    }
 }
 
 TEST_F(Preview, AutoContrastSpreadsTheFirstFrameOverTheWholeRange)

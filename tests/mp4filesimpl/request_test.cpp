@@ -99,9 +99,17 @@ TEST_F(Request, ATileOfAFileThatIsNotOpenIsRefused)
 
 // --- the end, in every state ---
 
-TEST_F(Request, AFileThatWasNeverReadIsDestroyed)
+TEST_F(Request, AFileThatWasNeverReadIsDestroyedAndItsSessionShutDown)
 {
-    CScriptedFile file(m_format.Get(), Script());
+    SScript script = Script();
+    int nShutDowns = 0;
+    script.m_fnOnShutdown = [&] { ++nShutDowns; };
+    {
+        CScriptedFile file(m_format.Get(), script);
+        EXPECT_FALSE(file.HasThreads());
+        EXPECT_TRUE(file.Session().Calls().empty());
+    }
+    EXPECT_EQ(nShutDowns, 1);
 }
 
 TEST_F(Request, AFileAtRestIsDestroyed)

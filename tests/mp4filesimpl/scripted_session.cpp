@@ -35,6 +35,12 @@ int CScriptedSession::CountCalls(const std::string& strCall) const
     return static_cast<int>(std::count(vCalls.begin(), vCalls.end(), strCall));
 }
 
+int CScriptedSession::CountStarts() const
+{
+    const std::lock_guard lock(m_mtx);
+    return m_nStarts;
+}
+
 STDMETHODIMP CScriptedSession::QueryInterface(REFIID riid, void** ppObject)
 {
     *ppObject = nullptr;
@@ -118,7 +124,11 @@ STDMETHODIMP CScriptedSession::Shutdown()
 {
     {
         const std::lock_guard lock(m_mtx);
-        if (!m_bShutDown) m_vCalls.emplace_back("Shutdown");
+        if (!m_bShutDown)
+        {
+            m_vCalls.emplace_back("Shutdown");
+            m_script.m_fnOnShutdown();
+        }
         m_bShutDown = true;
         m_cv.notify_all();
     }

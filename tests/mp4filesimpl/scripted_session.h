@@ -47,6 +47,8 @@ struct SScript
     std::function<HRESULT(int)> m_fnPaused = [](int) { return S_OK; };
     // Called by every Start, on the caller's thread.
     std::function<void(int)> m_fnOnStart = [](int) {};
+    // Called by the first Shutdown.
+    std::function<void()> m_fnOnShutdown = [] {};
     // Events that are sent just before the n-th MESessionStarted.
     std::function<std::vector<MediaEventType>(int)> m_fnStale = [](int) { return std::vector<MediaEventType>(); };
 };
@@ -64,6 +66,7 @@ public:
     // "Pause", "Stop", "SetTopology", "Shutdown".
     std::vector<std::string> Calls() const;
     int CountCalls(const std::string& strCall) const;
+    int CountStarts() const;  // wherever they began
     std::size_t Delivered() const { return m_uiDelivered; }
     // Has the session report something.
     void Report(MediaEventType eType, HRESULT hrStatus);

@@ -62,6 +62,50 @@ TEST_F(Silence, TheFirstFrameHas20Seconds)
     EXPECT_EQ(read.get(), QM_ERR_FAIL);
 }
 
+// The first play has delivered 0 to 29 and brings 30 next: there is nothing to decode before it.
+TEST_F(Silence, TheFrameThatThePlayBringsNextHas20Seconds)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    for (int i = 0; i < 30; ++i)
+        ASSERT_EQ(file.ReadNumber(static_cast<std::uint32_t>(i)), i);
+    std::future<int> read = Read(file, 30, "Start");
+    MoveClock(19'999);
+    EXPECT_TRUE(Waits(read));
+    MoveClock(1);
+    EXPECT_FALSE(Waits(read));
+    MoveClock(30 * 100);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountCalls("Start"), 1);
+}
+
+// The play has delivered 0 to 5. The requested frame fits into its window.
+TEST_F(Silence, AFrameThatThePlayLeadsToHas100MillisecondsForEachFrameBeforeIt)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(6));
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    file.Session().WaitUntilStuckAfter("Start");
+    std::future<int> read = Read(file, 8, "Start");
+    MoveClock(20'000 + 2 * 100 - 1);
+    EXPECT_TRUE(Waits(read));
+    MoveClock(1);
+    EXPECT_FALSE(Waits(read));
+    MoveClock(6 * 100);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+}
+
+// It would fill the store before the frame comes, and end.
+TEST_F(Silence, AFrameThatThePlayDoesNotLeadToHas100MillisecondsForEachFrameOfTheFile)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(6));
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    file.Session().WaitUntilStuckAfter("Start");
+    std::future<int> read = Read(file, 40, "Start");
+    MoveClock(20'000 + 40 * 100 - 1);
+    EXPECT_TRUE(Waits(read));
+    MoveClock(1);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+}
+
 TEST_F(Silence, AfterItEveryReadFailsAtOnceUnlessTheFrameIsStored)
 {
     CScriptedFile file(m_format.Get(), StuckAt(30));

@@ -1,6 +1,7 @@
 // Where the worker plays, and which picture comes under which index: on a session whose every step is known.
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <random>
 #include <set>
 
@@ -406,9 +407,9 @@ TEST_F(Worker, FramesListedAfterTheEndInAMillisecondThatOthersShareAreRefused)
         EXPECT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nIndex)), nIndex);
     file.WaitForRest();
     Sleep(100);
-    const int nStarts = file.Session().CountCalls("Start");
+    const int nStarts = file.Session().CountStarts();
     Sleep(100);
-    EXPECT_EQ(file.Session().CountCalls("Start"), nStarts);
+    EXPECT_EQ(file.Session().CountStarts(), nStarts);
 }
 
 TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
@@ -418,7 +419,7 @@ TEST_F(Worker, ARefusedFirstPlayEndsEveryRequestAtOnce)
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
-    EXPECT_EQ(file.Session().CountCalls("Start"), 1);
+    EXPECT_EQ(file.Session().CountStarts(), 1);
 }
 
 TEST_F(Worker, AFirstStartThatFailsEndsEveryRequestAtOnce)
@@ -428,6 +429,7 @@ TEST_F(Worker, AFirstStartThatFailsEndsEveryRequestAtOnce)
     CScriptedFile file(m_format.Get(), script);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(1), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountStarts(), 1);
 }
 
 TEST_F(Worker, ALaterStartThatFailsEndsTheWaitingRequest)
@@ -440,6 +442,7 @@ TEST_F(Worker, ALaterStartThatFailsEndsTheWaitingRequest)
     EXPECT_EQ(file.ReadNumber(150), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(151), QM_ERR_FAIL);
     EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountStarts(), 2);
 }
 
 TEST_F(Worker, TwoFailedSeeksAreForgiven)
@@ -482,6 +485,23 @@ TEST_F(Worker, ARefusedRequestLeavesTheBufferAlone)
     std::vector<unsigned char> vPixels(24, 0x5A);
     EXPECT_EQ(file.ReadFrame(15, vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
     EXPECT_EQ(vPixels, std::vector<unsigned char>(24, 0x5A));
+}
+
+// Otherwise it would decode the whole file into the store.
+TEST_F(Worker, ASessionThatTheWorkerGivesUpIsStopped)
+{
+    SScript script = EvenScript(100);
+    script.m_uiStuckAt = 3;
+    CScriptedFile file(m_format.Get(), script);
+    auto read = std::async(std::launch::async, [&file] { return file.ReadNumber(5); });
+    file.Session().WaitUntilStuckAfter("Start");
+    file.Session().Report(MEError, E_FAIL);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    const auto begin = std::chrono::steady_clock::now();
+    while (file.Session().CountCalls("Stop") == 0 &&
+           std::chrono::steady_clock::now() - begin < std::chrono::seconds(10))
+        Sleep(1);
+    EXPECT_THAT(file.Session().Calls(), ElementsAre("SetTopology", "Start", "Stop"));
 }
 
 // --- events and pauses out of turn ---

@@ -16,15 +16,24 @@ constexpr std::size_t g_uiNone = std::numeric_limits<std::size_t>::max();
 std::atomic<std::size_t> g_uiLeast{g_uiNone};
 std::atomic<std::size_t> g_uiMost{0};
 std::atomic<unsigned> g_uiRequestsLeft{0};  // up to the one that is refused; 0: none is for its number
+std::atomic<bool> g_bNewOnly{false};        // such a number counts `new` only
 std::atomic<unsigned> g_uiRefused{0};
 
-bool IsRefused(std::size_t uiSize)
+bool IsRefused(std::size_t uiSize, bool bNew)
 {
     if (uiSize >= g_uiLeast && uiSize <= g_uiMost) return true;
+    if (g_bNewOnly && !bNew) return false;
     unsigned uiLeft = g_uiRequestsLeft;
     while (uiLeft != 0 && !g_uiRequestsLeft.compare_exchange_weak(uiLeft, uiLeft - 1))
     {}
     return uiLeft == 1;
+}
+
+bool Refuses(std::size_t uiSize, bool bNew)
+{
+    if (!IsRefused(uiSize, bNew)) return false;
+    ++g_uiRefused;
+    return true;
 }
 }  // namespace
 
@@ -35,9 +44,10 @@ CShortMemory::CShortMemory(std::size_t uiLeast, std::size_t uiMost)
     g_uiLeast = uiLeast;
 }
 
-CShortMemory::CShortMemory(unsigned uiRequest)
+CShortMemory::CShortMemory(unsigned uiRequest, ERequests eCounted)
 {
     g_uiRefused = 0;
+    g_bNewOnly = eCounted == ERequests::New;
     g_uiRequestsLeft = uiRequest;
 }
 
@@ -63,9 +73,7 @@ bool CShortMemory::ReachesLibraries()
 
 static void* Allocate(std::size_t uiSize)
 {
-    if (!IsRefused(uiSize)) return std::malloc(uiSize);
-    ++g_uiRefused;
-    return nullptr;
+    return std::malloc(uiSize);
 }
 
 #else
@@ -91,39 +99,33 @@ void* (*g_pfnMalloc)(std::size_t) = nullptr;
 void* (*g_pfnCalloc)(std::size_t, std::size_t) = nullptr;
 void* (*g_pfnRealloc)(void*, std::size_t) = nullptr;
 
-bool Refuses(std::size_t uiSize)
-{
-    if (!IsRefused(uiSize)) return false;
-    ++g_uiRefused;
-    return true;
-}
-
 void* Allocate(std::size_t uiSize)
 {
-    return malloc(uiSize);
+    return FindNext(g_pfnMalloc, "malloc")(uiSize);
 }
 }  // namespace
 
 extern "C" void* malloc(std::size_t uiSize) noexcept
 {
-    return Refuses(uiSize) ? nullptr : FindNext(g_pfnMalloc, "malloc")(uiSize);
+    return Refuses(uiSize, false) ? nullptr : FindNext(g_pfnMalloc, "malloc")(uiSize);
 }
 
 extern "C" void* calloc(std::size_t uiCount, std::size_t uiSize) noexcept
 {
-    return Refuses(uiCount * uiSize) ? nullptr : FindNext(g_pfnCalloc, "calloc")(uiCount, uiSize);
+    return Refuses(uiCount * uiSize, false) ? nullptr : FindNext(g_pfnCalloc, "calloc")(uiCount, uiSize);
 }
 
 extern "C" void* realloc(void* pBlock, std::size_t uiSize) noexcept
 {
-    return Refuses(uiSize) ? nullptr : FindNext(g_pfnRealloc, "realloc")(pBlock, uiSize);
+    return Refuses(uiSize, false) ? nullptr : FindNext(g_pfnRealloc, "realloc")(pBlock, uiSize);
 }
 
 #endif
 
 void* operator new(std::size_t uiSize, const std::nothrow_t&) noexcept
 {
-    return Allocate(uiSize == 0 ? 1 : uiSize);
+    if (uiSize == 0) uiSize = 1;
+    return Refuses(uiSize, true) ? nullptr : Allocate(uiSize);
 }
 
 void* operator new(std::size_t uiSize)

@@ -12,8 +12,15 @@ class CShortMemory
 public:
     // Those of uiLeast to uiMost bytes.
     CShortMemory(std::size_t uiLeast, std::size_t uiMost);
+    // Which requests a number counts.
+    enum class ERequests
+    {
+        All,
+        New  // of C++ only: libraries in C that don't survive missing memory get all of theirs
+    };
+
     // The uiRequest-th, counted from 1, and no other.
-    explicit CShortMemory(unsigned uiRequest);
+    explicit CShortMemory(unsigned uiRequest, ERequests eCounted = ERequests::All);
     ~CShortMemory();
     CShortMemory(const CShortMemory&) = delete;
     CShortMemory& operator=(const CShortMemory&) = delete;

@@ -50,7 +50,8 @@ __m256i Load(const std::uint8_t* pLow, const std::uint8_t* pHigh)
 
 // ---- YUY2 to B, G, R ----
 
-// Limits 8 pairs of values to bytes; the 16 bits of pair n's first value are at n of a half, its second's at n + 4.
+// Limits 8 pairs of values to 16 bits each, 4 pairs a half: pair n's first value is at n of a half, its second at n
+// + 4.
 __m256i Pack(__m256 fFirst, __m256 fSecond)
 {
     return _mm256_packs_epi32(Truncate(fFirst), Truncate(fSecond));

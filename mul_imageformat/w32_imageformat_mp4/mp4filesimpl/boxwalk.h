@@ -22,13 +22,14 @@ constexpr std::uint32_t BoxType(const char (&szType)[5])
 // mdia, mdhd and minf, stbl, stts. A level isn't bounded by its parent box.
 //
 // Appends to vTimes the running sums of the sample deltas in ticks of nTimescale: the end of each sample. The flags say
-// which boxes were found. They are set and never cleared, with one exception: bFoundStts is cleared when the table
-// counts more samples than the file can hold. Returns 0 or QM_ERR_FAIL.
+// which boxes were found. They are set and never cleared, with one exception: bFoundStts is cleared when the entries of
+// the table aren't believed or their times find no memory. Returns 0 or QM_ERR_FAIL.
 //
 // The status doesn't report what goes wrong below mdia: only the three flags say whether the list is complete.
 //
 // A forged count costs little: the file must have a byte for each sample, and above a million samples a byte that isn't
-// zero for every 16 of them. So the list takes at most 8 MB, or 128 bytes for each byte that the file really holds.
+// zero for every 16 of them. So the times are at most 8 MB, or 128 bytes for each byte that the file really holds.
+// While the list grows it takes up to three times as much.
 QmStatus WalkBoxes(QmFileHandle hFile, std::int64_t nStart, std::uint32_t uiTarget, std::vector<std::uint64_t>& vTimes,
                    std::int32_t& nTimescale, bool& bFoundMdhd, bool& bFoundMinf, bool& bFoundStts);
 

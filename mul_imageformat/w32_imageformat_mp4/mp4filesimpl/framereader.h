@@ -27,7 +27,8 @@ public:
     CFrameReader& operator=(const CFrameReader&) = delete;
 
     // Copies the pixels of frame uiIndex to pBuffer. Calls come one at a time. QM_ERR_FAIL when the frame can't be
-    // delivered. After a read that failed because the session was silent for too long, no other play begins.
+    // delivered. After a session that failed or was silent for too long no other play begins, and only stored frames
+    // are delivered.
     QmStatus Read(std::uint32_t uiIndex, void* pBuffer);
 
     // Sets the flag that the graph's store was given, and returns when no thread of the reader runs any more. Samples

@@ -69,6 +69,7 @@ CFrameStore::CFrameStore(std::uint64_t uiMostPixelBytes)
       m_pStopFlag(nullptr),
       m_bNV12(false),
       m_bRunning(false),
+      m_bPlayDelivered(false),
       m_ePause(EPauseState::NotWanted),
       m_uiRequestNumber(0),
       m_bRequestFailed(false),
@@ -118,6 +119,7 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
         // at it any more.
         if (IsClosing() && m_pSession != nullptr) m_pSession->Stop();
 
+        m_bPlayDelivered = true;
         if (m_uiNextFrame < m_uiKeepFrom)
         {
             m_uiDelivered = m_uiNextFrame++;
@@ -244,6 +246,7 @@ bool CFrameStore::SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::u
     m_uiLastFrame = uiLast;
     m_uiWindowStart = uiStart;
     m_uiNextFrame = uiStart;
+    m_bPlayDelivered = false;
     m_uiWindowEnd = uiEnd;
 
     bool bStored = Find(uiFrame) != nullptr;
@@ -365,10 +368,21 @@ QmStatus CFrameStore::WaitForFrame(void* pBuffer)
 DWORD CFrameStore::GetSilenceLeft() const
 {
     const CSectionLock lock(m_Lock.Get());
-    const std::uint64_t uiLimit = SILENCE_LIMIT_MS + DECODING_LIMIT_MS * m_uiRequested;
+    const std::uint64_t uiLimit = SILENCE_LIMIT_MS + DECODING_LIMIT_MS * CountFramesToDecode();
     const std::uint64_t uiSilent = GetMilliseconds() - m_uiLastActivity;
     if (uiSilent >= uiLimit) return 0;
     return static_cast<DWORD>(std::min<std::uint64_t>(uiLimit - uiSilent, INFINITE - 1));
+}
+
+// Frames before the requested one that the session may have to decode. A play that delivers has what comes before its
+// next frame, and if nothing stops it before the requested one, it goes there. Any other play may begin far before it.
+std::uint64_t CFrameStore::CountFramesToDecode() const
+{
+    const bool bDelivers = m_bRunning && m_bPlayDelivered && m_ePause == EPauseState::NotWanted;
+    const std::uint64_t uiFirstStored = std::max(m_uiNextFrame, m_uiKeepFrom);
+    if (!bDelivers || uiFirstStored > m_uiRequested || m_uiRequested > m_uiLastFrame) return m_uiRequested;
+    const bool bHasPlace = m_lstFrames.size() + (m_uiRequested - uiFirstStored) <= GetWindowSize();
+    return bHasPlace ? m_uiRequested - m_uiNextFrame : m_uiRequested;
 }
 
 void CFrameStore::NoteEvent()

@@ -151,7 +151,9 @@ public:
     QmStatus WaitForFrame(void* pBuffer);
 
     // Milliseconds that the session may still be silent: 20 s since its last sample, its last event or the last
-    // request, and 100 ms for every frame that it may have to decode up to the requested one.
+    // request, and 100 ms for every frame that it may have to decode before the requested one. Those are the frames
+    // from the play's next one on if the current play delivers and leads there, else all from the beginning of the
+    // file.
     DWORD GetSilenceLeft() const;
     void NoteEvent();
 
@@ -203,6 +205,7 @@ private:
 
     HRESULT CountSample(LONGLONG llSampleDuration);
     void StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    std::uint64_t CountFramesToDecode() const;
     bool MakePlaceFor(std::uint64_t uiIndex);
     std::uint64_t GetMostFrames() const;
     bool WantsMoreSamples();
@@ -213,7 +216,7 @@ private:
 
     const std::uint64_t m_uiMostPixelBytes;
     mutable CCriticalSection m_Lock;          // may be taken again by the thread that holds it
-    std::list<SQmGrabbedFrame*> m_lstFrames;  // in the order of decoding; owns the records, of which one may be null
+    std::list<SQmGrabbedFrame*> m_lstFrames;  // in the order of decoding; owns the records; null without memory for one
     std::list<LONGLONG> m_lstSampleTimes;     // running sums of sample durations, 100 ns, the first 0
     HANDLE m_hFrameReady;                     // auto-reset: the requested frame is there, or can't be delivered
     HANDLE m_hPauseRequest;                   // auto-reset: m_ePause is Wanted, or the input file is closing
@@ -231,6 +234,7 @@ private:
     std::atomic<bool>* m_pStopFlag;   // m_bStop of the input file; null in counting mode
     bool m_bNV12;                     // samples are NV12 and don't become pictures
     bool m_bRunning;                  // the session plays
+    bool m_bPlayDelivered;            // the current play has delivered a sample
     EPauseState m_ePause;             // of the current play
     std::uint64_t m_uiRequestNumber;  // of the current request, from 1; 0 before the first
     bool m_bRequestFailed;            // the frame of the current request can't be delivered

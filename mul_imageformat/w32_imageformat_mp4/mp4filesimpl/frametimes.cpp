@@ -69,6 +69,7 @@ HRESULT FindFrameTimes(const wchar_t* pwszPath, CReadGraph& graph, std::vector<s
         }
         HRESULT hr = graph.MakeForCounting(pwszPath, *pguidSubtype);
         if (FAILED(hr)) return hr;
+        vTimesMs.clear();  // what the walk left when it failed for the format before would shift every index
         if (ReadFrameTimes(pwszPath, vTimesMs) == QM_OK) return S_OK;
         hr = CountSamples(graph, vTimesMs, &bRefused);
         if (FAILED(hr) || !bRefused) return hr;

@@ -1,10 +1,9 @@
 #include "mp4filesimpl/mp4inputfile.h"
 
 #include <cwchar>
-#include <exception>
-#include <new>
 
 #include "common/modulestate.h"
+#include "common/withoutexceptions.h"
 #include "hostapi/hostplatform.h"
 #include "mp4filesimpl/formattables.h"
 #include "mp4filesimpl/frametimes.h"
@@ -55,7 +54,8 @@ CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, CQmStringW strPath, bo
 IQmInputImageFile* CQmMP4InputFile::MakeForWrittenFile(IQmImageFormat* pFormat, const CQmStringW& strPath,
                                                        IQmOutputImageFile* pOutputFile)
 {
-    return new (std::nothrow) CQmMP4InputFile(pFormat, strPath, true, pOutputFile);
+    return WithoutExceptions<IQmInputImageFile*>(
+        nullptr, [&] { return new CQmMP4InputFile(pFormat, strPath, true, pOutputFile); });
 }
 
 CQmMP4InputFile::~CQmMP4InputFile()
@@ -91,26 +91,26 @@ IQmImageFormat* CQmMP4InputFile::GetFormat()
 // A first graph finds the times of the frames, a second one is for reading them. A file whose source could be made is
 // tried once; any other failure may be tried again.
 QmStatus CQmMP4InputFile::OpenGraph()
-try
 {
     if (!m_Graph.HasSource())
     {
         m_Graph.ShutDown();
         m_Graph.Release();
-        m_vFrameTimesMs.clear();
-        if (SUCCEEDED(FindFrameTimes(m_strPath, m_Graph, m_vFrameTimesMs)))
-        {
-            m_Attributes.m_uiSequenceCount = static_cast<std::uint32_t>(m_vFrameTimesMs.size());
-            m_Graph.ShutDown();
-            m_Graph.Release();
-            m_Graph.MakeForFrames(m_strPath, &m_bStop, &m_Attributes, &m_bOpen);
-        }
+        WithoutExceptions<HRESULT>(E_OUTOFMEMORY, [&] { return MakeGraphs(); });  // m_bOpen is the result
+        // The times of a file that didn't open may be incomplete, or in ticks.
+        if (!m_bOpen) m_vFrameTimesMs.clear();
+        m_Attributes.m_uiSequenceCount = static_cast<std::uint32_t>(m_vFrameTimesMs.size());
     }
     return m_bOpen ? QM_OK : QM_ERR_FAIL;
 }
-catch (const std::exception&)
+
+HRESULT CQmMP4InputFile::MakeGraphs()
 {
-    return QM_ERR_FAIL;
+    const HRESULT hr = FindFrameTimes(m_strPath, m_Graph, m_vFrameTimesMs);
+    if (FAILED(hr)) return hr;
+    m_Graph.ShutDown();
+    m_Graph.Release();
+    return m_Graph.MakeForFrames(m_strPath, &m_bStop, &m_Attributes, &m_bOpen);
 }
 
 QmStatus CQmMP4InputFile::GetImageAttributes(SQmImageAttributes* pAttributes)

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "common/modulestate.h"
 #include "hostapi/hostcore.h"
 #include "hostapi/hostmeta.h"
 #include "hostapi/iqmimageformat.h"
@@ -76,24 +77,27 @@ public:
 
 protected:
     QmStatus OpenGraph();
+    HRESULT MakeGraphs();
     void OpenIfNeeded();
     QmStatus RequestFrame(std::uint32_t uiIndex, void* pBuffer);
     QmStatus FindFileDate();
 
-    CQmByteArray m_Data;                         // empty; what the forms without an array of the caller's point to
-    std::atomic<std::int32_t> m_nRefCount;       // starts at 0
-    IQmImageFormat* m_pFormat;                   // one reference
-    CQmStringW m_strPath;                        // empty in the forms without a path
-    IQmOutputImageFile* m_pOutputFile;           // null; nothing sets it
-    bool m_bWrittenFile;                         // the file is still being written
-    std::atomic<bool> m_bStop;                   // the object is closing; never cleared again
-    CQmByteArray* m_pByteArray;                  // stored, not read
-    const void* m_pMemory;                       // stored, not read
-    std::uint64_t m_uiMemorySize;                // stored, not read
-    SQmImageAttributes m_Attributes;             // all zero until the file is open
-    bool m_bOpen;                                // m_Attributes is valid
-    double m_dJulianDay;                         // of the file's last writing; -1.0 until found
-    std::vector<std::uint64_t> m_vFrameTimesMs;  // start of each frame in milliseconds; fixed once the file is open
-    CReadGraph m_Graph;                          // its source stays after a failed open, which then isn't tried again
-    CFrameReader m_Reader;                       // reads the frames out of m_Graph
+    CModuleRuntimeHold m_runtimeHold;       // outlasts the graph, also when the format object goes first
+    CQmByteArray m_Data;                    // empty; what the forms without an array of the caller's point to
+    std::atomic<std::int32_t> m_nRefCount;  // starts at 0
+    IQmImageFormat* m_pFormat;              // one reference
+    CQmStringW m_strPath;                   // empty in the forms without a path
+    IQmOutputImageFile* m_pOutputFile;      // null; nothing sets it
+    bool m_bWrittenFile;                    // the file is still being written
+    std::atomic<bool> m_bStop;              // the object is closing; never cleared again
+    CQmByteArray* m_pByteArray;             // stored, not read
+    const void* m_pMemory;                  // stored, not read
+    std::uint64_t m_uiMemorySize;           // stored, not read
+    SQmImageAttributes m_Attributes;        // all zero until the file is open
+    bool m_bOpen;                           // m_Attributes is valid
+    double m_dJulianDay;                    // of the file's last writing; -1.0 until found
+    // Start of each frame in milliseconds. Fixed once the file is open, and empty after an open that failed.
+    std::vector<std::uint64_t> m_vFrameTimesMs;
+    CReadGraph m_Graph;     // its source stays after a failed open, which then isn't tried again
+    CFrameReader m_Reader;  // reads the frames out of m_Graph
 };

@@ -28,6 +28,7 @@ void CReadWorker::Run()
             Sleep(POLL_MS);
     }
     m_Plan.m_Store.EndPlays();
+    m_Plan.m_Session.Stop();  // else it would decode the rest of the file into the store
 }
 
 HRESULT CReadWorker::StartFromBeginning()
@@ -109,7 +110,6 @@ bool CReadWorker::ServeRequest()
     if (!m_Plan.m_Store.BeginPlay([this](const SRestingStore& store) { return Decide(store); }, LastFrame(),
                                   m_Plan.m_uiWidth, m_Plan.m_uiHeight, &decision))
     {
-        m_Plan.m_Session.Stop();
         return false;
     }
     return decision.m_eKind != SPlayDecision::EKind::Play || SUCCEEDED(StartPlay(decision.m_Play));

@@ -114,6 +114,7 @@ HRESULT ContainerFile::Open(const std::string& path, std::unique_ptr<ContainerFi
 
 HRESULT ContainerFile::OpenContext()
 {
+    const std::string strUrl = Url();  // may throw, so it comes before what isn't freed then
     AVDictionary* pOptions = nullptr;
     av_dict_set(&pOptions, "protocol_whitelist", "file", 0);
     av_dict_set(&pOptions, "format_whitelist", CONTAINERS, 0);
@@ -124,7 +125,7 @@ HRESULT ContainerFile::OpenContext()
 
     m_context.reset();
     AVFormatContext* pContext = nullptr;
-    const int nError = avformat_open_input(&pContext, Url().c_str(), nullptr, &pOptions);
+    const int nError = avformat_open_input(&pContext, strUrl.c_str(), nullptr, &pOptions);
     av_dict_free(&pOptions);
     if (nError < 0) return FromFfmpeg(nError);
     m_context.reset(pContext);
@@ -159,8 +160,8 @@ bool ContainerFile::IsMp4() const
 std::int64_t ContainerFile::Duration() const
 {
     constexpr AVRational HUNDRED_NANOSECONDS{1, 10'000'000};
-    // The longest stream's, since all samples are played, also those that an edit list leaves out. FFmpeg's length of the
-    // whole follows the edit list, and FFmpeg 7 gives it only for containers whose samples were looked at.
+    // The longest stream's, since all samples are played, also those that an edit list leaves out. FFmpeg's length of
+    // the whole follows the edit list, and FFmpeg 7 gives it only for containers whose samples were looked at.
     std::int64_t nLongest = 0;
     for (unsigned int i = 0; i < m_context->nb_streams; ++i)
     {

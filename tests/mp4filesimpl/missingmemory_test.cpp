@@ -1,0 +1,124 @@
+// An input object without memory: every request finds none once, and every call ends in a status.
+#include <functional>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "common/modulestate.h"
+#include "sample_video.h"
+#include "scripted_file.h"
+#include "support/short_memory.h"
+
+namespace
+{
+
+using testing::AnyOf;
+
+class MissingMemory : public testing::Test
+{
+protected:
+    static constexpr std::uint32_t WIDTH = 16;
+    static constexpr std::uint32_t HEIGHT = 16;
+
+    // How far an object came. What wasn't called is QM_OK.
+    struct SStatuses
+    {
+        QmStatus m_nCreated = QM_OK;
+        QmStatus m_nOpened = QM_OK;
+        QmStatus m_nRead = QM_OK;
+    };
+
+    // Makes an object, reads its second frame and destroys it.
+    SStatuses UseFile(const CQmStringW& strPath)
+    {
+        SStatuses statuses;
+        IQmInputImageFile* pFile = nullptr;
+        statuses.m_nCreated = m_format.Get()->CreateInputFileForPath(strPath, &pFile);
+        if (pFile == nullptr) return statuses;
+        SQmImageAttributes attributes;
+        statuses.m_nOpened = pFile->GetImageAttributes(&attributes);
+        statuses.m_nRead = pFile->ReadFrame(1, m_vPixels.data(), nullptr, nullptr);
+        pFile->Release();
+        return statuses;
+    }
+
+    CFormatReference m_format;
+    std::vector<unsigned char> m_vPixels = std::vector<unsigned char>(WIDTH * HEIGHT * 3);
+};
+
+// The session's thread takes memory too, so the number of a request says little about which one it is.
+TEST_F(MissingMemory, WhicheverRequestIsRefusedEveryCallEndsInAStatusAndTheNextFileIsRead)
+{
+    const auto path = MakeVideo("tiny.mp4", TestPicture(3, "16x16") + "-profile:v high");
+    const CQmStringW strPath(path.wstring().c_str());
+    unsigned uiRefused = 1;
+    unsigned uiFailed = 0;
+    for (unsigned uiRequest = 1; uiRefused != 0; ++uiRequest)
+    {
+        SStatuses statuses;
+        {
+            const CShortMemory memory(uiRequest, CShortMemory::ERequests::New);
+            statuses = UseFile(strPath);
+            uiRefused = memory.GetRefused();
+        }
+        EXPECT_THAT(statuses.m_nCreated, AnyOf(QM_OK, QM_ERR_FAIL)) << uiRequest;
+        EXPECT_THAT(statuses.m_nOpened, AnyOf(QM_OK, QM_ERR_FAIL)) << uiRequest;
+        EXPECT_THAT(statuses.m_nRead, AnyOf(QM_OK, QM_ERR_FAIL)) << uiRequest;
+        if (statuses.m_nCreated != QM_OK || statuses.m_nOpened != QM_OK || statuses.m_nRead != QM_OK) ++uiFailed;
+    }
+    EXPECT_GT(uiFailed, 50U);
+    const SStatuses statuses = UseFile(strPath);
+    EXPECT_EQ(statuses.m_nCreated, QM_OK);
+    EXPECT_EQ(statuses.m_nOpened, QM_OK);
+    EXPECT_EQ(statuses.m_nRead, QM_OK);
+}
+
+// Each form, and the reader of a file that is being written: null, or an object.
+TEST_F(MissingMemory, WithoutMemoryThereIsNoInputObject)
+{
+    const CQmStringW strPath(L"nowhere");
+    CQmByteArray data;
+    const std::vector<std::function<QmStatus(IQmInputImageFile**)>> vForms = {
+        [&](IQmInputImageFile** ppFile) { return m_format.Get()->CreateInputFileForPath(strPath, ppFile); },
+        [&](IQmInputImageFile** ppFile) { return m_format.Get()->CreateInputFileFromByteArray(&data, ppFile); },
+        [&](IQmInputImageFile** ppFile) { return m_format.Get()->CreateInputFileFromMemory("", 0, ppFile); },
+        [&](IQmInputImageFile** ppFile) {
+            *ppFile = CQmMP4InputFile::MakeForWrittenFile(m_format.Get(), strPath, nullptr);
+            if (*ppFile != nullptr) (*ppFile)->AddRef();
+            return *ppFile != nullptr ? QM_OK : QM_ERR_FAIL;
+        },
+    };
+    for (std::size_t uiForm = 0; uiForm < vForms.size(); ++uiForm)
+    {
+        const std::uint32_t uiBefore = g_uiInputFileCount;
+        unsigned uiRefused = 1;
+        unsigned uiFailed = 0;
+        unsigned uiMade = 0;
+        for (unsigned uiRequest = 1; uiRefused != 0; ++uiRequest)
+        {
+            CQmMP4InputFile other(m_format.Get(), &data);
+            IQmInputImageFile* pFile = &other;
+            QmStatus nStatus = QM_OK;
+            {
+                const CShortMemory memory(uiRequest, CShortMemory::ERequests::New);
+                nStatus = vForms[uiForm](&pFile);
+                uiRefused = memory.GetRefused();
+            }
+            EXPECT_NE(pFile, &other);
+            EXPECT_EQ(nStatus, pFile != nullptr ? QM_OK : QM_ERR_FAIL) << uiForm << ", " << uiRequest;
+            if (pFile == nullptr)
+            {
+                ++uiFailed;
+                continue;
+            }
+            ++uiMade;
+            EXPECT_EQ(pFile->Release(), 0);
+        }
+        EXPECT_GT(uiFailed, 0U) << uiForm;
+        // Every object that was made counts once, and each of the others as well.
+        EXPECT_EQ(g_uiInputFileCount - uiBefore, uiMade + uiMade + uiFailed) << uiForm;
+    }
+}
+
+}  // namespace
