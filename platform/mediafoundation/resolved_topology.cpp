@@ -22,87 +22,17 @@ std::optional<RawFormat> RawFormatOf(REFGUID subtype)
     return std::nullopt;
 }
 
-// The first source node of the topology that leads somewhere.
-HRESULT FindSource(IMFTopology* pTopology, ComPtr<IMFTopologyNode>* pSource, ComPtr<IMFTopologyNode>* pOutput)
-{
-    WORD wCount = 0;
-    HRESULT hr = pTopology->GetNodeCount(&wCount);
-    for (WORD i = 0; SUCCEEDED(hr) && i < wCount; ++i)
-    {
-        ComPtr<IMFTopologyNode> node;
-        hr = pTopology->GetNode(i, node.Put());
-        MF_TOPOLOGY_TYPE type = MF_TOPOLOGY_MAX;
-        DWORD dwInput = 0;
-        if (SUCCEEDED(hr)) hr = node->GetNodeType(&type);
-        if (SUCCEEDED(hr) && type == MF_TOPOLOGY_SOURCESTREAM_NODE &&
-            SUCCEEDED(node->GetOutput(0, pOutput->Put(), &dwInput)))
-        {
-            *pSource = std::move(node);
-            return S_OK;
-        }
-    }
-    return FAILED(hr) ? hr : MF_E_TOPO_MISSING_SOURCE;
-}
-
-HRESULT RequireSelected(IMFPresentationDescriptor* pPresentation, DWORD dwStream)
-{
-    DWORD dwCount = 0;
-    HRESULT hr = pPresentation->GetStreamDescriptorCount(&dwCount);
-    for (DWORD i = 0; SUCCEEDED(hr) && i < dwCount; ++i)
-    {
-        BOOL fSelected = FALSE;
-        DWORD dwIdentifier = 0;
-        ComPtr<IMFStreamDescriptor> stream;
-        hr = pPresentation->GetStreamDescriptorByIndex(i, &fSelected, stream.Put());
-        if (SUCCEEDED(hr)) hr = stream->GetStreamIdentifier(&dwIdentifier);
-        if (SUCCEEDED(hr) && dwIdentifier == dwStream)
-        {
-            return fSelected ? S_OK : MF_E_TOPO_STREAM_DESCRIPTOR_NOT_SELECTED;
-        }
-    }
-    return FAILED(hr) ? hr : MF_E_TOPO_MISSING_STREAM_DESCRIPTOR;
-}
-
 }  // namespace
 
-HRESULT ResolvedTopology::Resolve(IMFTopology* pTopology, std::unique_ptr<ResolvedTopology>* ppResolved)
+HRESULT ResolvedTopology::Resolve(const SourceNode& sourceNode, std::unique_ptr<ResolvedTopology>* ppResolved)
 {
-    ComPtr<IMFTopologyNode> sourceNode;
-    ComPtr<IMFTopologyNode> outputNode;
-    HRESULT hr = FindSource(pTopology, &sourceNode, &outputNode);
-    if (FAILED(hr)) return hr;
-
     std::unique_ptr<ResolvedTopology> resolved(new ResolvedTopology());
-    DWORD dwStream = 0;
-    hr = resolved->ConnectSource(sourceNode.Get(), &dwStream);
-    if (SUCCEEDED(hr)) hr = resolved->ConnectSink(outputNode.Get());
-    if (SUCCEEDED(hr)) hr = resolved->MakeReader(dwStream);
+    resolved->m_source = sourceNode.m_source.As<IFileSource>();
+    HRESULT hr = resolved->m_source ? S_OK : MF_E_TOPO_UNSUPPORTED;
+    if (SUCCEEDED(hr)) hr = resolved->ConnectSink(sourceNode.m_next.Get());
+    if (SUCCEEDED(hr)) hr = resolved->MakeReader(sourceNode.m_dwStream);
     if (SUCCEEDED(hr)) *ppResolved = std::move(resolved);
     return hr;
-}
-
-HRESULT ResolvedTopology::ConnectSource(IMFTopologyNode* pNode, DWORD* pdwStream)
-{
-    ComPtr<IMFMediaSource> source;
-    ComPtr<IMFPresentationDescriptor> presentation;
-    ComPtr<IMFStreamDescriptor> stream;
-    if (FAILED(pNode->GetUnknown(MF_TOPONODE_SOURCE, IID_IMFMediaSource, source.PutVoid())))
-    {
-        return MF_E_TOPO_MISSING_SOURCE;
-    }
-    if (FAILED(pNode->GetUnknown(MF_TOPONODE_PRESENTATION_DESCRIPTOR, IID_IMFPresentationDescriptor,
-                                 presentation.PutVoid())))
-    {
-        return MF_E_TOPO_MISSING_PRESENTATION_DESCRIPTOR;
-    }
-    if (FAILED(pNode->GetUnknown(MF_TOPONODE_STREAM_DESCRIPTOR, IID_IMFStreamDescriptor, stream.PutVoid())))
-    {
-        return MF_E_TOPO_MISSING_STREAM_DESCRIPTOR;
-    }
-    const HRESULT hr = stream->GetStreamIdentifier(pdwStream);
-    if (FAILED(hr)) return hr;
-    m_source = source.As<IFileSource>();
-    return m_source ? RequireSelected(presentation.Get(), *pdwStream) : MF_E_TOPO_UNSUPPORTED;
 }
 
 HRESULT ResolvedTopology::ConnectSink(IMFTopologyNode* pNode)
@@ -113,9 +43,7 @@ HRESULT ResolvedTopology::ConnectSink(IMFTopologyNode* pNode)
     if (SUCCEEDED(hr)) hr = type == MF_TOPOLOGY_OUTPUT_NODE ? pNode->GetObject(object.Put()) : MF_E_TOPO_UNSUPPORTED;
     if (FAILED(hr)) return hr;
 
-    UINT32 unLeave = 0;
-    (void)pNode->GetUINT32(MF_TOPONODE_NOSHUTDOWN_ON_REMOVE, &unLeave);
-    m_bLeaveSink = unLeave != 0;
+    m_bLeaveSink = LeavesSink(pNode);
     m_activate = object.As<IMFActivate>();
     if (!m_activate) return MF_E_TOPO_UNSUPPORTED;
     hr = m_activate->ActivateObject(IID_IGrabberSink, m_sink.PutVoid());

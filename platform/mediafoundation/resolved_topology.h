@@ -8,6 +8,7 @@
 #include "platform/mediafoundation/file_source.h"
 #include "platform/mediafoundation/grabber_sink.h"
 #include "platform/mediafoundation/reading/sample_reader.h"
+#include "platform/mediafoundation/source_node.h"
 
 namespace mediafoundation
 {
@@ -17,10 +18,10 @@ namespace mediafoundation
 class ResolvedTopology
 {
 public:
-    // Looks for one source node that is connected to an output node, and puts a decoder between them if the sink's type
-    // asks for one: a sink of the stream's own compressed format gets its packets, one of YUY2, NV12 or RGB32 gets
-    // decoded pictures. Any other combination is refused with a failing status.
-    static HRESULT Resolve(IMFTopology* pTopology, std::unique_ptr<ResolvedTopology>* ppResolved);
+    // The source node, whose source is that of a file, is connected to an output node. Puts a decoder between them if
+    // the sink's type asks for one: a sink of the stream's own compressed format gets its packets, one of YUY2, NV12 or
+    // RGB32 gets decoded pictures. Any other combination is refused with a failing status.
+    static HRESULT Resolve(const SourceNode& sourceNode, std::unique_ptr<ResolvedTopology>* ppResolved);
     ~ResolvedTopology();
     ResolvedTopology(const ResolvedTopology&) = delete;
     ResolvedTopology& operator=(const ResolvedTopology&) = delete;
@@ -32,7 +33,6 @@ public:
 
 private:
     ResolvedTopology() = default;
-    HRESULT ConnectSource(IMFTopologyNode* pNode, DWORD* pdwStream);
     HRESULT ConnectSink(IMFTopologyNode* pNode);
     HRESULT MakeReader(DWORD dwStream);
 

@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -14,7 +15,7 @@
 #include "mfidl.h"
 #include "platform/com/com_ptr.h"
 #include "platform/mediafoundation/event_queue.h"
-#include "platform/mediafoundation/resolved_topology.h"
+#include "platform/mediafoundation/graph_player.h"
 
 namespace mediafoundation
 {
@@ -37,7 +38,7 @@ struct SessionCommand
     float m_fRate = 1.0F;
 };
 
-class SessionEngine : public std::enable_shared_from_this<SessionEngine>
+class SessionEngine final : public IPlayerHost, public std::enable_shared_from_this<SessionEngine>
 {
 public:
     SessionEngine();
@@ -45,63 +46,47 @@ public:
     SessionEngine(const SessionEngine&) = delete;
     SessionEngine& operator=(const SessionEngine&) = delete;
 
-    EventQueue& Events() { return m_events; }
+    EventQueue& Events() override { return m_events; }
 
     // From any thread. MF_E_SHUTDOWN after Shutdown.
     HRESULT Post(SessionCommand command);
 
     // Ends every wait for events, and the thread: when it returns, no callback runs or will run. Called from a
-    // callback, which can't wait for its own end, it returns at once and the thread ends after the callback.
+    // callback, which can't wait for its own end, it returns at once and the thread ends after the callback. A source
+    // that has been shut down isn't called any more either; see SampleRequester for one that hasn't.
     void Shutdown();
 
 private:
-    enum class State
-    {
-        Stopped,
-        Started,
-        Paused
-    };
-
-    // A start whose place can be worked out only once the stream's samples are known.
-    struct PendingStart
-    {
-        LONGLONG m_nPosition = 0;
-        bool m_bMayGoOn = false;     // the session was paused at a known picture
-        bool m_bRateWasSet = false;  // since the start before
-    };
+    bool HasCommand() override;
+    void EndSession() override;
+    void EndWithError(HRESULT hr) override;
+    void PostTask(std::function<void()> task) override;
 
     void Run();
-    bool WaitForWork(std::optional<SessionCommand>* pCommand);
-    bool HasCommand();
+    std::function<void()> WaitForWork();
     void Execute(const SessionCommand& command);
     void SetTopology(IMFTopology* pTopology);
     void DropTopology();
     void Start(const std::optional<LONGLONG>& position);
-    HRESULT CheckStart();
     void Pause();
     void Stop();
     void SetRate(float fRate);
-
-    void Play();
-    void PlaceReader();
-    void Deliver();
-    void EndPresentation();
-    void EndWithError(HRESULT hr);
 
     EventQueue m_events;
 
     std::mutex m_lock;
     std::condition_variable m_changed;
     std::deque<SessionCommand> m_commands;
+    std::deque<std::function<void()>> m_tasks;
     bool m_bShutdown = false;
     std::thread m_thread;
 
     // Of the session's thread alone
-    State m_state = State::Stopped;
-    std::unique_ptr<ResolvedTopology> m_topology;
-    HRESULT m_hrTopology;
-    std::optional<PendingStart> m_pending;
+    SessionState m_state = SessionState::Stopped;
+    std::shared_ptr<GraphPlayer> m_player;
+    HRESULT m_hrTopology;  // why there is no player
     bool m_bRateWasSet = false;
+    bool m_bMayPlay = false;  // the player may have something to do
 };
 
 }  // namespace mediafoundation

@@ -4,9 +4,11 @@
 #include <cstring>
 
 #include "dvdmedia.h"
+#include "icodecapi.h"
 #include "mfapi.h"
 #include "mferror.h"
 #include "mfidl.h"
+#include "mftransform.h"
 #include "strmif.h"
 #include "uuids.h"
 
@@ -18,6 +20,10 @@ static_assert(MESessionStopped == 105 && MESessionClosed == 106 && MESessionEnde
 static_assert(MESessionRateChanged == 108 && MESessionTopologyStatus == 111 && MEEndOfPresentation == 211);
 static_assert(MF_VERSION == 0x00020070);
 static_assert(MF_TOPOLOGY_OUTPUT_NODE == 0 && MF_TOPOLOGY_SOURCESTREAM_NODE == 1 && MF_TOPOLOGY_TRANSFORM_NODE == 2);
+static_assert(MEStreamSinkStarted == 301 && MEStreamSinkRequestSample == 305 && MEStreamSinkMarker == 306);
+static_assert(MF_ACCESSMODE_READWRITE == 3 && MF_OPENMODE_DELETE_IF_EXIST == 4 && MF_FILEFLAGS_NONE == 0);
+static_assert((MFT_ENUM_FLAG_SYNCMFT | MFT_ENUM_FLAG_LOCALMFT | MFT_ENUM_FLAG_SORTANDFILTER) == 0x51);
+static_assert(static_cast<std::uint32_t>(MF_E_TRANSFORM_NEED_MORE_INPUT) == 0xc00d6d72);
 static_assert(MF_RESOLUTION_MEDIASOURCE == 1 && MF_OBJECT_MEDIASOURCE == 0);
 static_assert(static_cast<std::uint32_t>(MF_E_PLATFORM_NOT_INITIALIZED) == 0xc00d36b0);
 static_assert(static_cast<std::uint32_t>(MF_E_INVALIDMEDIATYPE) == 0xc00d36b4);
@@ -96,6 +102,21 @@ TEST(MediaHeaders, OperationsStandWhereWindowsHasThem)
     EXPECT_EQ(SlotOf(&IMFSampleGrabberSinkCallback::OnShutdown), 10);
     EXPECT_EQ(SlotOf(&IMFGetService::GetService), 3);
     EXPECT_EQ(SlotOf(&IMFRateControl::SetRate), 3);
+    EXPECT_EQ(SlotOf(&IMFTransform::GetStreamLimits), 3);
+    EXPECT_EQ(SlotOf(&IMFTransform::SetInputType), 15);
+    EXPECT_EQ(SlotOf(&IMFTransform::SetOutputType), 16);
+    EXPECT_EQ(SlotOf(&IMFTransform::ProcessMessage), 23);
+    EXPECT_EQ(SlotOf(&IMFTransform::ProcessOutput), 25);
+    EXPECT_EQ(SlotOf(&ICodecAPI::SetValue), 9);
+    EXPECT_EQ(SlotOf(&ICodecAPI::SetAllSettingsWithNotify), 17);
+    EXPECT_EQ(SlotOf(&IMFByteStream::Write), 12);
+    EXPECT_EQ(SlotOf(&IMFByteStream::Close), 17);
+    EXPECT_EQ(SlotOf(&IMFMediaSink::GetStreamSinkCount), 6);
+    EXPECT_EQ(SlotOf(&IMFMediaSink::Shutdown), 11);
+    EXPECT_EQ(SlotOf(&IMFFinalizableMediaSink::BeginFinalize), 12);
+    EXPECT_EQ(SlotOf(&IMFFinalizableMediaSink::EndFinalize), 13);
+    EXPECT_EQ(SlotOf(&IMFStreamSink::ProcessSample), 10);
+    EXPECT_EQ(SlotOf(&IMFStreamSink::Flush), 12);
 }
 
 TEST(MediaHeaders, FormatsAreNamedByTheirFourCharacters)
