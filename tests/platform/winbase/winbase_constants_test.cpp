@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <memoryapi.h>
 #include <mmsystem.h>
 #include <oaidl.h>
 #include <objbase.h>
