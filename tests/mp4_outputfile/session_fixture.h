@@ -13,7 +13,7 @@ class OpenWriter : public CMediaFoundationWriter
 {
 public:
     using CMediaFoundationWriter::IsRunning;
-    using CMediaFoundationWriter::m_handover;
+    using CMediaFoundationWriter::m_pHandover;
     using CMediaFoundationWriter::m_hWriterThread;
 };
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "mp4_outputfile/sessionwaits.h"
+#include "common/waits.h"
 #include "mp4_outputfile/writegraph.h"
 
 namespace
@@ -14,18 +14,56 @@ WritingRecord* g_pRecord = nullptr;
 std::mutex g_mtxSession;
 WritingSession* g_pSession = nullptr;  // the newest, while it lives; the graph or its user holds it
 
-// Waits for real, but no longer than the session may have something to do. A session that works never takes a minute.
-template <class TWait, class TIsIdle>
-DWORD WaitWhileBusy(TWait wait, bool bForEver, TIsIdle isIdle)
+// The clock moves when a wait comes to its limit.
+std::atomic<std::uint64_t> g_uiNow{1'000'000};
+
+// A wait with this limit is one of many, as long as the target grows.
+constexpr DWORD LOOK_EVERY_MS = 1000;
+
+std::string LimitOf(DWORD dwLimit)
 {
+    if (dwLimit == INFINITE) return "for ever";
+    return dwLimit == LOOK_EVERY_MS ? "while it grows" : std::to_string(dwLimit);
+}
+
+// Whether nothing will signal the handles any more unless the host's thread does something.
+bool IsIdle(bool bForThread)
+{
+    const std::lock_guard lock(g_mtxSession);
+    return g_pSession != nullptr && (bForThread ? g_pSession->NeverEnds() : g_pSession->StandsStill());
+}
+}  // namespace
+
+// --- in the place of the module's ---
+
+std::uint64_t GetMilliseconds()
+{
+    return g_uiNow;
+}
+
+// Of the host's thread: for a frame to be taken, or with one handle for the thread's end. It waits for real, but no
+// longer than the session may have something to do. A session that works never takes a minute.
+DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
+{
+    if (!g_pRecord->IsHostThread()) return WaitForMultipleObjects(dwCount, phAny, FALSE, dwLimit);
+
+    const bool bForThread = dwCount == 1;
+    const std::string strCall = (bForThread ? "Join " : "Await ") + LimitOf(dwLimit);
+    if (dwLimit == LOOK_EVERY_MS)
+        g_pRecord->NoteOnce(strCall);
+    else
+        g_pRecord->Note(strCall);
+    if (bForThread && g_pRecord->m_nWaitsFailed < g_pRecord->m_script.m_nFailedWaits)
+    {
+        ++g_pRecord->m_nWaitsFailed;
+        return WAIT_FAILED;
+    }
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     for (;;)
     {
-        const bool bIdle = !bForEver && [&] {
-            const std::lock_guard lock(g_mtxSession);
-            return g_pSession != nullptr && isIdle(*g_pSession);
-        }();
-        const DWORD dwResult = wait();
+        const bool bIdle = dwLimit != INFINITE && IsIdle(bForThread);
+        const DWORD dwResult = WaitForMultipleObjects(dwCount, phAny, FALSE, 1);
+        if (dwResult == WAIT_TIMEOUT && bIdle) g_uiNow += dwLimit;
         if (dwResult != WAIT_TIMEOUT || bIdle) return dwResult;
         if (std::chrono::steady_clock::now() > end)
         {
@@ -34,35 +72,14 @@ DWORD WaitWhileBusy(TWait wait, bool bForEver, TIsIdle isIdle)
         }
     }
 }
-}  // namespace
 
-// --- in the place of the system's ---
-
-DWORD AwaitFrameTaken(HANDLE hFrameTaken, HANDLE hWriterThread, std::uint32_t uiLimit)
+void Rest(DWORD dwMilliseconds)
 {
-    g_pRecord->Note("Await " + std::to_string(uiLimit));
-    const HANDLE ahAny[] = {hFrameTaken, hWriterThread};
-    return WaitWhileBusy([&] { return WaitForMultipleObjects(2, ahAny, FALSE, 1); }, false,
-                         [](WritingSession& session) { return session.StandsStill(); });
+    if (g_pRecord->IsHostThread()) g_pRecord->Note("Rest " + std::to_string(dwMilliseconds));
+    g_uiNow += dwMilliseconds;
 }
 
-DWORD AwaitThreadEnd(HANDLE hWriterThread, std::uint32_t uiLimit)
-{
-    const bool bForEver = uiLimit == INFINITE;
-    g_pRecord->Note(bForEver ? "Join for ever" : "Join " + std::to_string(uiLimit));
-    if (g_pRecord->m_nWaitsFailed < g_pRecord->m_script.m_nFailedWaits)
-    {
-        ++g_pRecord->m_nWaitsFailed;
-        return WAIT_FAILED;
-    }
-    return WaitWhileBusy([&] { return WaitForSingleObject(hWriterThread, 1); }, bForEver,
-                         [](WritingSession& session) { return session.NeverEnds(); });
-}
-
-void RestBeforeRestart(std::uint32_t uiMilliseconds)
-{
-    g_pRecord->Note("Rest " + std::to_string(uiMilliseconds));
-}
+// --- in the place of the system's graph ---
 
 HRESULT BuildWriteGraph(SWriteGraph& graph, const SEncoderSettings& settings, CPictureHandover& handover)
 {
@@ -79,7 +96,7 @@ HRESULT BuildWriteGraph(SWriteGraph& graph, const SEncoderSettings& settings, CP
     return g_pRecord->m_script.m_hrBuild;
 }
 
-void FinalizeWriteGraph(SWriteGraph& graph)
+void FinalizeWriteGraph(SWriteGraph& graph, const wchar_t* /*pwszPath*/)
 {
     if (graph.m_pSession != nullptr || graph.m_pSource != nullptr) g_pRecord->Note("Finalize");
 }
@@ -120,6 +137,12 @@ void WritingRecord::Note(const std::string& strCall)
 {
     const std::lock_guard lock(m_mtx);
     m_vCalls.push_back(strCall);
+}
+
+void WritingRecord::NoteOnce(const std::string& strCall)
+{
+    const std::lock_guard lock(m_mtx);
+    if (m_vCalls.empty() || m_vCalls.back() != strCall) m_vCalls.push_back(strCall);
 }
 
 void WritingRecord::NotePicture(Bytes vRows, double dDuration)

@@ -56,7 +56,7 @@ struct SGraphSettings
 
 // What happens to all sessions of a test, in the order in which it happens: "Build", "SetTopology", "Start", "Stop",
 // "Finalize", "Shutdown source", "Shutdown", "Taken", "Taken last"; "Rest 50", "Await 100" for a picture to be taken,
-// "Join 20000" and "Join for ever" for the thread to end.
+// "Join 20000" and "Join for ever" for the thread to end. A wait "while it grows", the target that is, is noted once.
 class WritingRecord
 {
 public:
@@ -76,10 +76,14 @@ public:
     CPictureHandover* m_pHandover = nullptr;  // of the newest graph
 
     void Note(const std::string& strCall);
+    void NoteOnce(const std::string& strCall);  // if it isn't the newest already
+    // Whether this is called on the thread that made the record.
+    bool IsHostThread() const { return std::this_thread::get_id() == m_idHost; }
     void NotePicture(Bytes vRows, double dDuration);
     void NoteSettings(const SEncoderSettings& settings);
 
 private:
+    const std::thread::id m_idHost = std::this_thread::get_id();
     mutable std::mutex m_mtx;
     std::vector<std::string> m_vCalls;
     std::vector<Bytes> m_vPictures;

@@ -48,3 +48,8 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
     --g_nLimitedWaits;
     return dwResult;
 }
+
+void Rest(DWORD /*dwMilliseconds*/)
+{
+    Sleep(1);
+}

@@ -9,3 +9,8 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
 {
     return WaitForMultipleObjects(dwCount, phAny, FALSE, dwLimit);
 }
+
+void Rest(DWORD dwMilliseconds)
+{
+    Sleep(dwMilliseconds);
+}

@@ -1,4 +1,4 @@
-// Waits with a limit, and the clock for them. In a file of their own so that a test can link others in their place and
+// Waits, and the clock for them. In a file of their own so that a test can link others in their place and
 // see minutes pass at once.
 #pragma once
 
@@ -12,3 +12,6 @@ std::uint64_t GetMilliseconds();
 // Waits until one of the handles is signalled, for dwLimit milliseconds at most, which may be INFINITE. Returns as
 // WaitForMultipleObjects.
 DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit);
+
+// Returns after that many milliseconds.
+void Rest(DWORD dwMilliseconds);

@@ -1,11 +1,13 @@
 #include "mp4_outputfile/mediafoundationwriter.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "common/waits.h"
 #include "common/withoutexceptions.h"
 #include "mp4_outputfile/rawpicture.h"
-#include "mp4_outputfile/sessionwaits.h"
+#include "mp4_outputfile/targetgrowth.h"
 
 namespace
 {
@@ -13,7 +15,6 @@ namespace
 // All in milliseconds.
 constexpr std::uint32_t g_uiLongestLimit = 20000;
 constexpr std::uint32_t g_uiRest = 50;
-constexpr std::uint32_t g_uiLongestClose = 10 * 60 * 1000;  // for the frames that the encoder holds back
 
 }  // namespace
 
@@ -26,15 +27,19 @@ std::uint32_t CalcStallLimit(std::uint64_t uiPixels, bool bStarted)
 
 CMediaFoundationWriter::~CMediaFoundationWriter()
 {
-    End(m_handover.m_dSampleTime);
+    End(m_pHandover != nullptr ? m_pHandover->m_dSampleTime : 0.0);
 }
 
 // --- the set-up ---
 
 HRESULT CMediaFoundationWriter::Open(const SEncoderSettings& settings)
 {
-    // Pictures and events exist before the graph is built: its source keeps pointers to them.
-    if (m_handover.Open(settings.m_uiWidth, settings.m_uiHeight) != QM_OK) return E_FAIL;
+    // Pictures and events exist before the graph is built: its source keeps pointers to them. An attempt that failed
+    // may have left a source.
+    DropHandover();
+    m_pwszPath = settings.m_strFileName.GetString();
+    m_pHandover = std::make_unique<CPictureHandover>();
+    if (m_pHandover->Open(settings.m_uiWidth, settings.m_uiHeight) != QM_OK) return E_FAIL;
     const HRESULT hr = BuildGraph(settings);
     return hr == S_OK ? StartThread() : hr;
 }
@@ -42,7 +47,7 @@ HRESULT CMediaFoundationWriter::Open(const SEncoderSettings& settings)
 HRESULT CMediaFoundationWriter::BuildGraph(const SEncoderSettings& settings)
 {
     const HRESULT hr =
-        WithoutExceptions<HRESULT>(E_OUTOFMEMORY, [&] { return BuildWriteGraph(m_graph, settings, m_handover); });
+        WithoutExceptions<HRESULT>(E_OUTOFMEMORY, [&] { return BuildWriteGraph(m_graph, settings, *m_pHandover); });
     if (hr != S_OK) EndGraph();
     return hr;
 }
@@ -61,9 +66,9 @@ DWORD WINAPI CMediaFoundationWriter::RunWriterThread(void* pWriter)
 {
     auto* const pThis = static_cast<CMediaFoundationWriter*>(pWriter);
     // However it ends, what the session got is a file. The next frame finds no session and fails.
-    RunSession(pThis->m_graph.m_pSession, pThis->m_graph.m_pTopology, pThis->m_handover.m_hSessionStarted);
+    RunSession(pThis->m_graph.m_pSession, pThis->m_graph.m_pTopology, pThis->m_pHandover->m_hSessionStarted);
     pThis->EndGraph();
-    SetEvent(pThis->m_handover.m_hFrameTaken);  // a wait for a frame to be fetched goes on
+    SetEvent(pThis->m_pHandover->m_hFrameTaken);  // ends a wait for a frame to be fetched
     return 0;
 }
 
@@ -75,9 +80,20 @@ void CMediaFoundationWriter::EndGraph()
         const CSectionLock lock(m_csGraph.Get());
         std::swap(graph, m_graph);
     }
-    FinalizeWriteGraph(graph);
-    ShutDownWriteGraph(graph, m_handover);
+    IMFMediaSource* const pSource = graph.m_pSource;
+    if (pSource != nullptr) pSource->AddRef();
+    FinalizeWriteGraph(graph, m_pwszPath);
+    ShutDownWriteGraph(graph, *m_pHandover);
     ReleaseWriteGraph(graph);
+    if (pSource != nullptr) m_bSourceLeft = !ReleaseLastReference(pSource);
+}
+
+// A source that something still holds may use the hand-over, which stays allocated then.
+void CMediaFoundationWriter::DropHandover()
+{
+    if (m_bSourceLeft) static_cast<void>(m_pHandover.release());
+    m_pHandover.reset();
+    m_bSourceLeft = false;
 }
 
 // The session and its source, with references of the caller's own; null when they have ended.
@@ -96,19 +112,19 @@ SWriteGraph CMediaFoundationWriter::ShareGraph()
 void CMediaFoundationWriter::ForceEnd()
 {
     SWriteGraph graph = ShareGraph();
-    ShutDownWriteGraph(graph, m_handover);
+    ShutDownWriteGraph(graph, *m_pHandover);
     ReleaseWriteGraph(graph);
 }
 
 // Nothing of this object may be destroyed as long as the thread runs, so a wait that the system can't do is done again.
-void CMediaFoundationWriter::JoinThread(std::uint32_t uiLimit)
+// dwResult is that of a first wait for the thread, with a limit.
+void CMediaFoundationWriter::JoinThread(DWORD dwResult)
 {
-    DWORD dwResult = AwaitThreadEnd(m_hWriterThread, uiLimit);
     if (dwResult == WAIT_TIMEOUT) ForceEnd();
     while (dwResult != WAIT_OBJECT_0)
     {
-        if (dwResult == WAIT_FAILED) RestBeforeRestart(g_uiRest);
-        dwResult = AwaitThreadEnd(m_hWriterThread, INFINITE);
+        if (dwResult == WAIT_FAILED) Rest(g_uiRest);
+        dwResult = AwaitAny(&m_hWriterThread, 1, INFINITE);
     }
     CloseHandle(m_hWriterThread);
     m_hWriterThread = nullptr;
@@ -123,16 +139,16 @@ EPictureFate CMediaFoundationWriter::WriteFrame(std::uint32_t uiIndex, const SHo
     CRawPicture raw;
     if (raw.Take(picture) != QM_OK) return EPictureFate::Lost;
     if (uiIndex != 0 && HandOverPending(picture.m_attrSource, times.m_dSampleTime) != QM_OK) return EPictureFate::Lost;
-    m_handover.SetPending(raw.Get());
+    m_pHandover->SetPending(raw.Get());
     return EPictureFate::Taken;
 }
 
 QmStatus CMediaFoundationWriter::HandOverPending(const SQmImageAttributes& attrSource, double dSampleTime)
 {
     if (!HasSession()) return QM_ERR_FAIL;
-    if (!m_handover.IsPending()) return QM_OK;  // the host began with a later index: there is no picture before
-    m_handover.HandOver(dSampleTime, false);
-    const bool bStarted = WaitForSingleObject(m_handover.m_hSessionStarted, 0) == WAIT_OBJECT_0;
+    if (!m_pHandover->IsPending()) return QM_OK;  // the host began with a later index: there is no picture before
+    m_pHandover->HandOver(dSampleTime, false);
+    const bool bStarted = WaitForSingleObject(m_pHandover->m_hSessionStarted, 0) == WAIT_OBJECT_0;
     const std::uint64_t uiPixels = std::uint64_t{attrSource.m_uiHeight} * attrSource.m_uiWidth;
     return AwaitTaken(CalcStallLimit(uiPixels, bStarted));
 }
@@ -147,20 +163,21 @@ bool CMediaFoundationWriter::HasSession()
 // next asks for one.
 QmStatus CMediaFoundationWriter::AwaitTaken(std::uint32_t uiLimit)
 {
-    while (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, uiLimit) != WAIT_OBJECT_0)
+    const HANDLE ahAny[] = {m_pHandover->m_hFrameTaken, m_hWriterThread};
+    while (AwaitAny(ahAny, std::size(ahAny), uiLimit) != WAIT_OBJECT_0)
     {
         StopSession();
         if (uiLimit > g_uiLongestLimit / 2)
         {
-            m_handover.EndStream();
-            JoinThread(g_uiLongestLimit);
+            m_pHandover->EndStream();
+            JoinThread(AwaitAny(&m_hWriterThread, 1, g_uiLongestLimit));
             return QM_ERR_FAIL;
         }
         uiLimit *= 2;
-        RestBeforeRestart(g_uiRest);
+        Rest(g_uiRest);
         RestartSession();
     }
-    ResetEvent(m_handover.m_hFrameTaken);
+    ResetEvent(m_pHandover->m_hFrameTaken);
     return QM_OK;
 }
 
@@ -171,7 +188,7 @@ void CMediaFoundationWriter::StopSession()
     SWriteGraph graph = ShareGraph();
     if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
     ReleaseWriteGraph(graph);
-    ResetEvent(m_handover.m_hSessionStarted);
+    ResetEvent(m_pHandover->m_hSessionStarted);
 }
 
 void CMediaFoundationWriter::RestartSession()
@@ -191,21 +208,22 @@ void CMediaFoundationWriter::End(double dSampleTime)
 {
     if (IsRunning())
     {
-        if (m_handover.IsPending())
+        CTargetGrowth growth(m_pwszPath);
+        if (m_pHandover->IsPending())
         {
-            m_handover.HandOver(dSampleTime, true);
+            m_pHandover->HandOver(dSampleTime, true);
             // The thread's end counts too: the event that it sets at its end may have been taken for an earlier frame.
-            if (AwaitFrameTaken(m_handover.m_hFrameTaken, m_hWriterThread, g_uiLongestClose) == WAIT_TIMEOUT)
-                ForceEnd();
-            ResetEvent(m_handover.m_hFrameTaken);
-            m_handover.WakeSource();
+            const HANDLE ahAny[] = {m_pHandover->m_hFrameTaken, m_hWriterThread};
+            if (growth.AwaitAny(ahAny, std::size(ahAny)) == WAIT_TIMEOUT) ForceEnd();
+            ResetEvent(m_pHandover->m_hFrameTaken);
+            m_pHandover->WakeSource();
         }
         else
         {
             ForceEnd();  // no picture was ever taken, so none can be the stream's last
         }
-        JoinThread(g_uiLongestClose);
+        JoinThread(growth.AwaitAny(&m_hWriterThread, 1));
     }
-    EndGraph();
-    m_handover.Close();
+    if (m_pHandover != nullptr) EndGraph();
+    DropHandover();
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include <windows.h>
 
@@ -39,7 +40,7 @@ public:
     EPictureFate WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture, const SFrameTimes& times) override;
 
     // Gives the newest picture to the session, waits until it has finished the file, and releases everything. A session
-    // that doesn't fetch the picture, or doesn't end, is shut down after ten minutes each.
+    // that doesn't fetch the picture, or doesn't end, is shut down when the file hasn't grown for ten minutes.
     void Close(const SFrameTimes& times) override;
 
 protected:
@@ -48,17 +49,20 @@ protected:
     HRESULT BuildGraph(const SEncoderSettings& settings);
     HRESULT StartThread();
     void EndGraph();
+    void DropHandover();
     SWriteGraph ShareGraph();
     bool HasSession();
     void ForceEnd();
-    void JoinThread(std::uint32_t uiLimit);
+    void JoinThread(DWORD dwResult);
     QmStatus HandOverPending(const SQmImageAttributes& attrSource, double dSampleTime);
     QmStatus AwaitTaken(std::uint32_t uiLimit);
     void StopSession();
     void RestartSession();
     void End(double dSampleTime);
 
-    CPictureHandover m_handover;
+    const wchar_t* m_pwszPath = nullptr;  // the target; lives as long as this object
+    std::unique_ptr<CPictureHandover> m_pHandover;
+    bool m_bSourceLeft = false;        // something holds the source after the graph's end
     HANDLE m_hWriterThread = nullptr;  // from its start until its end was awaited
 
     // The thread empties the graph when the session has ended, whenever that is. The host's thread uses it through

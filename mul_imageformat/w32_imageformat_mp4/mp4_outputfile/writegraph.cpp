@@ -4,7 +4,22 @@
 
 #include "common/saferelease.h"
 #include "common/sessionevents.h"
+#include "common/waits.h"
 #include "mp4_outputfile/picturehandover.h"
+
+namespace
+{
+
+constexpr DWORD LOOK_EVERY_MS = 5;
+constexpr int MOST_LOOKS = 400;  // two seconds
+
+ULONG CountOtherReferences(IUnknown* pObject)
+{
+    pObject->AddRef();
+    return pObject->Release() - 1;
+}
+
+}  // namespace
 
 // The session may wait for its source when it is shut down, and the source for a picture. The source is woken when it
 // can't make a sample of one any more.
@@ -20,7 +35,19 @@ void ReleaseWriteGraph(SWriteGraph& graph)
 {
     SafeRelease(&graph.m_pSession);
     SafeRelease(&graph.m_pSource);
+    SafeRelease(&graph.m_pStreamSink);
+    SafeRelease(&graph.m_pSink);
+    SafeRelease(&graph.m_pByteStream);
     SafeRelease(&graph.m_pTopology);
+    SafeRelease(&graph.m_pOutputType);
+    SafeRelease(&graph.m_pEncoderTransform);
+}
+
+bool ReleaseLastReference(IMFMediaSource* pSource)
+{
+    for (int n = 0; n < MOST_LOOKS && CountOtherReferences(pSource) != 0; ++n)
+        Rest(LOOK_EVERY_MS);
+    return pSource->Release() == 0;
 }
 
 HRESULT StartFromBeginning(IMFMediaSession* pSession)
