@@ -10,6 +10,7 @@
 #include "support/ffmpeg.h"
 #include "support/mp4_boxes.h"
 #include "support/temporary_folder.h"
+#include "test_graph.h"
 #include "writing_graph.h"
 
 namespace mftest
@@ -444,6 +445,32 @@ TEST_F(WritingSession, TopologiesThatItCannotPlayAreRefused)
     EXPECT_EQ(result(), (Event{101, MF_E_INVALIDMEDIATYPE}));
     ASSERT_EQ(SetTypes(m_encoder.Get()), S_OK);
     EXPECT_EQ(result(), Event{101});
+}
+
+// The reading side finds every picture by the time that the file's own table gives it.
+TEST_F(WritingSession, WhatItWroteReadsBackByTime)
+{
+    StartAndAwait();
+    Give(0, 59);
+    m_source->End();
+    Give(59, 60);
+    ASSERT_THAT(RestOfSession(), ElementsAre(Event{211}, Event{107}));
+    ASSERT_EQ(Finalize(m_sink.Get()), S_OK);
+    const auto times = test_support::ListTimesMs(test_support::ReadBytes(m_path));
+    ASSERT_EQ(times.size(), 60U);
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path.string()), S_OK);
+    for (const unsigned k : {0U, 1U, 2U, 3U, 58U, 59U, 30U, 17U, 49U, 50U, 51U, 5U})
+    {
+        const auto samples = graph.PlayFrom(static_cast<std::int64_t>(times[k]), 1);
+        ASSERT_FALSE(samples.empty()) << k;
+        std::vector<std::uint8_t> brightness;
+        for (std::size_t i = 0; i < samples[0].m_bytes.size(); i += 2)
+        {
+            brightness.push_back(static_cast<std::uint8_t>(samples[0].m_bytes[i]));
+        }
+        EXPECT_EQ(NumberIn(brightness.data()), k);
+    }
 }
 
 TEST_F(WritingSession, AnEndedSessionCanBeStartedAgain)
