@@ -63,18 +63,32 @@ void SessionEngine::Shutdown()
 
 void SessionEngine::Run()
 {
-    while (const std::function<void()> work = WaitForWork())
+    for (bool bShutdown = false; !bShutdown;)
     {
+        // Memory may be missing for taking up the work, too.
         const HRESULT hr = WithoutExceptions([&] {
-            work();
+            const std::function<void()> work = WaitForWork();
+            bShutdown = !work;
+            if (work) work();
             return S_OK;
         });
         if (FAILED(hr)) EndWithError(hr);
     }
     m_player.reset();
-    std::deque<std::function<void()>> dropped;
-    const std::lock_guard lock(m_lock);
-    dropped.swap(m_tasks);
+    DropTasks();
+}
+
+// One at a time, and without the lock: what a task holds may need it.
+void SessionEngine::DropTasks()
+{
+    for (;;)
+    {
+        std::function<void()> dropped;
+        const std::lock_guard lock(m_lock);
+        if (m_tasks.empty()) return;
+        dropped = std::move(m_tasks.front());
+        m_tasks.pop_front();
+    }
 }
 
 // Nothing when the session has been shut down. Tasks come first, then commands, then playing.

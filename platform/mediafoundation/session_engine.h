@@ -63,6 +63,7 @@ private:
     void PostTask(std::function<void()> task) override;
 
     void Run();
+    void DropTasks();
     std::function<void()> WaitForWork();
     void Execute(const SessionCommand& command);
     void SetTopology(IMFTopology* pTopology);
