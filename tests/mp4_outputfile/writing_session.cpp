@@ -32,6 +32,25 @@ bool IsIdle(bool bForThread)
     const std::lock_guard lock(g_mtxSession);
     return g_pSession != nullptr && (bForThread ? g_pSession->NeverEnds() : g_pSession->StandsStill());
 }
+// Until the session has reported its start, or doesn't report it. Isn't noted: its time is the writer thread's.
+DWORD AwaitStart(const HANDLE* phAny)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    for (;;)
+    {
+        const bool bSilent = [] {
+            const std::lock_guard lock(g_mtxSession);
+            return g_pSession != nullptr && g_pSession->HasReported();
+        }();
+        const DWORD dwResult = WaitForMultipleObjects(2, phAny, FALSE, 1);
+        if (dwResult != WAIT_TIMEOUT || bSilent) return dwResult;
+        if (std::chrono::steady_clock::now() > end)
+        {
+            ADD_FAILURE() << "a wait for the start has no end";
+            return WAIT_FAILED;
+        }
+    }
+}
 }  // namespace
 
 // --- in the place of the module's ---
@@ -47,6 +66,7 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
 {
     if (!g_pRecord->IsHostThread()) return WaitForMultipleObjects(dwCount, phAny, FALSE, dwLimit);
 
+    if (phAny[0] == g_pRecord->m_pHandover->m_hSessionStarted) return AwaitStart(phAny);
     const bool bForThread = dwCount == 1;
     const std::string strCall = (bForThread ? "Join " : "Await ") + LimitOf(dwLimit);
     if (dwLimit == LOOK_EVERY_MS)
@@ -185,6 +205,12 @@ bool WritingSession::StandsStill()
 {
     const std::lock_guard lock(m_mtx);
     return m_nStarts > 0 && !Takes() && !m_bOver && !m_bShutDown;
+}
+
+bool WritingSession::HasReported()
+{
+    const std::lock_guard lock(m_mtx);
+    return m_nStarts > 0 && m_events.AreTaken();
 }
 
 bool WritingSession::NeverEnds()

@@ -99,6 +99,8 @@ public:
     // Nothing but another start gets a picture taken, or the end reported.
     bool StandsStill();
     bool NeverEnds();
+    // It was started, and all that it has reported was taken.
+    bool HasReported();
     // What waits for a picture gets none when it is woken.
     void ShutDownSource();
 

@@ -204,6 +204,14 @@ void CMediaFoundationWriter::Close(const SFrameTimes& times)
     End(times.m_dSampleTime);
 }
 
+// A stream that is at its end already when it is started reports its end before its last picture, and the session takes
+// no picture after that. So the end is announced to a session that has started.
+void CMediaFoundationWriter::AwaitStart()
+{
+    const HANDLE ahAny[] = {m_pHandover->m_hSessionStarted, m_hWriterThread};
+    AwaitAny(ahAny, std::size(ahAny), g_uiLongestLimit);
+}
+
 void CMediaFoundationWriter::End(double dSampleTime)
 {
     if (IsRunning())
@@ -211,6 +219,7 @@ void CMediaFoundationWriter::End(double dSampleTime)
         CTargetGrowth growth(m_pwszPath);
         if (m_pHandover->IsPending())
         {
+            AwaitStart();
             m_pHandover->HandOver(dSampleTime, true);
             // The thread's end counts too: the event that it sets at its end may have been taken for an earlier frame.
             const HANDLE ahAny[] = {m_pHandover->m_hFrameTaken, m_hWriterThread};

@@ -58,6 +58,7 @@ protected:
     QmStatus AwaitTaken(std::uint32_t uiLimit);
     void StopSession();
     void RestartSession();
+    void AwaitStart();
     void End(double dSampleTime);
 
     const wchar_t* m_pwszPath = nullptr;  // the target; lives as long as this object
