@@ -1,7 +1,7 @@
 // The ids of the components and the names of their properties. The name of a constant is the property's own, so a word
 // that is spelled oddly is spelled so by the runtime.
 //
-// The type behind a name is the variant's: integers and enumerations travel as AMF_VARIANT_INT64. Properties in the
+// The type of a property is the variant's: integers and enumerations travel as AMF_VARIANT_INT64. Properties in the
 // groups "of later versions" are those that a runtime of this version may not know: HasProperty answers, and a
 // SetProperty of one that fails is no failure.
 #pragma once

@@ -1,4 +1,4 @@
-// Events, mutexes, critical sections and semaphores behind their common interface; atomic counters.
+// Events, mutexes, critical sections and semaphores with their common interface; atomic counters.
 #include <atomic>
 #include <string>
 #include <thread>

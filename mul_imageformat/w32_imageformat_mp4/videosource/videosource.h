@@ -51,7 +51,7 @@ public:
     STDMETHODIMP GetCharacteristics(DWORD* pdwCharacteristics) override;
     // The duration in it is a nominal one, with every frame of the length that m_videoInfo has.
     STDMETHODIMP CreatePresentationDescriptor(IMFPresentationDescriptor** ppDescriptor) override;
-    // The position only goes into events and tells a seek from a start: pictures come as the host hands them over.
+    // The position only goes into events and makes a start a seek: pictures come as the host hands them over.
     STDMETHODIMP Start(IMFPresentationDescriptor* pDescriptor, const GUID* pguidTimeFormat,
                        const PROPVARIANT* pvarStartPosition) override;
     // MF_E_INVALID_STATE_TRANSITION before the first Start, when there is no stream that could stop.

@@ -321,7 +321,7 @@ HRESULT WritingPlayer::HandleSinkEvent(MediaEventType type)
     switch (type)
     {
     case MEStreamSinkStarted:
-        m_uiSinkRequests = 0;  // it asks anew after each start
+        m_uiSinkRequests = 0;  // it asks again after each start
         if (!m_bStarting) return S_OK;
         m_bStarting = false;
         return m_host.Events().Add(MESessionStarted, S_OK);

@@ -1,4 +1,4 @@
-// Events, mutexes, critical sections and semaphores behind one interface.
+// Events, mutexes, critical sections and semaphores with one interface.
 #pragma once
 
 #include "amf/common/amfsystem.h"
