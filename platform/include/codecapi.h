@@ -3,6 +3,8 @@
 
 #include "guiddef.h"
 
+#include "icodecapi.h"
+
 enum eAVEncCommonRateControlMode
 {
     eAVEncCommonRateControlMode_CBR = 0,

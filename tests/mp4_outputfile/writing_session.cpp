@@ -95,7 +95,10 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
 
 void Rest(DWORD dwMilliseconds)
 {
-    if (g_pRecord->IsHostThread()) g_pRecord->Note("Rest " + std::to_string(dwMilliseconds));
+    if (g_pRecord->IsHostThread())
+        g_pRecord->Note("Rest " + std::to_string(dwMilliseconds));
+    else
+        Sleep(1);  // for what the host's thread is about to do
     g_uiNow += dwMilliseconds;
 }
 

@@ -4,9 +4,9 @@
 #include <cwchar>
 
 #include <codecapi.h>
-#include <icodecapi.h>
 #include <mferror.h>
 #include <objbase.h>
+#include <strmif.h>
 
 #include "common/saferelease.h"
 
