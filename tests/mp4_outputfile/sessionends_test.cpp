@@ -248,7 +248,8 @@ TEST_F(SessionEndsTest, ASessionThatNeverEndsIsShutDownTenMinutesAfterTheClose)
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack, m_bWhite));
     std::vector<std::string> vCalls = CallsFrom("Await while it grows");
     std::erase(vCalls, "Taken last");  // which may come before the wait has begun
-    EXPECT_THAT(vCalls, ElementsAre("Await while it grows", "Join while it grows", "Shutdown source", "Shutdown", "Join for ever"));
+    EXPECT_THAT(vCalls, ElementsAre("Await while it grows", "Join while it grows", "Shutdown source", "Shutdown",
+                                    "Join for ever"));
 }
 
 TEST_F(SessionEndsTest, ASessionThatDoesNotFetchTheLastFrameIsShutDownAfterTenMinutes)
@@ -259,7 +260,8 @@ TEST_F(SessionEndsTest, ASessionThatDoesNotFetchTheLastFrameIsShutDownAfterTenMi
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
-    EXPECT_THAT(CallsFrom("Await while it grows"), ElementsAre("Await while it grows", "Shutdown source", "Shutdown", "Join while it grows"));
+    EXPECT_THAT(CallsFrom("Await while it grows"),
+                ElementsAre("Await while it grows", "Shutdown source", "Shutdown", "Join while it grows"));
     EXPECT_EQ(CountCalls("Stop"), 0);
 }
 
