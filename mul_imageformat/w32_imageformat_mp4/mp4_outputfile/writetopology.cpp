@@ -2,8 +2,8 @@
 
 #include <mfapi.h>
 
-#include "common/modulestate.h"
 #include "common/saferelease.h"
+#include "common/sourcenode.h"
 
 namespace
 {
@@ -32,18 +32,6 @@ HRESULT SelectVideoStream(IMFPresentationDescriptor* pPresentation, IMFStreamDes
         if (SUCCEEDED(hr)) hr = pPresentation->DeselectStream(dwStream);
     }
     return SUCCEEDED(hr) ? S_FALSE : hr;
-}
-
-HRESULT AddSourceNode(IMFTopology* pTopology, IMFMediaSource* pSource, IMFPresentationDescriptor* pPresentation,
-                      IMFStreamDescriptor* pStream, IMFTopologyNode** ppNode)
-{
-    HRESULT hr = MFCreateTopologyNode(MF_TOPOLOGY_SOURCESTREAM_NODE, ppNode);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_SOURCE, pSource);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_PRESENTATION_DESCRIPTOR, pPresentation);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_STREAM_DESCRIPTOR, pStream);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUINT32(MF_TOPONODE_WORKQUEUE_ID, g_uiInputFileCount);
-    if (SUCCEEDED(hr)) hr = pTopology->AddNode(*ppNode);
-    return hr;
 }
 
 HRESULT AddTransformNode(IMFTopology* pTopology, IMFTransform* pTransform, IMFTopologyNode** ppNode)

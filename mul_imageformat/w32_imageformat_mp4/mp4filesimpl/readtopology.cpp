@@ -3,8 +3,8 @@
 #include <mfapi.h>
 #include <propvarutil.h>
 
-#include "common/modulestate.h"
 #include "common/saferelease.h"
+#include "common/sourcenode.h"
 #include "mp4filesimpl/streamformat.h"
 
 namespace
@@ -20,18 +20,6 @@ void ReadDuration(IMFPresentationDescriptor* pPresentation, LONGLONG* pllDuratio
     if (SUCCEEDED(hr)) hr = PropVariantToInt64(varDuration, &llDuration);
     if (SUCCEEDED(hr) && pllDuration != nullptr) *pllDuration = llDuration;
     PropVariantClear(&varDuration);
-}
-
-HRESULT AddSourceNode(IMFTopology* pTopology, IMFMediaSource* pSource, IMFPresentationDescriptor* pPresentation,
-                      IMFStreamDescriptor* pDescriptor, IMFTopologyNode** ppNode)
-{
-    HRESULT hr = MFCreateTopologyNode(MF_TOPOLOGY_SOURCESTREAM_NODE, ppNode);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_SOURCE, pSource);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_PRESENTATION_DESCRIPTOR, pPresentation);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUnknown(MF_TOPONODE_STREAM_DESCRIPTOR, pDescriptor);
-    if (SUCCEEDED(hr)) hr = (*ppNode)->SetUINT32(MF_TOPONODE_WORKQUEUE_ID, g_uiInputFileCount);
-    if (SUCCEEDED(hr)) hr = pTopology->AddNode(*ppNode);
-    return hr;
 }
 
 HRESULT AddSinkNode(IMFTopology* pTopology, IMFActivate* pSinkActivate, IMFTopologyNode** ppNode)
