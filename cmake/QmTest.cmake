@@ -1,9 +1,10 @@
-# qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds])
+# qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds] [SHARDS count])
 #
 # One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
 # entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
-# processor time under a sanitizer and a second under Wine, for each of some thousand cases. In the Windows build a
-# program that needs Media Foundation is built but not run: Wine's is not the system's.
+# processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes is
+# as many entries as SHARDS says, each with its share of the cases. In the Windows build a program that needs Media
+# Foundation is built but not run: Wine's is not the system's.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")
@@ -17,7 +18,7 @@ else()
 endif()
 
 function(qm_add_test name)
-    cmake_parse_arguments(ARG "NEEDS_MEDIA_FOUNDATION" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "NEEDS_MEDIA_FOUNDATION" "TIMEOUT;SHARDS" "SOURCES;LIBS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
@@ -33,9 +34,20 @@ function(qm_add_test name)
         return()
     endif()
     if(QM_WHOLE_TEST_PROGRAMS)
-        add_test(NAME ${name} COMMAND ${name})
-        # The programs that may take longest start first, so that none of them is left alone at the end.
-        set_tests_properties(${name} PROPERTIES TIMEOUT 1200 COST ${ARG_TIMEOUT})
+        if(NOT ARG_SHARDS)
+            set(ARG_SHARDS 1)
+        endif()
+        math(EXPR last "${ARG_SHARDS} - 1")
+        foreach(shard RANGE ${last})
+            set(test ${name})
+            if(last)
+                string(APPEND test ".${shard}")
+            endif()
+            add_test(NAME ${test} COMMAND ${name})
+            # The programs that may take longest start first, so that none of them is left alone at the end.
+            set_tests_properties(${test} PROPERTIES TIMEOUT 1200 COST ${ARG_TIMEOUT}
+                ENVIRONMENT "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${shard}")
+        endforeach()
     else()
         gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
             TEST_PREFIX "${name}." PROPERTIES TIMEOUT ${ARG_TIMEOUT})

@@ -129,12 +129,12 @@ NVENCSTATUS Session::EncodeOne(const NV_ENC_PIC_PARAMS& record)
         {
             return eStatus;
         }
+        submission.pInput->CheckContents();
     }
 
     // Without m_mutex: the worker delivers meanwhile. The surface stays ours through the submission.
     EncodeJob job;
     job.pPicture = m_pWorker->TakePicture();
-    submission.pInput->CheckContents();
     if (!submission.pInput->pSurface->Read(record.inputWidth, record.inputHeight, job.pPicture->View()))
     {
         return NV_ENC_ERR_MAP_FAILED;

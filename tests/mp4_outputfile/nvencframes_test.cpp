@@ -3,7 +3,7 @@
 
 #include <cwctype>
 
-#include "support/guarded_block.h"
+#include "support/bytes_at_page_end.h"
 #include "support/short_memory.h"
 
 using testing::ElementsAre;
@@ -113,7 +113,7 @@ TEST_F(NvencFramesTest, NothingIsReadPastThePictureThatTheHostDescribed)
     for (const SSize& size : {SSize{321, 239, 230396}, SSize{5, 1001, 16016}, SSize{7, 4, 96}, SSize{64, 47, 9024},
                               SSize{64, 48, 9216}, SSize{1, 1, 4}, SSize{1, 2, 8}})
     {
-        const CGuardedBlock pixels(Numbered(size.m_uiBytes));
+        const CBytesAtPageEnd pixels(Numbered(size.m_uiBytes));
         const OutputPtr pFile = MakeFile(size.m_uiWidth, size.m_uiHeight);
         EXPECT_EQ(pFile->WriteNextFrame(pixels.Get()), QM_OK) << size.m_uiWidth << " x " << size.m_uiHeight;
     }

@@ -1,4 +1,4 @@
-// A block of bytes after which nothing can be read.
+// Bytes after which nothing can be read.
 #pragma once
 
 #include <cstddef>
@@ -11,12 +11,12 @@
 #include <unistd.h>
 #endif
 
-// The block ends where a page begins that can't be read: a read past it ends the program. On Windows it is plain
+// The bytes end where a page begins that can't be read: a read past it ends the program. On Windows it is plain
 // memory.
-class CGuardedBlock
+class CBytesAtPageEnd
 {
 public:
-    explicit CGuardedBlock(const std::vector<std::uint8_t>& vBytes)
+    explicit CBytesAtPageEnd(const std::vector<std::uint8_t>& vBytes)
     {
 #ifdef _WIN32
         m_vBytes = vBytes;
@@ -31,14 +31,14 @@ public:
         mprotect(static_cast<std::uint8_t*>(m_pMapped) + uiData, uiPage, PROT_NONE);
 #endif
     }
-    ~CGuardedBlock()
+    ~CBytesAtPageEnd()
     {
 #ifndef _WIN32
         munmap(m_pMapped, m_uiMapped);
 #endif
     }
-    CGuardedBlock(const CGuardedBlock&) = delete;
-    CGuardedBlock& operator=(const CGuardedBlock&) = delete;
+    CBytesAtPageEnd(const CBytesAtPageEnd&) = delete;
+    CBytesAtPageEnd& operator=(const CBytesAtPageEnd&) = delete;
 
     const std::uint8_t* Get() const
     {
