@@ -83,17 +83,20 @@ TEST_F(Preview, InAnotherSizeRowsAreThreeTimesTheWidthPlus1ApartCutTo4Bytes)
     EXPECT_EQ(m_vPixels[7], 0x5A);
 }
 
-// Half as wide: in the right half every row is of one brightness, and stays so.
+// Half as wide: every pixel is the mean of two of the same brightness. The first two are the number's digits.
 TEST_F(Preview, InAnotherSizeItIsThePicture)
 {
-    CScriptedFile file(m_format.Get(), ScriptOf(32, 100));
+    SScript script = ScriptOf(32, 100);
+    script.m_uiFirstNumber = 150 * 200 + 150;
+    CScriptedFile file(m_format.Get(), script);
     constexpr std::size_t PITCH = 48;  // 3 * 17, cut to 4 bytes
     ASSERT_EQ(Draw(file, 16, 100, false, m_vPixels, PITCH * 100), QM_OK);
     for (unsigned uiRow = 0; uiRow < 100; ++uiRow)
     {
-        const std::vector<unsigned char> vRow(24, static_cast<unsigned char>(GreyOf(16 + uiRow)));
-        const auto itRow = m_vPixels.begin() + static_cast<std::ptrdiff_t>(uiRow * PITCH + 24);
-        EXPECT_EQ(std::vector<unsigned char>(itRow, itRow + 24), vRow) << uiRow;
+        std::vector<unsigned char> vRow(48, static_cast<unsigned char>(GreyOf(16 + uiRow)));
+        std::fill_n(vRow.begin(), 3, static_cast<unsigned char>(GreyOf(16 + 150)));
+        const auto itRow = m_vPixels.begin() + static_cast<std::ptrdiff_t>(uiRow * PITCH);
+        EXPECT_EQ(std::vector<unsigned char>(itRow, itRow + 48), vRow) << uiRow;
     }
 }
 
