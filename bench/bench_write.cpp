@@ -1,8 +1,10 @@
-// Writing with NVENC1: each part by itself, then the whole next to the ffmpeg program with the same encoder and
-// settings.
+// Writing: muxing and widening by themselves, then the whole with NVENC1 and with the codecs of the system's encoder,
+// next to the ffmpeg program with the same encoder and settings.
 //
 // bench_write [PACKETS]: the number of packets for muxing is 1,000,000 by default, which takes 6 GB of temporary files.
 // They are removed at the end.
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -12,6 +14,8 @@
 #include "bench/measure.h"
 #include "bench/muxing.h"
 #include "colour/colourconversion.h"
+#include "hostapi/hostpicbase.h"
+#include "platform/mediafoundation/writing/encoder_settings.h"
 #include "support/encoder_script.h"
 #include "support/ffmpeg.h"
 #include "support/temporary_folder.h"
@@ -26,7 +30,7 @@ constexpr std::uint32_t g_uiWidth = 1920;
 constexpr std::uint32_t g_uiHeight = 1080;
 constexpr std::size_t g_uiPictureSize = std::size_t{3} * g_uiWidth * g_uiHeight;
 constexpr int g_nPictures = 150;
-constexpr int g_nRounds = 5;
+constexpr int g_nRounds = 3;
 
 void Check(bool bOk, const char* pszWhat)
 {
@@ -62,8 +66,19 @@ void MeasureWidening()
         });
 }
 
-void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frames, const std::filesystem::path& path)
+// Of the calling thread.
+double ThreadCpuSeconds()
 {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
+}
+
+// Returns the processor seconds that the module's calls took on this thread, without the close.
+double WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frames, const std::filesystem::path& path)
+{
+    double dCpu = 0.0;
     std::ifstream stream(frames, std::ios::binary);
     const OutputFile file = OpenForPictures(host, path, g_uiWidth, g_uiHeight);
     std::vector<char> vPicture(g_uiPictureSize);
@@ -71,9 +86,12 @@ void WriteThroughHost(const ModuleHost& host, const std::filesystem::path& frame
     {
         Check(bool(stream.read(vPicture.data(), static_cast<std::streamsize>(vPicture.size()))), "no more pictures");
         file->SetFrameTime(n * 1000.0 / 30.0);
+        const double dBegin = ThreadCpuSeconds();
         Check(file->WriteNextFrame(vPicture.data()) == QM_OK, "a frame isn't written");
+        dCpu += ThreadCpuSeconds() - dBegin;
     }
     file->CloseOutput();
+    return dCpu;
 }
 
 // The runtime's settings of its encoder for the file that was written last, as ffmpeg's arguments.
@@ -86,28 +104,123 @@ std::string EncoderArguments(const EncoderScript& script)
     return strArguments + " -x264-params '" + settings.szOptions + "' ";
 }
 
-void MeasureWriting(const std::filesystem::path& directory)
+// Ours and ffmpeg's, from the same pictures into a file each.
+void CompareWriting(const ModuleHost& host, const std::string& strName, const std::filesystem::path& frames,
+                    const std::string& strEncoder)
 {
-    const auto frames = directory / "frames.bgr";
-    const auto ours = directory / "ours.mp4";
-    const auto peers = directory / "peers.mp4";
-    RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
-              std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
+    const auto ours = frames.parent_path() / "ours.mp4";
+    const auto peers = frames.parent_path() / "peers.mp4";
+    bench::Compare(
+        strName + ": 150 pictures of 1920 x 1080", g_nRounds,
+        [&] { return bench::SecondsOf([&] { WriteThroughHost(host, frames, ours); }); }, "ffmpeg, libx264 set the same",
+        [&] {
+            return bench::SecondsOf([&] {
+                RunFfmpeg("-f rawvideo -pix_fmt bgr24 -video_size 1920x1080 -framerate 30 -i " + Quoted(frames) +
+                          strEncoder + " -pix_fmt yuv420p " + Quoted(peers));
+            });
+        });
+    std::printf("    files of %.1f and %.1f MB; the encoder:%s\n",
+                static_cast<double>(std::filesystem::file_size(ours)) / 1e6,
+                static_cast<double>(std::filesystem::file_size(peers)) / 1e6, strEncoder.c_str());
+}
 
+void MeasureNvenc(const std::filesystem::path& frames)
+{
     const EncoderScript script;  // keeps the runtime loaded for all files, with its record of settings
     const ModuleHost host;
     ChooseCodec(host, L"NVENC1");
-    WriteThroughHost(host, frames, ours);
-    const std::string strArguments = "-f rawvideo -pix_fmt bgr24 -video_size 1920x1080 -framerate 30 -i " +
-                                     Quoted(frames) + EncoderArguments(script) + "-pix_fmt yuv420p ";
+    WriteThroughHost(host, frames, frames.parent_path() / "ours.mp4");
+    CompareWriting(host, "NVENC1", frames, EncoderArguments(script));
+}
+
+// A codec of the system's encoder, as it sets the encoder up. The module asks for no number of B pictures with some,
+// and the encoder's default is none.
+struct SSystemCodec
+{
+    const wchar_t* m_pwszCode;
+    mediafoundation::EncoderSettings m_settings;
+};
+
+std::vector<SSystemCodec> SystemCodecs()
+{
+    mediafoundation::EncoderSettings settings;
+    settings.m_uiThreads = 16;
+    std::vector<SSystemCodec> vCodecs(4, {L"HQ", settings});
+    const auto set = [&](std::size_t ui, const wchar_t* pwszCode, std::uint32_t uiProfile, std::uint32_t uiQuality,
+                         std::uint32_t uiQualityVsSpeed, std::uint32_t uiBPictures, std::uint32_t uiMinQp,
+                         std::uint32_t uiMaxQp) {
+        vCodecs[ui].m_pwszCode = pwszCode;
+        mediafoundation::EncoderSettings& of = vCodecs[ui].m_settings;
+        of.m_uiProfile = uiProfile;
+        of.m_uiQuality = uiQuality;
+        of.m_uiQualityVsSpeed = uiQualityVsSpeed;
+        of.m_uiBPictures = uiBPictures;
+        of.m_uiMinQp = uiMinQp;
+        of.m_uiMaxQp = uiMaxQp;
+    };
+    set(0, L"HQ", 100, 100, 100, 2, 0, 30);
+    set(1, L"NQ", 100, 80, 100, 2, 0, 30);
+    set(2, L"LQ", 100, 70, 50, 0, 0, 30);
+    set(3, L"FST", 66, 75, 0, 0, 1, 51);
+    return vCodecs;
+}
+
+std::string EncoderArguments(const mediafoundation::EncoderSettings& settings)
+{
+    const std::string strParameters = mediafoundation::ProfileParametersOf(settings.m_uiProfile);
+    return " -c:v libx264 -preset " + mediafoundation::PresetOf(settings.m_uiQualityVsSpeed) + " -profile:v " +
+           mediafoundation::ProfileNameOf(settings.m_uiProfile) + " -crf " +
+           std::to_string(mediafoundation::RateFactorOf(settings.m_uiQuality)) + " -bf " +
+           std::to_string(settings.m_uiBPictures) + " -g " + std::to_string(mediafoundation::KeyDistanceOf(settings)) +
+           " -qmin " + std::to_string(settings.m_uiMinQp) + " -qmax " + std::to_string(settings.m_uiMaxQp) +
+           " -threads " + std::to_string(settings.m_uiThreads) +
+           (strParameters.empty() ? "" : " -x264-params " + strParameters);
+}
+
+// What the host's thread has to do: convert each picture, and copy it to where the encoder's threads take it from.
+void MeasureHostThread(const ModuleHost& host, const std::filesystem::path& frames)
+{
+    constexpr std::size_t uiYuy2Row = std::size_t{g_uiWidth} * 2;
+    std::vector<std::uint8_t> vSource(g_uiPictureSize);
+    std::vector<std::uint8_t> vPending(uiYuy2Row * g_uiHeight);
+    std::vector<std::uint8_t> vHandedOver(vPending.size());
+    std::ifstream(frames, std::ios::binary).read(reinterpret_cast<char*>(vSource.data()), g_uiPictureSize);
+    SQmPicBuf source{};
+    source.m_uiWidth = g_uiWidth;
+    source.m_uiHeight = g_uiHeight;
+    source.m_uiBits = 8;
+    source.m_uiComponents = 3;
+    source.m_uiWidthBytes = g_uiWidth * 3;
+    source.m_pData = vSource.data();
+    SQmPicBuf target = source;
+    target.m_uiComponents = 2;
+    target.m_uiWidthBytes = uiYuy2Row;
+    target.m_pData = vPending.data();
     bench::Compare(
-        "writing 150 pictures of 1920 x 1080", g_nRounds,
-        [&] { return bench::SecondsOf([&] { WriteThroughHost(host, frames, ours); }); }, "ffmpeg, libx264 set the same",
-        [&] { return bench::SecondsOf([&] { RunFfmpeg(strArguments + Quoted(peers)); }); });
-    std::printf("    files of %.1f and %.1f MB; the encoder:%s\n",
-                static_cast<double>(std::filesystem::file_size(ours)) / 1e6,
-                static_cast<double>(std::filesystem::file_size(peers)) / 1e6,
-                strArguments.substr(strArguments.find(" -c:v")).c_str());
+        "processor time of the host's thread", g_nRounds,
+        [&] { return WriteThroughHost(host, frames, frames.parent_path() / "ours.mp4"); },
+        "a conversion and a copy each",
+        [&] {
+            const double dBegin = ThreadCpuSeconds();
+            for (int n = 0; n < g_nPictures; ++n)
+            {
+                ConvertBgrToYuy2(target, source);
+                std::memcpy(vHandedOver.data(), vPending.data(), vPending.size());
+            }
+            return ThreadCpuSeconds() - dBegin;
+        });
+}
+
+void MeasureSystemEncoder(const std::filesystem::path& frames)
+{
+    const ModuleHost host;
+    for (const SSystemCodec& codec : SystemCodecs())
+    {
+        ChooseCodec(host, codec.m_pwszCode);
+        const std::wstring strCode = codec.m_pwszCode;
+        CompareWriting(host, std::string(strCode.begin(), strCode.end()), frames, EncoderArguments(codec.m_settings));
+        MeasureHostThread(host, frames);
+    }
 }
 
 }  // namespace
@@ -118,7 +231,12 @@ try
     const TemporaryFolder dir;
     bench::MeasureMuxing(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000, dir.Path());
     MeasureWidening();
-    MeasureWriting(dir.Path());
+
+    const auto frames = dir.Path() / "frames.bgr";
+    RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
+              std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
+    MeasureNvenc(frames);
+    MeasureSystemEncoder(frames);
     return EXIT_SUCCESS;
 }
 catch (const std::exception& error)

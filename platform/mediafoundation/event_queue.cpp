@@ -140,11 +140,10 @@ void EventQueue::InvokeCallbacks()
 HRESULT EventQueue::Add(ComPtr<IMFMediaEvent> event)
 {
     return WithoutExceptions([&] {
-        {
-            const std::lock_guard lock(m_lock);
-            if (m_bShutdown) return MF_E_SHUTDOWN;
-            m_events.push_back(std::move(event));
-        }
+        const std::lock_guard lock(m_lock);
+        if (m_bShutdown) return MF_E_SHUTDOWN;
+        m_events.push_back(std::move(event));
+        // Under the lock: the callback that takes the event may give the queue's last reference back.
         m_changed.notify_all();
         return S_OK;
     });

@@ -202,7 +202,6 @@ struct FakeEntries
         g_pRuntime->Expect(params->doNotWait == 0, "a lock that doesn't wait");
         const auto it = g_pRuntime->m_mapPackets.find(params->outputBitstream);
         g_pRuntime->Expect(it != g_pRuntime->m_mapPackets.end(), "a buffer locked that holds no packet");
-        g_pRuntime->Expect(g_pRuntime->m_setUnread.count(params->outputBitstream) == 1, "a packet locked that was read");
         g_pRuntime->Expect(g_pRuntime->m_setLocked.insert(params->outputBitstream).second, "a buffer locked twice");
         if (it == g_pRuntime->m_mapPackets.end()) return NV_ENC_ERR_INVALID_CALL;
         params->bitstreamBufferPtr = it->second.data();

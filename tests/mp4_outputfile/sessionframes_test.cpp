@@ -415,6 +415,21 @@ TEST_F(SessionFramesTest, OneSingleFrameHasNoDuration)
     EXPECT_THAT(m_record.Durations(), ElementsAre(0.0));
 }
 
+TEST_F(SessionFramesTest, FramesThatAreRefusedDoNotLengthenTheLastPicture)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteAt(*pFile, 0.0), QM_OK);
+    EXPECT_EQ(WriteAt(*pFile, 40.0), QM_OK);
+    for (const double dTime : {100.0, 3'600'000.0})
+    {
+        EXPECT_EQ(pFile->SetFrameTime(dTime), QM_OK);
+        EXPECT_EQ(pFile->WriteNextFrame(nullptr), QM_ERR_FAIL);
+    }
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(m_record.Durations(), ElementsAre(40.0, 40.0));
+    EXPECT_THAT(pFile->GetTimes(), ElementsAre(0.0, 40.0, 60.0, 3'599'900.0));
+}
+
 TEST_F(SessionFramesTest, TheGraphIsBuiltForTheFileTheSizesAndTheCodec)
 {
     m_pFormat->Choose(L"NQ");

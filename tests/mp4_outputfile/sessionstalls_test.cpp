@@ -165,6 +165,18 @@ TEST_F(SessionStallTest, AFileThatWasGivenUpStaysAsItIs)
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
 }
 
+TEST_F(SessionStallTest, AGivenUpSessionIsForcedAlsoWhenTheWaitForItCannotBeDone)
+{
+    m_record.m_script.m_nTakesFrom = INT_MAX;
+    m_record.m_script.m_nFailedWaits = 1;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
+    EXPECT_EQ(CountCalls("Join 20000"), 1);
+    EXPECT_EQ(m_record.m_nWaitsFailed, 1);
+    EXPECT_EQ(m_record.m_nSessions, 0);
+}
+
 TEST_F(SessionStallTest, AGivenUpSessionThatEndsIsNotForced)
 {
     m_record.m_script.m_nTakesFrom = INT_MAX;

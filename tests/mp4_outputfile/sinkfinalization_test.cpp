@@ -212,10 +212,11 @@ TEST_F(SinkFinalization, ASinkThatCallsBackMuchLaterIsFinished)
     EXPECT_THAT(m_sink.m_vCalls, ElementsAre("BeginFinalize", "EndFinalize", "Shutdown"));
 }
 
-TEST_F(SinkFinalization, ASinkThatNeverCallsBackIsGivenUpAfterTenMinutesAndMayCallBackLater)
+// Its shutdown may wait for the end that never comes.
+TEST_F(SinkFinalization, ASinkThatNeverCallsBackIsLeftAsItIsAfterTenMinutesAndMayCallBackLater)
 {
     Finalize();
-    EXPECT_THAT(m_sink.m_vCalls, ElementsAre("BeginFinalize", "Shutdown"));
+    EXPECT_THAT(m_sink.m_vCalls, ElementsAre("BeginFinalize"));
     EXPECT_EQ(m_clock.GetPassedMs(), 10U * 60 * 1000);
     m_sink.CallBack();
     m_sink.m_pInvokedWith->Release();  // what the callback keeps

@@ -66,6 +66,16 @@ TEST(TargetFile, FileThatWasBegun)
     EXPECT_EQ(targetNew.AfterFailure(), "the file is left as it is, incomplete");
 }
 
+TEST(TargetFile, FileThatWasWrittenAgainAtOnceInTheSameSize)
+{
+    const UnicodeFolder folder;
+    WriteText(folder / "old.mp4", "old");
+    const TargetFile target(folder / "old.mp4");
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    WriteText(folder / "old.mp4", "new");
+    EXPECT_EQ(target.AfterFailure(), "the file is left as it is, incomplete");
+}
+
 TEST(TargetFile, PlacesThatTakeNoFile)
 {
     const UnicodeFolder folder;

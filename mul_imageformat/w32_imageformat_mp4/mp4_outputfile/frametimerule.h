@@ -16,7 +16,7 @@ struct SFrameTimes
 
 // Runs for every frame, before it is encoded. Appends one entry to m_vecFrameTimes.
 //
-// The Media Foundation back end sets m_dPrevElapsed to m_dElapsed afterwards, and so m_dSampleTime is each frame's
+// For the Media Foundation back end, m_dPrevElapsed becomes m_dElapsed afterwards, and so m_dSampleTime is each frame's
 // distance from the one before, at least 1 ms, which it needs as the sample's duration. The back ends that write the
 // file themselves leave m_dPrevElapsed alone on purpose: for them every entry is the time since the first frame, never
 // below 0, and goes down when the host's times run backwards.

@@ -13,8 +13,8 @@ namespace
 {
 
 // All in milliseconds.
-constexpr std::uint32_t g_uiLongestLimit = 20000;
-constexpr std::uint32_t g_uiRest = 50;
+constexpr std::uint32_t g_uiLongestLimit = 20000;  // for a picture, for the start and for the end of the thread
+constexpr std::uint32_t g_uiRest = 50;             // before a stopped session is started, or a failed wait repeated
 
 }  // namespace
 
@@ -27,7 +27,7 @@ std::uint32_t CalcStallLimit(std::uint64_t uiPixels, bool bStarted)
 
 CMediaFoundationWriter::~CMediaFoundationWriter()
 {
-    End(m_pHandover != nullptr ? m_pHandover->m_dSampleTime : 0.0);
+    End();
 }
 
 // --- the set-up ---
@@ -120,7 +120,6 @@ void CMediaFoundationWriter::ForceEnd()
 // dwResult is that of a first wait for the thread, with a limit.
 void CMediaFoundationWriter::JoinThread(DWORD dwResult)
 {
-    if (dwResult == WAIT_TIMEOUT) ForceEnd();
     while (dwResult != WAIT_OBJECT_0)
     {
         if (dwResult == WAIT_FAILED) Rest(g_uiRest);
@@ -140,6 +139,7 @@ EPictureFate CMediaFoundationWriter::WriteFrame(std::uint32_t uiIndex, const SHo
     if (raw.Take(picture) != QM_OK) return EPictureFate::Lost;
     if (uiIndex != 0 && HandOverPending(picture.m_attrSource, times.m_dSampleTime) != QM_OK) return EPictureFate::Lost;
     m_pHandover->SetPending(raw.Get());
+    m_dSampleTime = times.m_dSampleTime;
     return EPictureFate::Taken;
 }
 
@@ -170,7 +170,9 @@ QmStatus CMediaFoundationWriter::AwaitTaken(std::uint32_t uiLimit)
         if (uiLimit > g_uiLongestLimit / 2)
         {
             m_pHandover->EndStream();
-            JoinThread(AwaitAny(&m_hWriterThread, 1, g_uiLongestLimit));
+            const DWORD dwResult = AwaitAny(&m_hWriterThread, 1, g_uiLongestLimit);
+            if (dwResult != WAIT_OBJECT_0) ForceEnd();
+            JoinThread(dwResult);
             return QM_ERR_FAIL;
         }
         uiLimit *= 2;
@@ -198,10 +200,10 @@ void CMediaFoundationWriter::RestartSession()
     ReleaseWriteGraph(graph);
 }
 
-// The last picture's duration is not known; it takes the newest distance between two frames.
-void CMediaFoundationWriter::Close(const SFrameTimes& times)
+// The times of frames that were refused don't count.
+void CMediaFoundationWriter::Close(const SFrameTimes& /*times*/)
 {
-    End(times.m_dSampleTime);
+    End();
 }
 
 // A stream that is at its end already when it is started reports its end before its last picture, and the session takes
@@ -212,7 +214,8 @@ void CMediaFoundationWriter::AwaitStart()
     AwaitAny(ahAny, std::size(ahAny), g_uiLongestLimit);
 }
 
-void CMediaFoundationWriter::End(double dSampleTime)
+// The last picture's duration is not known; it takes the newest distance between two frames.
+void CMediaFoundationWriter::End()
 {
     if (IsRunning())
     {
@@ -220,7 +223,7 @@ void CMediaFoundationWriter::End(double dSampleTime)
         if (m_pHandover->IsPending())
         {
             AwaitStart();
-            m_pHandover->HandOver(dSampleTime, true);
+            m_pHandover->HandOver(m_dSampleTime, true);
             // The thread's end counts too: the event that it sets at its end may have been taken for an earlier frame.
             const HANDLE ahAny[] = {m_pHandover->m_hFrameTaken, m_hWriterThread};
             if (growth.AwaitAny(ahAny, std::size(ahAny)) == WAIT_TIMEOUT) ForceEnd();
@@ -231,7 +234,9 @@ void CMediaFoundationWriter::End(double dSampleTime)
         {
             ForceEnd();  // no picture was ever taken, so none can be the stream's last
         }
-        JoinThread(growth.AwaitAny(&m_hWriterThread, 1));
+        const DWORD dwResult = growth.AwaitAny(&m_hWriterThread, 1);
+        if (dwResult == WAIT_TIMEOUT) ForceEnd();
+        JoinThread(dwResult);
     }
     if (m_pHandover != nullptr) EndGraph();
     DropHandover();

@@ -40,7 +40,7 @@ public:
     EPictureFate WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture, const SFrameTimes& times) override;
 
     // Gives the newest picture to the session, waits until it has finished the file, and releases everything. A session
-    // that doesn't fetch the picture, or doesn't end, is shut down when the file hasn't grown for ten minutes.
+    // that hasn't started yet gets up to 20 seconds for it first. A session that doesn't fetch the picture, or doesn't end, is shut down when the file hasn't grown for ten minutes.
     void Close(const SFrameTimes& times) override;
 
 protected:
@@ -59,10 +59,11 @@ protected:
     void StopSession();
     void RestartSession();
     void AwaitStart();
-    void End(double dSampleTime);
+    void End();
 
     const wchar_t* m_pwszPath = nullptr;  // the target; lives as long as this object
     std::unique_ptr<CPictureHandover> m_pHandover;
+    double m_dSampleTime = 0.0;        // distance in milliseconds of the newest picture from the one before it
     bool m_bSourceLeft = false;        // something holds the source after the graph's end
     HANDLE m_hWriterThread = nullptr;  // from its start until its end was awaited
 

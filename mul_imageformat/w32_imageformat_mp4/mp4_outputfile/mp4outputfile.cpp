@@ -147,6 +147,7 @@ QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixel
 {
     if (m_eState == EState::Closed) return QM_ERR_FAIL;
     const SBackEnd& backEnd = AsksForCodec() ? FindBackEnd(AskForCodec().m_wszCode) : *m_pBackEnd;
+    if (backEnd.m_bTimesAreDistances) m_times.m_dPrevElapsed = m_times.m_dElapsed;
     if (m_eState == EState::Lost) return QM_ERR_FAIL;
     if (!CanBeEncoded(pPixels))
     {
@@ -154,7 +155,6 @@ QmStatus CQmMP4OutputFile::EncodeFrame(std::uint32_t uiIndex, const void* pPixel
         return QM_ERR_FAIL;
     }
 
-    if (backEnd.m_bTimesAreDistances) m_times.m_dPrevElapsed = m_times.m_dElapsed;
     if (m_eState == EState::Waiting && InitEncoder() != S_OK) return QM_ERR_FAIL;
 
     const EPictureFate eFate = m_pEncoder->WriteFrame(uiIndex, {pPixels, m_attrSource, m_attrEncoded}, m_times);

@@ -56,19 +56,22 @@ private:
     HANDLE m_hEvent;  // manual-reset; null when the system has no events left
 };
 
-void AwaitFinalization(IMFFinalizableMediaSink* pFinalizable, CFinalizeCallback* pFinalizeCallback,
+// Whether the sink is at rest: it has finished, or never began.
+bool AwaitFinalization(IMFFinalizableMediaSink* pFinalizable, CFinalizeCallback* pFinalizeCallback,
                        const wchar_t* pwszPath)
 {
     const HANDLE hFinished = pFinalizeCallback->GetEvent();
-    if (hFinished == nullptr) return;
+    if (hFinished == nullptr) return true;
 
     IMFAsyncCallback* pCallback = nullptr;
     HRESULT hr = pFinalizeCallback->QueryInterface(IID_IMFAsyncCallback, reinterpret_cast<void**>(&pCallback));
     if (SUCCEEDED(hr)) hr = pFinalizable->BeginFinalize(pCallback, nullptr);
-    if (SUCCEEDED(hr))
+    bool bAtRest = FAILED(hr);
+    if (!bAtRest)
     {
         CTargetGrowth growth(pwszPath);
-        if (growth.AwaitAny(&hFinished, 1) == WAIT_OBJECT_0)
+        bAtRest = growth.AwaitAny(&hFinished, 1) == WAIT_OBJECT_0;
+        if (bAtRest)
         {
             IMFAsyncResult* pResult = pFinalizeCallback->GetResult();
             pFinalizable->EndFinalize(pResult);
@@ -76,6 +79,7 @@ void AwaitFinalization(IMFFinalizableMediaSink* pFinalizable, CFinalizeCallback*
         }
     }
     SafeRelease(&pCallback);
+    return bAtRest;
 }
 
 }  // namespace
@@ -88,7 +92,8 @@ void FinalizeSink(IMFMediaSink* pSink, const wchar_t* pwszPath)
     if (FAILED(pSink->QueryInterface(IID_IMFFinalizableMediaSink, reinterpret_cast<void**>(&pFinalizable)))) return;
 
     auto* const pFinalizeCallback = new (std::nothrow) CFinalizeCallback;
-    if (pFinalizeCallback != nullptr) AwaitFinalization(pFinalizable, pFinalizeCallback, pwszPath);
-    pSink->Shutdown();
+    const bool bAtRest = pFinalizeCallback == nullptr || AwaitFinalization(pFinalizable, pFinalizeCallback, pwszPath);
+    // The shutdown of one that still works may wait for it, and without end.
+    if (bAtRest) pSink->Shutdown();
     SafeRelease(&pFinalizable);
 }

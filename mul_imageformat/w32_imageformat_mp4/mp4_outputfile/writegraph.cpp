@@ -66,7 +66,9 @@ HRESULT RunSession(IMFMediaSession* pSession, IMFTopology* pTopology, HANDLE hSt
     while (SUCCEEDED(hr) && eType != MESessionEnded)
     {
         HRESULT hrStatus = S_OK;
+        eType = MEUnknown;
         hr = events.Take(INFINITE, nullptr, &eType, &hrStatus);
+        if (hr == S_FALSE) Rest(LOOK_EVERY_MS);  // a wait that couldn't be done
         if (SUCCEEDED(hr)) hr = hrStatus;
         if (SUCCEEDED(hr) && eType == MESessionStarted) SetEvent(hStarted);
     }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "parts/filetime.h"
 #include "parts/text.h"
 
 namespace qmhost
@@ -70,7 +71,7 @@ TargetFile::Traces TargetFile::Look(const fs::path& path)
     traces.m_bThere = fs::exists(path, ignored);
     if (!traces.m_bThere) return traces;
     traces.m_uiSize = fs::file_size(path, ignored);
-    traces.m_timeWritten = fs::last_write_time(path, ignored);
+    traces.m_nTimeWritten = LastWriteTime(path);
     return traces;
 }
 

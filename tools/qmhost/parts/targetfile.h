@@ -30,7 +30,7 @@ private:
     {
         bool m_bThere = false;
         std::uintmax_t m_uiSize = 0;
-        std::filesystem::file_time_type m_timeWritten{};
+        std::int64_t m_nTimeWritten = 0;
         bool operator==(const Traces&) const = default;
     };
     static Traces Look(const std::filesystem::path& path);
