@@ -1,7 +1,9 @@
 #include "parts/targetfile.h"
 
+#include <chrono>
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 
 #include <gmock/gmock.h>
 
