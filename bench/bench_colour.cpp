@@ -162,10 +162,12 @@ void Register(const std::string& strName, Bench bench)
 
 void RegisterSwscale(const std::string& strName, AVPixelFormat eFrom, AVPixelFormat eTo)
 {
-    for (const auto& [strFlag, nFlags] : g_mapFlags)
+    for (const auto& flag : g_mapFlags)
     {
-        const auto bench = [eFrom, eTo, nFlags](benchmark::State& state) { Swscale(state, eFrom, eTo, nFlags); };
-        Register(strName + "_" + strFlag, bench);
+        const auto bench = [eFrom, eTo, nFlags = flag.second](benchmark::State& state) {
+            Swscale(state, eFrom, eTo, nFlags);
+        };
+        Register(strName + "_" + flag.first, bench);
     }
 }
 

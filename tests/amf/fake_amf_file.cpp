@@ -100,16 +100,15 @@ private:
     CTrace m_trace;
 };
 
-CFactory g_factory;
-
 }  // namespace
 
 #if !defined(FAKE_LACKS_INIT)
 FAKE_EXPORT AMF_RESULT AMFInit(amf_uint64 version, AMFFactory** ppFactory)
 {
+    static CFactory s_factory;
     bool bFactory = true;
     const AMF_RESULT eResult = Calls().m_pfnInit(Calls().m_pContext, version, &bFactory);
-    if (eResult == AMF_OK && bFactory) *ppFactory = &g_factory;
+    if (eResult == AMF_OK && bFactory) *ppFactory = &s_factory;
     return eResult;
 }
 #endif

@@ -19,8 +19,10 @@ using ::testing::ElementsAre;
 TEST(Yuy2Planes, ArePixelByPixelThoseOfTheDefinition)
 {
     std::mt19937 random(17);
-    for (const auto& [uiWidth, uiHeight] : {std::pair{2U, 2U}, {34U, 6U}, {130U, 4U}})
+    for (const auto& size : {std::pair{2U, 2U}, {34U, 6U}, {130U, 4U}})
     {
+        const unsigned uiWidth = size.first;
+        const unsigned uiHeight = size.second;
         std::vector<std::uint8_t> yuy2(std::size_t{2} * uiWidth * uiHeight);
         for (std::uint8_t& ui : yuy2)
         {
