@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "colour/colourconversion.h"
@@ -39,4 +40,22 @@ void WidenHostPicture(void* pTarget, std::ptrdiff_t nTargetPitch, const SHostPic
         CopyBgrToBgra(static_cast<std::uint8_t*>(pTarget) + std::ptrdiff_t{uiRow} * nTargetPitch, nTargetPitch,
                       vRow.data(), uiPitch, uiWidth, 1);
     }
+}
+
+bool FillSurface(IDirect3DSurface9& surface, const SHostPicture& picture, std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    D3DLOCKED_RECT locked{};
+    surface.LockRect(&locked, nullptr, 0);
+    if (locked.pBits == nullptr) return false;  // a lock that failed gives no place to write to
+    try
+    {
+        WidenHostPicture(locked.pBits, locked.Pitch, picture, uiWidth, uiHeight);
+    }
+    catch (const std::bad_alloc&)
+    {
+        surface.UnlockRect();  // a surface that stays locked is never released
+        throw;
+    }
+    surface.UnlockRect();
+    return true;
 }

@@ -4,6 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <windows.h>
+
+#include <d3d9.h>
+
 #include "mp4_outputfile/encoderbackend.h"
 
 // Widens a picture into 32-bit rows: B, G, R, 255. uiWidth and uiHeight are the encoded ones, in pixels.
@@ -14,3 +18,8 @@
 // std::bad_alloc.
 void WidenHostPicture(void* pTarget, std::ptrdiff_t nTargetPitch, const SHostPicture& picture, std::uint32_t uiWidth,
                       std::uint32_t uiHeight);
+
+// Widens a picture into a surface of 32-bit pixels, which is locked for that. False when it can't be locked. May throw
+// std::bad_alloc; the surface isn't locked afterwards in any case.
+bool FillSurface(IDirect3DSurface9& surface, const SHostPicture& picture, std::uint32_t uiWidth,
+                 std::uint32_t uiHeight);

@@ -155,7 +155,7 @@ EPictureFate CNvencWriter::WriteFrame(std::uint32_t /*uiIndex*/, const SHostPict
     vPackets.reserve(g_uiExpectedPackets);
     try
     {
-        if (FillNextInputFrame(picture) != S_OK) return EPictureFate::Lost;
+        if (!FillNextInputFrame(picture)) return EPictureFate::Lost;
         m_pEncoder->EncodeFrame(vPackets, nullptr);
     }
     catch (const NVENCException& exception)
@@ -171,23 +171,10 @@ EPictureFate CNvencWriter::WriteFrame(std::uint32_t /*uiIndex*/, const SHostPict
 }
 
 // Widens the picture straight into the encoder's surface.
-HRESULT CNvencWriter::FillNextInputFrame(const SHostPicture& picture)
+bool CNvencWriter::FillNextInputFrame(const SHostPicture& picture)
 {
     auto* const pSurface = static_cast<IDirect3DSurface9*>(m_pEncoder->GetNextInputFrame()->inputPtr);
-    D3DLOCKED_RECT locked{};
-    pSurface->LockRect(&locked, nullptr, 0);
-    if (locked.pBits == nullptr) return E_FAIL;  // a lock that failed gives no place to write to
-    try
-    {
-        WidenHostPicture(locked.pBits, locked.Pitch, picture, m_uiWidth, m_uiHeight);
-    }
-    catch (const std::bad_alloc&)
-    {
-        pSurface->UnlockRect();  // a surface that stays locked is never released
-        throw;
-    }
-    pSurface->UnlockRect();
-    return S_OK;
+    return FillSurface(*pSurface, picture, m_uiWidth, m_uiHeight);
 }
 
 // False when there was no memory for one of them.

@@ -51,7 +51,7 @@ protected:
     HRESULT MakeDevice();
     HRESULT OpenSession();
     HRESULT CreateEncoder();
-    HRESULT FillNextInputFrame(const SHostPicture& picture);
+    bool FillNextInputFrame(const SHostPicture& picture);
     void DrainAndEndSession();
     void EndEncode(std::vector<std::vector<std::uint8_t>>& vPackets);
     bool LogPackets(const std::vector<std::vector<std::uint8_t>>& vPackets);

@@ -1,39 +1,13 @@
 // A disk that is full while a file is closed, with the host's library and its buffers.
 #include <gtest/gtest.h>
 
-#include <csignal>
-
-#include <sys/resource.h>
-
 #include "mp4_outputfile/muxer/mp4filewriter.h"
 #include "muxing.h"
+#include "support/full_disk.h"
 #include "support/muxed_file.h"
 
 namespace
 {
-// No file of the process grows beyond that many bytes, as long as it lives: writing fails as it does on a full disk.
-class CFullDisk
-{
-public:
-    explicit CFullDisk(rlim_t nBytes) : m_pfnBefore(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit full{nBytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
-    }
-    ~CFullDisk()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_pfnBefore);
-    }
-    CFullDisk(const CFullDisk&) = delete;
-    CFullDisk& operator=(const CFullDisk&) = delete;
-
-private:
-    void (*m_pfnBefore)(int);
-    rlimit m_before{};
-};
-
 const Bytes g_vMark = {0x1A, 0xBE, 0xCE, 0xDA};
 
 // Closes a file of uiSamples samples of 104 bytes while no file may grow beyond uiBytes.
@@ -48,7 +22,7 @@ Bytes CloseOnADiskOf(rlim_t nBytes, std::size_t uiSamples)
         EXPECT_TRUE(writer.LogPacket(Join({g_vStart4, Nal(0x65, 100)})));
         times.push_back(40.0 * static_cast<double>(ui));
     }
-    const CFullDisk disk(nBytes);
+    const test_support::CFullDisk disk(nBytes);
     writer.WriteNalLengths();
     writer.Finish(times);
     return file.Bytes();

@@ -54,9 +54,16 @@ void WriteMp4Preamble(CTargetFile& file)
     file.Write("mdat", 4);
 }
 
+bool CMp4FileWriter::IsOpen() const
+{
+    const CSectionLock lock(m_csFile.Get());
+    return m_file.IsOpen();
+}
+
 bool CMp4FileWriter::LogPacket(std::span<const std::uint8_t> packet)
 try
 {
+    const CSectionLock lock(m_csFile.Get());
     if (m_bAbandoned) return false;
     if (m_eLayout == EPacketLayout::Amf)
     {
@@ -81,12 +88,14 @@ catch (const std::bad_alloc&)
 
 void CMp4FileWriter::Abandon()
 {
+    const CSectionLock lock(m_csFile.Get());
     m_file.Close();
     m_bAbandoned = true;
 }
 
 void CMp4FileWriter::WriteNalLengths()
 {
+    const CSectionLock lock(m_csFile.Get());
     CGrowingArray<SNalPatch>& patches = m_log.m_vecNalPatches;
     if (!m_file.IsOpen() || patches.empty()) return;
     const std::uint64_t uiLastLength = m_log.m_nMdatBytes - m_log.m_nLastNalStart - 4;
@@ -103,6 +112,7 @@ void CMp4FileWriter::WriteNalLengths()
 
 void CMp4FileWriter::Finish(const CGrowingArray<double>& vecFrameTimes)
 {
+    const CSectionLock lock(m_csFile.Get());
     const SMovie movie{vecFrameTimes,
                        m_log.m_vecSampleSizes,
                        m_log.m_vecKeySamples,

@@ -1,9 +1,11 @@
 // The file as the encoders without a container writer of their own need it: `ftyp`, `free`, `mdat`, `moov`.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <span>
 
+#include "common/criticalsection.h"
 #include "common/growingarray.h"
 #include "hostapi/hostcore.h"
 #include "mp4_outputfile/muxer/samplelog.h"
@@ -14,7 +16,7 @@
 // 1A BE CE DA in front of "mdat": the mark of an unfinished file.
 //
 // One thread at a time. An encoder with an output thread may log and write the lengths there, and finish elsewhere when
-// that thread has ended.
+// that thread has ended. Abandon, IsAbandoned and IsOpen may be called by any thread at any time.
 class CMp4FileWriter
 {
 public:
@@ -28,7 +30,7 @@ public:
     // can't be opened is no failure: its packets are logged and nothing is written. Of width and height, in pixels as
     // encoded, the low 16 bits count.
     void Open(const CQmStringW& strPath, EPacketLayout eLayout, std::uint32_t uiWidth, std::uint32_t uiHeight);
-    bool IsOpen() const { return m_file.IsOpen(); }
+    bool IsOpen() const;
 
     // Logs a packet of the encoder and writes it. An empty packet of NVENC leaves no trace.
     //
@@ -37,7 +39,7 @@ public:
     // reported here; the file takes nothing more after it and stays unfinished too.
     bool LogPacket(std::span<const std::uint8_t> packet);
 
-    // Ends the file as it is, unfinished.
+    // Ends the file as it is, unfinished. A write that another thread is in the middle of comes to its end first.
     void Abandon();
     bool IsAbandoned() const { return m_bAbandoned; }
 
@@ -58,9 +60,12 @@ protected:
     EPacketLayout m_eLayout = EPacketLayout::Nvenc;
     std::uint32_t m_uiWidth = 0;
     std::uint32_t m_uiHeight = 0;
+
+    // Guards the file and the log: a thread that logs doesn't know when another abandons the file.
+    mutable CCriticalSection m_csFile;
     CTargetFile m_file;
     SSampleLog m_log;
-    bool m_bAbandoned = false;
+    std::atomic<bool> m_bAbandoned = false;
 };
 
 // Writes the 48 bytes before the first sample.
