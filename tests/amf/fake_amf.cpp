@@ -54,10 +54,23 @@ void TraceW(void* pContext, const wchar_t* pwszSource, amf_int32 nLine, amf_int3
     FakeOf(pContext).m_vLines.push_back({pwszSource, nLine, nLevel, pwszScope, nArguments, pwszFormat});
 }
 
+AMF_RESULT CreateContext(void* pContext, AMFContext** ppContext)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    return fake.m_funcCreateContext ? fake.m_funcCreateContext(ppContext) : AMF_NOT_IMPLEMENTED;
+}
+
+AMF_RESULT CreateComponent(void* pContext, AMFContext* pAmfContext, const wchar_t* pwszId, AMFComponent** ppComponent)
+{
+    FakeAmf& fake = FakeOf(pContext);
+    return fake.m_funcCreateComponent ? fake.m_funcCreateComponent(pAmfContext, pwszId, ppComponent)
+                                      : AMF_NOT_IMPLEMENTED;
+}
+
 }  // namespace
 
 FakeAmf::FakeAmf(const std::wstring& strBuild)
-    : m_calls{this, Init, QueryVersion, GetSingleton, EnableWriter, TraceW},
+    : m_calls{this, Init, QueryVersion, GetSingleton, EnableWriter, TraceW, CreateContext, CreateComponent},
       m_ownFolder(L"IMAGEFORMAT_MP4_RUNTIMES", FolderOf(strBuild)),
       m_systemFolder(L"PATH", FolderOf(strBuild)),
       m_address(FAKE_AMF_VARIABLE, std::to_wstring(reinterpret_cast<std::uintptr_t>(&m_calls)))

@@ -1,6 +1,7 @@
 // A scripted AMF runtime: what it answers, and what it was asked.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,10 @@ public:
     bool m_bFactory = true;  // false: AMFInit succeeds and gives none
     amf_uint64 m_uiVersion = AMF_MAKE_FULL_VERSION(1, 4, 14, 3);
     bool m_bWriterWasEnabled = false;
+    // Of the factory; without one it makes nothing.
+    std::function<AMF_RESULT(AMFContext** ppContext)> m_funcCreateContext;
+    std::function<AMF_RESULT(AMFContext* pContext, const wchar_t* pwszId, AMFComponent** ppComponent)>
+        m_funcCreateComponent;
 
     // --- what it saw
     struct SLine

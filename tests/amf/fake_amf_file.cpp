@@ -79,8 +79,14 @@ public:
 class CFactory : public AMFFactory
 {
 public:
-    AMF_RESULT CreateContext(AMFContext**) override { return AMF_NOT_IMPLEMENTED; }
-    AMF_RESULT CreateComponent(AMFContext*, const wchar_t*, AMFComponent**) override { return AMF_NOT_IMPLEMENTED; }
+    AMF_RESULT CreateContext(AMFContext** ppContext) override
+    {
+        return Calls().m_pfnCreateContext(Calls().m_pContext, ppContext);
+    }
+    AMF_RESULT CreateComponent(AMFContext* pContext, const wchar_t* id, AMFComponent** ppComponent) override
+    {
+        return Calls().m_pfnCreateComponent(Calls().m_pContext, pContext, id, ppComponent);
+    }
     AMF_RESULT SetCacheFolder(const wchar_t*) override { return AMF_NOT_IMPLEMENTED; }
     const wchar_t* GetCacheFolder() override { return nullptr; }
     AMF_RESULT GetDebug(AMFDebug** ppDebug) override { return Get("debug", &m_debug, ppDebug); }

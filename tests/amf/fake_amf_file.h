@@ -16,4 +16,7 @@ struct SFakeAmfCalls
     bool (*m_pfnEnableWriter)(void* pContext, const wchar_t* pwszWriter, bool bEnable);
     void (*m_pfnTraceW)(void* pContext, const wchar_t* pwszSource, amf_int32 nLine, amf_int32 nLevel,
                         const wchar_t* pwszScope, amf_int32 nArguments, const wchar_t* pwszFormat);
+    AMF_RESULT (*m_pfnCreateContext)(void* pContext, AMFContext** ppContext);
+    AMF_RESULT(*m_pfnCreateComponent)
+    (void* pContext, AMFContext* pAmfContext, const wchar_t* pwszId, AMFComponent** ppComponent);
 };

@@ -1,8 +1,5 @@
 #include "output_fixture.h"
 
-#include <cwchar>
-#include <filesystem>
-
 namespace
 {
 // One NAL with its length in front.
@@ -20,40 +17,6 @@ Bytes SliceOf(std::int32_t iPicture)
 }
 }  // namespace
 
-std::int32_t CScriptedFormat::Release()
-{
-    if (m_funcReleased) m_funcReleased();
-    return CQmImageFormatMP4::Release();
-}
-
-QmStatus CScriptedFormat::GetActiveCodec(std::uint32_t* puiIndex)
-{
-    m_vCalls.emplace_back("GetActiveCodec");
-    return CQmImageFormatMP4::GetActiveCodec(puiIndex);
-}
-
-QmStatus CScriptedFormat::GetCodecInfo(std::uint32_t uiIndex, SQmCodecInfo* pInfo)
-{
-    m_vCalls.emplace_back("GetCodecInfo");
-    m_vRowsAsked.push_back(uiIndex);
-    const QmStatus nStatus = CQmImageFormatMP4::GetCodecInfo(uiIndex, pInfo);
-    if (m_pwszCode != nullptr) std::wcscpy(pInfo->m_wszCode, m_pwszCode);
-    return nStatus;
-}
-
-void CScriptedFormat::Choose(const std::wstring& wszCode)
-{
-    SQmCodecInfo codec{};
-    for (std::uint32_t ui = 0; CQmImageFormatMP4::GetCodecInfo(ui, &codec) == QM_OK; ++ui)
-        if (wszCode == codec.m_wszCode) SetActiveCodec(ui);
-}
-
-std::int32_t CScriptedFormat::CountReferences()
-{
-    AddRef();
-    return CQmImageFormatMP4::Release();
-}
-
 void OutputTest::SetUp()
 {
     m_runtimeFile.Use("full");
@@ -63,10 +26,7 @@ void OutputTest::SetUp()
 
 void OutputTest::RenewFormat()
 {
-    m_pFormat = new (__FILE__, __LINE__) CScriptedFormat;
-    m_pFormat->AddRef();
-    m_pFormat->Choose(L"NVENC1");
-    m_nLostReferences = 0;
+    OutputObjectTest::RenewFormat(L"NVENC1");
     m_diagnostics.m_vLines.clear();
 }
 
@@ -82,60 +42,7 @@ void OutputTest::TearDown()
     EXPECT_EQ(m_d3d.m_device.m_uiReferences, 0U);
     for (const auto& pSurface : m_d3d.m_vSurfaces)
         EXPECT_EQ(pSurface->m_uiReferences, 0U);
-
-    EXPECT_EQ(m_pFormat->CountReferences(), 1 + m_nLostReferences);
-    while (m_pFormat->CountReferences() > 1)
-        m_pFormat->Release();
-    m_pFormat->Release();
-}
-
-OutputPtr OutputTest::MakeFile()
-{
-    return MakeFile(m_target.Path().wstring());
-}
-
-OutputPtr OutputTest::MakeFile(const std::wstring& wszPath)
-{
-    OutputPtr pFile(new OpenOutputFile(m_pFormat, CQmStringW(wszPath.c_str())));
-    pFile->AddRef();
-    return pFile;
-}
-
-OutputPtr OutputTest::MakeFile(std::uint32_t uiWidth, std::uint32_t uiHeight)
-{
-    OutputPtr pFile = MakeFile();
-    const SQmImageAttributes attributes = Attributes(uiWidth, uiHeight);
-    EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
-    return pFile;
-}
-
-SQmImageAttributes OutputTest::Attributes(std::uint32_t uiWidth, std::uint32_t uiHeight)
-{
-    SQmImageAttributes attributes;
-    attributes.m_uiWidth = uiWidth;
-    attributes.m_uiHeight = uiHeight;
-    attributes.m_uiComponents = 3;
-    attributes.m_uiBitsInMemory = 8;
-    attributes.m_uiBitsSignificant = 8;
-    return attributes;
-}
-
-QmStatus OutputTest::Announce(OpenOutputFile& file, const SQmImageAttributes* pAttributes)
-{
-    ++m_nLostReferences;
-    return file.SetImageAttributes(pAttributes);
-}
-
-QmStatus OutputTest::WriteAt(OpenOutputFile& file, double dTimeMs)
-{
-    EXPECT_EQ(file.SetFrameTime(dTimeMs), QM_OK);
-    return file.WriteNextFrame(m_vPixels.data());
-}
-
-void OutputTest::WriteFrames(OpenOutputFile& file, int nCount)
-{
-    for (int i = 0; i < nCount; ++i)
-        ASSERT_EQ(WriteAt(file, 10.0 * i), QM_OK) << "frame " << i;
+    OutputObjectTest::TearDown();
 }
 
 Bytes OutputTest::PacketOf(std::int32_t iPicture)

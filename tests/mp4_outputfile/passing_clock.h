@@ -2,10 +2,11 @@
 // limit, unless its handle is signalled.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
-// As long as it lives, one at a time.
+// As long as it lives, one at a time. The time may be read and moved by any thread.
 class CPassingClock
 {
 public:
@@ -19,5 +20,5 @@ public:
     // Called after each wait that came to its limit, on the waiting thread.
     std::function<void()> m_funcPassed;
 
-    std::uint64_t m_uiPassedMs = 0;
+    std::atomic<std::uint64_t> m_uiPassedMs = 0;
 };

@@ -101,6 +101,12 @@ HRESULT ScriptedDevice::CreateOffscreenPlainSurface(UINT uiWidth, UINT uiHeight,
     return m_d3d.CreateSurface(uiWidth, uiHeight, ppSurface);
 }
 
+HRESULT ScriptedDevice::ColorFill(IDirect3DSurface9* pSurface, const RECT* pRect, D3DCOLOR color)
+{
+    m_d3d.Note(Call("ColorFill", pSurface, pRect, color));
+    return S_OK;
+}
+
 ULONG ScriptedDevice::Release()
 {
     m_d3d.Note("device released");

@@ -44,6 +44,7 @@ public:
     explicit ScriptedDevice(ScriptedDirect3D& d3d) : m_d3d(d3d) {}
 
     ULONG STDMETHODCALLTYPE Release() override;
+    HRESULT STDMETHODCALLTYPE ColorFill(IDirect3DSurface9* pSurface, const RECT* pRect, D3DCOLOR color) override;
     HRESULT STDMETHODCALLTYPE CreateOffscreenPlainSurface(UINT uiWidth, UINT uiHeight, D3DFORMAT eFormat, D3DPOOL ePool,
                                                           IDirect3DSurface9** ppSurface, HANDLE* phShared) override;
 

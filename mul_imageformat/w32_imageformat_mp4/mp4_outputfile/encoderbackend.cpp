@@ -2,11 +2,17 @@
 
 #include <cwchar>
 
+#include "mp4_outputfile/amfwriter.h"
 #include "mp4_outputfile/mediafoundationwriter.h"
 #include "mp4_outputfile/nvencwriter.h"
 
 namespace
 {
+
+std::unique_ptr<IEncoderBackEnd> MakeAmf(CMp4FileWriter& muxedFile)
+{
+    return std::make_unique<CAmfWriter>(muxedFile);
+}
 
 std::unique_ptr<IEncoderBackEnd> MakeNvenc(CMp4FileWriter& muxedFile)
 {
@@ -19,7 +25,7 @@ std::unique_ptr<IEncoderBackEnd> MakeMediaFoundation(CMp4FileWriter& /*muxedFile
 }
 
 constexpr SBackEnd g_aBackEnds[] = {
-    {L"AMF1", nullptr, true, false, false},
+    {L"AMF1", MakeAmf, true, false, false},
     {L"NVENC1", MakeNvenc, true, false, false},
 };
 constexpr SBackEnd g_mediaFoundation = {nullptr, MakeMediaFoundation, false, true, true};

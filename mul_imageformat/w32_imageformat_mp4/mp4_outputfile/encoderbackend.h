@@ -62,7 +62,7 @@ struct SBackEnd
 {
     const wchar_t* m_pwszCode;  // of its codec; null for every other codec
 
-    // Makes one that writes a file of its own, or uses muxedFile. Null: there is no such encoder in this version.
+    // Makes one that writes a file of its own, or uses muxedFile.
     std::unique_ptr<IEncoderBackEnd> (*m_pfnMake)(CMp4FileWriter& muxedFile);
 
     bool m_bAsksEveryFrame;     // the format object is asked for the codec before every frame, not only until one runs

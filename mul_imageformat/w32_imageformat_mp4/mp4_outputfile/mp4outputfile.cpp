@@ -201,7 +201,6 @@ HRESULT CQmMP4OutputFile::InitEncoder()
     m_uiFileWidth = m_attrEncoded.m_uiWidth;
     m_uiFileHeight = m_attrEncoded.m_uiHeight;
     m_eState = backEnd.m_bOpensAgain ? EState::Waiting : EState::Lost;  // should the set-up fail
-    if (backEnd.m_pfnMake == nullptr) return E_FAIL;
     if (m_pEncoder == nullptr) m_pEncoder = backEnd.m_pfnMake(m_muxedFile);
     const HRESULT hr = m_pEncoder->Open({m_strFileName, m_uiFileWidth, m_uiFileHeight, m_attrSource.m_uiWidth,
                                          m_attrSource.m_uiHeight, m_attrEncoded.m_uiSequenceCount, codec.m_wszCode});
