@@ -8,6 +8,7 @@
 #include "platform/mediafoundation/session_engine.h"
 #include "platform/mediafoundation/startup.h"
 #include "platform/mediafoundation/without_exceptions.h"
+#include "platform/mediafoundation/writing/script.h"
 
 namespace mediafoundation
 {
@@ -48,6 +49,8 @@ public:
         {
             return (dwSetTopologyFlags & MFSESSION_SETTOPOLOGY_CLEAR_CURRENT) != 0 ? ClearTopologies() : E_INVALIDARG;
         }
+        const HRESULT hrScript = ScriptedResult(MediaWriteCall::SetTopology);
+        if (FAILED(hrScript)) return hrScript;
         SessionCommand command = {SessionCommand::Kind::SetTopology, ComPtr<IMFTopology>(pTopology), {}, 1.0F};
         return m_engine->Post(std::move(command));
     }
@@ -139,7 +142,8 @@ private:
 STDAPI MFCreateMediaSession(IMFAttributes*, IMFMediaSession** ppMediaSession)
 {
     if (ppMediaSession == nullptr) return E_POINTER;
-    const HRESULT hr = mediafoundation::RequireStartup();
+    HRESULT hr = mediafoundation::RequireStartup();
+    if (SUCCEEDED(hr)) hr = mediafoundation::ScriptedResult(MediaWriteCall::CreateSession);
     if (FAILED(hr)) return hr;
     return mediafoundation::WithoutExceptions([&] {
         *ppMediaSession = new mediafoundation::MediaSession();

@@ -3,6 +3,7 @@
 #include "platform/com/com_object.h"
 #include "platform/mediafoundation/representation.h"
 #include "platform/mediafoundation/with_attributes.h"
+#include "platform/mediafoundation/writing/script.h"
 
 namespace mediafoundation
 {
@@ -84,6 +85,8 @@ public:
 STDAPI MFCreateMediaType(IMFMediaType** ppMFType)
 {
     if (ppMFType == nullptr) return E_POINTER;
+    const HRESULT hrScript = mediafoundation::ScriptedResult(MediaWriteCall::CreateMediaType);
+    if (FAILED(hrScript)) return hrScript;
     return mediafoundation::WithoutExceptions([&] {
         *ppMFType = new mediafoundation::MediaType();
         return S_OK;

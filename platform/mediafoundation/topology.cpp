@@ -9,6 +9,7 @@
 #include "platform/com/com_object.h"
 #include "platform/com/com_ptr.h"
 #include "platform/mediafoundation/with_attributes.h"
+#include "platform/mediafoundation/writing/script.h"
 
 namespace mediafoundation
 {
@@ -278,6 +279,8 @@ private:
 STDAPI MFCreateTopology(IMFTopology** ppTopo)
 {
     if (ppTopo == nullptr) return E_POINTER;
+    const HRESULT hrScript = mediafoundation::ScriptedResult(MediaWriteCall::CreateTopology);
+    if (FAILED(hrScript)) return hrScript;
     return mediafoundation::WithoutExceptions([&] {
         *ppTopo = new mediafoundation::Topology();
         return S_OK;

@@ -5,12 +5,18 @@
 
 enum class MediaWriteCall
 {
+    CreateMediaType,  // MFCreateMediaType, also for what reads
+    CreateFile,       // MFCreateFile
+    CreateSession,    // MFCreateMediaSession, also for what reads
     FindEncoder,      // MFTEnumEx; S_FALSE: it finds none
     ActivateEncoder,  // IMFActivate::ActivateObject of what it finds
     SetOutputType,    // of the encoder
+    SetInputType,     // of the encoder
     EncodeSample,     // IMFTransform::ProcessInput of the encoder
-    CreateFile,       // MFCreateFile
     CreateSink,       // MFCreateMPEG4MediaSink
+    GetStreamSink,    // IMFMediaSink::GetStreamSinkByIndex of the sink
+    CreateTopology,   // MFCreateTopology, also for what reads
+    SetTopology,      // IMFMediaSession::SetTopology, also for what reads
     WriteSample,      // IMFStreamSink::ProcessSample of the sink
     BeginFinalize,    // of the sink
     Finalize,         // the sink's work between BeginFinalize and its callback

@@ -14,6 +14,7 @@
 
 #include "passing_clock.h"
 #include "support/short_memory.h"
+#include "support/temporary_folder.h"
 
 namespace
 {
@@ -210,6 +211,21 @@ TEST_F(SinkFinalization, ASinkThatCallsBackMuchLaterIsFinished)
     };
     Finalize();
     EXPECT_THAT(m_sink.m_vCalls, ElementsAre("BeginFinalize", "EndFinalize", "Shutdown"));
+}
+
+// A byte every nine minutes, five times.
+TEST_F(SinkFinalization, ASinkWhoseTargetGrowsIsWaitedForAsLongAsItDoes)
+{
+    const test_support::TemporaryFile target;
+    std::size_t uiSize = 0;
+    m_clock.m_funcPassed = [&] {
+        if (m_clock.GetPassedMs() < (uiSize + 1) * 9 * 60 * 1000) return;
+        test_support::WriteBytes(target.Path(), std::vector<std::uint8_t>(++uiSize));
+        if (uiSize == 5) m_sink.CallBack();
+    };
+    FinalizeSink(&m_sink, target.Path().wstring().c_str());
+    EXPECT_THAT(m_sink.m_vCalls, ElementsAre("BeginFinalize", "EndFinalize", "Shutdown"));
+    EXPECT_EQ(uiSize, 5U);
 }
 
 // Its shutdown may wait for the end that never comes.

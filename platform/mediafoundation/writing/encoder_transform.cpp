@@ -178,6 +178,8 @@ public:
     HRESULT STDMETHODCALLTYPE SetInputType(DWORD dwInputStreamID, IMFMediaType* pType, DWORD dwFlags) override
     {
         if (dwInputStreamID != 0) return MF_E_INVALIDSTREAMNUMBER;
+        const HRESULT hrScript = ScriptedResult(MediaWriteCall::SetInputType);
+        if (FAILED(hrScript)) return hrScript;
         const std::lock_guard lock(m_lock);
         if (IsBusy()) return MF_E_TRANSFORM_CANNOT_CHANGE_MEDIATYPE_WHILE_PROCESSING;
         if (!m_outputType) return MF_E_TRANSFORM_TYPE_NOT_SET;

@@ -299,7 +299,8 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetStreamSinkByIndex(DWORD dwIndex, IMFStreamSink** ppStreamSink) override
     {
-        return GiveStream(dwIndex, MF_E_INVALIDINDEX, ppStreamSink);
+        const HRESULT hrScript = ScriptedResult(MediaWriteCall::GetStreamSink);
+        return FAILED(hrScript) ? hrScript : GiveStream(dwIndex, MF_E_INVALIDINDEX, ppStreamSink);
     }
     HRESULT STDMETHODCALLTYPE GetStreamSinkById(DWORD dwStreamSinkIdentifier, IMFStreamSink** ppStreamSink) override
     {
