@@ -47,6 +47,28 @@ std::uint32_t NumberIn(const HostPicture& picture)
     return uiNumber;
 }
 
+std::vector<std::uint32_t> NumbersIn(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    const std::size_t uiRow = std::size_t{uiWidth} * 3;
+    std::vector<std::uint32_t> vNumbers;
+    for (const Bytes& vRows : DecodePlain(path, "-pix_fmt bgr24", uiRow * uiHeight))
+    {
+        HostPicture picture(uiWidth, uiHeight);
+        for (std::uint32_t y = 0; y < uiHeight; ++y)
+            std::memcpy(picture.Pixel(0, y), &vRows[y * uiRow], uiRow);
+        vNumbers.push_back(NumberIn(picture));
+    }
+    return vNumbers;
+}
+
+std::vector<std::uint32_t> Numbers(std::uint32_t uiFirst, std::uint32_t uiLast)
+{
+    std::vector<std::uint32_t> vNumbers;
+    for (std::uint32_t ui = uiFirst; ui <= uiLast; ++ui)
+        vNumbers.push_back(ui);
+    return vNumbers;
+}
+
 HostPicture NoisyPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiNumber)
 {
     HostPicture picture(uiWidth, uiHeight);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <vector>
 
 #include "support/writing_host.h"
@@ -15,6 +16,12 @@ HostPicture NumberedPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::
 
 // The number in a picture that may have become a column and a row larger.
 std::uint32_t NumberIn(const HostPicture& picture);
+
+// The numbers in a file's pictures, in presentation order, as ffmpeg decodes them.
+std::vector<std::uint32_t> NumbersIn(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight);
+
+// The numbers from uiFirst to uiLast.
+std::vector<std::uint32_t> Numbers(std::uint32_t uiFirst, std::uint32_t uiLast);
 
 // A picture of nothing but noise, the same for the same number: the largest packets that its size can have.
 HostPicture NoisyPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::uint32_t uiNumber);

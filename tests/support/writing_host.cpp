@@ -40,9 +40,11 @@ SQmImageAttributes PictureAttributes(std::uint32_t uiWidth, std::uint32_t uiHeig
     return attributes;
 }
 
-void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight)
+void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight,
+             std::uint32_t uiCount)
 {
-    const SQmImageAttributes attributes = PictureAttributes(uiWidth, uiHeight);
+    SQmImageAttributes attributes = PictureAttributes(uiWidth, uiHeight);
+    attributes.m_uiSequenceCount = uiCount;
     if (file->SetImageAttributes(&attributes) != QM_OK) throw std::runtime_error("the pictures are refused");
     // Setting the size leaves a reference on the format object that the file never gives back. Without it here, any
     // other that is left over shows as a leak.
@@ -50,11 +52,11 @@ void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWid
 }
 
 OutputFile OpenForPictures(const ModuleHost& host, const std::filesystem::path& path, std::uint32_t uiWidth,
-                           std::uint32_t uiHeight)
+                           std::uint32_t uiHeight, std::uint32_t uiCount)
 {
     OutputFile file = host.OpenOutput(path);
     if (!file) throw std::runtime_error("no output object");
-    SetSize(host, file, uiWidth, uiHeight);
+    SetSize(host, file, uiWidth, uiHeight, uiCount);
     return file;
 }
 

@@ -32,12 +32,13 @@ struct HostPicture
 // Makes the row of the codec table with this short code the active one; throws when there is none.
 void ChooseCodec(const ModuleHost& host, const std::wstring& strCode);
 
-// Sets the pictures' size on an output object; throws when it is refused.
-void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight);
+// Sets the pictures' size and their number, 0 if it isn't known, on an output object; throws when they are refused.
+void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight,
+             std::uint32_t uiCount = 0);
 
-// An output object with the pictures' size set.
+// An output object with the same set.
 OutputFile OpenForPictures(const ModuleHost& host, const std::filesystem::path& path, std::uint32_t uiWidth,
-                           std::uint32_t uiHeight);
+                           std::uint32_t uiHeight, std::uint32_t uiCount = 0);
 
 // Attributes of 24-bit pictures as a host fills them in.
 SQmImageAttributes PictureAttributes(std::uint32_t uiWidth, std::uint32_t uiHeight);
