@@ -7,6 +7,8 @@
 #include <iterator>
 #include <thread>
 
+#include <malloc.h>
+
 namespace test_support
 {
 
@@ -15,7 +17,7 @@ inline std::size_t CountEntries(const std::filesystem::path& folder)
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
-// Open files, pipes and the like; on Linux only, as is the next one.
+// Open files, pipes and the like; on Linux only, as is all else here.
 inline std::size_t CountOpenFiles()
 {
     return CountEntries("/proc/self/fd");
@@ -24,6 +26,13 @@ inline std::size_t CountOpenFiles()
 inline std::size_t CountThreads()
 {
     return CountEntries("/proc/self/task");
+}
+
+// Bytes that are allocated and not freed, by whatever library. Sanitizers have an allocator that isn't counted.
+inline std::size_t CountAllocatedBytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
 }
 
 // Whether it isn't more than uiMost, at once or soon: a thread may have ended before the system has removed it.
