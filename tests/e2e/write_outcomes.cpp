@@ -66,6 +66,21 @@ std::uint32_t CallsOf(NvencRuntimeEntry eEntry)
     }
 }
 
+// Without a file only the attempt to make one is reported: no later frame tries again.
+std::vector<int> LinesOf(const Outcome& outcome)
+{
+    std::vector<int> vLines;
+    if (outcome.m_uiPackets || outcome.m_nLine == g_nCreateEncoder) vLines.push_back(g_nSettings);
+    if (!outcome.m_uiPackets && outcome.m_nLine != 0) vLines.push_back(outcome.m_nLine);
+    for (const QmStatus nStatus : outcome.m_vFrames)
+    {
+        if (nStatus == QM_OK) vLines.push_back(g_nFrameTime);
+        if (nStatus != QM_OK && outcome.m_uiPackets && outcome.m_nLine != 0) vLines.push_back(g_nFrame);
+    }
+    if (outcome.m_bCloseFails) vLines.push_back(g_nClose);
+    return vLines;
+}
+
 std::string TextOf(const NvencRuntimeBreaches& breaches)
 {
     std::string strText;
@@ -86,12 +101,13 @@ std::string TextOf(const NvencRuntimeBreaches& breaches)
     return strText;
 }
 
-Outcome WithoutFile(int nLine)
+Outcome WithoutFile(int nLine, bool bCloseFails)
 {
     Outcome outcome;
     outcome.RefuseFrom(1);
     outcome.m_uiPackets.reset();
     outcome.m_nLine = nLine;
+    outcome.m_bCloseFails = bCloseFails;
     return outcome;
 }
 
@@ -101,6 +117,8 @@ Outcome WithoutPacket(std::uint32_t uiPacket, std::uint32_t uiPackets)
     outcome.RefuseFrom(uiPacket + g_uiHeldBack);
     outcome.m_uiPackets = uiPackets;
     outcome.m_nLine = uiPacket + g_uiHeldBack <= g_uiFrames ? g_nFrame : g_nClose;
+    // The close reads it, or fails too.
+    outcome.m_bCloseFails = outcome.m_nLine == g_nClose || uiPackets < uiPacket;
     return outcome;
 }
 
@@ -112,6 +130,7 @@ Outcome WithoutPicture(std::uint32_t uiCall, NVENCSTATUS eStatus)
         Outcome outcome;
         outcome.m_uiPackets = g_uiFrames - g_uiHeldBack;
         outcome.m_nLine = g_nClose;
+        outcome.m_bCloseFails = true;
         return outcome;
     }
     // "More input" means that the picture was taken. That it wasn't shows when its packet is due.
@@ -132,6 +151,7 @@ Outcome WithoutPicturesFrom(std::uint32_t uiCall)
     outcome.RefuseFrom(uiCall);
     outcome.m_uiPackets = 0;
     outcome.m_nLine = g_nFrame;
+    outcome.m_bCloseFails = true;
     LeaveMapped(outcome, g_uiFrames - uiCall, g_uiFrames - uiCall);
     return outcome;
 }
@@ -147,6 +167,8 @@ Outcome OfOneFailure(NvencRuntimeEntry eEntry, std::uint32_t uiCall, NVENCSTATUS
 
     case NVENC_ENTRY_GET_ENCODE_PRESET_CONFIG:  // its status isn't looked at; the empty settings are refused later
     case NVENC_ENTRY_INITIALIZE_ENCODER:
+        return WithoutFile(g_nCreateEncoder, true);
+
     case NVENC_ENTRY_CREATE_BITSTREAM_BUFFER:
     case NVENC_ENTRY_REGISTER_RESOURCE:
         return WithoutFile(g_nCreateEncoder);
@@ -213,7 +235,11 @@ Outcome OfLastingFailure(NvencRuntimeEntry eEntry, NVENCSTATUS eStatus, bool bEv
 {
     constexpr std::uint32_t uiRing = g_uiHeldBack + 1;
     Outcome outcome = OfOneFailure(eEntry, 1, eStatus, bEvents);
-    if (outcome.m_nLine == g_nFrame) outcome.m_uiPackets = 0;
+    if (outcome.m_nLine == g_nFrame)
+    {
+        outcome.m_uiPackets = 0;
+        outcome.m_bCloseFails = eEntry != NVENC_ENTRY_MAP_INPUT_RESOURCE;  // without a picture there is nothing to read
+    }
     switch (eEntry)
     {
     case NVENC_ENTRY_MAP_INPUT_RESOURCE:

@@ -28,6 +28,10 @@ inline constexpr int g_nCreateEncoder = 2440;
 inline constexpr int g_nFrame = 965;
 inline constexpr int g_nClose = 241;
 
+// And what went as it should.
+inline constexpr int g_nSettings = 2433;
+inline constexpr int g_nFrameTime = 978;
+
 // How often an undisturbed file calls an entry.
 std::uint32_t CallsOf(NvencRuntimeEntry eEntry);
 
@@ -37,8 +41,9 @@ struct Outcome
     std::vector<QmStatus> m_vFrames = std::vector<QmStatus>(g_uiFrames, QM_OK);
     std::optional<std::uint32_t> m_uiPackets = g_uiFrames;  // nothing: there is no file
     bool m_bFirstPackets = true;                            // they are those that an undisturbed file begins with
-    int m_nLine = 0;                                        // where the failure is reported, 0 for nowhere
-    NvencRuntimeBreaches m_breaches{};                      // with surfaces watched
+    int m_nLine = 0;                                        // where the failure is reported first, 0 for nowhere
+    bool m_bCloseFails = false;         // the close reports a failure, whatever the frames have reported
+    NvencRuntimeBreaches m_breaches{};  // with surfaces watched
 
     void RefuseFrom(std::uint32_t uiFrame)
     {
@@ -47,11 +52,14 @@ struct Outcome
     }
 };
 
+// Where each line of the diagnostics is placed, from the first frame to the close.
+std::vector<int> LinesOf(const Outcome& outcome);
+
 // All counts that aren't 0, by name.
 std::string TextOf(const NvencRuntimeBreaches& breaches);
 
-// No frame is taken.
-Outcome WithoutFile(int nLine);
+// No frame is taken. bCloseFails: the session was opened and not initialised, and its stream can't be ended.
+Outcome WithoutFile(int nLine, bool bCloseFails = false);
 
 // The packet of that number, from 1, can't be read when it is due; uiPackets reach the file.
 Outcome WithoutPacket(std::uint32_t uiPacket, std::uint32_t uiPackets);
