@@ -8,7 +8,7 @@
 #include "mp4_outputfile/amfupload.h"
 #include "scripted_amf.h"
 #include "support/bytes.h"
-#include "support/guarded_block.h"
+#include "support/bytes_at_page_end.h"
 #include "support/short_memory.h"
 
 using testing::Each;
@@ -128,7 +128,7 @@ TEST_F(AmfUploadTest, BytesPastAnOddPictureComeFromTheRowAbove)
 
 TEST_F(AmfUploadTest, NothingIsReadPastThePictureThatTheHostDescribed)
 {
-    const CGuardedBlock pixels(Bytes(16 * 1001, 0x11));
+    const CBytesAtPageEnd pixels(Bytes(16 * 1001, 0x11));
     Upload(pixels.Get(), 6, 1002, 5, 1001);
     EXPECT_EQ(m_amf.Count("surface.CopySurfaceRegion"), 1);
 }
