@@ -1,5 +1,7 @@
 #include "runtimes/common/x264_encoder.h"
 
+#include <cstdio>
+
 namespace runtimes
 {
 namespace
@@ -90,6 +92,15 @@ std::string X264Settings::OptionsText() const
         text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
     }
     return text;
+}
+
+RuntimeX264Settings X264Settings::Report() const
+{
+    RuntimeX264Settings report{};
+    std::snprintf(report.szPreset, sizeof report.szPreset, "%s", preset.c_str());
+    std::snprintf(report.szProfile, sizeof report.szProfile, "%s", profile.c_str());
+    std::snprintf(report.szOptions, sizeof report.szOptions, "%s", OptionsText().c_str());
+    return report;
 }
 
 X264Encoder::X264Encoder(const X264Settings& settings)

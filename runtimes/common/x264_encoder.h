@@ -11,6 +11,7 @@
 
 #include "runtimes/common/colour.h"
 #include "runtimes/common/packet.h"
+#include "runtimes/common/x264_report.h"
 
 namespace runtimes
 {
@@ -29,6 +30,8 @@ struct X264Settings
 
     // "name=value:name=value"
     std::string OptionsText() const;
+
+    RuntimeX264Settings Report() const;
 };
 
 // x264 refused its parameters or a picture.

@@ -2,9 +2,9 @@
 #include <cstddef>
 #include <cstring>
 
+#include "runtimes/common/runtime_export.h"
 #include "runtimes/nvenc/entries.h"
 #include "runtimes/nvenc/entry_call.h"
-#include "runtimes/nvenc/nvenc_export.h"
 #include "runtimes/nvenc/nvenc_script.h"
 #include "runtimes/nvenc/records.h"
 
@@ -50,7 +50,7 @@ const NvencRuntimeScript c_script = {
 }  // namespace
 }  // namespace nvencruntime
 
-NVENC_RUNTIME_EXPORT NVENCSTATUS NvEncodeAPIGetMaxSupportedVersion(std::uint32_t* version)
+RUNTIME_EXPORT NVENCSTATUS NvEncodeAPIGetMaxSupportedVersion(std::uint32_t* version)
 {
     using namespace nvencruntime;
     return Answer(NVENC_ENTRY_GET_MAX_SUPPORTED_VERSION, [&] {
@@ -63,7 +63,7 @@ NVENC_RUNTIME_EXPORT NVENCSTATUS NvEncodeAPIGetMaxSupportedVersion(std::uint32_t
     });
 }
 
-NVENC_RUNTIME_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTION_LIST* functionList)
+RUNTIME_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTION_LIST* functionList)
 {
     using namespace nvencruntime;
     return Answer(NVENC_ENTRY_CREATE_INSTANCE, [&] {
@@ -85,7 +85,7 @@ NVENC_RUNTIME_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTIO
     });
 }
 
-NVENC_RUNTIME_EXPORT const NvencRuntimeScript* NvencRuntimeGetScript()
+RUNTIME_EXPORT const NvencRuntimeScript* NvencRuntimeGetScript()
 {
     return &nvencruntime::c_script;
 }

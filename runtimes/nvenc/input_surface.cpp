@@ -1,18 +1,12 @@
 #include "runtimes/nvenc/input_surface.h"
 
-#include <windows.h>
-
-#include <d3d9.h>
-
 #include "platform/com/com_ptr.h"
+#include "runtimes/common/surface_lock.h"
 
 namespace nvencruntime
 {
 namespace
 {
-
-// "NV12" read as four bytes, as Direct3D names such formats.
-constexpr std::uint32_t c_uiFourccNv12 = 0x3231564E;
 
 bool HoldsFormat(D3DFORMAT eSurface, NV_ENC_BUFFER_FORMAT eFormat)
 {
@@ -21,38 +15,11 @@ bool HoldsFormat(D3DFORMAT eSurface, NV_ENC_BUFFER_FORMAT eFormat)
     case NV_ENC_BUFFER_FORMAT_ARGB:
         return eSurface == D3DFMT_A8R8G8B8 || eSurface == D3DFMT_X8R8G8B8;
     case NV_ENC_BUFFER_FORMAT_NV12:
-        return static_cast<std::uint32_t>(eSurface) == c_uiFourccNv12;
+        return eSurface == runtimes::c_eD3dFormatNv12;
     default:
         return false;
     }
 }
-
-class SurfaceLock
-{
-public:
-    explicit SurfaceLock(IDirect3DSurface9* pSurface)
-        : m_pSurface(pSurface),
-          m_bLocked(SUCCEEDED(pSurface->LockRect(&m_rect, nullptr, D3DLOCK_READONLY)) && m_rect.pBits)
-    {}
-    ~SurfaceLock()
-    {
-        if (m_bLocked)
-        {
-            m_pSurface->UnlockRect();
-        }
-    }
-    SurfaceLock(const SurfaceLock&) = delete;
-    SurfaceLock& operator=(const SurfaceLock&) = delete;
-
-    explicit operator bool() const { return m_bLocked; }
-    const std::uint8_t* Bits() const { return static_cast<const std::uint8_t*>(m_rect.pBits); }
-    std::ptrdiff_t Pitch() const { return m_rect.Pitch; }
-
-private:
-    IDirect3DSurface9* const m_pSurface;
-    D3DLOCKED_RECT m_rect{};
-    const bool m_bLocked;
-};
 
 }  // namespace
 
@@ -92,7 +59,7 @@ InputSurface::~InputSurface()
 
 bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const runtimes::Nv12View& target) const
 {
-    const SurfaceLock lock(m_pSurface);
+    const runtimes::SurfaceLock lock(m_pSurface, D3DLOCK_READONLY);
     if (!lock)
     {
         return false;
@@ -104,15 +71,14 @@ bool InputSurface::Read(std::uint32_t uiWidth, std::uint32_t uiHeight, const run
     else
     {
         // The chroma rows follow the last luma row of the surface.
-        runtimes::CopyNv12(lock.Bits(), lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(m_uiSurfaceHeight),
-                           lock.Pitch(), uiWidth, uiHeight, target);
+        runtimes::CopyNv12(lock.Bits(), lock.Row(m_uiSurfaceHeight), lock.Pitch(), uiWidth, uiHeight, target);
     }
     return true;
 }
 
 std::optional<std::uint64_t> InputSurface::Checksum() const
 {
-    const SurfaceLock lock(m_pSurface);
+    const runtimes::SurfaceLock lock(m_pSurface, D3DLOCK_READONLY);
     if (!lock)
     {
         return std::nullopt;
@@ -122,7 +88,7 @@ std::optional<std::uint64_t> InputSurface::Checksum() const
     const std::uint32_t uiChromaRows = bPacked ? 0 : m_uiHeight / 2;
     std::uint64_t ui64Sum = 0xCBF29CE484222325;  // FNV-1a, 64 bits
     const auto addRow = [&](std::uint32_t uiRow) {
-        const std::uint8_t* const pRow = lock.Bits() + lock.Pitch() * static_cast<std::ptrdiff_t>(uiRow);
+        const std::uint8_t* const pRow = lock.Row(uiRow);
         for (std::size_t ui = 0; ui < uiRowBytes; ++ui)
         {
             ui64Sum = (ui64Sum ^ pRow[ui]) * 0x100000001B3;

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "abi/nvenc/nvEncodeAPI.h"
+#include "runtimes/common/x264_report.h"
 
 // The entries of the runtime by their place in the function table, and the two that its file exports.
 enum NvencRuntimeEntry : std::int32_t
@@ -79,14 +80,7 @@ struct NvencRuntimeBreaches
     std::uint32_t uiEventsUnregisteredInFlight;
 };
 
-// What the encoder of a session was set to, for a peer to be set to the same: the names of x264's preset and profile
-// (empty without a restriction), and its options as "name=value:name=value".
-struct NvencRuntimeX264Settings
-{
-    char szPreset[32];
-    char szProfile[32];
-    char szOptions[1024];
-};
+using NvencRuntimeX264Settings = RuntimeX264Settings;
 
 struct NvencRuntimeScript
 {

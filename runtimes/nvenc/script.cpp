@@ -10,9 +10,9 @@ Script& Script::Get()
 
 void Script::Reset()
 {
+    m_gate.Hold(false);
     const std::lock_guard lock(m_mutex);
     m_rules = Rules{};
-    m_released.notify_all();
 }
 
 void Script::FailCalls(NvencRuntimeEntry eEntry, std::uint32_t uiFirst, std::uint32_t uiCount, NVENCSTATUS eStatus)
@@ -43,13 +43,6 @@ void Script::DelayPackets(std::uint32_t uiPictures)
 {
     const std::lock_guard lock(m_mutex);
     m_rules.uiPacketDelay = uiPictures;
-}
-
-void Script::HoldEncoders(bool bHold)
-{
-    const std::lock_guard lock(m_mutex);
-    m_rules.bHold = bHold;
-    m_released.notify_all();
 }
 
 std::uint32_t Script::CountCalls(NvencRuntimeEntry eEntry) const
@@ -152,18 +145,6 @@ void Script::OnEventUnregisteredInFlight()
 {
     const std::lock_guard lock(m_mutex);
     ++m_rules.breaches.uiEventsUnregisteredInFlight;
-}
-
-void Script::WaitWhileHeld(const std::atomic<bool>& bStop)
-{
-    std::unique_lock lock(m_mutex);
-    m_released.wait(lock, [&] { return !m_rules.bHold || bStop; });
-}
-
-void Script::WakeHeld()
-{
-    const std::lock_guard lock(m_mutex);
-    m_released.notify_all();
 }
 
 }  // namespace nvencruntime

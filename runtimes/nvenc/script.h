@@ -1,13 +1,12 @@
 // The state of the script: what the runtime has to do on request, and what it reports.
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <optional>
 
 #include "runtimes/common/call_rules.h"
+#include "runtimes/common/hold_gate.h"
 #include "runtimes/nvenc/nvenc_script.h"
 
 namespace nvencruntime
@@ -25,7 +24,7 @@ public:
     void ReportVersion(std::uint32_t uiVersion);
     void SetCapability(NV_ENC_CAPS eCapability, std::int32_t nValue);
     void DelayPackets(std::uint32_t uiPictures);
-    void HoldEncoders(bool bHold);
+    void HoldEncoders(bool bHold) { m_gate.Hold(bHold); }
     std::uint32_t CountCalls(NvencRuntimeEntry eEntry) const;
     void GetX264Settings(NvencRuntimeX264Settings& settings) const;
     void WatchSurfaces(bool bWatch);
@@ -46,9 +45,7 @@ public:
     void OnLockOutOfOrder();
     void OnEventUnregisteredInFlight();
 
-    // Waits while encoders are held, at most until bStop is set and WakeHeld called.
-    void WaitWhileHeld(const std::atomic<bool>& bStop);
-    void WakeHeld();
+    runtimes::HoldGate& Gate() { return m_gate; }
 
 private:
     struct Rules
@@ -57,15 +54,14 @@ private:
         std::map<NV_ENC_CAPS, std::int32_t> capabilities;
         std::uint32_t uiVersion = NVENCAPI_LEAST_SUPPORTED_VERSION;
         std::uint32_t uiPacketDelay = 0;
-        bool bHold = false;
         bool bWatch = false;
         NvencRuntimeBreaches breaches{};
     };
 
     mutable std::mutex m_mutex;
-    std::condition_variable m_released;
     Rules m_rules;
     NvencRuntimeX264Settings m_settings{};
+    runtimes::HoldGate m_gate;
 };
 
 }  // namespace nvencruntime

@@ -8,6 +8,7 @@
 
 #include "runtimes/nvenc/records.h"
 #include "runtimes/nvenc/script.h"
+#include "runtimes/nvenc/x264_settings.h"
 
 namespace nvencruntime
 {
@@ -49,17 +50,19 @@ NVENCSTATUS Session::Initialize(const NV_ENC_INITIALIZE_PARAMS& params)
     {
         return eStatus;
     }
-    std::unique_ptr<EncodeWorker> pWorker;
+    const runtimes::X264Settings x264Settings = MakeX264Settings(settings);
+    std::unique_ptr<runtimes::EncodeWorker> pWorker;
     try
     {
-        pWorker =
-            std::make_unique<EncodeWorker>(settings, [this](JobResult&& result) { OnJobDone(std::move(result)); });
+        pWorker = std::make_unique<runtimes::EncodeWorker>(
+            x264Settings, Script::Get().Gate(), [this](runtimes::JobResult&& result) { OnJobDone(std::move(result)); });
     }
     catch (const runtimes::X264Error&)
     {
         return NV_ENC_ERR_INVALID_PARAM;
     }
 
+    Script::Get().SetX264Settings(x264Settings.Report());
     m_plan.emplace(settings);
     const std::lock_guard lock(m_mutex);
     m_settings.emplace(settings);

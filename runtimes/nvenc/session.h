@@ -10,7 +10,7 @@
 
 #include "abi/nvenc/nvEncodeAPI.h"
 #include "platform/com/com_ptr.h"
-#include "runtimes/nvenc/encode_worker.h"
+#include "runtimes/common/encode_worker.h"
 #include "runtimes/nvenc/input_resources.h"
 #include "runtimes/nvenc/nvenc_script.h"
 #include "runtimes/nvenc/output_buffers.h"
@@ -76,8 +76,8 @@ private:
     NVENCSTATUS CheckSubmission(const NV_ENC_PIC_PARAMS& record, Submission& submission) const;
     NVENCSTATUS CheckCompletionEvent(const NV_ENC_PIC_PARAMS& record) const;
 
-    void Submit(EncodeJob&& job);
-    void OnJobDone(JobResult&& result);
+    void Submit(runtimes::EncodeJob&& job);
+    void OnJobDone(runtimes::JobResult&& result);
     void Deliver(std::size_t uiKeep);
     void Fail(NVENCSTATUS eStatus);
     void Signal(void* pEvent) const;
@@ -93,8 +93,8 @@ private:
     mutable std::mutex m_mutex;  // everything below
     std::condition_variable m_changed;
     std::optional<EncodeSettings> m_settings;
-    std::unique_ptr<EncodeWorker> m_pWorker;  // set once
-    std::uint32_t m_uiPacketDelay = 0;        // pictures that a script holds packets back for
+    std::unique_ptr<runtimes::EncodeWorker> m_pWorker;  // set once
+    std::uint32_t m_uiPacketDelay = 0;                  // pictures that a script holds packets back for
     std::deque<runtimes::Packet> m_heldBack;
     InputResources m_inputs;
     OutputBuffers m_outputs;

@@ -133,7 +133,7 @@ NVENCSTATUS Session::EncodeOne(const NV_ENC_PIC_PARAMS& record)
     }
 
     // Without m_mutex: the worker delivers meanwhile. The surface stays ours through the submission.
-    EncodeJob job;
+    runtimes::EncodeJob job;
     job.pPicture = m_pWorker->TakePicture();
     if (!submission.pInput->pSurface->Read(record.inputWidth, record.inputHeight, job.pPicture->View()))
     {
@@ -171,15 +171,15 @@ NVENCSTATUS Session::EndStream(const NV_ENC_PIC_PARAMS& record)
     {
         return eStatus;
     }
-    EncodeJob job;
-    job.pCompletionEvent = IsAsync() ? record.completionEvent : nullptr;
+    runtimes::EncodeJob job;
+    job.pTag = IsAsync() ? record.completionEvent : nullptr;
     m_plan->Restart();
     m_uiPicturesInStream = 0;
     Submit(std::move(job));
     return NV_ENC_SUCCESS;
 }
 
-void Session::Submit(EncodeJob&& job)
+void Session::Submit(runtimes::EncodeJob&& job)
 {
     try
     {
@@ -248,7 +248,7 @@ NVENCSTATUS Session::CheckCompletionEvent(const NV_ENC_PIC_PARAMS& record) const
     return m_events.contains(record.completionEvent) ? NV_ENC_SUCCESS : NV_ENC_ERR_EVENT_NOT_REGISTERD;
 }
 
-void Session::OnJobDone(JobResult&& result)
+void Session::OnJobDone(runtimes::JobResult&& result)
 {
     const std::lock_guard lock(m_mutex);
     try
@@ -260,14 +260,14 @@ void Session::OnJobDone(JobResult&& result)
     }
     catch (...)
     {
-        result.eStatus = NV_ENC_ERR_OUT_OF_MEMORY;
+        result.eFailure = runtimes::EncodeFailure::OutOfMemory;
     }
     Deliver(result.bEndOfStream ? 0 : m_uiPacketDelay);
-    if (result.eStatus != NV_ENC_SUCCESS)
+    if (result.eFailure != runtimes::EncodeFailure::None)
     {
-        Fail(result.eStatus);
+        Fail(result.eFailure == runtimes::EncodeFailure::OutOfMemory ? NV_ENC_ERR_OUT_OF_MEMORY : NV_ENC_ERR_GENERIC);
     }
-    Signal(result.pCompletionEvent);
+    Signal(result.pTag);
     ++m_ui64JobsDone;
     m_changed.notify_all();
 }

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <numeric>
 
+#include "runtimes/common/x264_options.h"
 #include "runtimes/nvenc/settings_h264.h"
 #include "runtimes/nvenc/vui_names.h"
 
@@ -13,43 +12,7 @@ namespace nvencruntime
 namespace
 {
 
-class OptionList
-{
-public:
-    void Set(const char* pszName, const char* pszValue) { m_options.emplace_back(pszName, pszValue); }
-    void Set(const char* pszName, std::uint32_t uiValue) { m_options.emplace_back(pszName, std::to_string(uiValue)); }
-    // With as many digits as it takes to read the same number back.
-    void SetReal(const char* pszName, double dValue)
-    {
-        char szValue[32];
-        std::snprintf(szValue, sizeof szValue, "%.9g", dValue);
-        Set(pszName, szValue);
-    }
-    void SetRatio(const char* pszName, std::uint64_t ui64Num, std::uint64_t ui64Den)
-    {
-        const std::uint64_t ui64Common = std::gcd(ui64Num, ui64Den);
-        Set(pszName, (std::to_string(ui64Num / ui64Common) + "/" + std::to_string(ui64Den / ui64Common)).c_str());
-    }
-
-    std::vector<std::pair<std::string, std::string>> Take() { return std::move(m_options); }
-
-private:
-    std::vector<std::pair<std::string, std::string>> m_options;
-};
-
-// A caller may lock the packet of a picture right after sending the picture, and wait on its event with nothing else to
-// send. Threads inside x264 would hold pictures back or cut them into slices, and both would show. One thread it is; it
-// works beside the caller's, which converts the next picture meanwhile. The result must not depend on the machine.
-void SetThreads(OptionList& options)
-{
-    options.Set("threads", 1);
-    options.Set("lookahead-threads", 1);
-    options.Set("sliced-threads", 0u);
-    options.Set("sync-lookahead", 0u);
-    options.Set("cpu-independent", 1);
-}
-
-void SetTiming(OptionList& options, const NV_ENC_INITIALIZE_PARAMS& params)
+void SetTiming(runtimes::X264Options& options, const NV_ENC_INITIALIZE_PARAMS& params)
 {
     options.SetRatio("fps", params.frameRateNum, params.frameRateDen);
     // The header's clock is the frame rate, whatever times the caller keeps elsewhere.
@@ -63,7 +26,7 @@ void SetTiming(OptionList& options, const NV_ENC_INITIALIZE_PARAMS& params)
 }
 
 // Where key pictures stand is decided picture by picture; x264 adds none but at cuts, and there only with look-ahead.
-void SetGroupOfPictures(OptionList& options, const EncodeSettings& settings)
+void SetGroupOfPictures(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_RC_PARAMS& rc = settings.config.rcParams;
     const bool bLookahead = rc.enableLookahead && rc.lookaheadDepth != 0;
@@ -79,7 +42,7 @@ void SetGroupOfPictures(OptionList& options, const EncodeSettings& settings)
 }
 
 // x264 has one quantiser, for P, and what those of I and B are to it: half as large a step for each six.
-void SetConstantQuantisers(OptionList& options, const EncodeSettings& settings)
+void SetConstantQuantisers(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_QP qp = EffectiveQuantisers(settings);
     if (settings.IsLossless())
@@ -106,7 +69,7 @@ std::uint64_t DefaultBitRate(const NV_ENC_INITIALIZE_PARAMS& params)
     return std::uint64_t{params.encodeWidth} * params.encodeHeight * params.frameRateNum / params.frameRateDen / 10;
 }
 
-void SetBitRate(OptionList& options, const EncodeSettings& settings)
+void SetBitRate(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_RC_PARAMS& rc = settings.config.rcParams;
     const bool bConstant = rc.rateControlMode != NV_ENC_PARAMS_RC_VBR && rc.rateControlMode != NV_ENC_PARAMS_RC_VBR_HQ;
@@ -143,7 +106,7 @@ void SetBitRate(OptionList& options, const EncodeSettings& settings)
     }
 }
 
-void SetRateControl(OptionList& options, const EncodeSettings& settings)
+void SetRateControl(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_RC_PARAMS& rc = settings.config.rcParams;
     if (rc.rateControlMode == NV_ENC_PARAMS_RC_CONSTQP)
@@ -163,7 +126,7 @@ void SetRateControl(OptionList& options, const EncodeSettings& settings)
     options.Set("psy", 0u);
 }
 
-void SetTools(OptionList& options, const EncodeSettings& settings, Profile eProfile)
+void SetTools(runtimes::X264Options& options, const EncodeSettings& settings, Profile eProfile)
 {
     const NV_ENC_CONFIG_H264& h264 = settings.H264();
     if (h264.level != NV_ENC_LEVEL_AUTOSELECT)
@@ -194,7 +157,7 @@ void SetTools(OptionList& options, const EncodeSettings& settings, Profile eProf
 }
 
 // The number behind a slice mode, limited to what a picture has of it, so that it fits x264's integers.
-void SetSlices(OptionList& options, const EncodeSettings& settings)
+void SetSlices(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_CONFIG_H264& h264 = settings.H264();
     const std::uint32_t uiColumns = (settings.params.encodeWidth + 15) / 16;
@@ -220,7 +183,7 @@ void SetSlices(OptionList& options, const EncodeSettings& settings)
     }
 }
 
-void SetHeaders(OptionList& options, const EncodeSettings& settings)
+void SetHeaders(runtimes::X264Options& options, const EncodeSettings& settings)
 {
     const NV_ENC_CONFIG_H264& h264 = settings.H264();
     const NV_ENC_CONFIG_H264_VUI_PARAMETERS& vui = h264.h264VUIParameters;
@@ -297,8 +260,10 @@ std::uint32_t ConstantQuantiser(const EncodeSettings& settings, runtimes::Pictur
 runtimes::X264Settings MakeX264Settings(const EncodeSettings& settings)
 {
     const Profile eProfile = FindProfile(settings.config.profileGUID).value_or(Profile::Auto);
-    OptionList options;
-    SetThreads(options);
+    // A caller may lock the packet of a picture right after sending the picture, and wait on its event with nothing
+    // else to send. So x264 may neither hold pictures back nor cut them into slices.
+    runtimes::X264Options options;
+    options.SetOneThread();
     SetTiming(options, settings.params);
     SetGroupOfPictures(options, settings);
     SetRateControl(options, settings);

@@ -84,3 +84,8 @@ HRESULT FakeSurface::OnIdle()
     ADD_FAILURE() << "the runtime called an operation of the surface that it has no use for";
     return IdleSurface::OnIdle();
 }
+
+void Paint(FakeSurface& surface, const BgrPicture& picture)
+{
+    PaintRows(surface.Row(0), surface.Pitch(), picture);
+}

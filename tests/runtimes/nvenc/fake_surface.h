@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "pictures.h"
 #include "support/idle_d3d9.h"
 
 // Is asked for its interfaces and nothing else: a call of any other operation is a failure of the test.
@@ -61,3 +62,5 @@ private:
     bool m_bLocked = false;
     bool m_bFailLocks = false;
 };
+
+void Paint(FakeSurface& surface, const BgrPicture& picture);

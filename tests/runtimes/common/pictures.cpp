@@ -88,12 +88,12 @@ BgrPicture NaturalPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, int nFr
     return picture;
 }
 
-void Paint(FakeSurface& surface, const BgrPicture& picture)
+void PaintRows(std::uint8_t* pRows, std::ptrdiff_t nPitch, const BgrPicture& picture)
 {
     for (std::uint32_t y = 0; y < picture.uiHeight; ++y)
     {
         const std::uint8_t* pSource = picture.bytes.data() + std::size_t{y} * picture.uiWidth * 3;
-        std::uint8_t* pTarget = surface.Row(y);
+        std::uint8_t* pTarget = pRows + nPitch * static_cast<std::ptrdiff_t>(y);
         for (std::uint32_t x = 0; x < picture.uiWidth; ++x, pSource += 3, pTarget += 4)
         {
             std::copy_n(pSource, 3, pTarget);

@@ -1,10 +1,9 @@
 // Pictures to encode, and how near two pictures are.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
-
-#include "fake_surface.h"
 
 // B, G, R, rows without gaps.
 struct BgrPicture
@@ -18,7 +17,8 @@ struct BgrPicture
 // off with its size, channels that agree for the most part, hard edges, and the noise of a sensor.
 BgrPicture NaturalPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, int nFrame);
 
-void Paint(FakeSurface& surface, const BgrPicture& picture);
+// Into rows of B, G, R, A at that pitch in bytes; A is 255.
+void PaintRows(std::uint8_t* pRows, std::ptrdiff_t nPitch, const BgrPicture& picture);
 
 // Decibels over all three channels.
 double Psnr(const BgrPicture& first, const BgrPicture& second);

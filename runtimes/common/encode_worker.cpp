@@ -1,35 +1,17 @@
-#include "runtimes/nvenc/encode_worker.h"
+#include "runtimes/common/encode_worker.h"
 
-#include <cstdio>
-
-#include "runtimes/nvenc/script.h"
-#include "runtimes/nvenc/x264_settings.h"
-
-namespace nvencruntime
-{
-namespace
+namespace runtimes
 {
 
-void Report(const runtimes::X264Settings& settings)
-{
-    NvencRuntimeX264Settings report{};
-    std::snprintf(report.szPreset, sizeof report.szPreset, "%s", settings.preset.c_str());
-    std::snprintf(report.szProfile, sizeof report.szProfile, "%s", settings.profile.c_str());
-    std::snprintf(report.szOptions, sizeof report.szOptions, "%s", settings.OptionsText().c_str());
-    Script::Get().SetX264Settings(report);
-}
-
-}  // namespace
-
-EncodeWorker::EncodeWorker(const EncodeSettings& settings, OnDone onDone)
-    : m_settings(MakeX264Settings(settings)),
+EncodeWorker::EncodeWorker(const X264Settings& settings, HoldGate& gate, OnDone onDone)
+    : m_settings(settings),
+      m_gate(gate),
       m_onDone(std::move(onDone)),
       m_pool(m_settings.uiWidth, m_settings.uiHeight),
-      m_pEncoder(std::make_unique<runtimes::X264Encoder>(m_settings))
+      m_pEncoder(std::make_unique<X264Encoder>(m_settings))
 {
     m_headers = m_pEncoder->Headers();
     m_uiPictureDelay = m_pEncoder->PictureDelay();
-    Report(m_settings);
     m_thread = std::thread(&EncodeWorker::Run, this);
 }
 
@@ -47,7 +29,7 @@ void EncodeWorker::Stop()
         m_bStop = true;
         m_wake.notify_one();
     }
-    Script::Get().WakeHeld();
+    m_gate.Wake();
     if (m_thread.joinable())
     {
         m_thread.join();
@@ -69,7 +51,7 @@ void EncodeWorker::Run()
             job = std::move(m_jobs.front());
             m_jobs.pop_front();
         }
-        Script::Get().WaitWhileHeld(m_bStop);
+        m_gate.Wait(m_bStop);
         if (m_bStop)
         {
             return;
@@ -82,8 +64,8 @@ JobResult EncodeWorker::Work(EncodeJob& job)
 {
     JobResult result;
     result.bEndOfStream = !job.pPicture;
-    result.pCompletionEvent = job.pCompletionEvent;
-    if (m_eFailure == NV_ENC_SUCCESS)
+    result.pTag = job.pTag;
+    if (m_eFailure == EncodeFailure::None)
     {
         try
         {
@@ -91,14 +73,14 @@ JobResult EncodeWorker::Work(EncodeJob& job)
         }
         catch (const std::bad_alloc&)
         {
-            m_eFailure = NV_ENC_ERR_OUT_OF_MEMORY;
+            m_eFailure = EncodeFailure::OutOfMemory;
         }
         catch (...)
         {
-            m_eFailure = NV_ENC_ERR_GENERIC;
+            m_eFailure = EncodeFailure::Encoder;
         }
     }
-    result.eStatus = m_eFailure;
+    result.eFailure = m_eFailure;
     return result;
 }
 
@@ -108,7 +90,7 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
     {
         while (m_pEncoder)
         {
-            std::optional<runtimes::Packet> packet = m_pEncoder->Drain();
+            std::optional<Packet> packet = m_pEncoder->Drain();
             if (!packet)
             {
                 // Drained, x264 takes no picture any more. The next one begins a stream of its own.
@@ -122,13 +104,13 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
 
     if (!m_pEncoder)
     {
-        m_pEncoder = std::make_unique<runtimes::X264Encoder>(m_settings);
+        m_pEncoder = std::make_unique<X264Encoder>(m_settings);
     }
-    if (std::optional<runtimes::Packet> packet = m_pEncoder->Encode(job.pPicture->View(), job.eKind, job.info))
+    if (std::optional<Packet> packet = m_pEncoder->Encode(job.pPicture->View(), job.eKind, job.info))
     {
         result.packets.push_back(std::move(*packet));
     }
     m_pool.Return(std::move(job.pPicture));
 }
 
-}  // namespace nvencruntime
+}  // namespace runtimes

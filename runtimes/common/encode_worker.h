@@ -1,4 +1,4 @@
-// The thread of a session that encodes, so that its caller can go on with the next picture meanwhile.
+// The thread that encodes a stream, so that its caller can prepare the next picture meanwhile.
 #pragma once
 
 #include <atomic>
@@ -10,28 +10,35 @@
 #include <thread>
 #include <vector>
 
+#include "runtimes/common/hold_gate.h"
 #include "runtimes/common/nv12_picture.h"
 #include "runtimes/common/x264_encoder.h"
-#include "runtimes/nvenc/settings.h"
 
-namespace nvencruntime
+namespace runtimes
 {
 
 // A picture to encode or, without one, the end of the stream.
 struct EncodeJob
 {
-    std::unique_ptr<runtimes::Nv12Picture> pPicture;
-    runtimes::PictureKind eKind = runtimes::PictureKind::Auto;
-    runtimes::PictureInfo info;
-    void* pCompletionEvent = nullptr;  // of the end of the stream; handed back
+    std::unique_ptr<Nv12Picture> pPicture;
+    PictureKind eKind = PictureKind::Auto;
+    PictureInfo info;
+    void* pTag = nullptr;  // the caller's; handed back with the result
+};
+
+enum class EncodeFailure
+{
+    None,
+    OutOfMemory,
+    Encoder
 };
 
 struct JobResult
 {
-    std::vector<runtimes::Packet> packets;
-    NVENCSTATUS eStatus = NV_ENC_SUCCESS;  // once not a success, so for every later job
+    std::vector<Packet> packets;
+    EncodeFailure eFailure = EncodeFailure::None;  // once there is one, it stays for every later job
     bool bEndOfStream = false;
-    void* pCompletionEvent = nullptr;
+    void* pTag = nullptr;
 };
 
 class EncodeWorker
@@ -40,11 +47,12 @@ public:
     // Called on the worker's thread after every job, in the order of the jobs.
     using OnDone = std::function<void(JobResult&&)>;
 
-    // Opens the encoder, then starts the thread. Throws runtimes::X264Error for settings that x264 refuses.
-    EncodeWorker(const EncodeSettings& settings, OnDone onDone);
+    // Opens the encoder, then starts the thread. Throws X264Error for settings that x264 refuses. The thread stops at
+    // the gate, which outlives the worker, before every job.
+    EncodeWorker(const X264Settings& settings, HoldGate& gate, OnDone onDone);
     ~EncodeWorker() { Stop(); }
 
-    std::unique_ptr<runtimes::Nv12Picture> TakePicture() { return m_pool.Take(); }
+    std::unique_ptr<Nv12Picture> TakePicture() { return m_pool.Take(); }
     void Submit(EncodeJob&& job);
 
     // Ends the thread after the job it is at; later jobs are dropped. Waits for the end, so no lock may be held that
@@ -59,14 +67,15 @@ private:
     JobResult Work(EncodeJob& job);
     void Encode(EncodeJob& job, JobResult& result);
 
-    const runtimes::X264Settings m_settings;
+    const X264Settings m_settings;
+    HoldGate& m_gate;
     const OnDone m_onDone;
-    runtimes::Nv12Pool m_pool;
+    Nv12Pool m_pool;
     std::vector<std::uint8_t> m_headers;
     std::uint32_t m_uiPictureDelay = 0;
 
-    std::unique_ptr<runtimes::X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
-    NVENCSTATUS m_eFailure = NV_ENC_SUCCESS;
+    std::unique_ptr<X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
+    EncodeFailure m_eFailure = EncodeFailure::None;
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
@@ -75,4 +84,4 @@ private:
     std::thread m_thread;
 };
 
-}  // namespace nvencruntime
+}  // namespace runtimes
