@@ -104,8 +104,9 @@ struct AmfRuntimeScript
     // accepted until the input is full.
     void (*HoldEncoders)(std::int32_t nHold);
 
-    // With a nonzero value planes of surfaces give null for their native surface.
-    void (*HideNativeSurfaces)(std::int32_t nHide);
+    // Planes of surfaces of that format give null for their native surface; AMF_SURFACE_UNKNOWN for none. Components
+    // find none there either.
+    void (*HideNativeSurfaces)(AMF_SURFACE_FORMAT eFormat);
 
     // Calls since the last Reset, the failed ones included.
     std::uint32_t (*CountCalls)(AmfRuntimeCall eCall);

@@ -17,7 +17,7 @@ const AmfRuntimeScript c_script = {
     [](std::int32_t nWithhold) { Script::Get().WithholdEnd(nWithhold != 0); },
     [](std::uint32_t uiQueries) { Script::Get().DeliverSlowly(uiQueries); },
     [](std::int32_t nHold) { Script::Get().Gate().Hold(nHold != 0); },
-    [](std::int32_t nHide) { Script::Get().HideNativeSurfaces(nHide != 0); },
+    [](AMF_SURFACE_FORMAT eFormat) { Script::Get().HideNativeSurfaces(eFormat); },
     [](AmfRuntimeCall eCall) { return Script::Get().CountCalls(eCall); },
     [] { return Script::Get().CountObjects(); },
     [](RuntimeX264Settings* pSettings) { *pSettings = Script::Get().GetX264Settings(); },

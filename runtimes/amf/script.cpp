@@ -42,10 +42,10 @@ void Script::DeliverSlowly(std::uint32_t uiQueries)
     m_rules.uiQueriesBeforeOutput = uiQueries;
 }
 
-void Script::HideNativeSurfaces(bool bHide)
+void Script::HideNativeSurfaces(AMF_SURFACE_FORMAT eFormat)
 {
     const std::lock_guard lock(m_mutex);
-    m_rules.bHideNative = bHide;
+    m_rules.eHidden = eFormat;
 }
 
 std::uint32_t Script::CountCalls(AmfRuntimeCall eCall) const
@@ -96,10 +96,10 @@ std::uint32_t Script::QueriesBeforeOutput() const
     return m_rules.uiQueriesBeforeOutput;
 }
 
-bool Script::AreNativeSurfacesHidden() const
+bool Script::IsNativeHidden(AMF_SURFACE_FORMAT eFormat) const
 {
     const std::lock_guard lock(m_mutex);
-    return m_rules.bHideNative;
+    return m_rules.eHidden == eFormat;
 }
 
 void Script::SetX264Settings(const RuntimeX264Settings& settings)

@@ -23,7 +23,7 @@ public:
     void ReportVersion(std::uint64_t ui64Version);
     void WithholdEnd(bool bWithhold);
     void DeliverSlowly(std::uint32_t uiQueries);
-    void HideNativeSurfaces(bool bHide);
+    void HideNativeSurfaces(AMF_SURFACE_FORMAT eFormat);
     std::uint32_t CountCalls(AmfRuntimeCall eCall) const;
     AmfRuntimeObjects CountObjects() const;
     RuntimeX264Settings GetX264Settings() const;
@@ -34,7 +34,7 @@ public:
     std::uint64_t Version() const;
     bool IsEndWithheld() const;
     std::uint32_t QueriesBeforeOutput() const;
-    bool AreNativeSurfacesHidden() const;
+    bool IsNativeHidden(AMF_SURFACE_FORMAT eFormat) const;
     void SetX264Settings(const RuntimeX264Settings& settings);
     runtimes::HoldGate& Gate() { return m_gate; }
 
@@ -53,7 +53,7 @@ private:
         std::uint64_t ui64Version = AMF_FULL_VERSION;
         std::uint32_t uiQueriesBeforeOutput = 0;
         bool bWithholdEnd = false;
-        bool bHideNative = false;
+        AMF_SURFACE_FORMAT eHidden = AMF_SURFACE_UNKNOWN;
         AmfRuntimeBreaches breaches{};
     };
 

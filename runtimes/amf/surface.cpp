@@ -158,7 +158,7 @@ AMF_RESULT Surface::Plane::QueryInterface(const AMFGuid& interfaceID, void** ppI
 
 void* Surface::Plane::GetNative()
 {
-    return Script::Get().AreNativeSurfacesHidden() ? nullptr : m_pSurface->m_pNative.Get();
+    return Script::Get().IsNativeHidden(m_pSurface->m_eFormat) ? nullptr : m_pSurface->m_pNative.Get();
 }
 
 amf_int32 Surface::Plane::GetHPitch()

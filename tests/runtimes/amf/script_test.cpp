@@ -197,15 +197,17 @@ TEST_F(AmfRuntime, ASlowEncoderAnswersFruitlessQueriesBeforeEachOutput)
     EXPECT_EQ(results, "rrrorrroe");
 }
 
-TEST_F(AmfRuntime, NativeSurfacesCanBeHidden)
+TEST_F(AmfRuntime, NativeSurfacesOfAFormatCanBeHidden)
 {
     Client client(c_nWidth, c_nHeight);
     client.Start();
     const Held<AMFSurface> pSurface = client.Upload(NaturalPicture(c_nWidth, c_nHeight, 0));
-    m_script.HideNativeSurfaces(1);
+    const Held<AMFSurface> pOther = MakeSurface(&client.Context(), AMF_SURFACE_BGRA, c_nWidth, c_nHeight);
+    m_script.HideNativeSurfaces(AMF_SURFACE_NV12);
+    EXPECT_NE(pOther->GetPlaneAt(0)->GetNative(), nullptr);
     EXPECT_EQ(pSurface->GetPlaneAt(0)->GetNative(), nullptr);
     EXPECT_EQ(client.Submit(pSurface.Get()), AMF_INVALID_ARG);
-    m_script.HideNativeSurfaces(0);
+    m_script.HideNativeSurfaces(AMF_SURFACE_UNKNOWN);
     EXPECT_NE(pSurface->GetPlaneAt(0)->GetNative(), nullptr);
     EXPECT_EQ(client.Submit(pSurface.Get()), AMF_OK);
     client.Finish();
