@@ -47,17 +47,25 @@ std::uint32_t NumberIn(const HostPicture& picture)
     return uiNumber;
 }
 
-std::vector<std::uint32_t> NumbersIn(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight)
+std::vector<HostPicture> DecodedPictures(const std::filesystem::path& path, std::uint32_t uiWidth,
+                                         std::uint32_t uiHeight)
 {
     const std::size_t uiRow = std::size_t{uiWidth} * 3;
-    std::vector<std::uint32_t> vNumbers;
+    std::vector<HostPicture> vPictures;
     for (const Bytes& vRows : DecodePlain(path, "-pix_fmt bgr24", uiRow * uiHeight))
     {
-        HostPicture picture(uiWidth, uiHeight);
+        HostPicture& picture = vPictures.emplace_back(uiWidth, uiHeight);
         for (std::uint32_t y = 0; y < uiHeight; ++y)
             std::memcpy(picture.Pixel(0, y), &vRows[y * uiRow], uiRow);
-        vNumbers.push_back(NumberIn(picture));
     }
+    return vPictures;
+}
+
+std::vector<std::uint32_t> NumbersIn(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight)
+{
+    std::vector<std::uint32_t> vNumbers;
+    for (const HostPicture& picture : DecodedPictures(path, uiWidth, uiHeight))
+        vNumbers.push_back(NumberIn(picture));
     return vNumbers;
 }
 

@@ -17,7 +17,11 @@ HostPicture NumberedPicture(std::uint32_t uiWidth, std::uint32_t uiHeight, std::
 // The number in a picture that may have become a column and a row larger.
 std::uint32_t NumberIn(const HostPicture& picture);
 
-// The numbers in a file's pictures, in presentation order, as ffmpeg decodes them.
+// A file's pictures in presentation order, as ffmpeg decodes them, whatever the profile.
+std::vector<HostPicture> DecodedPictures(const std::filesystem::path& path, std::uint32_t uiWidth,
+                                         std::uint32_t uiHeight);
+
+// The numbers in them.
 std::vector<std::uint32_t> NumbersIn(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
 // The numbers from uiFirst to uiLast.

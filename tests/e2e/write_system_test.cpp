@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -65,26 +64,6 @@ protected:
         Write(strCode, vTimesMs, [](std::uint32_t ui) { return NumberedPicture(g_uiWidth, g_uiHeight, ui + 1); });
     }
 
-    // By ffmpeg, whatever the profile.
-    std::vector<HostPicture> Decode(const std::wstring& strCode, std::uint32_t uiWidth, std::uint32_t uiHeight) const
-    {
-        const auto pathRaw = m_dir / "decoded.bgr";
-        RunFfmpeg("-i " + Quoted(Path(strCode)) + " -fps_mode passthrough -f rawvideo -pix_fmt bgr24 " +
-                  Quoted(pathRaw));
-        const Bytes vRaw = ReadBytes(pathRaw);
-        const std::size_t uiRow = std::size_t{uiWidth} * 3;
-        std::vector<HostPicture> vPictures;
-        for (std::size_t uiAt = 0; uiAt < vRaw.size(); uiAt += uiRow * uiHeight)
-        {
-            HostPicture picture(uiWidth, uiHeight);
-            for (std::uint32_t y = 0; y < uiHeight; ++y)
-                std::memcpy(picture.Pixel(0, y), &vRaw[uiAt + y * uiRow], uiRow);
-            vPictures.push_back(std::move(picture));
-        }
-        std::filesystem::remove(pathRaw);
-        return vPictures;
-    }
-
     std::string Probe(const std::wstring& strCode, const std::string& strEntries) const
     {
         return RunFfprobe("-select_streams v -show_entries " + strEntries + " -of csv=p=0 " + Quoted(Path(strCode)));
@@ -136,7 +115,7 @@ TEST_P(SystemCodec, IrregularTimesComeBackByIndex)
 TEST_P(SystemCodec, EveryIndexHasItsPicture)
 {
     WriteNumbered(GetParam(), IrregularTimes(120));
-    const std::vector<HostPicture> vDecoded = Decode(GetParam(), g_uiWidth, g_uiHeight);
+    const std::vector<HostPicture> vDecoded = DecodedPictures(Path(GetParam()), g_uiWidth, g_uiHeight);
     ASSERT_EQ(vDecoded.size(), 120U);
     for (std::uint32_t ui = 0; ui < 120; ++ui)
         ASSERT_EQ(NumberIn(vDecoded[ui]), ui + 1);
@@ -157,7 +136,7 @@ TEST_P(SystemCodec, FewPicturesAreAllThere)
     {
         WriteNumbered(GetParam(), EvenTimes(uiCount));
         EXPECT_EQ(ReadBack(m_host, Path(GetParam())).Count(), uiCount);
-        const std::vector<HostPicture> vDecoded = Decode(GetParam(), g_uiWidth, g_uiHeight);
+        const std::vector<HostPicture> vDecoded = DecodedPictures(Path(GetParam()), g_uiWidth, g_uiHeight);
         ASSERT_EQ(vDecoded.size(), uiCount);
         for (std::uint32_t ui = 0; ui < uiCount; ++ui)
             EXPECT_EQ(NumberIn(vDecoded[ui]), ui + 1) << "of " << uiCount;
@@ -209,10 +188,10 @@ TEST_F(SystemEncoder, FromHqToLqTheFileGetsSmallerAndThePicturesLessLikeTheOrigi
     EXPECT_GT(vPsnr[2], 30.0);
 }
 
-// The module's files by the system's encoder and by the other one don't disturb each other.
-TEST_F(SystemEncoder, FilesOfBothKindsAreWrittenOneAfterTheOther)
+// The back ends don't disturb each other.
+TEST_F(SystemEncoder, FilesOfAllKindsAreWrittenOneAfterTheOther)
 {
-    for (const wchar_t* pwszCode : {L"HQ", L"NVENC1", L"FST", L"NVENC1", L"LQ"})
+    for (const wchar_t* pwszCode : {L"HQ", L"NVENC1", L"AMF1", L"FST", L"AMF1", L"NVENC1", L"LQ"})
     {
         WriteNumbered(pwszCode, EvenTimes(10));
         EXPECT_EQ(ReadBack(m_host, Path(pwszCode)).Count(), 10U);
