@@ -1,5 +1,5 @@
-// Writing: muxing and widening by themselves, then the whole with NVENC1 and with the codecs of the system's encoder,
-// next to the ffmpeg program with the same encoder and settings.
+// Writing: muxing and widening by themselves, then the whole with every codec, next to the ffmpeg program with the same
+// encoder and settings.
 //
 // bench_write [PACKETS]: the number of packets for muxing is 1,000,000 by default, which takes 6 GB of temporary files.
 // They are removed at the end.
@@ -16,6 +16,7 @@
 #include "colour/colourconversion.h"
 #include "hostapi/hostpicbase.h"
 #include "platform/mediafoundation/writing/encoder_settings.h"
+#include "support/amf_script.h"
 #include "support/encoder_script.h"
 #include "support/ffmpeg.h"
 #include "support/temporary_folder.h"
@@ -96,10 +97,8 @@ double WriteThroughHost(const ModuleHost& host, int nPictures, const std::filesy
 }
 
 // The runtime's settings of its encoder for the file that was written last, as ffmpeg's arguments.
-std::string EncoderArguments(const EncoderScript& script)
+std::string EncoderArguments(const RuntimeX264Settings& settings)
 {
-    NvencRuntimeX264Settings settings{};
-    script->GetX264Settings(&settings);
     std::string strArguments = std::string(" -c:v libx264 -preset ") + settings.szPreset;
     if (settings.szProfile[0] != '\0') strArguments += std::string(" -profile:v ") + settings.szProfile;
     return strArguments + " -x264-params '" + settings.szOptions + "' ";
@@ -127,13 +126,17 @@ void CompareWriting(const ModuleHost& host, const std::string& strName, int nPic
                 static_cast<double>(std::filesystem::file_size(peers)) / 1e6, strEncoder.c_str());
 }
 
-void MeasureNvenc(const std::filesystem::path& frames)
+// A codec whose encoder is a software runtime. TScript keeps it loaded for all files, with its record of settings.
+template <class TScript>
+void MeasureRuntime(const std::string& strCode, const std::filesystem::path& frames)
 {
-    const EncoderScript script;  // keeps the runtime loaded for all files, with its record of settings
+    const TScript script;
     const ModuleHost host;
-    ChooseCodec(host, L"NVENC1");
+    ChooseCodec(host, std::wstring(strCode.begin(), strCode.end()));
     WriteThroughHost(host, g_nPictures, frames, frames.parent_path() / "ours.mp4");
-    CompareWriting(host, "NVENC1", g_nPictures, frames, EncoderArguments(script));
+    RuntimeX264Settings settings{};
+    script->GetX264Settings(&settings);
+    CompareWriting(host, strCode, g_nPictures, frames, EncoderArguments(settings));
 }
 
 // A codec of the system's encoder, as it sets the encoder up. The module asks for no number of B pictures with some,
@@ -241,7 +244,8 @@ try
     const auto frames = dir.Path() / "frames.bgr";
     RunFfmpeg("-f lavfi -i testsrc2=size=1920x1080:rate=30 -vf noise=alls=6:allf=t -frames:v " +
               std::to_string(g_nPictures) + " -pix_fmt bgr24 -f rawvideo " + Quoted(frames));
-    MeasureNvenc(frames);
+    MeasureRuntime<EncoderScript>("NVENC1", frames);
+    MeasureRuntime<AmfScript>("AMF1", frames);
     MeasureSystemEncoder(frames);
     return EXIT_SUCCESS;
 }

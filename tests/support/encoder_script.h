@@ -1,28 +1,16 @@
-// A test's access to the software encoder runtime.
+// The script of the software NVENC runtime.
 #pragma once
 
-#include <windows.h>
-
 #include "runtimes/nvenc/nvenc_script.h"
+#include "support/runtime_script.h"
 
 namespace test_support
 {
 
-// The script of the encoder's runtime. The runtime is loaded as long as the object lives; the script is reset at both
-// ends.
-class EncoderScript
+class EncoderScript : public RuntimeScript<NvencRuntimeScript>
 {
 public:
-    EncoderScript();  // throws std::runtime_error without a runtime that takes a script
-    ~EncoderScript();
-    EncoderScript(const EncoderScript&) = delete;
-    EncoderScript& operator=(const EncoderScript&) = delete;
-
-    const NvencRuntimeScript* operator->() const { return m_pScript; }
-
-private:
-    HMODULE m_hRuntime;
-    const NvencRuntimeScript* m_pScript = nullptr;
+    EncoderScript() : RuntimeScript(L"nvEncodeAPI64.dll", "NvencRuntimeGetScript") {}
 };
 
 }  // namespace test_support
