@@ -159,6 +159,26 @@ TEST_F(Grabber, AFrameWithoutMemoryIsANullEntryThatEverythingPasses)
     EXPECT_EQ(m_pStore->CountFrames(), 0U);
 }
 
+// The number goes on, and the pause lets the frame come again.
+TEST_F(Grabber, AFrameWithoutMemoryForItsPixelsIsDroppedAndPausesThePlay)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "the pixels are a library's";
+    m_pStore->Connect(nullptr, nullptr, true);
+    m_pStore->BeginFirstPlay(1000, 640, 480);
+    EXPECT_EQ(Feed({}), S_OK);
+    {
+        const CShortMemory shortMemory(640 * 480 * 3, 640 * 480 * 3 + 1000);
+        EXPECT_EQ(Feed({}), S_OK);
+        EXPECT_EQ(shortMemory.GetRefused(), 1U);
+    }
+    EXPECT_EQ(Stored(), Range(0, 0));
+    EXPECT_TRUE(WantsPause());
+    EXPECT_EQ(Feed({}), S_OK);
+    EXPECT_EQ(m_pStore->CountFrames(), 2U);
+    ASSERT_NE(m_pStore->FindFrame(2), nullptr);
+    EXPECT_NE(m_pStore->FindFrame(2)->m_Picture.m_pData, nullptr);
+}
+
 // --- memory ---
 
 // NV12 samples leave the pixels of a frame untouched, so that the memory of large ones is reserved and not taken.
@@ -295,6 +315,60 @@ TEST_F(AskedStore, WhenNoPlayBeginsAnyMoreAWaitFailsAndSoDoesEveryRequestThatIsN
     EXPECT_EQ(m_nStatus, QM_ERR_FAIL);
     ASSERT_TRUE(Ask(0));
     EXPECT_EQ(m_nStatus, QM_OK);
+}
+
+// Of a request that isn't sequential 9 frames fill the store.
+TEST_F(AskedStore, ARequestThatThePlayDoesNotServeWantsThePauseAtOnce)
+{
+    Play(10);
+    Deliver(3);
+    ASSERT_FALSE(Ask(18));
+    EXPECT_FALSE(WantsPause());
+    ASSERT_FALSE(Ask(22));            // the store is full before
+    m_pStore->WaitForPauseRequest();  // returns
+    EXPECT_TRUE(WantsPause());
+
+    Play(10);
+    ASSERT_FALSE(Ask(9));  // the play began after it
+    EXPECT_TRUE(WantsPause());
+
+    Play(13, 20);
+    ASSERT_FALSE(Ask(21));  // and this play ends before
+    EXPECT_TRUE(WantsPause());
+}
+
+TEST_F(AskedStore, TheFrameThatComesNextWantsNoPauseHoweverFullTheStoreIs)
+{
+    Play(0);
+    Ask(1);
+    Deliver(40);
+    Ask(40);
+    EXPECT_FALSE(WantsPause());
+    Deliver(1);
+    EXPECT_NE(m_pStore->FindFrame(40), nullptr);
+}
+
+TEST_F(AskedStore, ARequestThatTheFirstPlayDoesNotServeWantsThePauseAtItsBegin)
+{
+    Ask(100);
+    EXPECT_FALSE(WantsPause());
+    m_pStore->BeginFirstPlay(47, WIDTH, HEIGHT);
+    EXPECT_TRUE(WantsPause());
+}
+
+TEST_F(AskedStore, ARequestThatTheFirstPlayServesWantsNoPauseAtItsBegin)
+{
+    Ask(8);
+    m_pStore->BeginFirstPlay(47, WIDTH, HEIGHT);
+    EXPECT_FALSE(WantsPause());
+}
+
+TEST_F(AskedStore, AStoredFrameWantsNoPause)
+{
+    Play(0);
+    Deliver(3);
+    ASSERT_TRUE(Ask(0));
+    EXPECT_FALSE(WantsPause());
 }
 
 // --- silence ---

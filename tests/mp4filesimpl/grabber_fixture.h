@@ -25,8 +25,9 @@ protected:
     // A play from uiStart on that keeps what is stored; uiLast as the highest index.
     void Play(std::uint64_t uiStart, std::uint64_t uiLast = 1000)
     {
-        m_pStore->BeginFirstPlay(0, WIDTH, HEIGHT);
-        m_pStore->SetWindow(uiStart, uiStart, uiStart, uiLast, WIDTH, HEIGHT);
+        const SPlayDecision play = {SPlayDecision::EKind::Play, {true, EPlayStart::Position, uiStart, uiStart}};
+        SPlayDecision made = {};
+        EXPECT_TRUE(m_pStore->BeginPlay([&](const SRestingStore&) { return play; }, uiLast, WIDTH, HEIGHT, &made));
         m_uiNumber = static_cast<std::uint32_t>(uiStart);
     }
 

@@ -121,4 +121,84 @@ TEST_F(MissingMemory, WithoutMemoryThereIsNoInputObject)
     }
 }
 
+// --- an open file, on a scripted session ---
+
+class MissingMemoryOfAnOpenFile : public testing::Test
+{
+protected:
+    static SScript Script()
+    {
+        SScript script;
+        script.m_vTimesMs = EvenTimes(300, 40);
+        script.m_uiWidth = 64;
+        script.m_uiHeight = 48;
+        return script;
+    }
+
+    int Read(CScriptedFile& file, std::uint32_t uiIndex)
+    {
+        const QmStatus nStatus = file.ReadFrame(uiIndex, m_vPixels.data(), nullptr, nullptr);
+        return nStatus != QM_OK ? nStatus : NumberInPicture(m_vPixels.data());
+    }
+
+    // Requests of this size are for the pixels of frames, and for nothing else.
+    static constexpr std::size_t LEAST_PIXELS = 64 * 48 * 3 + 1;
+    static constexpr std::size_t MOST_PIXELS = 64 * 48 * 3 + 1000;
+
+    CFormatReference m_format;
+    std::vector<unsigned char> m_vPixels = std::vector<unsigned char>(64 * 48 * 3, 0xFF);
+};
+
+TEST_F(MissingMemoryOfAnOpenFile, AFrameIsRefusedWhileThereIsNoneForItsPixelsAndReadLater)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "the pixels are a library's";
+    CScriptedFile file(m_format.Get(), Script());
+    {
+        const CShortMemory memory(LEAST_PIXELS, MOST_PIXELS);
+        EXPECT_EQ(Read(file, 100), QM_ERR_FAIL);
+        EXPECT_EQ(Read(file, 0), QM_ERR_FAIL);
+        EXPECT_GT(memory.GetRefused(), 0U);
+        EXPECT_LT(file.Session().Delivered(), 100U);  // each play was paused
+    }
+    EXPECT_EQ(Read(file, 0), 0);
+    EXPECT_EQ(Read(file, 100), 100);
+}
+
+TEST_F(MissingMemoryOfAnOpenFile, WithoutAnyForTheFramesAheadTheSessionIsNotStartedForEver)
+{
+    if (!CShortMemory::ReachesLibraries()) GTEST_SKIP() << "the pixels are a library's";
+    CScriptedFile file(m_format.Get(), Script());
+    EXPECT_EQ(Read(file, 0), 0);
+    file.WaitForRest();
+    const CShortMemory memory(LEAST_PIXELS, MOST_PIXELS);
+    EXPECT_EQ(Read(file, 1), 1);  // near the tail: more is to be played
+    Sleep(200);
+    const int nStarts = file.Session().CountStarts();
+    Sleep(100);
+    EXPECT_EQ(file.Session().CountStarts(), nStarts);
+}
+
+TEST_F(MissingMemoryOfAnOpenFile, APreviewAndTheBlockOfTimesEndInAStatus)
+{
+    CScriptedFile file(m_format.Get(), Script());
+    EXPECT_EQ(Read(file, 0), 0);
+    file.WaitForRest();
+    CQmByteArray data;
+    {
+        const CShortMemory memory(1, CShortMemory::ERequests::New);
+        std::uint32_t uiWidth = 64;
+        std::uint32_t uiHeight = 48;
+        EXPECT_EQ(file.GetPreviewBitmap(&uiWidth, &uiHeight, m_vPixels.data(), nullptr, false, nullptr, nullptr),
+                  QM_OK);
+    }
+    {
+        const CShortMemory memory(1, CShortMemory::ERequests::New);
+        EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_ERR_FAIL);
+        EXPECT_EQ(memory.GetRefused(), 1U);
+    }
+    EXPECT_EQ(data.GetSize(), 0U);
+    EXPECT_EQ(file.GetCacheItem(L"AcqTimesCache", &data), QM_OK);
+    EXPECT_EQ(data.GetSize(), 300U * 8);
+}
+
 }  // namespace

@@ -1,5 +1,5 @@
 // What opening a file asks of the session, which is a scripted one here: this program has its own in place of the
-// system's, and notes what the sink is asked for.
+// system's, and notes what the sink is asked for. The times of a file are its own as well.
 #include <functional>
 #include <future>
 #include <mutex>
@@ -12,8 +12,10 @@
 #include <gtest/gtest.h>
 
 #include <mfapi.h>
+#include <mferror.h>
 
 #include "common/modulestate.h"
+#include "hostapi/hostplatform.h"
 #include "mp4filesimpl/mp4inputfile.h"
 #include "sample_video.h"
 #include "scripted_file.h"
@@ -40,6 +42,22 @@ std::size_t g_uiMostSessions = 1000;  // the next one can't be made
 std::size_t g_uiStarts = 0;
 // What the n-th start returns, from 0.
 std::function<HRESULT(std::size_t)> g_fnStart;
+
+// The settings of a sink's node and of the sink, and whether they are there.
+struct SSinkNode
+{
+    HRESULT m_hrStream = E_FAIL;
+    UINT32 m_uiStream = 77;
+    HRESULT m_hrNoShutdown = E_FAIL;
+    UINT32 m_uiNoShutdown = 77;
+    HRESULT m_hrIgnoreClock = E_FAIL;
+    UINT32 m_uiIgnoreClock = 77;
+};
+std::vector<SSinkNode> g_vSinkNodes;     // in the topologies
+std::vector<HRESULT> g_vSourceStatuses;  // what a call to the source returned when its session was shut down
+// What the n-th question for the times of a file returns, from 0.
+std::function<QmStatus(std::size_t)> g_fnFileTimes;
+std::size_t g_uiFileTimes = 0;
 
 void Note(const char* pszCall)
 {
@@ -78,6 +96,12 @@ public:
             EXPECT_EQ(pTopology->GetNode(i, &pNode), S_OK);
             if (SUCCEEDED(pNode->GetUINT32(MF_TOPONODE_WORKQUEUE_ID, &uiWorkQueue)))
                 g_vWorkQueues.push_back(uiWorkQueue);
+            NoteSinkNode(pNode);
+            if (SUCCEEDED(
+                    pNode->GetUnknown(MF_TOPONODE_SOURCE, IID_IMFMediaSource, reinterpret_cast<void**>(&m_pSource))))
+            {
+                m_pSource->Release();  // the graph's own lives longer
+            }
             pNode->Release();
         }
         return S_OK;
@@ -88,8 +112,15 @@ public:
         g_pEvents = &m_events;
         return g_fnStart(g_uiStarts++);
     }
+    STDMETHODIMP Stop() override
+    {
+        Note("Stop");
+        return S_OK;
+    }
     STDMETHODIMP Shutdown() override
     {
+        DWORD dwCharacteristics = 0;
+        if (m_pSource != nullptr) g_vSourceStatuses.push_back(m_pSource->GetCharacteristics(&dwCharacteristics));
         Note("Shutdown");
         m_events.Shutdown();
         return S_OK;
@@ -98,8 +129,27 @@ public:
     STDMETHODIMP EndGetEvent(IMFAsyncResult*, IMFMediaEvent** ppEvent) override { return m_events.End(ppEvent); }
 
 private:
+    static void NoteSinkNode(IMFTopologyNode* pNode)
+    {
+        MF_TOPOLOGY_TYPE eType = MF_TOPOLOGY_MAX;
+        EXPECT_EQ(pNode->GetNodeType(&eType), S_OK);
+        if (eType != MF_TOPOLOGY_OUTPUT_NODE) return;
+        SSinkNode node;
+        node.m_hrStream = pNode->GetUINT32(MF_TOPONODE_STREAMID, &node.m_uiStream);
+        node.m_hrNoShutdown = pNode->GetUINT32(MF_TOPONODE_NOSHUTDOWN_ON_REMOVE, &node.m_uiNoShutdown);
+        IUnknown* pObject = nullptr;
+        IMFActivate* pActivate = nullptr;
+        EXPECT_EQ(pNode->GetObject(&pObject), S_OK);
+        EXPECT_EQ(pObject->QueryInterface(IID_IMFActivate, reinterpret_cast<void**>(&pActivate)), S_OK);
+        node.m_hrIgnoreClock = pActivate->GetUINT32(MF_SAMPLEGRABBERSINK_IGNORE_CLOCK, &node.m_uiIgnoreClock);
+        pActivate->Release();
+        pObject->Release();
+        g_vSinkNodes.push_back(node);
+    }
+
     std::atomic<ULONG> m_nRefCount{1};
     CScriptedEvents m_events;
+    IMFMediaSource* m_pSource = nullptr;  // of the topology; not counted
 };
 
 class Opening : public testing::Test
@@ -115,6 +165,10 @@ protected:
         g_uiMostSessions = 1000;
         g_uiStarts = 0;
         g_fnStart = [](std::size_t) { return S_OK; };
+        g_vSinkNodes.clear();
+        g_vSourceStatuses.clear();
+        g_fnFileTimes = [](std::size_t) { return QM_OK; };
+        g_uiFileTimes = 0;
     }
 
     static std::filesystem::path CleanFile() { return MakeVideo("clean.mp4", TestPicture(100) + "-profile:v high"); }
@@ -160,6 +214,7 @@ protected:
             return GetImageAttributes(&attributes);
         }
         using CQmMP4InputFile::m_Attributes;
+        using CQmMP4InputFile::m_dJulianDay;
         using CQmMP4InputFile::m_vFrameTimesMs;
     };
 
@@ -202,9 +257,9 @@ TEST_F(Opening, CountingFailsAfter20SecondsOfSilence)
         MoveClock(1);
         EXPECT_EQ(open.get(), QM_ERR_FAIL);
         EXPECT_EQ(file.Open(), QM_ERR_FAIL);  // at once
-        EXPECT_THAT(g_vCalls, ElementsAre("SetTopology", "Start"));
+        EXPECT_THAT(g_vCalls, ElementsAre("SetTopology", "Start", "Stop"));
     }
-    EXPECT_THAT(g_vCalls, ElementsAre("SetTopology", "Start", "Shutdown"));
+    EXPECT_THAT(g_vCalls, ElementsAre("SetTopology", "Start", "Stop", "Shutdown"));
 }
 
 TEST_F(Opening, AnEventStartsTheLimitOfCountingAgain)
@@ -288,6 +343,57 @@ TEST_F(Opening, AFailedGraphForFramesLeavesNoTimes)
     ExpectNoTimes(file);
 }
 
+// --- the graphs ---
+
+TEST_F(Opening, TheSinkIsOfStreamZeroIsShutDownWithItsNodeAndIgnoresTheClock)
+{
+    g_fnStart = [](std::size_t) { return Play({400'000}); };
+    CFile file(m_format.Get(), FragmentedFile());
+    ASSERT_EQ(file.Open(), QM_OK);
+    std::vector<unsigned char> vPixels(std::size_t{file.m_Attributes.m_uiWidthBytes} * file.m_Attributes.m_uiHeight);
+    // The session for frames gets its topology with the first request. It fails to start, so no frame comes.
+    g_fnStart = [](std::size_t) { return E_FAIL; };
+    EXPECT_EQ(file.ReadFrame(0, vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
+    ASSERT_EQ(g_vSinkNodes.size(), 2U);
+    for (const SSinkNode& node : g_vSinkNodes)
+    {
+        EXPECT_EQ(node.m_hrStream, S_OK);
+        EXPECT_EQ(node.m_uiStream, 0U);
+        EXPECT_EQ(node.m_hrNoShutdown, S_OK);
+        EXPECT_EQ(node.m_uiNoShutdown, 0U);
+        EXPECT_EQ(node.m_hrIgnoreClock, S_OK);
+        EXPECT_EQ(node.m_uiIgnoreClock, 1U);
+    }
+}
+
+TEST_F(Opening, TheSourceIsShutDownBeforeItsSession)
+{
+    {
+        CFile file(m_format.Get(), CleanFile());
+        ASSERT_EQ(file.Open(), QM_OK);
+        std::vector<unsigned char> vPixels(std::size_t{file.m_Attributes.m_uiWidthBytes} *
+                                           file.m_Attributes.m_uiHeight);
+        g_fnStart = [](std::size_t) { return E_FAIL; };
+        EXPECT_EQ(file.ReadFrame(0, vPixels.data(), nullptr, nullptr), QM_ERR_FAIL);
+    }
+    EXPECT_THAT(g_vSourceStatuses, ElementsAre(MF_E_SHUTDOWN, MF_E_SHUTDOWN));
+}
+
+// --- the date ---
+
+TEST_F(Opening, ADateThatCouldNotBeFoundIsAskedForAgainWithTheNextFrame)
+{
+    CFile file(m_format.Get(), CleanFile());
+    SQmPictureMetadata metadata;
+    g_fnFileTimes = [](std::size_t uiCall) { return uiCall == 0 ? QM_ERR_FAIL : QM_OK; };
+    EXPECT_EQ(file.GetPictureMetadata(0, metadata, 0), QM_OK);
+    EXPECT_EQ(file.m_dJulianDay, -1.0);
+    EXPECT_EQ(file.GetPictureMetadata(1, metadata, 0), QM_OK);
+    EXPECT_EQ(file.m_dJulianDay, 2458849.5);  // the first of January 2020
+    EXPECT_EQ(file.GetPictureMetadata(2, metadata, 0), QM_OK);
+    EXPECT_EQ(g_uiFileTimes, 2U);
+}
+
 // --- work queues ---
 
 TEST_F(Opening, EveryFormOfAnInputFileCountsAndTheNumberIsTheWorkQueueOfTheSource)
@@ -326,4 +432,14 @@ STDAPI MFCreateSampleGrabberSinkActivate(IMFMediaType* pMediaType, IMFSampleGrab
     static const auto pfnSystem = reinterpret_cast<decltype(&MFCreateSampleGrabberSinkActivate)>(
         dlsym(RTLD_NEXT, "MFCreateSampleGrabberSinkActivate"));
     return pfnSystem(pMediaType, pCallback, ppActivate);
+}
+
+QmStatus QM_GetFileTimes(QmFileHandle, std::tm*, std::tm*, std::tm* pWritten)
+{
+    const QmStatus nStatus = g_fnFileTimes(g_uiFileTimes++);
+    if (nStatus != QM_OK) return nStatus;
+    *pWritten = {};
+    pWritten->tm_mday = 1;
+    pWritten->tm_year = 120;
+    return QM_OK;
 }

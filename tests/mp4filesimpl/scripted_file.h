@@ -62,7 +62,9 @@ public:
     // Reads frame uiIndex. Returns the number in its picture, or the status if that isn't 0.
     int ReadNumber(std::uint32_t uiIndex)
     {
-        std::vector<unsigned char> vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight);
+        constexpr unsigned char NO_NUMBER = 0xFF;  // brighter than every digit
+        std::vector<unsigned char> vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight,
+                                           NO_NUMBER);
         const QmStatus nStatus = ReadFrame(uiIndex, vPixels.data(), nullptr, nullptr);
         return nStatus != QM_OK ? nStatus : NumberInPicture(vPixels.data());
     }

@@ -93,13 +93,13 @@ TEST_F(Silence, AFrameThatThePlayLeadsToHas100MillisecondsForEachFrameBeforeIt)
     EXPECT_EQ(read.get(), QM_ERR_FAIL);
 }
 
-// It would fill the store before the frame comes, and end.
+// The play is paused for it, and another one begins.
 TEST_F(Silence, AFrameThatThePlayDoesNotLeadToHas100MillisecondsForEachFrameOfTheFile)
 {
     CScriptedFile file(m_format.Get(), StuckAt(6));
     ASSERT_EQ(file.ReadNumber(0), 0);
     file.Session().WaitUntilStuckAfter("Start");
-    std::future<int> read = Read(file, 40, "Start");
+    std::future<int> read = Read(file, 40, "Start 1600");
     MoveClock(20'000 + 40 * 100 - 1);
     EXPECT_TRUE(Waits(read));
     MoveClock(1);
@@ -143,6 +143,37 @@ TEST_F(Silence, AnEventOfTheSessionStartsTheLimitAgain)
     EXPECT_EQ(read.get(), QM_ERR_FAIL);
 }
 
+// All frames share one position, and the session begins at the first of them. 399 was delivered, and 51 are left up to
+// the requested one.
+TEST_F(Silence, TheLimitFallsWhileTheSessionComesNearer)
+{
+    SScript script = StuckAt(400);
+    script.m_vTimesMs.assign(1000, 5);
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    std::future<int> read = Read(file, 450, "Resume");
+    MoveClock(20'000 + 50 * 100 - 1);
+    EXPECT_TRUE(Waits(read));
+    MoveClock(1);
+    EXPECT_FALSE(Waits(read));
+    MoveClock(400 * 100);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+}
+
+// It reports an error, and neither an end nor anything else.
+TEST_F(Silence, AReadFromASessionThatDiedFails)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    std::future<int> read = Read(file, 40, "Start 1600");
+    file.Session().Report(MEError, E_FAIL);
+    file.Session().WaitUntilEventsAreTaken();
+    EXPECT_TRUE(Waits(read));
+    MoveClock(20'000 + 40 * 100);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    EXPECT_EQ(file.Session().CountStarts(), 2);
+}
+
 // Whatever the session is asked for, it doesn't answer.
 TEST_F(Silence, AFileWhoseSessionReportsNotEvenItsStopIsDestroyed)
 {
@@ -158,7 +189,7 @@ TEST_F(Silence, AFileWhoseReadFailedForItIsDestroyed)
     script.m_bMute = true;
     script.m_hrStop = E_FAIL;
     CScriptedFile file(m_format.Get(), script);
-    std::future<int> read = Read(file, 40, "Start");
+    std::future<int> read = Read(file, 8, "Start");
     MoveClock(24'000);
     EXPECT_EQ(read.get(), QM_ERR_FAIL);
 }

@@ -325,4 +325,35 @@ TEST(RawFormat, NoBlockCountsAsProfile0)
     EXPECT_FALSE(format.IsYuy2());
 }
 
+// --- the shape of the picture ---
+
+VIDEOINFOHEADER2 BlockOf(LONG lWidth, LONG lHeight)
+{
+    VIDEOINFOHEADER2 format = {};
+    format.bmiHeader.biWidth = lWidth;
+    format.bmiHeader.biHeight = lHeight;
+    return format;
+}
+
+TEST(PictureShape, RowsAreRoundedUpTo4BytesAndANegativeHeightIsPositive)
+{
+    SQmImageAttributes attributes = {};
+    ASSERT_TRUE(FillPictureShape(BlockOf(70, -48), &attributes));
+    EXPECT_EQ(attributes.m_uiWidth, 70U);
+    EXPECT_EQ(attributes.m_uiHeight, 48U);
+    EXPECT_EQ(attributes.m_uiWidthBytes, 212U);
+}
+
+// 178956970 * 24 is 2^32 - 16.
+TEST(PictureShape, AWidthWhoseBitsDoNotFitIn32IsRefused)
+{
+    SQmImageAttributes attributes = {};
+    attributes.m_uiWidth = 7;
+    for (const LONG lWidth : {LONG{178956971}, LONG{0x7FFFFFFF}, LONG{-1}})
+        EXPECT_FALSE(FillPictureShape(BlockOf(lWidth, 48), &attributes)) << lWidth;
+    EXPECT_EQ(attributes.m_uiWidth, 7U);
+    ASSERT_TRUE(FillPictureShape(BlockOf(178956970, 48), &attributes));
+    EXPECT_EQ(attributes.m_uiWidthBytes, 536870912U);  // 536870910, rounded up
+}
+
 }  // namespace

@@ -147,6 +147,21 @@ TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
     EXPECT_FALSE(file.IsStored(111));
 }
 
+// After its sixth picture the session waits for a call: the store isn't full.
+TEST_F(Worker, ARequestThatThePlayDoesNotServePausesItAtOnce)
+{
+    SScript script = EvenScript(300);
+    script.m_nLate = 0;
+    script.m_fnHold = HoldAfter({5, 208});
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    EXPECT_EQ(file.ReadNumber(200), 200);
+    file.WaitForRest();
+    EXPECT_THAT(file.Session().Calls(),
+                ElementsAre("SetTopology", "Start", "Pause", "SetRate 0", "Start 8000", "Pause"));
+    EXPECT_LE(file.Session().Delivered(), 6U + 9U);
+}
+
 TEST_F(Worker, AJumpForwardsHasAWindowOf8)
 {
     SWindowNotes notes;
@@ -283,13 +298,16 @@ TEST_F(Worker, FramesOfOneMillisecondAreDistinguished)
 TEST_F(Worker, AFrameFurtherOnInItsMillisecondIsOnePlayFromWhereTheSessionWasPaused)
 {
     SScript script;
-    script.m_vTimesMs.assign(60, 5);
-    std::atomic<std::size_t> uiHoldAfter{8};  // the first play stores 0 to 8
+    script.m_vTimesMs.assign(160, 5);
+    std::atomic<std::size_t> uiHoldAfter{108};
     script.m_fnHold = [&](std::size_t uiPicture) { return uiPicture == uiHoldAfter || uiPicture == 48; };
     script.m_nLate = 0;
     CScriptedFile file(m_format.Get(), script);
-    EXPECT_EQ(file.ReadNumber(40), 40);  // 40 to 48 are stored
+    EXPECT_EQ(file.ReadNumber(0), 0);  // 0 to 48 are stored
     file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(100), 100);  // 100 to 108
+    file.WaitForRest();
+    EXPECT_FALSE(file.IsStored(99));
     uiHoldAfter = 11;
     EXPECT_EQ(file.ReadNumber(3), 3);
     file.WaitForRest();
@@ -517,6 +535,36 @@ TEST_F(Worker, EndsOfAnEarlierPlayDoNotEndTheCurrentOne)
         const std::uint32_t uiIndex = random() % 300;
         ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
     }
+}
+
+TEST_F(Worker, AnErrorOfAnEarlierPlayDoesNotEndTheCurrentOne)
+{
+    SScript script = EvenScript(300);
+    script.m_fnStale = [](int) { return std::vector<MediaEventType>{MEError}; };
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    EXPECT_EQ(file.ReadNumber(150), 150);
+    file.WaitForRest();
+    EXPECT_EQ(file.Session().CountStarts(), 2);
+}
+
+// The session delivers on after it. Another start would number those pictures from its own place.
+TEST_F(Worker, AnErrorThatTheSessionSurvivesDoesNotEndThePlay)
+{
+    SScript script = EvenScript(300);
+    script.m_uiStuckAt = 150;
+    CScriptedFile file(m_format.Get(), script);
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    auto read = std::async(std::launch::async, [&file] { return file.ReadNumber(150); });
+    file.Session().WaitUntilStuckAfter("Start 6000");
+    file.Session().Report(MEError, E_FAIL);
+    file.Session().WaitUntilEventsAreTaken();
+    Sleep(50);  // several times as long as the worker takes to begin a play
+    file.Session().GoOn();
+    EXPECT_EQ(read.get(), 150);
+    EXPECT_EQ(file.Session().CountStarts(), 2);
 }
 
 TEST_F(Worker, OnePlayIsPausedOnce)

@@ -1,4 +1,4 @@
-// A lock that neither throws nor needs memory on any system, so a writer can be closed when memory has run out.
+// A lock whose operations don't throw and need no memory, so that files can be closed when memory has run out.
 #pragma once
 
 #include <windows.h>

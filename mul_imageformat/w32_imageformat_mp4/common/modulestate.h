@@ -14,8 +14,8 @@ extern std::int32_t g_nFormatObjects;  // living format objects
 extern std::int32_t g_nAmfInitResult;  // of the last load of the AMF runtime; 0 means loaded
 extern AMFFactoryHelper g_AMFFactory;
 
-// File objects made so far, never fewer. Gives each reading graph the number of its work queue. File objects of
-// different threads share it, so it is atomic.
+// File objects made so far, for reading and for writing; it never falls. Its value is the work queue of the source node
+// of every graph that is built. File objects of different threads share it, so it is atomic.
 extern std::atomic<std::uint32_t> g_uiInputFileCount;
 
 // Counts a format object in. The first one starts Media Foundation and loads the AMF runtime; neither's failure is

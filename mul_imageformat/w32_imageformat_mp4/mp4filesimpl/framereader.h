@@ -15,7 +15,7 @@ struct SQmImageAttributes;
 // From the first frame on two threads work for it until End: the worker decides what is played, the pump pauses the
 // play when the frame store asks for it.
 //
-// What it is given outlives it, and doesn't change from the first Read to End.
+// Graph, times and attributes outlive the reader. They don't change from the first Read to End.
 class CFrameReader
 {
 public:

@@ -26,6 +26,7 @@ constexpr std::uint32_t ROW_ALIGNMENT = 4;
 // delivers nothing in between.
 constexpr std::uint64_t SILENCE_LIMIT_MS = 20'000;
 constexpr std::uint64_t DECODING_LIMIT_MS = 100;  // for each frame
+constexpr DWORD LIMIT_CHECK_MS = 1'000;
 
 // YUY2 samples: 2 bytes per pixel, rows rounded up to 32 bytes.
 std::uint32_t GetSamplePitch(std::uint32_t uiWidth)
@@ -126,17 +127,35 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
             return S_OK;
         }
 
-        if (MakePlaceFor(m_uiNextFrame)) StoreSample(pSampleBuffer, dwSampleSize);
+        bool bMemory = true;
+        if (MakePlaceFor(m_uiNextFrame)) bMemory = StoreSample(pSampleBuffer, dwSampleSize);
         m_uiDelivered = m_uiNextFrame;
         if (m_uiDelivered == m_uiRequested) SetEvent(m_hFrameReady);
 
-        const bool bMore = WantsMoreSamples();
+        const bool bMore = bMemory && WantsMoreSamples();
         ++m_uiNextFrame;
         if (bMore) return S_OK;
         if (m_ePause == EPauseState::NotWanted) m_ePause = EPauseState::Wanted;
     }
     SetEvent(m_hPauseRequest);
     return S_OK;
+}
+
+// For a request that came while the session plays, or just before. The play that serves it begins sooner then.
+void CFrameStore::PauseUnlessRequestIsServed()
+{
+    if (!m_bRunning || LeadsToRequest()) return;
+    if (m_ePause == EPauseState::NotWanted) m_ePause = EPauseState::Wanted;
+    SetEvent(m_hPauseRequest);
+}
+
+// Whether the current play delivers the requested frame before it fills the store. The very next one always comes.
+bool CFrameStore::LeadsToRequest() const
+{
+    const std::uint64_t uiNextStored = std::max(m_uiNextFrame, m_uiKeepFrom);
+    if (uiNextStored > m_uiRequested || m_uiRequested > m_uiLastFrame) return false;
+    const std::uint64_t uiBefore = m_uiRequested - uiNextStored;
+    return uiBefore == 0 || m_lstFrames.size() + uiBefore <= GetWindowSize();
 }
 
 void CFrameStore::CountSamples()
@@ -178,11 +197,21 @@ std::uint64_t CFrameStore::GetMostFrames() const
     return uiBytes == 0 ? NO_FRAME : std::max<std::uint64_t>(m_uiMostPixelBytes / uiBytes, LEAST_FRAMES);
 }
 
-void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
+// False when there is no memory for the pixels. The record goes then: it would be taken for a picture that can't be
+// delivered.
+bool CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
 {
     SQmGrabbedFrame* pFrame = FindOrAppendFrame(m_uiNextFrame);
+    if (pFrame == nullptr) return true;
+    if (pFrame->m_Picture.m_pData == nullptr &&
+        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false) != QM_OK)
+    {
+        m_lstFrames.remove(pFrame);
+        delete pFrame;
+        return false;
+    }
     // NV12 samples don't become pictures: the frame counts, and its pixels stay as they were made.
-    if (pFrame == nullptr || m_bNV12) return;
+    if (m_bNV12) return true;
 
     SQmPicBuf sample = pFrame->m_Picture;
     sample.m_pData = const_cast<BYTE*>(pSampleBuffer);
@@ -191,13 +220,13 @@ void CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
     {
         // Not a picture of the announced size. A request for this frame fails.
         SQmPicBufAPI_Base::Free(&pFrame->m_Picture);
-        return;
+        return true;
     }
     ConvertYuy2ToBgr(pFrame->m_Picture, sample);
+    return true;
 }
 
-// A frame that is stored already comes again when a play starts before the store's tail. Its record is used again, and
-// gets pixels if it has none.
+// A frame that is stored already comes again when a play starts before the store's tail. Its record is used again.
 //
 // Null when there is no memory for it. The numbering of the samples continues.
 SQmGrabbedFrame* CFrameStore::FindOrAppendFrame(std::uint64_t uiIndex)
@@ -212,10 +241,6 @@ SQmGrabbedFrame* CFrameStore::FindOrAppendFrame(std::uint64_t uiIndex)
             if (pFrame == nullptr) return nullptr;
             pFrame->m_uiFrameIndex = uiIndex;
             SQmPicBufAPI_Base::Init(&pFrame->m_Picture);
-        }
-        if (pFrame->m_Picture.m_pData == nullptr)
-        {
-            SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false);
         }
         return pFrame;
     });
@@ -346,6 +371,7 @@ bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pn
     m_uiLastActivity = GetMilliseconds();
     // Before any other thread can see the request, so that no signal for it is lost.
     ResetEvent(m_hFrameReady);
+    PauseUnlessRequestIsServed();
     *pnStatus = QM_ERR_FAIL;
     return m_bPlaysEnded;
 }
@@ -354,7 +380,8 @@ QmStatus CFrameStore::WaitForFrame(void* pBuffer)
 {
     for (;;)
     {
-        AwaitAny(&m_hFrameReady, 1, GetSilenceLeft());
+        // The limit falls while the session comes nearer to the frame, so it is looked at again.
+        AwaitAny(&m_hFrameReady, 1, std::min(GetSilenceLeft(), LIMIT_CHECK_MS));
         const CSectionLock lock(m_Lock.Get());
         const SQmGrabbedFrame* pFrame = Find(m_uiRequested);
         if (pFrame != nullptr) return CopyFrame(*pFrame, pBuffer);
@@ -374,15 +401,12 @@ DWORD CFrameStore::GetSilenceLeft() const
     return static_cast<DWORD>(std::min<std::uint64_t>(uiLimit - uiSilent, INFINITE - 1));
 }
 
-// Frames before the requested one that the session may have to decode. A play that delivers has what comes before its
-// next frame, and if nothing stops it before the requested one, it goes there. Any other play may begin far before it.
+// Frames before the requested one that the session may have to decode. A play that delivers has decoded what comes
+// before its next frame. Any other play may begin far before the requested one.
 std::uint64_t CFrameStore::CountFramesToDecode() const
 {
     const bool bDelivers = m_bRunning && m_bPlayDelivered && m_ePause == EPauseState::NotWanted;
-    const std::uint64_t uiFirstStored = std::max(m_uiNextFrame, m_uiKeepFrom);
-    if (!bDelivers || uiFirstStored > m_uiRequested || m_uiRequested > m_uiLastFrame) return m_uiRequested;
-    const bool bHasPlace = m_lstFrames.size() + (m_uiRequested - uiFirstStored) <= GetWindowSize();
-    return bHasPlace ? m_uiRequested - m_uiNextFrame : m_uiRequested;
+    return bDelivers && LeadsToRequest() ? m_uiRequested - m_uiNextFrame : m_uiRequested;
 }
 
 void CFrameStore::NoteEvent()
@@ -398,6 +422,7 @@ void CFrameStore::BeginFirstPlay(std::uint64_t uiEnd, std::uint32_t uiWidth, std
     const CSectionLock lock(m_Lock.Get());
     SetWindow(0, 0, uiEnd, uiEnd, uiWidth, uiHeight);
     m_bRunning = true;
+    PauseUnlessRequestIsServed();
 }
 
 bool CFrameStore::BeginPlay(const std::function<SPlayDecision(const SRestingStore&)>& fnDecide,

@@ -82,7 +82,7 @@ struct SPlayDecision
 class CFrameStore
 {
 public:
-    // Pixels that a store holds at most, but for two pictures, which it always holds.
+    // Bytes of pixels that a store holds at most. It holds two pictures of any size, also if they are more than that.
     static constexpr std::uint64_t MOST_PIXEL_BYTES = std::uint64_t{2} << 30;
 
     explicit CFrameStore(std::uint64_t uiMostPixelBytes = MOST_PIXEL_BYTES);
@@ -101,9 +101,10 @@ public:
     // Samples that are still on their way find neither session nor flag from now on.
     void Disconnect();
 
-    // One sample. In frame mode YUY2 with rows rounded up to 32 bytes; a shorter one leaves a frame without pixels. One
-    // that the store has no memory for is dropped, and comes again with another play. E_OUTOFMEMORY in counting mode
-    // when its duration can't be kept.
+    // One sample. In frame mode it is YUY2 with rows rounded up to 32 bytes; a shorter one leaves a frame without
+    // pixels, whose requests fail. A sample is numbered and not stored when the store holds its most pixels, or when
+    // there is no memory for this one. Its frame comes with another play. E_OUTOFMEMORY in counting mode when the
+    // duration can't be kept.
     HRESULT TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBuffer, DWORD dwSampleSize);
 
     // Enters counting mode.
@@ -143,7 +144,8 @@ public:
     // --- the host's requests ---
 
     // Makes uiIndex the requested frame. True when the answer is there at once: *pnStatus is then QM_OK with the
-    // pixels in pBuffer, or QM_ERR_FAIL. Else the caller waits with WaitForFrame.
+    // pixels in pBuffer, or QM_ERR_FAIL. Else the caller waits with WaitForFrame. A play that won't deliver the frame
+    // wants to be paused from then on.
     bool AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pnStatus);
 
     // Waits until the requested frame is stored and copies its pixels, or until it can't be delivered. When the session
@@ -159,7 +161,8 @@ public:
 
     // --- plays: the worker ---
 
-    // The play from the beginning of the file. The caller starts the session then.
+    // The play from the beginning of the file. The caller starts the session then. The play wants to be paused at once
+    // if a frame was requested that it won't deliver.
     void BeginFirstPlay(std::uint64_t uiEnd, std::uint32_t uiWidth, std::uint32_t uiHeight);
 
     // With the session at rest: signals the requested frame if it is stored, has fnDecide decide, and gets ready for
@@ -204,7 +207,9 @@ private:
     };
 
     HRESULT CountSample(LONGLONG llSampleDuration);
-    void StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    bool StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    void PauseUnlessRequestIsServed();
+    bool LeadsToRequest() const;
     std::uint64_t CountFramesToDecode() const;
     bool MakePlaceFor(std::uint64_t uiIndex);
     std::uint64_t GetMostFrames() const;

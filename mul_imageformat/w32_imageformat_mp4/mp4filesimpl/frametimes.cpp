@@ -18,7 +18,7 @@ const GUID* const g_apCountingSubtypes[] = {
     &MFVideoFormat_WVC1, &MFVideoFormat_YUY2, &MFVideoFormat_RGB32,
 };
 
-constexpr std::int64_t HNS_PER_MS = 10000;
+constexpr std::int64_t UNITS_PER_MS = 10000;  // durations are in units of 100 ns
 
 // Plays the file through and makes the list of times from the durations of its samples. *pbRefused: the session doesn't
 // play it in this format. E_ABORT when the session is silent for too long.
@@ -35,7 +35,11 @@ HRESULT CountSamples(CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs, bo
     {
         HRESULT hrStatus = S_OK;
         hr = events.Take(store.GetSilenceLeft(), nullptr, &eType, &hrStatus);
-        if (hr == S_FALSE && store.GetSilenceLeft() == 0) hr = E_ABORT;
+        if (hr == S_FALSE && store.GetSilenceLeft() == 0)
+        {
+            graph.GetSession()->Stop();  // else it may play the rest of the file for nothing
+            return E_ABORT;
+        }
         if (hr == S_OK) store.NoteEvent();
         if (hr == S_OK && FAILED(hrStatus))
         {
@@ -51,7 +55,7 @@ HRESULT CountSamples(CReadGraph& graph, std::vector<std::uint64_t>& vTimesMs, bo
     vTimesMs.resize(lstTimes.size());
     std::uint64_t* puiTime = vTimesMs.data();
     for (const LONGLONG llTime : lstTimes)
-        *puiTime++ = static_cast<std::uint64_t>(llTime / HNS_PER_MS);
+        *puiTime++ = static_cast<std::uint64_t>(llTime / UNITS_PER_MS);
     return S_OK;
 }
 

@@ -1,6 +1,8 @@
 #include "mp4filesimpl/mp4inputfile.h"
 
 #include <cwchar>
+#include <functional>
+#include <new>
 
 #include "common/modulestate.h"
 #include "common/withoutexceptions.h"
@@ -201,12 +203,21 @@ QmStatus CQmMP4InputFile::GetExperiment(SQmExperiment& experiment)
     return QM_OK;
 }
 
-// Returns the list as it stands, without opening the file: before that it is an empty block.
+// Returns the list as it stands, without opening the file: before that it is an empty block. Fails without memory for
+// the block. SetData's result is not examined.
 QmStatus CQmMP4InputFile::GetCacheItem(const wchar_t* pwszName, CQmByteArray* pData)
 {
     if (std::wcscmp(pwszName, TIMES_CACHE_ITEM) != 0) return QM_ERR_NOTIMPL;
 
-    const std::vector<double> vTimes(m_vFrameTimesMs.begin(), m_vFrameTimesMs.end());
+    std::vector<double> vTimes;
+    try
+    {
+        vTimes.assign(m_vFrameTimesMs.begin(), m_vFrameTimesMs.end());
+    }
+    catch (const std::bad_alloc&)
+    {
+        return QM_ERR_FAIL;
+    }
     pData->SetData(vTimes.data(), vTimes.size() * sizeof(double), EQmByteArrayModeOp::Replace,
                    EQmByteArrayModeAlloc::Default);
     return QM_OK;
@@ -257,8 +268,9 @@ QmStatus CQmMP4InputFile::GetPreviewBitmap(std::uint32_t* puiWidth, std::uint32_
         *puiHeight = m_Attributes.m_uiHeight;
         return QM_OK;
     }
-    return MakePreview(m_Attributes, *puiWidth, *puiHeight, bAutoContrast, pBuffer,
-                       [&](void* pPixels) { return ReadFirstFrame(pPixels, pPass1, pPass2); });
+    const auto fnReadFirstFrame = [&](void* pPixels) { return ReadFirstFrame(pPixels, pPass1, pPass2); };
+    // By reference: a copy of the function would need memory, and an exception must not reach the host.
+    return MakePreview(m_Attributes, *puiWidth, *puiHeight, bAutoContrast, pBuffer, std::cref(fnReadFirstFrame));
 }
 
 // --- operations of the host's interface that this format doesn't use ---

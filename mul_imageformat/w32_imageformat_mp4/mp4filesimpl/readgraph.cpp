@@ -6,31 +6,6 @@
 #include "mp4filesimpl/readtopology.h"
 #include "mp4filesimpl/streamformat.h"
 
-namespace
-{
-
-constexpr std::uint32_t COMPONENTS = 3;
-constexpr std::uint32_t BITS = 8;
-
-void FillPictureShape(const VIDEOINFOHEADER2& format, SQmImageAttributes& attributes)
-{
-    // Rows of a bottom-up source have a negative height. Its absolute value in 32 bits exists for every one.
-    const std::uint32_t uiHeight = static_cast<std::uint32_t>(format.bmiHeader.biHeight);
-    attributes.m_uiWidth = static_cast<std::uint32_t>(format.bmiHeader.biWidth);
-    attributes.m_uiHeight = format.bmiHeader.biHeight < 0 ? 0 - uiHeight : uiHeight;
-    attributes.m_uiWidthBytes = ((attributes.m_uiWidth * (COMPONENTS * BITS) / 8 - 1) & ~3U) + 4;
-    attributes.m_uiComponents = COMPONENTS;
-    attributes.m_uiBitsInMemory = BITS;
-    attributes.m_uiBitsSignificant = BITS;
-    attributes.m_uiReservedAttr = 0;
-    attributes.m_uiTileWidth = 0;
-    attributes.m_uiTileHeight = 0;
-    attributes.m_uiCompression = 1;
-    attributes.m_dCompressionParam = 1.0;
-}
-
-}  // namespace
-
 HRESULT CReadGraph::MakeForCounting(const wchar_t* pwszPath, REFGUID guidSubtype)
 {
     HRESULT hr = MFCreateMediaType(&m_pMediaType);
@@ -66,8 +41,7 @@ HRESULT CReadGraph::MakeForFrames(const wchar_t* pwszPath, std::atomic<bool>* pb
     hr = BuildTopology(false, m_pSource, m_pSinkActivate, &m_pTopology, &pMpeg2, &pVideoInfo2, &llDuration);
     if (FAILED(hr) || (pMpeg2 == nullptr && pVideoInfo2 == nullptr)) return hr;
 
-    FillPictureShape(pMpeg2 != nullptr ? pMpeg2->hdr : *pVideoInfo2, *pAttributes);
-    *pbShape = true;
+    *pbShape = FillPictureShape(pMpeg2 != nullptr ? pMpeg2->hdr : *pVideoInfo2, pAttributes);
     return S_OK;
 }
 

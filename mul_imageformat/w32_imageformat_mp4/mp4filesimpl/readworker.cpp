@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr std::uint64_t FIRST_WINDOW_END = 47;
-constexpr std::int64_t HNS_PER_MS = 10000;
+constexpr std::int64_t UNITS_PER_MS = 10000;  // positions are in units of 100 ns
 constexpr DWORD POLL_MS = 5;
 
 // Plays that may fail to bring a requested frame nearer before the request is refused. A frame is the first sample of
@@ -64,6 +64,9 @@ bool CReadWorker::WaitWhilePlaying()
 
 // A play is over when it is paused, ended, or couldn't begin. Ends that arrive before the session has reported that the
 // current play began belong to an earlier one.
+//
+// An error is no end: the session may survive it and deliver on, and those pictures would be numbered from the start of
+// the next play. A session that can't continue reports its end as well, or is silent from then on.
 void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
 {
     EPlayEnd eEnd = EPlayEnd::None;
@@ -84,10 +87,6 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
 
     case MESessionEnded:
         if (m_bStarted) eEnd = EPlayEnd::Other;
-        break;
-
-    case MEError:
-        eEnd = EPlayEnd::Other;
         break;
 
     default:
@@ -147,8 +146,10 @@ void CReadWorker::JudgeLastPlay(const SRestingStore& store)
     }
     if (eEnd == EPlayEnd::None || m_uiPlayRequest != m_uiJudgedRequest) return;
 
+    // A sample that there was no memory for is numbered and not stored.
     const bool bDelivered = store.m_uiNextFrame > m_uiPlayKeepFrom;
-    m_nFruitless = bDelivered && store.m_bStored ? 0 : m_nFruitless + 1;
+    const bool bKept = store.m_bStored && (!store.m_bNearTail || store.m_uiNewest >= m_uiPlayKeepFrom);
+    m_nFruitless = bDelivered && bKept ? 0 : m_nFruitless + 1;
 }
 
 // Frames that share a millisecond share a position, and a seek lands on the first of them. It is numbered as that one,
@@ -214,7 +215,7 @@ HRESULT CReadWorker::StartPlay(const SPlay& play)
     {
         varPosition.vt = VT_I8;
         varPosition.hVal.QuadPart =
-            static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(HNS_PER_MS));
+            static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(UNITS_PER_MS));
     }
     const HRESULT hr = m_Plan.m_Session.Start(&GUID_NULL, &varPosition);
     SafeRelease(&pRateControl);

@@ -12,6 +12,11 @@ namespace
 
 constexpr DWORD PROFILE_EXTENDED = 88;
 
+constexpr std::uint32_t COMPONENTS = 3;
+constexpr std::uint32_t BITS = 8;
+// Wider rows would have more bits than 32-bit arithmetic holds.
+constexpr std::uint32_t MOST_WIDTH = 0xFFFFFFFF / (COMPONENTS * BITS);
+
 // The first byte after what is read of a block.
 constexpr std::size_t PICTURE_SIZE_END =
     offsetof(VIDEOINFOHEADER2, bmiHeader) + offsetof(BITMAPINFOHEADER, biHeight) + 4;
@@ -84,6 +89,26 @@ HRESULT FindFormatBlock(IMFMediaTypeHandler* pHandler, const MPEG2VIDEOINFO** pp
         }
     }
     return hr;
+}
+
+bool FillPictureShape(const VIDEOINFOHEADER2& format, SQmImageAttributes* pAttributes)
+{
+    const std::uint32_t uiWidth = static_cast<std::uint32_t>(format.bmiHeader.biWidth);
+    if (uiWidth > MOST_WIDTH) return false;
+    // Rows of a bottom-up source have a negative height. Its absolute value in 32 bits exists for every one.
+    const std::uint32_t uiHeight = static_cast<std::uint32_t>(format.bmiHeader.biHeight);
+    pAttributes->m_uiWidth = uiWidth;
+    pAttributes->m_uiHeight = format.bmiHeader.biHeight < 0 ? 0 - uiHeight : uiHeight;
+    pAttributes->m_uiWidthBytes = ((uiWidth * (COMPONENTS * BITS) / 8 - 1) & ~3U) + 4;
+    pAttributes->m_uiComponents = COMPONENTS;
+    pAttributes->m_uiBitsInMemory = BITS;
+    pAttributes->m_uiBitsSignificant = BITS;
+    pAttributes->m_uiReservedAttr = 0;
+    pAttributes->m_uiTileWidth = 0;
+    pAttributes->m_uiTileHeight = 0;
+    pAttributes->m_uiCompression = 1;
+    pAttributes->m_dCompressionParam = 1.0;
+    return true;
 }
 
 const GUID& ChooseRawSubtype(const AM_MEDIA_TYPE& format)
