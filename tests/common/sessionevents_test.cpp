@@ -110,4 +110,87 @@ TEST_F(SessionEvents, AnEventAfterTheTakersEndIsTheNextOnes)
     EXPECT_EQ(m_eType, MediaEventType{MESessionEnded});
 }
 
+// --- results that hold their callback, as a result may ---
+
+// A result with a reference to its callback.
+class CHoldingResult : public IMFAsyncResult
+{
+public:
+    explicit CHoldingResult(IMFAsyncCallback* pCallback) : m_pCallback(pCallback)
+    {
+        m_pCallback->AddRef();
+        ++s_nLiving;
+    }
+    virtual ~CHoldingResult()
+    {
+        --s_nLiving;
+        m_pCallback->Release();
+    }
+
+    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        const ULONG nLeft = --m_nRefCount;
+        if (nLeft == 0) delete this;
+        return nLeft;
+    }
+    STDMETHODIMP GetState(IUnknown**) override { return E_POINTER; }
+    STDMETHODIMP GetStatus() override { return S_OK; }
+    STDMETHODIMP SetStatus(HRESULT) override { return S_OK; }
+    STDMETHODIMP GetObject(IUnknown**) override { return E_POINTER; }
+    STDMETHODIMP_(IUnknown*) GetStateNoAddRef() override { return nullptr; }
+
+    static inline int s_nLiving = 0;
+
+private:
+    IMFAsyncCallback* m_pCallback;
+    ULONG m_nRefCount = 1;
+};
+
+// Keeps the callback until it is invoked, as a session does.
+class CKeepingSession : public CEventSession
+{
+public:
+    STDMETHODIMP BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown*) override
+    {
+        m_pResult = new CHoldingResult(pCallback);
+        m_pCallback = pCallback;
+        return S_OK;
+    }
+    void Invoke()
+    {
+        m_pCallback->Invoke(m_pResult);
+        m_pResult->Release();
+    }
+
+private:
+    CHoldingResult* m_pResult = nullptr;
+    IMFAsyncCallback* m_pCallback = nullptr;
+};
+
+TEST_F(SessionEvents, AResultThatComesAfterTheTakersEndIsNotKept)
+{
+    CKeepingSession session;
+    {
+        CSessionEvents taker(&session);
+        EXPECT_EQ(taker.Take(0, nullptr, &m_eType, &m_hrStatus), S_FALSE);
+    }
+    EXPECT_EQ(CHoldingResult::s_nLiving, 1);
+    session.Invoke();
+    EXPECT_EQ(CHoldingResult::s_nLiving, 0);
+}
+
+TEST_F(SessionEvents, AResultThatWasNotTakenGoesWithTheTaker)
+{
+    CKeepingSession session;
+    {
+        CSessionEvents taker(&session);
+        EXPECT_EQ(taker.Take(0, nullptr, &m_eType, &m_hrStatus), S_FALSE);
+        session.Invoke();
+        EXPECT_EQ(CHoldingResult::s_nLiving, 1);
+    }
+    EXPECT_EQ(CHoldingResult::s_nLiving, 0);
+}
+
 }  // namespace

@@ -8,10 +8,17 @@
 #include "common/waits.h"
 
 // Turns the session's call into a signal. The session may hold it longer than the taker of events lives.
+//
+// A result may own its callback. So one that is never taken is not kept: the two would keep each other alive.
 class CEventArrival : public IMFAsyncCallback
 {
 public:
-    CEventArrival() : m_nRefCount(1), m_hArrived(CreateEventW(nullptr, FALSE, FALSE, nullptr)), m_pResult(nullptr) {}
+    CEventArrival()
+        : m_nRefCount(1),
+          m_hArrived(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
+          m_pResult(nullptr),
+          m_bTakerGone(false)
+    {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** ppObject) override
     {
@@ -33,6 +40,7 @@ public:
     {
         {
             const CSectionLock lock(m_Lock.Get());
+            if (m_bTakerGone) return S_OK;
             pResult->AddRef();
             SafeRelease(&m_pResult);
             m_pResult = pResult;
@@ -51,17 +59,25 @@ public:
         return pResult;
     }
 
+    // No result is taken any more.
+    void EndTaking()
+    {
+        const CSectionLock lock(m_Lock.Get());
+        m_bTakerGone = true;
+        SafeRelease(&m_pResult);
+    }
+
 private:
     virtual ~CEventArrival()
     {
-        SafeRelease(&m_pResult);
         if (m_hArrived != nullptr) CloseHandle(m_hArrived);
     }
 
     std::atomic<ULONG> m_nRefCount;
     HANDLE m_hArrived;  // auto-reset; null when the system has no events left
     CCriticalSection m_Lock;
-    IMFAsyncResult* m_pResult;
+    IMFAsyncResult* m_pResult;  // to be taken; null when there is none
+    bool m_bTakerGone;
 };
 
 CSessionEvents::CSessionEvents(IMFMediaSession* pSession)
@@ -70,6 +86,7 @@ CSessionEvents::CSessionEvents(IMFMediaSession* pSession)
 
 CSessionEvents::~CSessionEvents()
 {
+    if (m_pArrival != nullptr) m_pArrival->EndTaking();
     SafeRelease(&m_pArrival);
 }
 
