@@ -165,6 +165,8 @@ enum : MediaEventType
     MESessionTopologyStatus = 111,
     MESessionNotifyPresentationTime = 112,
     MENewPresentation = 113,
+    MEBufferingStarted = 122,
+    MEBufferingStopped = 123,
     MESourceUnknown = 200,
     MESourceStarted = 201,
     MEStreamStarted = 202,

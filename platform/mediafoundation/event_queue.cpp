@@ -195,4 +195,10 @@ bool EventQueue::IsShutdown() const
     return m_bShutdown;
 }
 
+bool EventQueue::IsEmpty() const
+{
+    const std::lock_guard lock(m_lock);
+    return m_events.empty();
+}
+
 }  // namespace mediafoundation

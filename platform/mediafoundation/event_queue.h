@@ -39,6 +39,8 @@ public:
     // As Shutdown, for a caller with locks that a callback may take: a callback may run when it returns.
     void ShutdownWithoutWaiting();
     bool IsShutdown() const;
+    // Whether all events were taken.
+    bool IsEmpty() const;
 
 private:
     void InvokeCallbacks();

@@ -55,6 +55,7 @@ bool ReadingPlayer::Play()
     if (SUCCEEDED(hr) && !reader.IsPrepared())
     {
         hr = reader.Prepare();
+        ReportBuffering(hr == S_FALSE);
         if (SUCCEEDED(hr)) return true;
     }
     if (FAILED(hr))
@@ -80,6 +81,16 @@ bool ReadingPlayer::Play()
         break;
     }
     return true;
+}
+
+// A file without an index is read whole before its first sample. A caller that judges the session by its events learns
+// that it works: there is another event as soon as those before it were taken.
+void ReadingPlayer::ReportBuffering(bool bBuffers)
+{
+    EventQueue& events = m_host.Events();
+    if (bBuffers && (!m_bBuffering || events.IsEmpty())) (void)events.Add(MEBufferingStarted, S_OK);
+    if (!bBuffers && m_bBuffering) (void)events.Add(MEBufferingStopped, S_OK);
+    m_bBuffering = bBuffers;
 }
 
 // From a position to a picture. A start at the very place where the session was paused goes on there with all that is

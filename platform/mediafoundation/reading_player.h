@@ -30,12 +30,14 @@ private:
         bool m_bRateWasSet = false;  // since the start before
     };
 
+    void ReportBuffering(bool bBuffers);
     void PlaceReader();
     void Deliver();
 
     const std::unique_ptr<ResolvedTopology> m_topology;
     IPlayerHost& m_host;
     std::optional<PendingStart> m_pending;
+    bool m_bBuffering = false;  // as was last reported
 };
 
 }  // namespace mediafoundation

@@ -79,6 +79,40 @@ TEST_F(Session, ReportsItsTopologyAndThenPlayingToTheEnd)
     EXPECT_EQ(m_graph.Grabber().Count(), std::size_t{FRAMES});
 }
 
+// Without an index the whole file is read before the first sample. Every event counts as a sign of life.
+TEST_F(Session, ReportsThatItBuffersUntilAFileWithoutAnIndexIsKnown)
+{
+    const std::string path = *s_pDirectory / "fragments.mp4";
+    Recipe recipe;
+    recipe.m_nWidth = 16;
+    recipe.m_nHeight = 16;
+    recipe.m_nFrames = 1000;  // many steps
+    recipe.m_output = "-movflags frag_keyframe+empty_moov";
+    MakeVideo(path, recipe);
+    std::size_t uiMost = 0;
+    // One start after the other: an event is added when those before it were taken, which a busy machine may delay.
+    for (int i = 0; i < 50 && uiMost < 2; ++i)
+    {
+        TestGraph graph;
+        ASSERT_EQ(graph.Open(path), S_OK);
+        ASSERT_EQ(graph.WaitFor(MESessionTopologyStatus), S_OK);
+        graph.Grabber().SetHook([&](std::size_t uiCount) {
+            if (uiCount == 1) graph.Session().Pause();
+        });
+        ASSERT_EQ(graph.Start(), S_OK);
+        EXPECT_EQ(graph.NextEvent(), (Event{S_OK, 103, S_OK}));
+        Event event = graph.NextEvent();
+        std::size_t uiReported = 0;
+        for (; event == (Event{S_OK, 122, S_OK}); event = graph.NextEvent())
+            ++uiReported;
+        ASSERT_GT(uiReported, 0U);
+        EXPECT_EQ(event, (Event{S_OK, 123, S_OK}));
+        EXPECT_EQ(graph.NextEvent(), (Event{S_OK, 104, S_OK}));
+        uiMost = std::max(uiMost, uiReported);
+    }
+    EXPECT_GE(uiMost, 2U);
+}
+
 TEST_F(Session, SaysThatTheTopologyIsReady)
 {
     ASSERT_EQ(m_graph.Open(Path()), S_OK);
