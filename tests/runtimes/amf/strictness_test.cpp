@@ -1,4 +1,4 @@
-// What a client leaves behind is found.
+// What a client leaves without ending it is reported.
 #include "client.h"
 
 namespace
