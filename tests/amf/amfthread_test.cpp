@@ -158,6 +158,7 @@ TEST(AmfThread, WaitForStopWaitsForARunThatRequestedItItself)
         EXPECT_TRUE(thread.WaitForStop());
         bReturned = true;
     });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // a wait that doesn't wait has returned by then
     EXPECT_FALSE(bReturned);
     EXPECT_EQ(thread.m_nTerminates, 0);
     thread.LetGo();

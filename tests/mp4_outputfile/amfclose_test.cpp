@@ -329,6 +329,28 @@ TEST_F(AmfCloseTest, AnEncoderThatStayedFullIsNotWaitedForAgain)
     EXPECT_THAT(Read().m_moov.m_vSizes, IsEmpty());
 }
 
+// The host closes long after the frame that found the input full. The encoder works again, and gets its time.
+TEST_F(AmfCloseTest, AnEncoderThatRecoversGetsItsWholeTimeAtTheClose)
+{
+    m_amf.m_uiPlaces = 3;
+    m_amf.m_bGives = false;
+    m_amf.m_funcFull = [this] { m_clock.m_uiPassedMs += 1000; };
+    const OutputPtr pFile = MakeFile(64, 48);
+    WriteFrames(*pFile, 3);
+    EXPECT_EQ(WriteAt(*pFile, 30.0), QM_ERR_FAIL);
+    m_clock.m_uiPassedMs += 3'600'000;
+    std::atomic<bool> bDrained = false;
+    std::atomic<int> nEmpty = 0;
+    m_amf.m_funcCalled = [&](const std::string& strCall) {
+        if (strCall == "encoder.Drain") bDrained = true;
+    };
+    m_amf.m_funcEmpty = [&] {
+        if (bDrained && ++nEmpty == 5) m_amf.m_bGives = true;
+    };
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(Read().m_moov.m_vSizes, testing::SizeIs(3));
+}
+
 TEST_F(AmfCloseTest, AnEncoderThatEndsByItselfLeavesAFileOfWhatItGave)
 {
     m_amf.m_uiPlaces = 3;

@@ -165,9 +165,10 @@ TEST_F(PollingThreadTest, ABufferOfSixBytesOrFewerIsASampleWithoutNals)
     const std::vector<Bytes> vPackets = {g_vPacket, Join({g_vStart4, {0x09, 0x30}}), {0, 0, 1}, {}};
     m_amf.m_funcPacket = [&](int nPicture) { return vPackets.at(static_cast<std::size_t>(nPicture)); };
     m_amf.m_funcBuffer = nullptr;
-    RunOver(3);
+    RunOver(4);
     EXPECT_EQ(ToVector(m_file.GetLog().m_vecSampleSizes),
-              (std::vector<std::uint32_t>{static_cast<std::uint32_t>(g_vPacket.size()), 6, 3}));
+              (std::vector<std::uint32_t>{static_cast<std::uint32_t>(g_vPacket.size()), 6, 3, 0}));
+    EXPECT_FALSE(m_file.IsAbandoned());
 }
 
 // --- output that can't be written

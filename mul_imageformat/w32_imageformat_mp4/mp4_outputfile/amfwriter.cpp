@@ -120,13 +120,13 @@ EPictureFate CAmfWriter::WriteFrame(std::uint32_t /*uiIndex*/, const SHostPictur
     if (m_file.IsAbandoned()) return EPictureFate::Lost;
     InitConverter();
 
+    AMFSurface* pSurface = nullptr;
     m_pAmfContext->AllocSurface(AMF_MEMORY_DX9, AMF_SURFACE_NV12, static_cast<amf_int32>(m_uiWidth),
-                                static_cast<amf_int32>(m_uiHeight), &m_pAmfSurface);
-    if (m_pAmfSurface == nullptr) return EPictureFate::Lost;
-    UploadFrameToAmfSurface(*m_pAmfContext, *m_pAmfConverter, *m_pAmfSurface, picture, m_uiWidth, m_uiHeight);
-    const EPictureFate eFate = Submit();
-    SafeRelease(&m_pAmfSurface);
-    return eFate;
+                                static_cast<amf_int32>(m_uiHeight), &pSurface);
+    const COwned<AMFSurface> surface(pSurface);
+    if (surface == nullptr) return EPictureFate::Lost;
+    UploadFrameToAmfSurface(*m_pAmfContext, *m_pAmfConverter, *surface, picture, m_uiWidth, m_uiHeight);
+    return Submit(*surface);
 }
 
 // False when there is no thread: what the encoder gives could never be taken.
@@ -156,13 +156,13 @@ void CAmfWriter::InitConverter()
 }
 
 // Only "full" counts of what the encoder answers. A picture that it refuses keeps its time and others follow.
-EPictureFate CAmfWriter::Submit()
+EPictureFate CAmfWriter::Submit(AMFSurface& surface)
 {
     const std::uint64_t uiBegin = GetMilliseconds();
     for (;;)
     {
-        m_pAmfSurface->SetProperty(AMF_START_TIME_PROPERTY, Int64(amf_high_precision_clock()));
-        if (m_pAmfEncoder->SubmitInput(m_pAmfSurface) != AMF_INPUT_FULL) return EPictureFate::Taken;
+        surface.SetProperty(AMF_START_TIME_PROPERTY, Int64(amf_high_precision_clock()));
+        if (m_pAmfEncoder->SubmitInput(&surface) != AMF_INPUT_FULL) return EPictureFate::Taken;
         if (m_pPollingThread->IsQuietFor(g_uiFullLimit, uiBegin)) break;
         amf_sleep(1);
     }
@@ -195,14 +195,15 @@ void CAmfWriter::EndStream()
         amf_sleep(1);
         eDrained = m_pAmfEncoder->Drain();
     }
-    m_pPollingThread->ExpectEnd(eDrained == AMF_OK ? g_uiEndLimit : g_uiFullLimit, uiBegin);
+    // What an encoder that isn't full any more still holds gets its time from now on.
+    m_pPollingThread->ExpectEnd(eDrained == AMF_OK ? g_uiEndLimit : g_uiFullLimit,
+                                eDrained == AMF_INPUT_FULL ? uiBegin : GetMilliseconds());
     m_pPollingThread->RequestStop();
     m_pPollingThread->WaitForStop();
 }
 
 void CAmfWriter::ReleaseComponents()
 {
-    SafeRelease(&m_pAmfSurface);
     TerminateAndRelease(&m_pAmfEncoder);
     TerminateAndRelease(&m_pAmfConverter);
     TerminateAndRelease(&m_pAmfContext);

@@ -54,7 +54,7 @@ private:
     void SetEncoderProperties();
     void InitConverter();
     bool StartPolling();
-    EPictureFate Submit();
+    EPictureFate Submit(AMFSurface& surface);
     void EndStream();
     void ReleaseComponents();
 
@@ -66,7 +66,6 @@ private:
     AMFContext* m_pAmfContext = nullptr;  // one reference each, null until set up
     AMFComponent* m_pAmfConverter = nullptr;
     AMFComponent* m_pAmfEncoder = nullptr;
-    AMFSurface* m_pAmfSurface = nullptr;              // of the picture being submitted; null between pictures
     std::unique_ptr<PollingThread> m_pPollingThread;  // from the first picture to the close
     std::optional<std::uint64_t> m_uiFullSince;       // since when the input was full for a picture that was lost
 };

@@ -41,15 +41,17 @@ void PollingThread::LogOutput(AMFData& data)
 try
 {
     AMFVariantStruct startTime{};
-    data.GetProperty(AMF_START_TIME_PROPERTY, &startTime);  // asked as a matter of form: the host's times count
+    data.GetProperty(AMF_START_TIME_PROPERTY, &startTime);  // not used, so not converted either: the host's times count
     AMFVariantClear(&startTime);
 
     AMFBuffer* pBuffer = nullptr;
     data.QueryInterface(AMFBuffer::IID(), reinterpret_cast<void**>(&pBuffer));
     const COwned<AMFBuffer> pOwner(pBuffer);
     const auto* const pBytes = pBuffer == nullptr ? nullptr : static_cast<const std::uint8_t*>(pBuffer->GetNative());
-    if (pBytes != nullptr)
-        m_file.LogPacket({pBytes, pBuffer->GetSize()});
+    const std::size_t uiBytes = pBuffer == nullptr ? 0 : pBuffer->GetSize();
+    const bool bReadable = pBuffer != nullptr && (pBytes != nullptr || uiBytes == 0);
+    if (bReadable)
+        m_file.LogPacket({pBytes, uiBytes});
     else
         m_file.Abandon();
 }

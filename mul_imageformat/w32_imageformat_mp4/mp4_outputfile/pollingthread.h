@@ -31,8 +31,8 @@ public:
     // the middle, for lack of disk or memory, doesn't end the thread: the encoder would keep its input full.
     void Run() override;
 
-    // Whether nothing has come from the encoder for uiLimit milliseconds, of which the first is not before uiBegin, a
-    // time of GetMilliseconds. For any thread.
+    // Whether nothing has come from the encoder for uiLimit milliseconds. They count from the last output, or from
+    // uiBegin, a time of GetMilliseconds, if that is later. For any thread.
     bool IsQuietFor(std::uint32_t uiLimit, std::uint64_t uiBegin) const;
 
     // No picture follows. From now on the thread ends also when the encoder is quiet for that long.
