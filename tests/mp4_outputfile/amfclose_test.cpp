@@ -335,10 +335,6 @@ TEST_F(AmfCloseTest, AnEncoderThatRecoversGetsItsWholeTimeAtTheClose)
     m_amf.m_uiPlaces = 3;
     m_amf.m_bGives = false;
     m_amf.m_funcFull = [this] { m_clock.m_uiPassedMs += 1000; };
-    const OutputPtr pFile = MakeFile(64, 48);
-    WriteFrames(*pFile, 3);
-    EXPECT_EQ(WriteAt(*pFile, 30.0), QM_ERR_FAIL);
-    m_clock.m_uiPassedMs += 3'600'000;
     std::atomic<bool> bDrained = false;
     std::atomic<int> nEmpty = 0;
     m_amf.m_funcCalled = [&](const std::string& strCall) {
@@ -347,6 +343,10 @@ TEST_F(AmfCloseTest, AnEncoderThatRecoversGetsItsWholeTimeAtTheClose)
     m_amf.m_funcEmpty = [&] {
         if (bDrained && ++nEmpty == 5) m_amf.m_bGives = true;
     };
+    const OutputPtr pFile = MakeFile(64, 48);
+    WriteFrames(*pFile, 3);
+    EXPECT_EQ(WriteAt(*pFile, 30.0), QM_ERR_FAIL);
+    m_clock.m_uiPassedMs += 3'600'000;
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(Read().m_moov.m_vSizes, testing::SizeIs(3));
 }

@@ -165,8 +165,10 @@ TEST_F(MediaEventQueue, ShutdownDoesNotWaitForACallback)
         HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult*) override
         {
             m_entered.set_value();
-            const std::lock_guard lock(m_mutex);
-            m_done.set_value();
+            {
+                const std::lock_guard lock(m_mutex);
+            }
+            m_done.set_value();  // the mutex may go from here on
             return S_OK;
         }
         std::mutex& m_mutex;
