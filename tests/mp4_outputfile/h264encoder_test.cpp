@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <codecapi.h>
-#include <icodecapi.h>
+#include <codecapi.h>
 #include <mfapi.h>
 #include <mferror.h>
 

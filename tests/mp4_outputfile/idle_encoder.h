@@ -5,8 +5,9 @@
 
 #include <windows.h>
 
-#include <icodecapi.h>
+#include <codecapi.h>
 #include <mftransform.h>
+#include <strmif.h>
 
 // Belongs to the test, which has one reference.
 class CIdleEncoder : public IMFTransform, public ICodecAPI
