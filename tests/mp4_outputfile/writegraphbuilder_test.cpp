@@ -33,6 +33,8 @@ class COpenWriter : public CMediaFoundationWriter
 public:
     using CMediaFoundationWriter::IsRunning;
 
+    IMFTransform* GetEncoder() { return m_graph.m_pEncoderTransform; }
+
     bool HasNothing() const
     {
         return m_graph.m_pSession == nullptr && m_graph.m_pSource == nullptr && m_graph.m_pSink == nullptr &&
@@ -103,6 +105,24 @@ protected:
     const std::filesystem::path m_path = m_dir / "target.mp4";
     const CQmStringW m_strPath{m_path.wstring().c_str()};
 };
+
+// 1921 x 1081 x 3 / 2 bits a second, and the even size.
+TEST_F(WriteGraphBuilder, TheBitRateIsThatOfTheHostsPictureAndTheSizeThatOfTheEncodedOne)
+{
+    COpenWriter writer;
+    ASSERT_EQ(writer.Open({m_strPath, 1922, 1082, 1921, 1081, 0xFFFFFFFF, L"HQ"}), S_OK);
+    IMFMediaType* pType = nullptr;
+    ASSERT_EQ(writer.GetEncoder()->GetOutputCurrentType(0, &pType), S_OK);
+    UINT32 unBitRate = 0;
+    UINT32 unWidth = 0;
+    UINT32 unHeight = 0;
+    EXPECT_EQ(pType->GetUINT32(MF_MT_AVG_BITRATE, &unBitRate), S_OK);
+    EXPECT_EQ(MFGetAttributeSize(pType, MF_MT_FRAME_SIZE, &unWidth, &unHeight), S_OK);
+    EXPECT_EQ(unBitRate, 3114901U);
+    EXPECT_EQ(unWidth, 1922U);
+    EXPECT_EQ(unHeight, 1082U);
+    pType->Release();
+}
 
 TEST_F(WriteGraphBuilder, EachStepThatFailsEndsTheSetUpWithItsFailure)
 {
