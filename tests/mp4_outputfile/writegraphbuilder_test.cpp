@@ -9,12 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include <codecapi.h>
 #include <mfapi.h>
 #include <mferror.h>
+#include <strmif.h>
 
 #include "mp4_outputfile/encoderbackend.h"
 #include "mp4_outputfile/mediafoundationwriter.h"
 #include "platform/mediafoundation/write_script.h"
+#include "platform/winbase/version_script.h"
 #include "support/process_state.h"
 #include "support/temporary_folder.h"
 
@@ -122,6 +125,41 @@ TEST_F(WriteGraphBuilder, TheBitRateIsThatOfTheHostsPictureAndTheSizeThatOfTheEn
     EXPECT_EQ(unWidth, 1922U);
     EXPECT_EQ(unHeight, 1082U);
     pType->Release();
+}
+
+// Profile, quality against speed and worker threads of the encoder that the graph has.
+std::vector<std::uint32_t> SettingsUnder(COpenWriter& writer, const CQmStringW& strPath, const wchar_t* pwszCode)
+{
+    EXPECT_EQ(writer.Open({strPath, 64, 48, 64, 48, 0xFFFFFFFF, pwszCode}), S_OK);
+    IMFMediaType* pType = nullptr;
+    ICodecAPI* pApi = nullptr;
+    EXPECT_EQ(writer.GetEncoder()->GetOutputCurrentType(0, &pType), S_OK);
+    EXPECT_EQ(writer.GetEncoder()->QueryInterface(IID_ICodecAPI, reinterpret_cast<void**>(&pApi)), S_OK);
+    UINT32 unProfile = 0;
+    EXPECT_EQ(pType->GetUINT32(MF_MT_MPEG2_PROFILE, &unProfile), S_OK);
+    std::vector<std::uint32_t> vSettings{unProfile};
+    for (const GUID* pguid : {&CODECAPI_AVEncCommonQualityVsSpeed, &CODECAPI_AVEncNumWorkerThreads})
+    {
+        VARIANT value{};
+        EXPECT_EQ(pApi->GetValue(pguid, &value), S_OK);
+        vSettings.push_back(value.ulVal);
+    }
+    pApi->Release();
+    pType->Release();
+    return vSettings;
+}
+
+// Main instead of High, and neither speed nor threads are asked for: the encoder keeps its own.
+TEST_F(WriteGraphBuilder, BeforeVersion62TheProfileFallsAndTheEncoderKeepsItsSpeed)
+{
+    COpenWriter today;
+    EXPECT_EQ(SettingsUnder(today, m_strPath, L"HQ"), (std::vector<std::uint32_t>{100, 100, 16}));
+    VersionScript_Set(6, 1);
+    COpenWriter before;
+    EXPECT_EQ(SettingsUnder(before, m_strPath, L"HQ"), (std::vector<std::uint32_t>{77, 33, 0}));
+    COpenWriter fastest;
+    EXPECT_EQ(SettingsUnder(fastest, m_strPath, L"FST"), (std::vector<std::uint32_t>{66, 33, 0}));
+    VersionScript_Reset();
 }
 
 TEST_F(WriteGraphBuilder, EachStepThatFailsEndsTheSetUpWithItsFailure)
