@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/sessionevents.h"
+#include "support/idle_async_result.h"
 #include "support/idle_session.h"
 #include "support/moved_clock.h"
 #include "support/scripted_events.h"
@@ -113,7 +114,7 @@ TEST_F(SessionEvents, AnEventAfterTheTakersEndIsTheNextOnes)
 // --- results that hold their callback, as a result may ---
 
 // A result with a reference to its callback.
-class CHoldingResult : public IMFAsyncResult
+class CHoldingResult : public CIdleAsyncResult
 {
 public:
     explicit CHoldingResult(IMFAsyncCallback* pCallback) : m_pCallback(pCallback)
@@ -121,31 +122,16 @@ public:
         m_pCallback->AddRef();
         ++s_nLiving;
     }
-    virtual ~CHoldingResult()
+    ~CHoldingResult() override
     {
         --s_nLiving;
         m_pCallback->Release();
     }
 
-    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG nLeft = --m_nRefCount;
-        if (nLeft == 0) delete this;
-        return nLeft;
-    }
-    STDMETHODIMP GetState(IUnknown**) override { return E_POINTER; }
-    STDMETHODIMP GetStatus() override { return S_OK; }
-    STDMETHODIMP SetStatus(HRESULT) override { return S_OK; }
-    STDMETHODIMP GetObject(IUnknown**) override { return E_POINTER; }
-    STDMETHODIMP_(IUnknown*) GetStateNoAddRef() override { return nullptr; }
-
     static inline int s_nLiving = 0;
 
 private:
     IMFAsyncCallback* m_pCallback;
-    ULONG m_nRefCount = 1;
 };
 
 // Keeps the callback until it is invoked, as a session does.

@@ -130,6 +130,18 @@ TEST_P(SystemCodec, EveryIndexHasItsPicture)
         ASSERT_EQ(NumberIn(file.Frame(ui)), ui + 1) << "seed " << uiSeed;
 }
 
+// A distance counts at least a millisecond, but for those from the first picture's time: 0, 0, 0.5, 40 and 41 ms.
+TEST_P(SystemCodec, EqualTimesLoseNoPicture)
+{
+    WriteNumbered(GetParam(), {0.0, 0.0, 0.5, 40.0, 40.0});
+    const ReadBack file(m_host, Path(GetParam()));
+    EXPECT_EQ(file.Times(), (std::vector<double>{0.0, 0.0, 0.0, 40.0, 41.0}));
+    EXPECT_EQ(NumbersIn(Path(GetParam()), g_uiWidth, g_uiHeight), Numbers(1, 5));
+    if (!DeliversPictures()) return;
+    for (const std::uint32_t ui : {4U, 1U, 0U, 3U, 2U})
+        EXPECT_EQ(NumberIn(file.Frame(ui)), ui + 1);
+}
+
 TEST_P(SystemCodec, FewPicturesAreAllThere)
 {
     for (const std::uint32_t uiCount : {1U, 2U, 3U, 4U, 5U, 17U})

@@ -13,6 +13,7 @@
 #include <mfapi.h>
 
 #include "passing_clock.h"
+#include "support/idle_async_result.h"
 #include "support/short_memory.h"
 #include "support/temporary_folder.h"
 
@@ -22,28 +23,13 @@ namespace
 using testing::ElementsAre;
 
 // The result that the callback gets. It is gone after its last release.
-class CFinalResult : public IMFAsyncResult
+class CFinalResult : public CIdleAsyncResult
 {
 public:
     explicit CFinalResult(std::atomic<int>& nResults) : m_nResults(nResults) { ++m_nResults; }
-    virtual ~CFinalResult() { --m_nResults; }
-
-    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefCount; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG nLeft = --m_nRefCount;
-        if (nLeft == 0) delete this;
-        return nLeft;
-    }
-    STDMETHODIMP GetState(IUnknown**) override { return E_POINTER; }
-    STDMETHODIMP GetStatus() override { return S_OK; }
-    STDMETHODIMP SetStatus(HRESULT) override { return S_OK; }
-    STDMETHODIMP GetObject(IUnknown**) override { return E_POINTER; }
-    STDMETHODIMP_(IUnknown*) GetStateNoAddRef() override { return nullptr; }
+    ~CFinalResult() override { --m_nResults; }
 
 private:
-    std::atomic<ULONG> m_nRefCount{1};
     std::atomic<int>& m_nResults;
 };
 
