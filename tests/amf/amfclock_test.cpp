@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "amf/common/amfclock.h"
+#include "support/timer_period.h"
 
 namespace
 {
@@ -177,10 +178,12 @@ TEST(AmfTimerPeriod, AsksForNoPeriodAboveASecond)
     EXPECT_EQ(g_vPeriodsAsked.back(), 1000U);
 }
 
-TEST(AmfTimerPeriod, TheSystemGrantsOne)
+TEST(AmfTimerPeriod, TheSystemIsAskedForOneMillisecondAtEveryCall)
 {
+    TakeTimerPeriodsAsked();
     amf_increase_timer_precision();
     amf_increase_timer_precision();
+    EXPECT_EQ(TakeTimerPeriodsAsked(), (std::vector<unsigned>{1, 1}));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "support/short_memory.h"
 #ifndef _WIN32
 #include "support/full_disk.h"
+#include "support/missing_threads.h"
 #endif
 
 using testing::ElementsAre;
@@ -292,6 +293,22 @@ TEST_F(AmfFramesTest, WithoutMemoryForARowNothingStaysLockedAndTheFileEndsUnfini
 }
 
 #ifndef _WIN32
+// What the encoder gave could never be taken.
+TEST_F(AmfFramesTest, WithoutAThreadForTheOutputNoFrameIsTakenAndTheFileStaysUnfinished)
+{
+    const OutputPtr pFile = MakeFile(64, 48);
+    {
+        const CMissingThreads missing;
+        EXPECT_EQ(WriteAt(*pFile, 0.0), QM_ERR_FAIL);
+        EXPECT_EQ(CMissingThreads::GetRefused(), 1);
+    }
+    EXPECT_EQ(WriteAt(*pFile, 10.0), QM_ERR_FAIL);
+    EXPECT_EQ(m_amf.Count("encoder.SubmitInput"), 0);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_EQ(m_amf.Count("encoder.Terminate"), 1);
+    EXPECT_TRUE(IsUnfinished(m_target.Bytes()));
+}
+
 // A failed write isn't reported to the host, and doesn't keep the encoder's output from being taken.
 TEST_F(AmfFramesTest, OnAFullDiskEveryFrameIsTakenAndTheFileStaysUnfinished)
 {

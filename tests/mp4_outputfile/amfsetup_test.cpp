@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "mp4_outputfile/amfwriter.h"
+#include "support/timer_period.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -59,6 +60,20 @@ TEST_F(AmfSetupTest, TheTraceWritesToConsoleAndDebugOutputBeforeThereIsAContext)
     EXPECT_THAT(vWriters, ElementsAre(L"+Console", L"+DebugOutput"));
     ASSERT_EQ(WriteAt(*pFile, 10.0), QM_OK);
     EXPECT_EQ(m_runtime.m_vWriters.size(), 2U);
+}
+
+TEST_F(AmfSetupTest, ATimerPeriodOfAMillisecondIsAskedForOnceAndBeforeThereIsAContext)
+{
+    TakeTimerPeriodsAsked();
+    std::vector<unsigned> vAsked;
+    m_amf.m_funcCalled = [&](const std::string& strCall) {
+        if (strCall == "CreateContext") vAsked = TakeTimerPeriodsAsked();
+    };
+    const OutputPtr pFile = MakeFile(64, 48);
+    ASSERT_EQ(WriteAt(*pFile, 0.0), QM_OK);
+    EXPECT_THAT(vAsked, ElementsAre(1U));
+    ASSERT_EQ(WriteAt(*pFile, 10.0), QM_OK);
+    EXPECT_THAT(TakeTimerPeriodsAsked(), IsEmpty());
 }
 
 TEST_F(AmfSetupTest, EveryPropertyOfTheEncoderIsSetInOrderWithItsTypeAndValue)

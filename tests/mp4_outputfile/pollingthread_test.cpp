@@ -254,6 +254,48 @@ TEST_F(PollingThreadTest, QuietIsCountedFromTheLastOutputOrFromTheGivenTime)
     EXPECT_FALSE(m_thread.IsQuietFor(1000, 1'001'500));
 }
 
+// Each buffer that is taken makes the encoder give another one.
+TEST_F(PollingThreadTest, AnEncoderThatGivesBuffersWithoutEndIsGivenUpAndItsFileLeftUnfinished)
+{
+    class CEndless : public ScriptedEncoder
+    {
+    public:
+        explicit CEndless(ScriptedAmf& amf) : ScriptedEncoder(amf), m_amf(amf) {}
+        AMF_RESULT QueryOutput(AMFData** ppData) override
+        {
+            ++m_amf.m_nGiven;
+            *ppData = new ScriptedBuffer(m_amf.m_nLiving, g_vPacket);
+            return AMF_OK;
+        }
+
+    private:
+        ScriptedAmf& m_amf;
+    };
+    OpenFile();
+    CEndless encoder(m_amf);
+    PollingThread thread(encoder, m_file);
+    for (int n = 0; n < 10; ++n)
+        thread.ExpectPicture();
+    ASSERT_TRUE(thread.Start());
+    while (m_amf.m_nGiven < 100)
+        Sleep(1);
+    EXPECT_TRUE(thread.IsRunning());  // the host may still submit
+    thread.ExpectEnd(600'000, 0);
+    thread.RequestStop();
+    EXPECT_TRUE(thread.WaitForStop());
+    EXPECT_TRUE(m_file.IsAbandoned());
+    EXPECT_EQ(CountSamples(), 36U);  // 2 for each picture and 16
+}
+
+TEST_F(PollingThreadTest, TwoBuffersForEachPictureAreTaken)
+{
+    for (int n = 0; n < 100; ++n)
+        m_thread.ExpectPicture();
+    RunOver(200);
+    EXPECT_EQ(CountSamples(), 200U);
+    EXPECT_FALSE(m_file.IsAbandoned());
+}
+
 // A wait that comes before the thread has begun must not pass: the object goes directly after it.
 TEST_F(PollingThreadTest, AnOwnerThatWaitsAtOnceFindsAllOutputTaken)
 {

@@ -1,5 +1,5 @@
 // What the module holds once per process. The host constructs and destroys format objects on one thread, which alone
-// reads and changes the plain values.
+// changes the plain values. Other threads read them as long as a format object lives.
 #pragma once
 
 #include <atomic>

@@ -55,9 +55,9 @@ void CopyInto(AMFSurface& surface, AMFData& converted, std::uint32_t uiWidth, st
 // Paints the surface, then clears both planes as far as they are the picture's. The second lies below the first.
 void Paint(AMFContext& context, AMFSurface& surface, std::uint32_t uiWidth)
 {
+    auto* const pDevice = static_cast<IDirect3DDevice9*>(context.GetDX9Device(AMF_DX9));
     IDirect3DSurface9* const pNative = GetNativeSurface(surface);
     if (pNative == nullptr) return;
-    auto* const pDevice = static_cast<IDirect3DDevice9*>(context.GetDX9Device(AMF_DX9));
     if (pDevice != nullptr) pDevice->ColorFill(pNative, nullptr, g_colorPaint);
 
     D3DLOCKED_RECT locked{};

@@ -159,6 +159,7 @@ void CAmfWriter::InitConverter()
 EPictureFate CAmfWriter::Submit(AMFSurface& surface)
 {
     const std::uint64_t uiBegin = GetMilliseconds();
+    m_pPollingThread->ExpectPicture();
     for (;;)
     {
         surface.SetProperty(AMF_START_TIME_PROPERTY, Int64(amf_high_precision_clock()));

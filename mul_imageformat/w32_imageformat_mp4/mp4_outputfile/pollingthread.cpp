@@ -13,7 +13,7 @@ void PollingThread::Run()
 {
     if (!m_file.IsOpen()) return;
     RequestStop();
-    for (;;)
+    for (std::uint64_t uiBuffers = 0;;)
     {
         AMFData* pData = nullptr;
         const AMF_RESULT eResult = m_encoder.QueryOutput(&pData);
@@ -30,8 +30,13 @@ void PollingThread::Run()
             continue;
         }
         m_uiLastOutput = GetMilliseconds();
-        LogOutput(*pData);
+        const bool bTooMuch = IsTooMuch(++uiBuffers);
+        if (bTooMuch)
+            m_file.Abandon();
+        else
+            LogOutput(*pData);
         SafeRelease(&pData);
+        if (bTooMuch && IsEndExpected()) break;
     }
     m_file.WriteNalLengths();
 }
@@ -74,6 +79,10 @@ void PollingThread::ExpectEnd(std::uint32_t uiLimit, std::uint64_t uiBegin)
 
 bool PollingThread::IsGivenUp() const
 {
-    const std::uint32_t uiLimit = m_uiEndLimit;
-    return uiLimit != NO_LIMIT && IsQuietFor(uiLimit, m_uiEndBegin);
+    return IsEndExpected() && IsQuietFor(m_uiEndLimit, m_uiEndBegin);
+}
+
+bool PollingThread::IsTooMuch(std::uint64_t uiBuffers) const
+{
+    return uiBuffers > m_uiPictures * MOST_BUFFERS_OF_A_PICTURE + MOST_OTHER_BUFFERS;
 }

@@ -31,6 +31,12 @@ public:
     // the middle, for lack of disk or memory, doesn't end the thread: the encoder would keep its input full.
     void Run() override;
 
+    // One more picture is about to go to the encoder. For the host's thread.
+    //
+    // An encoder gives a buffer for each, and perhaps some more. One that gives far more than that, perhaps without
+    // end, ends the file unfinished, and after ExpectEnd the thread too.
+    void ExpectPicture() { ++m_uiPictures; }
+
     // Whether nothing has come from the encoder for uiLimit milliseconds. They count from the last output, or from
     // uiBegin, a time of GetMilliseconds, if that is later. For any thread.
     bool IsQuietFor(std::uint32_t uiLimit, std::uint64_t uiBegin) const;
@@ -41,12 +47,18 @@ public:
 private:
     static constexpr std::uint32_t NO_LIMIT = 0xFFFFFFFF;
 
+    static constexpr std::uint64_t MOST_BUFFERS_OF_A_PICTURE = 2;
+    static constexpr std::uint64_t MOST_OTHER_BUFFERS = 16;
+
     bool IsGivenUp() const;
+    bool IsEndExpected() const { return m_uiEndLimit != NO_LIMIT; }
+    bool IsTooMuch(std::uint64_t uiBuffers) const;
     void LogOutput(AMFData& data);
 
     AMFComponent& m_encoder;
     CMp4FileWriter& m_file;
-    std::atomic<std::uint64_t> m_uiLastOutput{0};       // 0 before the first
+    std::atomic<std::uint64_t> m_uiLastOutput{0};  // 0 before the first
+    std::atomic<std::uint64_t> m_uiPictures{0};
     std::atomic<std::uint64_t> m_uiEndBegin{0};         // of ExpectEnd
     std::atomic<std::uint32_t> m_uiEndLimit{NO_LIMIT};  // before ExpectEnd: none
 };

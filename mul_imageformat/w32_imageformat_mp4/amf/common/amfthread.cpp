@@ -52,7 +52,7 @@ AMFThreadObj::AMFThreadObj(AMFThread* pOwner) : m_pOwner(pOwner), m_pState(std::
 // The lock is held until the handle is stored. A thread that ends at once must not be taken for a running one.
 bool AMFThreadObj::Start()
 {
-    const std::lock_guard lock(m_pState->m_mutex);
+    const CSectionLock lock(m_pState->m_csState.Get());
     if (m_pState->m_pThread != NO_THREAD) return true;
     if (!m_pState->m_StopEvent.HasHandle()) return false;
     m_pState->m_pThread = static_cast<std::uintptr_t>(_beginthread(ThreadProcedure, 0, this));
@@ -61,7 +61,7 @@ bool AMFThreadObj::Start()
 
 bool AMFThreadObj::RequestStop()
 {
-    const std::lock_guard lock(m_pState->m_mutex);
+    const CSectionLock lock(m_pState->m_csState.Get());
     if (m_pState->m_pThread != NO_THREAD) m_pState->m_StopEvent.ResetEvent();
     return true;
 }
@@ -69,12 +69,12 @@ bool AMFThreadObj::RequestStop()
 bool AMFThreadObj::WaitForStop()
 {
     {
-        const std::lock_guard lock(m_pState->m_mutex);
+        const CSectionLock lock(m_pState->m_csState.Get());
         if (m_pState->m_pThread == NO_THREAD) return true;
         if (m_pState->m_bInitFailed) return false;
     }
     const bool bSignalled = m_pState->m_StopEvent.Lock();
-    const std::lock_guard lock(m_pState->m_mutex);
+    const CSectionLock lock(m_pState->m_csState.Get());
     return bSignalled && !m_pState->m_bInitFailed;
 }
 
@@ -85,7 +85,7 @@ bool AMFThreadObj::StopRequested()
 
 bool AMFThreadObj::IsRunning()
 {
-    const std::lock_guard lock(m_pState->m_mutex);
+    const CSectionLock lock(m_pState->m_csState.Get());
     return m_pState->m_pThread != NO_THREAD;
 }
 
@@ -116,7 +116,7 @@ void AMFThreadObj::ThreadProcedure(void* pThreadObj)
         pThis->Terminate();
     }
 
-    const std::lock_guard lock(pState->m_mutex);
+    const CSectionLock lock(pState->m_csState.Get());
     if (bInit)
         pState->m_pThread = NO_THREAD;
     else
