@@ -76,13 +76,14 @@ struct SMuxing
     std::size_t m_uiKeys = 0;
 };
 
-SMuxing Mux(const std::vector<Bytes>& vPackets, std::size_t uiCount, const std::filesystem::path& path)
+SMuxing Mux(EPacketLayout eLayout, const std::vector<Bytes>& vPackets, std::size_t uiCount,
+            const std::filesystem::path& path)
 {
     SMuxing muxing;
     muxing.m_dCpu = bench::CpuSecondsOf([&] {
         CMp4FileWriter writer;
         CGrowingArray<double> vecTimes;
-        writer.Open(CQmStringW(path.wstring().c_str()), EPacketLayout::Nvenc, 64, 64);
+        writer.Open(CQmStringW(path.wstring().c_str()), eLayout, 64, 64);
         if (!writer.IsOpen()) throw std::runtime_error("can't write " + path.string());
         std::size_t uiHalfway = 0;
         for (std::size_t ui = 0; ui < uiCount; ++ui)
@@ -110,6 +111,17 @@ void WriteStream(const std::vector<Bytes>& vPackets, std::size_t uiCount, const 
         stream.write(reinterpret_cast<const char*>(vPacket.data()), static_cast<std::streamsize>(vPacket.size()));
     }
 }
+double NalsOfAPacket(const SMuxing& muxing, std::size_t uiPackets)
+{
+    return static_cast<double>(muxing.m_uiNals) / static_cast<double>(uiPackets);
+}
+
+void PrintMemory(const char* pszLayout, const SMuxing& muxing, std::size_t uiPackets)
+{
+    const double dKeys = static_cast<double>(muxing.m_uiKeys) / static_cast<double>(uiPackets);
+    std::printf("    %s: memory grows by %.3f bytes a packet; 4, 16 a NAL, 4 a key sample and 8 make %.3f\n", pszLayout,
+                muxing.m_dMemory, 4.0 + 16.0 * NalsOfAPacket(muxing, uiPackets) + 4.0 * dKeys + 8.0);
+}
 }  // namespace
 
 void bench::MeasureMuxing(std::size_t uiPackets, const std::filesystem::path& directory)
@@ -124,7 +136,7 @@ void bench::MeasureMuxing(std::size_t uiPackets, const std::filesystem::path& di
     std::vector<double> vOurs, vOfMp4, vOfStream;  // ours in seconds, then as a part of the peer's
     for (int n = 0; n < g_nRounds; ++n)
     {
-        muxing = Mux(vPackets, uiPackets, muxed);
+        muxing = Mux(EPacketLayout::Nvenc, vPackets, uiPackets, muxed);
         vOurs.push_back(muxing.m_dCpu);
         vOfMp4.push_back(muxing.m_dCpu /
                          FfmpegCpuSeconds("-ignore_editlist 1 -i " + test_support::Quoted(muxed) + strCopy));
@@ -136,13 +148,17 @@ void bench::MeasureMuxing(std::size_t uiPackets, const std::filesystem::path& di
         std::filesystem::remove(copied);
     }
 
-    const double dNals = static_cast<double>(muxing.m_uiNals) / static_cast<double>(uiPackets);
     std::printf(
         "muxing %zu packets of %zu bytes, %.2f NALs each: %.2f s CPU, as all of these the median of %d rounds\n",
-        uiPackets, g_uiPacketSize, dNals, Median(vOurs), g_nRounds);
+        uiPackets, g_uiPacketSize, NalsOfAPacket(muxing, uiPackets), Median(vOurs), g_nRounds);
     std::printf("    %.2f of ffmpeg -c copy from MP4\n", Median(vOfMp4));
     std::printf("    %.2f of ffmpeg -c copy from Annex B\n", Median(vOfStream));
-    const double dKeys = static_cast<double>(muxing.m_uiKeys) / static_cast<double>(uiPackets);
-    std::printf("    memory grows by %.3f bytes a packet; 4, 16 a NAL, 4 a key sample and 8 make %.3f\n",
-                muxing.m_dMemory, 4.0 + 16.0 * dNals + 4.0 * dKeys + 8.0);
+    PrintMemory("NVENC", muxing, uiPackets);
+
+    // AMF's encoder puts a delimiter in front of every picture.
+    std::vector<Bytes> vAmfPackets = vPackets;
+    for (Bytes& vPacket : vAmfPackets)
+        vPacket.insert(vPacket.begin(), {0, 0, 0, 1, 9, 0xF0});
+    PrintMemory("AMF", Mux(EPacketLayout::Amf, vAmfPackets, uiPackets, muxed), uiPackets);
+    std::filesystem::remove(muxed);
 }
