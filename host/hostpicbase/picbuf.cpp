@@ -1,42 +1,16 @@
 // Picture buffers.
 #include "hostapi/hostpicbase.h"
 
-#include <cstdlib>
 #include <cstring>
 
+#include "host/hostpicbase/pixelblocks.h"
 #include "host/hostpicbase/pixelform.h"
 
 namespace
 {
 
-// Vector code reads and writes whole registers: rows begin at a multiple of the widest one, and the block has one more
-// after the last row.
-constexpr std::size_t BLOCK_ALIGNMENT = 64;
-constexpr std::size_t BLOCK_SLACK = 64;
-
 // No process has this much address space. A larger shape is a mistake, not a lack of memory.
 constexpr std::uint64_t MAX_BLOCK_SIZE = std::uint64_t{1} << 47;
-
-// Before the pixels comes the address of the allocated block, for freeing it.
-unsigned char* AllocatePixels(std::size_t uiSize, bool bZero) noexcept
-{
-    const std::size_t uiBlock = sizeof(void*) + BLOCK_ALIGNMENT - 1 + uiSize + BLOCK_SLACK;
-    // The system's memory is zero already, so a large block needs no clearing.
-    void* pBlock = bZero ? std::calloc(uiBlock, 1) : std::malloc(uiBlock);
-    if (pBlock == nullptr) return nullptr;
-    const auto uiFirst = reinterpret_cast<std::uintptr_t>(pBlock) + sizeof(void*);
-    auto* pPixels = static_cast<unsigned char*>(pBlock) + sizeof(void*) + (0 - uiFirst) % BLOCK_ALIGNMENT;
-    std::memcpy(pPixels - sizeof(void*), &pBlock, sizeof(void*));
-    return pPixels;
-}
-
-void FreePixels(unsigned char* pPixels) noexcept
-{
-    if (pPixels == nullptr) return;
-    void* pBlock;
-    std::memcpy(&pBlock, pPixels - sizeof(void*), sizeof(void*));
-    std::free(pBlock);
-}
 
 }  // namespace
 
