@@ -83,9 +83,11 @@ TEST_P(Frames, ReadInOrder)
         ASSERT_TRUE(ReadsRight(ui));
 }
 
+// With a smaller share only the last frames, more than fit into a window.
 TEST_P(Frames, ReadBackwards)
 {
-    for (std::size_t ui = Count(); ui-- > 0;)
+    const auto uiFrames = static_cast<std::size_t>(std::max(60, Repetitions(static_cast<int>(Count()))));
+    for (std::size_t ui = Count(); ui-- > 0 && Count() - ui <= uiFrames;)
         ASSERT_TRUE(ReadsRight(ui));
 }
 
@@ -101,10 +103,12 @@ TEST_P(Frames, ReadTwiceEach)
 // Distances around the two windows, forwards and backwards, from frames all over the video.
 TEST_P(Frames, ReadAcrossTheWindowsOf48And8)
 {
+    unsigned int uiPair = 0;
     for (const std::ptrdiff_t nStep : {1, 2, 7, 8, 9, 10, 47, 48, 49, 50, -1, -7, -8, -9, -47, -48, -49})
     {
         for (const std::size_t uiFrom : {std::size_t{0}, Count() / 3, Count() / 2, Count() - 1})
         {
+            if (uiPair++ % Stride(3) != 0) continue;
             ASSERT_TRUE(ReadsRight(uiFrom));
             const std::ptrdiff_t nTo = static_cast<std::ptrdiff_t>(uiFrom) + nStep;
             if (nTo < 0 || nTo >= static_cast<std::ptrdiff_t>(Count())) continue;
@@ -121,6 +125,7 @@ TEST_P(Frames, ReadShuffled)
     std::vector<std::size_t> vOrder(Count());
     std::iota(vOrder.begin(), vOrder.end(), std::size_t{0});
     std::shuffle(vOrder.begin(), vOrder.end(), random);
+    vOrder.resize(std::min(vOrder.size(), static_cast<std::size_t>(Repetitions(static_cast<int>(Count())))));
     for (const std::size_t ui : vOrder)
         ASSERT_TRUE(ReadsRight(ui));
 }

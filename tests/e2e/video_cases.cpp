@@ -10,9 +10,9 @@ namespace e2e
 namespace
 {
 
-std::string Pictures(const std::string& strRate, unsigned int uiCount)
+std::string Pictures(const std::string& strRate, unsigned int uiCount, const std::string& strSize = "96x64")
 {
-    return "-f lavfi -i testsrc2=size=96x64:rate=" + strRate + " -frames:v " + std::to_string(uiCount);
+    return "-f lavfi -i testsrc2=size=" + strSize + ":rate=" + strRate + " -frames:v " + std::to_string(uiCount);
 }
 
 // 200 pictures: distances of about 40 ms that never repeat, and one gap of ten seconds.
@@ -47,6 +47,9 @@ std::vector<VideoCase> MakeCases()
     vCases.push_back({"MoovInFront", Pictures("25", 200), strEncoder + " -movflags +faststart"});
     vCases.push_back({"SecondTrackAudio", "-f lavfi -i sine=frequency=440:duration=4 " + Pictures("25", 100),
                       "-map 1:v -map 0:a -c:a aac" + strEncoder});
+    // Pictures of this size are decoded on several threads.
+    vCases.push_back({"Large_Key12_BPictures", Pictures("25", 120, "480x352"), strEncoder});
+    vCases.push_back({"Large_Key250_NoBPictures", Pictures("25", 120, "480x352"), X264(250, 0)});
     vCases.push_back({"OneFrame", Pictures("25", 1), strEncoder});
     vCases.push_back({"Timescale1", Pictures("1", 120), strEncoder + " -video_track_timescale 1"});
     vCases.push_back({"Timescale90000", Pictures("25", 120), strEncoder + " -video_track_timescale 90000"});

@@ -14,6 +14,9 @@ constexpr int LOOKS_PER_STEP = 16;
 constexpr int FLAGS_PER_STEP = 65536;
 constexpr int PACKETS_PER_STEP = 32;
 
+// Handing smaller pictures from thread to thread takes longer than decoding them on one.
+constexpr std::int64_t LEAST_PIXELS_FOR_THREADS = 160'000;
+
 // Whether every picture that a container marks as key begins afresh. True where pictures are presented as they are
 // decoded; formats with reordering have key pictures that are followed by earlier pictures.
 bool HasFreshKeys(AVCodecID codec)
@@ -21,6 +24,13 @@ bool HasFreshKeys(AVCodecID codec)
     const AVCodecDescriptor* pDescriptor = avcodec_descriptor_get(codec);
     return pDescriptor != nullptr &&
            ((pDescriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0 || (pDescriptor->props & AV_CODEC_PROP_REORDER) == 0);
+}
+
+// One thread more than processors: the one that waits for the oldest picture leaves a processor free.
+int CountThreads(std::int64_t nPixels)
+{
+    if (nPixels < LEAST_PIXELS_FOR_THREADS) return 1;
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 15U)) + 1;
 }
 
 }  // namespace
@@ -53,8 +63,7 @@ HRESULT VideoReader::OpenDecoder(const AVCodecParameters& parameters, int nReord
     if (!m_decoder) return E_OUTOFMEMORY;
     if (avcodec_parameters_to_context(m_decoder.get(), &parameters) < 0) return MF_E_INVALIDMEDIATYPE;
 
-    // One thread more than processors: the one that waits for the oldest picture leaves a processor free.
-    m_decoder->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 15U)) + 1;
+    m_decoder->thread_count = CountThreads(std::int64_t{parameters.width} * parameters.height);
     m_decoder->thread_type = FF_THREAD_FRAME;
     // Every sample is a picture, also one that refers to a picture the file doesn't have.
     m_decoder->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;

@@ -12,7 +12,9 @@ namespace mftest
 namespace
 {
 
-constexpr Size SIZE = {96, 64};
+// Small pictures are decoded on one thread, others on several.
+constexpr Size SMALL = {96, 64};
+constexpr Size FOR_SEVERAL_THREADS = {480, 352};
 constexpr int MS_PER_FRAME = 40;
 
 struct PacketPlace
@@ -39,18 +41,26 @@ std::vector<PacketPlace> Packets(const std::string& path)
     return packets;
 }
 
-class LostPictures : public ::testing::Test
+class LostPictures : public ::testing::TestWithParam<Size>
 {
 protected:
-    void Make(const std::string& encoderOptions)
+    static Recipe OfSize()
     {
         Recipe recipe;
+        recipe.m_nWidth = GetParam().m_nWidth;
+        recipe.m_nHeight = GetParam().m_nHeight;
+        return recipe;
+    }
+
+    void Make(const std::string& encoderOptions)
+    {
+        Recipe recipe = OfSize();
         recipe.m_encoder += " " + encoderOptions;
         m_path = m_directory / "video.mp4";
         MakeVideo(m_path, recipe);
-        for (const std::string& picture : PlainDecode(m_path, SIZE))
+        for (const std::string& picture : PlainDecode(m_path, GetParam()))
         {
-            m_pictures.push_back(ToYuy2(picture, SIZE));
+            m_pictures.push_back(ToYuy2(picture, GetParam()));
         }
         m_packets = Packets(m_path);
         ASSERT_EQ(m_packets.size(), m_pictures.size());
@@ -111,7 +121,7 @@ protected:
     std::vector<PacketPlace> m_packets;
 };
 
-TEST_F(LostPictures, EndThePlayWhereTheyAreMissing)
+TEST_P(LostPictures, EndThePlayWhereTheyAreMissing)
 {
     Make("-bf 2 -g 12 -x264-params b-adapt=0");
     constexpr std::size_t SAMPLE = 20;
@@ -120,7 +130,7 @@ TEST_F(LostPictures, EndThePlayWhereTheyAreMissing)
     ExpectEndAtLoss(uiLost);
 }
 
-TEST_F(LostPictures, AllBeforeThemStillCome)
+TEST_P(LostPictures, AllBeforeThemStillCome)
 {
     Make("-bf 2 -g 12 -x264-params b-adapt=0");
     constexpr std::size_t SAMPLE = 20;
@@ -132,7 +142,7 @@ TEST_F(LostPictures, AllBeforeThemStillCome)
     EXPECT_EQ(samples.size(), uiLost);
 }
 
-TEST_F(LostPictures, ThoseAfterTheNextKeyPictureHaveTheirNumbers)
+TEST_P(LostPictures, ThoseAfterTheNextKeyPictureHaveTheirNumbers)
 {
     Make("-bf 2 -g 12 -x264-params b-adapt=0");
     Destroy(20);
@@ -146,7 +156,7 @@ TEST_F(LostPictures, ThoseAfterTheNextKeyPictureHaveTheirNumbers)
     }
 }
 
-TEST_F(LostPictures, WithoutReorderingToo)
+TEST_P(LostPictures, WithoutReorderingToo)
 {
     Make("-bf 0 -g 12");
     Destroy(20);
@@ -213,21 +223,21 @@ protected:
     }
 };
 
-TEST_F(UselessTimes, PicturesAreCountedWithoutCompositionOffsets)
+TEST_P(UselessTimes, PicturesAreCountedWithoutCompositionOffsets)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0");
     RenameCompositionOffsets();
     ExpectEveryPicture();
 }
 
-TEST_F(UselessTimes, PicturesAreCountedWhereTheDecoderContradictsTheTimes)
+TEST_P(UselessTimes, PicturesAreCountedWhereTheDecoderContradictsTheTimes)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0");
     SwapPresentationTimes();
     ExpectEveryPicture();
 }
 
-TEST_F(UselessTimes, ALostPictureIsNoticedByCounting)
+TEST_P(UselessTimes, ALostPictureIsNoticedByCounting)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0");
     constexpr std::size_t SAMPLE = 20;
@@ -284,7 +294,7 @@ void PatchRestriction(const std::string& path, bool bReorder)
 
 // A stream that doesn't say how far it reorders, as many encoders write it, in a container that doesn't either. What
 // follows the cleared flag means nothing.
-TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
+TEST_P(LostPictures, NoneWhereTheStreamHidesItsReordering)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
     PatchRestriction(m_path, false);
@@ -304,7 +314,7 @@ TEST_F(LostPictures, NoneWhereTheStreamHidesItsReordering)
 
 // A stream that says it doesn't reorder, and does: the decoder gives the first pictures as they are decoded, and drops
 // without a word what comes too late. The first one that it owes ends the play, before another could take its number.
-TEST_F(UselessTimes, APictureThatTheDecoderDropsSilentlyIsNoticedAtOnce)
+TEST_P(UselessTimes, APictureThatTheDecoderDropsSilentlyIsNoticedAtOnce)
 {
     Make("-bf 3 -g 12 -x264-params b-adapt=0:b-pyramid=normal");
     PatchRestriction(m_path, true);
@@ -355,7 +365,7 @@ TEST(SurplusPictures, AreNotDelivered)
     ASSERT_EQ(packets.size(), 20U);
     JoinSamples(path, packets[4], packets[5], 4);
     ASSERT_EQ(Packets(path).size(), 19U);
-    ASSERT_EQ(PlainDecode(path, SIZE).size(), 20U);
+    ASSERT_EQ(PlainDecode(path, SMALL).size(), 20U);
 
     TestGraph graph;
     ASSERT_EQ(graph.Open(path), S_OK);
@@ -366,16 +376,16 @@ TEST(SurplusPictures, AreNotDelivered)
 }
 
 // A file that was cut off in the middle of its samples.
-TEST_F(LostPictures, ACutOffFileEndsWithAnError)
+TEST_P(LostPictures, ACutOffFileEndsWithAnError)
 {
-    Recipe recipe;
+    Recipe recipe = OfSize();
     recipe.m_encoder += " -bf 2 -g 12";
     recipe.m_output = "-movflags +faststart";
     m_path = m_directory / "video.mp4";
     MakeVideo(m_path, recipe);
-    for (const std::string& picture : PlainDecode(m_path, SIZE))
+    for (const std::string& picture : PlainDecode(m_path, GetParam()))
     {
-        m_pictures.push_back(ToYuy2(picture, SIZE));
+        m_pictures.push_back(ToYuy2(picture, GetParam()));
     }
     const std::string whole = ReadText(m_path);
     WriteText(m_path, whole.substr(0, whole.size() * 3 / 4));
@@ -389,6 +399,14 @@ TEST_F(LostPictures, ACutOffFileEndsWithAnError)
     ASSERT_LT(samples.size(), m_pictures.size());
     ExpectNoneUnderAnothersNumber(0, samples, m_pictures.size());
 }
+
+std::string SizeName(const testing::TestParamInfo<Size>& param)
+{
+    return std::to_string(param.param.m_nWidth) + "x" + std::to_string(param.param.m_nHeight);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, LostPictures, ::testing::Values(SMALL, FOR_SEVERAL_THREADS), SizeName);
+INSTANTIATE_TEST_SUITE_P(Of, UselessTimes, ::testing::Values(SMALL, FOR_SEVERAL_THREADS), SizeName);
 
 }  // namespace
 }  // namespace mftest
