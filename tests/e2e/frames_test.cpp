@@ -23,17 +23,18 @@ using namespace test_support;
 class ReadFrames : public testing::Test
 {
 protected:
-    void Open(const std::filesystem::path& path)
+    void Open(const std::filesystem::path& path, std::uint32_t uiWidth = e2e::g_uiWidth,
+              std::uint32_t uiHeight = e2e::g_uiHeight)
     {
-        for (const auto& vPlanar : DecodePlain(path, e2e::g_uiWidth, e2e::g_uiHeight))
+        for (const auto& vPlanar : DecodePlain(path, uiWidth, uiHeight))
         {
-            m_vExpected.push_back(DeliveredPicture(vPlanar, e2e::g_uiWidth, e2e::g_uiHeight));
+            m_vExpected.push_back(DeliveredPicture(vPlanar, uiWidth, uiHeight));
         }
         m_file = m_host.OpenInput(path);
         SQmImageAttributes attributes;
         ASSERT_EQ(QM_OK, m_file->GetImageAttributes(&attributes));
         ASSERT_EQ(m_vExpected.size(), attributes.m_uiSequenceCount);
-        ASSERT_EQ(FrameRowBytes(e2e::g_uiWidth), attributes.m_uiWidthBytes);
+        ASSERT_EQ(FrameRowBytes(uiWidth), attributes.m_uiWidthBytes);
     }
 
     std::size_t Count() const { return m_vExpected.size(); }
@@ -65,7 +66,7 @@ protected:
     {
         const auto path = m_dir / "video.mp4";
         e2e::MakeVideo(GetParam(), path);
-        Open(path);
+        Open(path, GetParam().m_uiWidth, GetParam().m_uiHeight);
     }
 };
 

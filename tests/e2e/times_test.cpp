@@ -33,8 +33,8 @@ TEST_P(FrameTimes, EqualTheSumsOfTheSttsDeltasInEveryAnswerToTheHost)
     SQmImageAttributes attributes;
     ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
     EXPECT_EQ(vExpected.size(), attributes.m_uiSequenceCount);
-    EXPECT_EQ(e2e::g_uiWidth, attributes.m_uiWidth);
-    EXPECT_EQ(e2e::g_uiHeight, attributes.m_uiHeight);
+    EXPECT_EQ(GetParam().m_uiWidth, attributes.m_uiWidth);
+    EXPECT_EQ(GetParam().m_uiHeight, attributes.m_uiHeight);
 
     const std::vector<double> vCached = CachedTimes(file.Get());
     ASSERT_EQ(vExpected.size(), vCached.size());

@@ -48,8 +48,8 @@ std::vector<VideoCase> MakeCases()
     vCases.push_back({"SecondTrackAudio", "-f lavfi -i sine=frequency=440:duration=4 " + Pictures("25", 100),
                       "-map 1:v -map 0:a -c:a aac" + strEncoder});
     // Pictures of this size are decoded on several threads.
-    vCases.push_back({"Large_Key12_BPictures", Pictures("25", 120, "480x352"), strEncoder});
-    vCases.push_back({"Large_Key250_NoBPictures", Pictures("25", 120, "480x352"), X264(250, 0)});
+    vCases.push_back({"Large_Key12_BPictures", Pictures("25", 120, "480x352"), strEncoder, 1, 480, 352});
+    vCases.push_back({"Large_Key250_NoBPictures", Pictures("25", 120, "480x352"), X264(250, 0), 1, 480, 352});
     vCases.push_back({"OneFrame", Pictures("25", 1), strEncoder});
     vCases.push_back({"Timescale1", Pictures("1", 120), strEncoder + " -video_track_timescale 1"});
     vCases.push_back({"Timescale90000", Pictures("25", 120), strEncoder + " -video_track_timescale 90000"});

@@ -11,6 +11,10 @@
 namespace e2e
 {
 
+// Of most videos.
+inline constexpr std::uint32_t g_uiWidth = 96;
+inline constexpr std::uint32_t g_uiHeight = 64;
+
 struct VideoCase
 {
     std::string m_strName;
@@ -18,10 +22,9 @@ struct VideoCase
     std::string m_strOptions;  // ffmpeg's encoder and container options
     // The finished file's timescale is multiplied by this: 1000 squeezes 25 frames a second into 25 a millisecond.
     std::uint32_t m_uiTimescaleFactor = 1;
+    std::uint32_t m_uiWidth = g_uiWidth;
+    std::uint32_t m_uiHeight = g_uiHeight;
 };
-
-inline constexpr std::size_t g_uiWidth = 96;
-inline constexpr std::size_t g_uiHeight = 64;
 
 // High-profile files: constant 25 and 30000/1001, irregular times, with and without B pictures, key frame every 1, 12
 // and 250, mdat before and after moov, a second audio track, one frame, a timescale of 1 and of 90000, and several
