@@ -93,12 +93,14 @@ public:
         }
     }
 
-    // Gives everything that is idle back to the system.
-    void ReturnAll()
+    // Gives everything that is idle back to the system. Whether there was anything.
+    bool ReturnAll()
     {
         const std::lock_guard lock(m_mutex);
+        const bool bAny = m_uiCount > 0;
         while (m_uiCount > 0)
             std::free(HeadOf(Remove(0)).m_pBlock);
+        return bAny;
     }
 
     std::size_t GetBytes()
@@ -154,11 +156,7 @@ unsigned char* AllocatePixels(std::size_t uiSize, bool bZero) noexcept
         return pIdle;
     }
     void* pBlock = AllocateBlock(uiSize, bZero);
-    if (pBlock == nullptr)
-    {
-        IdleBlocks().ReturnAll();
-        pBlock = AllocateBlock(uiSize, bZero);
-    }
+    if (pBlock == nullptr && IdleBlocks().ReturnAll()) pBlock = AllocateBlock(uiSize, bZero);
     if (pBlock == nullptr) return nullptr;
     if (bLarge) IdleBlocks().Count(uiSize);
     return PixelsIn(pBlock, uiSize);

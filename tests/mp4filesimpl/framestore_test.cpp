@@ -290,6 +290,43 @@ TEST_F(AskedStore, TheRequestedFrameIsSignalledWhenItComes)
     EXPECT_EQ(NumberInPicture(m_vPixels.data()), 2);
 }
 
+// The worker's pause between two looks: none while the host waits.
+TEST_F(AskedStore, ARestIsCutShortOnlyWhileARequestWaits)
+{
+    const auto measureRest = [this](DWORD dwMilliseconds) {
+        const auto begin = std::chrono::steady_clock::now();
+        m_pStore->RestUnlessHostWaits(dwMilliseconds);
+        return std::chrono::steady_clock::now() - begin;
+    };
+    constexpr std::chrono::milliseconds REST{20};
+    Play(0);
+    EXPECT_GE(measureRest(20), REST);
+    ASSERT_FALSE(Ask(2));
+    for (int i = 0; i < 2; ++i)
+        m_pStore->RestUnlessHostWaits(INFINITE);
+    Deliver(2);
+    m_pStore->RestUnlessHostWaits(INFINITE);
+    Deliver(1);
+    EXPECT_GE(measureRest(20), REST);
+    ASSERT_TRUE(Ask(1));
+    EXPECT_GE(measureRest(20), REST);
+    ASSERT_FALSE(Ask(5));
+    m_pStore->EndPlays();
+    EXPECT_GE(measureRest(20), REST);
+}
+
+TEST_F(AskedStore, NoRestFollowsTheClose)
+{
+    std::atomic<bool> bStop{false};
+    m_pStore->Connect(nullptr, &bStop, false);
+    m_pStore->Close();
+    m_pStore->RestUnlessHostWaits(INFINITE);
+    m_pStore->EndPlays();
+    m_pStore->RestUnlessHostWaits(INFINITE);
+    EXPECT_TRUE(bStop);
+    m_pStore->Disconnect();
+}
+
 TEST_F(AskedStore, ASignalForAnEarlierRequestDoesNotEndTheWait)
 {
     Play(0);

@@ -147,6 +147,75 @@ TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
     EXPECT_FALSE(file.IsStored(111));
 }
 
+// --- walks back
+
+// Reads these frames and lets the worker come to rest after each. Returns the calls that the session got meanwhile.
+std::vector<std::string> CallsOfReading(CScriptedFile& file, const std::vector<std::uint32_t>& vFrames)
+{
+    const std::size_t uiBefore = file.Session().Calls().size();
+    for (const std::uint32_t ui : vFrames)
+    {
+        EXPECT_EQ(file.ReadNumber(ui), static_cast<int>(ui));
+        file.WaitForRest();
+    }
+    const std::vector<std::string> vCalls = file.Session().Calls();
+    return {vCalls.begin() + static_cast<std::ptrdiff_t>(uiBefore), vCalls.end()};
+}
+
+TEST_F(Worker, ASingleStepBackIsAPlayFromItsFrame)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CallsOfReading(file, {0, 200});
+    EXPECT_THAT(CallsOfReading(file, {199}), ElementsAre("SetRate 0", "Start 7960", "Pause"));
+}
+
+TEST_F(Worker, TheSecondStepBackBringsAWindowInOnePlayThatTheNextStepsNeedNoOtherFor)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CallsOfReading(file, {0, 200, 199});
+    EXPECT_THAT(CallsOfReading(file, {198}), ElementsAre("SetRate 0", "Start 6040", "Pause"));  // frame 151
+    std::vector<std::uint32_t> vSteps;
+    for (std::uint32_t ui = 197; ui >= 151; --ui)
+        vSteps.push_back(ui);
+    EXPECT_THAT(CallsOfReading(file, vSteps), testing::IsEmpty());
+    EXPECT_THAT(CallsOfReading(file, {150}), ElementsAre("SetRate 0", "Start 4120", "Pause"));  // frame 103
+    EXPECT_TRUE(file.IsStored(103));
+    EXPECT_FALSE(file.IsStored(102));
+}
+
+TEST_F(Worker, AWalkBackNearTheBeginningStartsThere)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CallsOfReading(file, {0, 200, 20, 19});
+    EXPECT_THAT(CallsOfReading(file, {18, 17, 1, 0}), ElementsAre("SetRate 0", "Start 0", "Pause"));
+}
+
+TEST_F(Worker, AWalkThatTurnsRoundReadsOn)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(300));
+    for (const int nFrame : {200, 199, 198, 197, 198, 199, 200, 201, 202, 203, 202, 201, 200, 199, 150, 151, 149, 148})
+        ASSERT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nFrame)), nFrame);
+}
+
+// With two pictures at most a window is one frame.
+TEST_F(Worker, AWalkBackBringsNoMoreThanTheStoreTakes)
+{
+    SScript script = EvenScript(300);
+    CScriptedFile file(m_format.Get(), script, script.m_vTimesMs, 1);
+    CallsOfReading(file, {200, 199});
+    EXPECT_THAT(CallsOfReading(file, {198}), ElementsAre("SetRate 0", "Start 7920", "Pause"));
+    for (std::uint32_t ui = 197; ui > 100; --ui)
+        ASSERT_EQ(file.ReadNumber(ui), static_cast<int>(ui));
+}
+
+TEST_F(Worker, AWalkBackOverFramesThatTheFileDoesNotHaveRefusesThose)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(100), EvenTimes(110, 40));
+    EXPECT_EQ(file.ReadNumber(0), 0);
+    for (std::uint32_t ui = 110; ui-- > 80;)
+        ASSERT_EQ(file.ReadNumber(ui), ui < 100 ? static_cast<int>(ui) : QM_ERR_FAIL) << ui;
+}
+
 // After its sixth picture the session waits for a call: the store isn't full.
 TEST_F(Worker, ARequestThatThePlayDoesNotServePausesItAtOnce)
 {
@@ -292,6 +361,8 @@ TEST_F(Worker, FramesOfOneMillisecondAreDistinguished)
         ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
     }
     for (std::uint32_t i = 0; i < script.m_vTimesMs.size(); ++i)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+    for (auto i = static_cast<std::uint32_t>(script.m_vTimesMs.size()); i-- > 0;)
         ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
 }
 

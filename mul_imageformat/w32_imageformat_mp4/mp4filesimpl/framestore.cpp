@@ -17,6 +17,7 @@ constexpr std::uint64_t NO_FRAME = ~std::uint64_t{0};
 constexpr std::uint32_t SEQUENTIAL_WINDOW = 48;
 constexpr std::uint32_t RANDOM_WINDOW = 8;
 constexpr std::uint64_t LEAST_FRAMES = 2;
+constexpr std::uint32_t LEAST_STEPS_OF_A_WALK = 2;  // a single step back says nothing about the next request
 
 constexpr std::uint32_t BITS = 8;
 constexpr std::uint32_t COMPONENTS = 3;
@@ -56,6 +57,7 @@ CFrameStore::CFrameStore(std::uint64_t uiMostPixelBytes)
     : m_uiMostPixelBytes(uiMostPixelBytes),
       m_hFrameReady(nullptr),
       m_hPauseRequest(nullptr),
+      m_hHostWaits(nullptr),
       m_uiWidth(0),
       m_uiHeight(0),
       m_uiWindowStart(0),
@@ -66,6 +68,7 @@ CFrameStore::CFrameStore(std::uint64_t uiMostPixelBytes)
       m_uiDelivered(0),
       m_uiRequested(0),
       m_uiPrevRequested(0),
+      m_uiStepsBack(0),
       m_pSession(nullptr),
       m_pStopFlag(nullptr),
       m_bNV12(false),
@@ -83,13 +86,15 @@ CFrameStore::~CFrameStore()
     ClearFrames(0);
     if (m_hFrameReady != nullptr) CloseHandle(m_hFrameReady);
     if (m_hPauseRequest != nullptr) CloseHandle(m_hPauseRequest);
+    if (m_hHostWaits != nullptr) CloseHandle(m_hHostWaits);
 }
 
 HRESULT CFrameStore::MakeEvents()
 {
     m_hFrameReady = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     m_hPauseRequest = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    return m_hFrameReady != nullptr && m_hPauseRequest != nullptr ? S_OK : E_FAIL;
+    m_hHostWaits = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    return m_hFrameReady != nullptr && m_hPauseRequest != nullptr && m_hHostWaits != nullptr ? S_OK : E_FAIL;
 }
 
 // --- samples ---
@@ -130,7 +135,7 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
         bool bMemory = true;
         if (MakePlaceFor(m_uiNextFrame)) bMemory = StoreSample(pSampleBuffer, dwSampleSize);
         m_uiDelivered = m_uiNextFrame;
-        if (m_uiDelivered == m_uiRequested) SetEvent(m_hFrameReady);
+        if (m_uiDelivered == m_uiRequested) AnswerRequest();
 
         const bool bMore = bMemory && WantsMoreSamples();
         ++m_uiNextFrame;
@@ -139,6 +144,13 @@ HRESULT CFrameStore::TakeSample(LONGLONG llSampleDuration, const BYTE* pSampleBu
     }
     SetEvent(m_hPauseRequest);
     return S_OK;
+}
+
+// Wakes the host, which looks whether the frame is there.
+void CFrameStore::AnswerRequest()
+{
+    if (!IsClosing()) ResetEvent(m_hHostWaits);
+    SetEvent(m_hFrameReady);
 }
 
 // For a request that came while the session plays, or just before. The play that serves it begins sooner then.
@@ -251,9 +263,16 @@ SQmGrabbedFrame* CFrameStore::AllocateFrameRecord()
     return new (std::nothrow) SQmGrabbedFrame{};
 }
 
-// Whether the play continues after the sample that was just taken.
+bool CFrameStore::IsWalkingBack() const
+{
+    return m_uiStepsBack >= LEAST_STEPS_OF_A_WALK;
+}
+
+// Whether the play continues after the sample that was just taken. In a walk back the host has had what follows its
+// request, and wants the stored frames before it next.
 bool CFrameStore::WantsMoreSamples()
 {
+    if (IsWalkingBack() && Find(m_uiRequested) != nullptr) return false;
     const std::uint32_t uiWindow = GetWindowSize();
     if (m_lstFrames.size() <= uiWindow) return true;
     TrimFrames();
@@ -342,7 +361,8 @@ void CFrameStore::TrimFrames()
 std::uint32_t CFrameStore::GetWindowSize() const
 {
     const CSectionLock lock(m_Lock.Get());
-    const bool bSequential = m_uiRequested == m_uiPrevRequested || m_uiRequested == m_uiPrevRequested + 1;
+    const bool bSequential =
+        m_uiRequested == m_uiPrevRequested || m_uiRequested == m_uiPrevRequested + 1 || IsWalkingBack();
     const std::uint32_t uiWindow = bSequential ? SEQUENTIAL_WINDOW : RANDOM_WINDOW;
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(uiWindow, GetMostFrames() - 1));
 }
@@ -361,6 +381,7 @@ bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pn
     const SQmGrabbedFrame* pFrame = Find(uiIndex);
     m_uiPrevRequested = m_uiRequested;
     m_uiRequested = uiIndex;
+    m_uiStepsBack = uiIndex + 1 == m_uiPrevRequested ? m_uiStepsBack + 1 : 0;
     ++m_uiRequestNumber;
     m_bRequestFailed = false;
     if (pFrame != nullptr)
@@ -372,6 +393,7 @@ bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pn
     // Before any other thread can see the request, so that no signal for it is lost.
     ResetEvent(m_hFrameReady);
     PauseUnlessRequestIsServed();
+    SetEvent(m_hHostWaits);
     *pnStatus = QM_ERR_FAIL;
     return m_bPlaysEnded;
 }
@@ -440,7 +462,9 @@ bool CFrameStore::BeginPlay(const std::function<SPlayDecision(const SRestingStor
         IsNearTail(static_cast<std::uint32_t>(m_uiRequested), GetWindowSize(), static_cast<std::uint32_t>(uiLastFrame));
     if (store.m_bNearTail) store.m_uiNewest = m_lstFrames.back()->m_uiFrameIndex;
     store.m_uiNextFrame = m_uiNextFrame;
-    if (store.m_bStored) SetEvent(m_hFrameReady);
+    store.m_bWalksBack = IsWalkingBack();
+    store.m_uiWindow = GetWindowSize();
+    if (store.m_bStored) AnswerRequest();
 
     *pDecision = fnDecide(store);
     switch (pDecision->m_eKind)
@@ -450,7 +474,7 @@ bool CFrameStore::BeginPlay(const std::function<SPlayDecision(const SRestingStor
 
     case SPlayDecision::EKind::Refuse:
         m_bRequestFailed = true;
-        SetEvent(m_hFrameReady);
+        AnswerRequest();
         break;
 
     case SPlayDecision::EKind::Play:
@@ -475,6 +499,11 @@ void CFrameStore::SetUpPlay(const SPlay& play, std::uint64_t uiLastFrame, std::u
     ResetEvent(m_hPauseRequest);
 }
 
+void CFrameStore::RestUnlessHostWaits(DWORD dwMilliseconds)
+{
+    WaitForSingleObject(m_hHostWaits, dwMilliseconds);
+}
+
 bool CFrameStore::IsPlaying() const
 {
     const CSectionLock lock(m_Lock.Get());
@@ -492,7 +521,7 @@ void CFrameStore::EndPlays()
     const CSectionLock lock(m_Lock.Get());
     m_bRunning = false;
     m_bPlaysEnded = true;
-    SetEvent(m_hFrameReady);
+    AnswerRequest();
 }
 
 bool CFrameStore::HavePlaysEnded() const
@@ -529,6 +558,7 @@ void CFrameStore::Close()
     const CSectionLock lock(m_Lock.Get());
     if (m_pStopFlag != nullptr) *m_pStopFlag = true;
     SetEvent(m_hPauseRequest);
+    SetEvent(m_hHostWaits);
 }
 
 bool CFrameStore::IsClosing() const

@@ -58,6 +58,8 @@ struct SRestingStore
     bool m_bNearTail;                 // it is one of the newest, and more frames are to come
     std::uint64_t m_uiNewest;         // index of the newest stored frame, if m_bNearTail
     std::uint64_t m_uiNextFrame;      // index that the next sample would have got
+    bool m_bWalksBack;                // the last requests stepped back by one frame each
+    std::uint32_t m_uiWindow;         // as GetWindowSize
 };
 
 // What the worker decides then.
@@ -135,7 +137,7 @@ public:
     void TrimFrames();
 
     // Frames that are decoded ahead of a request. Requests count as sequential when they stay on a frame or step to the
-    // next one; more is decoded ahead for them. Large pictures make it less.
+    // next one, or have stepped back by one twice; more is decoded for them. Large pictures make it less.
     std::uint32_t GetWindowSize() const;
 
     std::size_t CountFrames() const;
@@ -173,6 +175,9 @@ public:
     bool BeginPlay(const std::function<SPlayDecision(const SRestingStore&)>& fnDecide, std::uint64_t uiLastFrame,
                    std::uint32_t uiWidth, std::uint32_t uiHeight, SPlayDecision* pDecision);
 
+    // Waits for dwMilliseconds. Returns at once while the host waits for a frame, and after Close.
+    void RestUnlessHostWaits(DWORD dwMilliseconds);
+
     // From the begin of a play to its end.
     bool IsPlaying() const;
     void EndPlay();
@@ -193,7 +198,7 @@ public:
 
     // --- the end ---
 
-    // Sets the flag that Connect was given, and wakes a caller of WaitForPauseRequest.
+    // Sets the flag that Connect was given, and wakes the callers of WaitForPauseRequest and RestUnlessHostWaits.
     void Close();
     bool IsClosing() const;
 
@@ -211,9 +216,11 @@ private:
     void PauseUnlessRequestIsServed();
     bool LeadsToRequest() const;
     std::uint64_t CountFramesToDecode() const;
+    bool IsWalkingBack() const;
     bool MakePlaceFor(std::uint64_t uiIndex);
     std::uint64_t GetMostFrames() const;
     bool WantsMoreSamples();
+    void AnswerRequest();
     SQmGrabbedFrame* Find(std::uint64_t uiIndex) const;
     SQmGrabbedFrame* FindOrAppendFrame(std::uint64_t uiIndex);
     static SQmGrabbedFrame* AllocateFrameRecord();
@@ -225,7 +232,8 @@ private:
     std::list<LONGLONG> m_lstSampleTimes;     // running sums of sample durations, 100 ns, the first 0
     HANDLE m_hFrameReady;                     // auto-reset: the requested frame is there, or can't be delivered
     HANDLE m_hPauseRequest;                   // auto-reset: m_ePause is Wanted, or the input file is closing
-    std::uint32_t m_uiWidth;                  // 0xFFFFFFFF: counting mode
+    HANDLE m_hHostWaits;      // manual-reset: the requested frame isn't there yet, or the input file is closing
+    std::uint32_t m_uiWidth;  // 0xFFFFFFFF: counting mode
     std::uint32_t m_uiHeight;
     std::uint64_t m_uiWindowStart;    // first frame of the current play, or the oldest one still of use
     std::uint64_t m_uiWindowEnd;      // stored, not read
@@ -235,6 +243,7 @@ private:
     std::uint64_t m_uiDelivered;      // index that the last sample got
     std::uint64_t m_uiRequested;      // the frame that the host wants
     std::uint64_t m_uiPrevRequested;  // the one that it wanted before
+    std::uint32_t m_uiStepsBack;      // the last so many requests were each for the frame before the one before it
     IMFMediaSession* m_pSession;      // not counted
     std::atomic<bool>* m_pStopFlag;   // m_bStop of the input file; null in counting mode
     bool m_bNV12;                     // samples are NV12 and don't become pictures

@@ -25,7 +25,7 @@ void CReadWorker::Run()
     if (SUCCEEDED(StartFromBeginning()))
     {
         while (WaitWhilePlaying() && ServeRequest())
-            Sleep(POLL_MS);
+            m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
     }
     m_Plan.m_Store.EndPlays();
     m_Plan.m_Session.Stop();  // else it would decode the rest of the file into the store
@@ -57,7 +57,7 @@ bool CReadWorker::WaitWhilePlaying()
             TakeEvent(eType, hrStatus);
         }
         if (hr != S_OK || m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
-        if (eType != MESessionEnded) Sleep(POLL_MS);
+        if (eType != MESessionEnded) m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
     }
     return true;
 }
@@ -118,6 +118,8 @@ bool CReadWorker::ServeRequest()
 SPlayDecision CReadWorker::Decide(const SRestingStore& store)
 {
     JudgeLastPlay(store);
+    // Continuing after the tail would drop the frames that a walk back wants next.
+    if (store.m_bStored && store.m_bWalksBack) return {SPlayDecision::EKind::Rest, {}};
     if (store.m_bStored && (!store.m_bNearTail || !CanContinueAfterTail(store)))
         return {SPlayDecision::EKind::Rest, {}};
     if (m_nFruitless >= MAX_FRUITLESS_PLAYS)
@@ -160,6 +162,7 @@ SPlay CReadWorker::ChoosePlay(const SRestingStore& store) const
     if (store.m_bStored && store.m_bNearTail) return ContinueAfterTail(store);
 
     const std::uint64_t uiRequested = store.m_uiRequested;
+    if (store.m_bWalksBack && m_nFruitless == 0) return BringFramesBefore(store);
     const std::uint64_t uiFirst = FirstOfMillisecond(uiRequested);
     const std::uint64_t uiNext = store.m_uiNextFrame;
     if (m_bPaused && uiNext > uiFirst && uiNext <= uiRequested)
@@ -167,6 +170,14 @@ SPlay CReadWorker::ChoosePlay(const SRestingStore& store) const
         return {false, EPlayStart::Resume, uiNext, uiRequested};
     }
     return {false, EPlayStart::Seek, uiFirst, uiRequested};
+}
+
+// The requested frame is the last of a window: the session mostly decodes the frames before it anyway.
+SPlay CReadWorker::BringFramesBefore(const SRestingStore& store) const
+{
+    const std::uint64_t uiBefore = std::min<std::uint64_t>(store.m_uiRequested, store.m_uiWindow - 1);
+    const std::uint64_t uiKeepFrom = store.m_uiRequested - uiBefore;
+    return {false, EPlayStart::Seek, FirstOfMillisecond(uiKeepFrom), uiKeepFrom};
 }
 
 std::uint64_t CReadWorker::NextAfterTail(const SRestingStore& store) const

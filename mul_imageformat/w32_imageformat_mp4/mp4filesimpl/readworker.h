@@ -52,6 +52,7 @@ private:
     SPlayDecision Decide(const SRestingStore& store);
     void JudgeLastPlay(const SRestingStore& store);
     SPlay ChoosePlay(const SRestingStore& store) const;
+    SPlay BringFramesBefore(const SRestingStore& store) const;
     std::uint64_t NextAfterTail(const SRestingStore& store) const;
     bool CanContinueAfterTail(const SRestingStore& store) const;
     SPlay ContinueAfterTail(const SRestingStore& store) const;
