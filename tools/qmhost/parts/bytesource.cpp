@@ -1,5 +1,10 @@
 #include "parts/bytesource.h"
 
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
 namespace qmhost
 {
 
@@ -21,6 +26,32 @@ bool FileBytes::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBy
     m_file.seekg(static_cast<std::streamoff>(uiPosition));
     m_file.read(static_cast<char*>(pBuffer), static_cast<std::streamsize>(uiBytes));
     return m_file.good();
+}
+
+bool BufferedBytes::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes)
+{
+    if (uiPosition > Size() || uiBytes > Size() - uiPosition) return false;
+    if (uiBytes > BLOCK) return m_source.ReadAt(uiPosition, pBuffer, uiBytes);
+    if (uiBytes > 0) std::memcpy(pBuffer, View(uiPosition, uiBytes).data(), uiBytes);
+    return true;
+}
+
+std::span<const unsigned char> BufferedBytes::View(std::uint64_t uiPosition, std::size_t uiLeast)
+{
+    if (uiPosition >= Size()) return {};
+    const std::uint64_t uiLeft = Size() - uiPosition;
+    const std::uint64_t uiEnd = uiPosition + std::min<std::uint64_t>(uiLeft, uiLeast);
+    if (uiPosition < m_uiBegin || uiEnd > m_uiBegin + m_vBlock.size())
+    {
+        m_vBlock.resize(static_cast<std::size_t>(std::min<std::uint64_t>(uiLeft, BLOCK)));
+        m_uiBegin = uiPosition;
+        if (!m_source.ReadAt(uiPosition, m_vBlock.data(), m_vBlock.size()))
+        {
+            m_vBlock.clear();
+            throw std::runtime_error("bytes from " + std::to_string(uiPosition) + " on can't be read");
+        }
+    }
+    return std::span<const unsigned char>(m_vBlock).subspan(static_cast<std::size_t>(uiPosition - m_uiBegin));
 }
 
 }  // namespace qmhost

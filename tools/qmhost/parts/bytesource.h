@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <span>
+#include <vector>
 
 namespace qmhost
 {
@@ -29,6 +31,28 @@ public:
 private:
     std::ifstream m_file;
     std::uint64_t m_uiSize = 0;
+};
+
+// Another source with a block of it in memory, so that reading it from front to back in small steps is cheap.
+class BufferedBytes : public ByteSource
+{
+public:
+    static constexpr std::size_t BLOCK = 1 << 20;
+
+    // The source must outlive the object.
+    explicit BufferedBytes(ByteSource& source) : m_source(source) {}
+
+    std::uint64_t Size() const override { return m_source.Size(); }
+    bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override;
+
+    // Bytes from a position on: at least uiLeast of them where the source has that many, at most BLOCK. The view holds
+    // until the next call. Throws std::runtime_error when the source can't be read.
+    std::span<const unsigned char> View(std::uint64_t uiPosition, std::size_t uiLeast);
+
+private:
+    ByteSource& m_source;
+    std::uint64_t m_uiBegin = 0;  // of the block
+    std::vector<unsigned char> m_vBlock;
 };
 
 }  // namespace qmhost

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "parts/text.h"
 
@@ -73,6 +74,14 @@ void OutputFile::Write(std::span<const unsigned char> bytes)
 {
     errno = 0;
     m_file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!m_file) RefuseForErrno(m_path);
+}
+
+void OutputFile::WriteZeros(std::size_t uiBytes)
+{
+    if (m_pathTemporary.empty()) return Write(std::vector<unsigned char>(uiBytes));
+    errno = 0;
+    m_file.seekp(static_cast<std::streamoff>(uiBytes), std::ios::cur);
     if (!m_file) RefuseForErrno(m_path);
 }
 

@@ -24,6 +24,8 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     void Write(std::span<const unsigned char> bytes);
+    // Writes zeros. In a file that can have holes they become one, if something else is written after them.
+    void WriteZeros(std::size_t uiBytes);
     void Commit();
 
 private:

@@ -28,7 +28,9 @@ std::string Bytes(std::uint64_t uiCount)
 // Why the boxes of the file don't lead to an index.
 std::string MissingIndex(BoxReader& reader, ByteSource& source)
 {
-    if (source.Size() > LARGEST_BOX) return "its media data is larger than the 4 GiB that such a file can have";
+    if (source.Size() > LARGEST_BOX)
+        return "its media data is larger than the 4 GiB that such a file can have, unless qmhost repair makes one of "
+               "it";
     std::uint64_t uiPosition = 0;
     while (const auto box = reader.ReadBox(uiPosition, source.Size()))
         uiPosition = box->m_uiEnd;

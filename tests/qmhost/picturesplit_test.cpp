@@ -1,0 +1,268 @@
+// Pictures in media data without an index.
+#include <random>
+
+#include <gmock/gmock.h>
+
+#include "memory_bytes.h"
+#include "muxed_bytes.h"
+#include "parts/picturesplit.h"
+#include "support/repetitions.h"
+
+namespace qmhost
+{
+namespace
+{
+
+using namespace muxed_bytes;
+using testing::ElementsAre;
+
+SplitPictures Split(const std::string& strMedia)
+{
+    MemoryBytes source(strMedia);
+    return FindPictures(source, 0);
+}
+
+// Four bytes in front of each NAL.
+const auto NVENC_SIZES = ElementsAre(16 + 8 + 104, 304, 16 + 8 + 44, 70004, 54);
+
+TEST(PictureSplit, StartCodes)
+{
+    const std::string strMedia = Media(NVENC_PICTURES, 0);
+    const SplitPictures found = Split(strMedia);
+    EXPECT_EQ(found.m_eMuxer, EMuxer::Nvenc);
+    EXPECT_THAT(found.m_vSizes, NVENC_SIZES);
+    EXPECT_THAT(found.m_vKeys, ElementsAre(1, 3));
+    EXPECT_THAT(found.m_vSequenceSets, ElementsAre(SEQUENCE_SET));
+    EXPECT_THAT(found.m_vPictureSets, ElementsAre(PICTURE_SET));
+    EXPECT_EQ(found.m_uiEnd, strMedia.size());
+    EXPECT_EQ(found.m_uiCut, 0U);
+    EXPECT_FALSE(found.m_uiIndex);
+    EXPECT_FALSE(found.m_uiDamage);
+    EXPECT_FALSE(found.m_bReordered);
+}
+
+TEST(PictureSplit, LengthsUpToAnyNal)
+{
+    constexpr std::size_t NALS = 9;
+    for (std::size_t uiLengths = 0; uiLengths <= NALS; ++uiLengths)
+    {
+        const std::string strMedia = Media(NVENC_PICTURES, uiLengths);
+        const SplitPictures found = Split(strMedia);
+        EXPECT_THAT(found.m_vSizes, NVENC_SIZES) << uiLengths;
+        EXPECT_EQ(found.m_uiEnd, strMedia.size()) << uiLengths;
+        EXPECT_THAT(found.m_vSequenceSets, ElementsAre(SEQUENCE_SET)) << uiLengths;
+    }
+}
+
+// The close was ended in the middle of four bytes.
+TEST(PictureSplit, LengthOfWhichSomeBytesWereWritten)
+{
+    for (const std::size_t uiLengths : {0, 1, 4, 6, 7})
+    {
+        for (std::size_t uiBytes = 1; uiBytes < 4; ++uiBytes)
+        {
+            std::string strMedia = Media(NVENC_PICTURES, uiLengths);
+            const std::string strNext = Media(NVENC_PICTURES, uiLengths + 1);
+            std::size_t uiAt = 0;
+            for (std::size_t i = 0; i < uiLengths; ++i)
+                uiAt = Media(NVENC_PICTURES, 0).find(START_CODE, uiAt + 4);
+            strMedia.replace(uiAt, uiBytes, strNext.substr(uiAt, uiBytes));
+            EXPECT_THAT(Split(strMedia).m_vSizes, NVENC_SIZES) << uiLengths << " " << uiBytes;
+        }
+    }
+}
+
+TEST(PictureSplit, LastLengthOfWhichSomeBytesWereWritten)
+{
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}, {Inter(300)}, {Inter(70000)}};
+    const std::string strStream = Media(vPictures, 4);
+    const std::string strLengths = Media(vPictures, 5);
+    const std::size_t uiAt = strStream.size() - 70004;
+    for (std::size_t uiBytes = 0; uiBytes <= 4; ++uiBytes)
+    {
+        const std::string strMedia = strLengths.substr(0, uiAt + uiBytes) + strStream.substr(uiAt + uiBytes);
+        EXPECT_THAT(Split(strMedia).m_vSizes, ElementsAre(128, 304, 70004)) << uiBytes;
+    }
+}
+
+TEST(PictureSplit, DelimitersBeginThePicturesOfAmf)
+{
+    for (const std::size_t uiLengths : {0, 3, 100})
+    {
+        const SplitPictures found = Split(Media(AMF_PICTURES, uiLengths));
+        EXPECT_EQ(found.m_eMuxer, EMuxer::Amf);
+        EXPECT_THAT(found.m_vSizes, ElementsAre(6 + 16 + 8 + 104, 6 + 304, 6 + 64));
+        EXPECT_THAT(found.m_vKeys, ElementsAre(1));
+    }
+}
+
+TEST(PictureSplit, SeveralSlicesAreOnePicture)
+{
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(20), Idr(30, false), Idr(40, false)},
+                                            {Inter(20), Inter(30, false), Inter(40, false)}};
+    for (const std::size_t uiLengths : {0, 4, 100})
+        EXPECT_THAT(Split(Media(vPictures, uiLengths)).m_vSizes, ElementsAre(24 + 102, 102));
+}
+
+TEST(PictureSplit, LastPictureThatLacksASlice)
+{
+    const std::vector<Picture> vPictures = {
+        {SEQUENCE_SET, PICTURE_SET, Idr(20), Idr(30, false)}, {Inter(20), Inter(30, false)}, {Inter(25)}};
+    const SplitPictures found = Split(Media(vPictures, 0));
+    EXPECT_EQ(found.m_vSizes.size(), 2U);
+    EXPECT_EQ(found.m_uiCut, 29U);
+}
+
+TEST(PictureSplit, ParameterSetsWithoutASlice)
+{
+    std::vector<Picture> vPictures = NVENC_PICTURES;
+    vPictures.push_back({SEQUENCE_SET, PICTURE_SET});
+    for (const std::size_t uiLengths : {0, 100})
+    {
+        const SplitPictures found = Split(Media(vPictures, uiLengths));
+        EXPECT_THAT(found.m_vSizes, NVENC_SIZES);
+        EXPECT_EQ(found.m_uiCut, 24U);
+    }
+}
+
+// Bytes of the last start code are left, of none, one that can't be told from a picture's, two, three or all four.
+TEST(PictureSplit, CutInAStartCode)
+{
+    const std::string strMedia = Media(NVENC_PICTURES, 0);
+    for (const std::size_t uiBytes : {0, 2, 3, 4})
+    {
+        const SplitPictures found = Split(strMedia + START_CODE.substr(0, uiBytes));
+        EXPECT_THAT(found.m_vSizes, NVENC_SIZES) << uiBytes;
+        EXPECT_EQ(found.m_uiEnd, strMedia.size()) << uiBytes;
+        EXPECT_EQ(found.m_uiCut, 0U) << uiBytes;
+    }
+    EXPECT_EQ(Split(strMedia + '\0').m_uiCut, 55U);
+}
+
+TEST(PictureSplit, LengthThatReachesPastTheEnd)
+{
+    const std::string strMedia = Finished(NVENC_PICTURES);
+    for (const std::size_t uiMissing : {1, 10, 48})
+    {
+        const SplitPictures found = Split(strMedia.substr(0, strMedia.size() - uiMissing));
+        EXPECT_EQ(found.m_vSizes.size(), 4U) << uiMissing;
+        EXPECT_EQ(found.m_uiEnd, strMedia.size() - 54) << uiMissing;
+        EXPECT_EQ(found.m_uiCut, 54U - uiMissing) << uiMissing;
+    }
+}
+
+// A write that the system didn't take as a whole ends with a page.
+TEST(PictureSplit, StartCodesThatEndWithAPage)
+{
+    std::vector<Picture> vPictures = NVENC_PICTURES;
+    const std::size_t uiSize = Media(vPictures, 0).size();
+    const std::size_t uiMore = 4096 - uiSize % 4096;
+    vPictures.push_back({Inter(uiMore - 4)});
+    EXPECT_EQ(Split(Media(vPictures, 0)).m_uiCut, uiMore);
+    EXPECT_EQ(Split(Media(vPictures, 0)).m_vSizes.size(), 5U);
+    // When lengths are written, every picture has been.
+    EXPECT_EQ(Split(Media(vPictures, 1)).m_vSizes.size(), 6U);
+    EXPECT_EQ(Split(Media(vPictures, 100)).m_vSizes.size(), 6U);
+}
+
+TEST(PictureSplit, IndexAfterThePictures)
+{
+    const std::string strMedia = Finished(NVENC_PICTURES);
+    const std::string strIndex = MuxerIndex({});
+    for (std::size_t uiBytes = 5; uiBytes <= strIndex.size(); ++uiBytes)
+    {
+        const SplitPictures found = Split(strMedia + strIndex.substr(0, uiBytes));
+        EXPECT_THAT(found.m_vSizes, NVENC_SIZES) << uiBytes;
+        EXPECT_EQ(found.m_uiIndex, strMedia.size()) << uiBytes;
+        EXPECT_FALSE(found.m_uiDamage) << uiBytes;
+    }
+}
+
+TEST(PictureSplit, EndsAtDamage)
+{
+    const std::string strMedia = Finished(NVENC_PICTURES);
+    std::string strDamaged = strMedia;
+    const std::size_t uiAt = 128 + 304;  // the third picture
+    strDamaged.replace(uiAt, 40, std::string(40, '\0'));
+    const SplitPictures found = Split(strDamaged);
+    EXPECT_EQ(found.m_vSizes.size(), 1U);  // the end of the second one is no longer certain
+    ASSERT_TRUE(found.m_uiDamage);
+    EXPECT_EQ(*found.m_uiDamage, 128U);
+}
+
+TEST(PictureSplit, NoPictures)
+{
+    for (const std::string& strMedia :
+         {std::string(), std::string(3, '\0'), START_CODE, std::string(100, '\0'), std::string(100, 'x')})
+    {
+        const SplitPictures found = Split(strMedia);
+        EXPECT_TRUE(found.m_vSizes.empty());
+        EXPECT_EQ(found.m_uiEnd, 0U);
+    }
+}
+
+TEST(PictureSplit, BPicturesAreSeen)
+{
+    // First macroblock 0, type 1 or 6: the bits 1 010 and 1 00111.
+    const auto slice = [](char c) { return std::string("\x41") + c + std::string(20, 'x'); };
+    EXPECT_TRUE(Split(WithLength(slice('\xA0'))).m_bReordered);
+    EXPECT_TRUE(Split(WithLength(slice('\x9C'))).m_bReordered);
+    EXPECT_FALSE(Split(WithLength(slice('\xE0'))).m_bReordered);  // type 0
+    EXPECT_FALSE(Split(WithLength(slice('\x98'))).m_bReordered);  // type 5
+    EXPECT_FALSE(Split(WithLength(slice('\x88'))).m_bReordered);  // type 7
+}
+
+// --- data that may hold anything ---
+
+// A walk that moves on reads each block a few times at most.
+void ExpectSane(const std::string& strMedia)
+{
+    MemoryBytes source(strMedia);
+    const SplitPictures found = FindPictures(source, 0);
+    std::uint64_t uiSum = 0;
+    for (const std::uint32_t uiSize : found.m_vSizes)
+        uiSum += uiSize;
+    EXPECT_EQ(uiSum, found.m_uiEnd);
+    EXPECT_LE(found.m_uiEnd + found.m_uiCut, strMedia.size());
+    EXPECT_LE(source.Reads(), 10U);
+}
+
+TEST(HostilePictures, EveryTruncation)
+{
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}, {Inter(300)}, {Inter(50)}};
+    for (const std::size_t uiLengths : {0, 3, 100})
+    {
+        const std::string strMedia = Media(vPictures, uiLengths);
+        for (std::size_t uiSize = 0; uiSize <= strMedia.size(); ++uiSize)
+            ExpectSane(strMedia.substr(0, uiSize));
+    }
+}
+
+TEST(HostilePictures, RandomBytes)
+{
+    std::mt19937 random(4711);
+    constexpr char BYTES[] = {0, 0, 0, 1, 1, 2, 3, 0x09, 0x10, 0x61, 0x65, 0x67, 0x68, 'm', 'o', 'v', '\x80', '\xFF'};
+    for (int i = 0; i < test_support::Repetitions(5'000); ++i)
+    {
+        std::string strMedia(random() % 200, '\0');
+        for (char& c : strMedia)
+            c = BYTES[random() % sizeof BYTES];
+        ExpectSane(strMedia);
+    }
+}
+
+TEST(HostilePictures, ChangedBytes)
+{
+    std::mt19937 random(815);
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}, {Inter(300)}, {Inter(50)}};
+    for (int i = 0; i < test_support::Repetitions(5'000); ++i)
+    {
+        std::string strMedia = Media(vPictures, random() % 7);
+        for (unsigned uiChanges = random() % 4; uiChanges > 0; --uiChanges)
+            strMedia[random() % strMedia.size()] = static_cast<char>(random() % 3 == 0 ? 0 : random());
+        ExpectSane(strMedia);
+    }
+}
+
+}  // namespace
+}  // namespace qmhost

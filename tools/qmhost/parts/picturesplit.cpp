@@ -1,0 +1,137 @@
+#include "parts/picturesplit.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+#include "parts/nalwalk.h"
+
+namespace qmhost
+{
+namespace
+{
+
+constexpr unsigned IDR_SLICE = 5;
+constexpr unsigned SEQUENCE_SET = 7;
+constexpr unsigned PICTURE_SET = 8;
+constexpr unsigned DELIMITER = 9;
+constexpr std::size_t MOST_SETS = 31;          // of sequence sets, that a decoder's configuration can hold
+constexpr std::uint64_t LARGEST_SET = 0xFFFF;  // bytes
+constexpr std::uint64_t LARGEST_PICTURE = std::numeric_limits<std::uint32_t>::max();
+
+// What comes before the slices of a picture, if it comes at all.
+bool IsBeforeSlices(unsigned uiType)
+{
+    return (uiType >= 6 && uiType <= 9) || (uiType >= 14 && uiType <= 18);
+}
+
+// Whether a slice is of a B picture. Its header begins with two numbers: the first macroblock, and the type, of which 1
+// and 6 are B. Both are found within the first bytes when the first macroblock is 0.
+bool IsBSlice(const Nal& nal)
+{
+    if (!nal.IsFirstSlice()) return false;
+    const unsigned uiBits = nal.m_abFirst[1] & 0x7FU;               // after the 1 bit
+    return (uiBits & 0x70U) == 0x20U || (uiBits & 0x7CU) == 0x1CU;  // 010 and 00111
+}
+
+class Splitter
+{
+public:
+    Splitter(ByteSource& source, std::uint64_t uiBegin) : m_source(source), m_walk(m_source, uiBegin)
+    {
+        m_found.m_uiEnd = uiBegin;
+    }
+
+    SplitPictures Run()
+    {
+        bool bFirst = true;
+        while (const auto nal = m_walk.Next())
+        {
+            if (bFirst && nal->Type() == DELIMITER) m_found.m_eMuxer = EMuxer::Amf;
+            bFirst = false;
+            if (BeginsPicture(*nal)) EndPicture();
+            if (nal->m_uiEnd - m_found.m_uiEnd > LARGEST_PICTURE)
+            {
+                m_found.m_uiDamage = m_found.m_uiEnd;
+                return std::move(m_found);
+            }
+            Add(*nal);
+        }
+        EndLastPicture();
+        return std::move(m_found);
+    }
+
+private:
+    bool BeginsPicture(const Nal& nal) const
+    {
+        return m_uiSlices > 0 && (nal.IsSlice() ? nal.IsFirstSlice() : IsBeforeSlices(nal.Type()));
+    }
+
+    void Add(const Nal& nal)
+    {
+        m_uiPictureEnd = nal.m_uiEnd;
+        m_bCut = nal.m_bCut;
+        if (nal.m_bCut) return;
+        if (nal.IsSlice()) ++m_uiSlices;
+        if (nal.Type() == IDR_SLICE) m_bKey = true;
+        if (nal.IsSlice() && IsBSlice(nal)) m_found.m_bReordered = true;
+        if (nal.Type() == SEQUENCE_SET) AddSet(nal, m_found.m_vSequenceSets);
+        if (nal.Type() == PICTURE_SET) AddSet(nal, m_found.m_vPictureSets);
+    }
+
+    void AddSet(const Nal& nal, std::vector<std::string>& vSets)
+    {
+        if (nal.Length() > LARGEST_SET || vSets.size() == MOST_SETS) return;
+        std::string strSet(static_cast<std::size_t>(nal.Length()), '\0');
+        m_source.ReadAt(nal.Begin(), strSet.data(), strSet.size());
+        // A zero after it isn't part of it.
+        while (strSet.ends_with('\0'))
+            strSet.pop_back();
+        if (std::find(vSets.begin(), vSets.end(), strSet) == vSets.end()) vSets.push_back(std::move(strSet));
+    }
+
+    void EndPicture()
+    {
+        if (m_found.m_vSizes.size() == MOST_PICTURES)
+            throw std::runtime_error("it has more than " + std::to_string(MOST_PICTURES) + " pictures");
+        m_found.m_vSizes.push_back(static_cast<std::uint32_t>(m_uiPictureEnd - m_found.m_uiEnd));
+        if (m_bKey) m_found.m_vKeys.push_back(static_cast<std::uint32_t>(m_found.m_vSizes.size()));
+        m_uiFewestSlices = std::min(m_uiFewestSlices, m_uiSlices);
+        m_found.m_uiEnd = m_uiPictureEnd;
+        m_uiSlices = 0;
+        m_bKey = false;
+    }
+
+    void EndLastPicture()
+    {
+        const bool bOther = !m_found.m_vSizes.empty();
+        const bool bWhole = m_uiSlices > 0 && !m_bCut && (!bOther || m_uiSlices >= m_uiFewestSlices);
+        if (bWhole)
+            EndPicture();
+        else if (m_uiPictureEnd > m_found.m_uiEnd)
+            m_found.m_uiCut = m_uiPictureEnd - m_found.m_uiEnd;
+        if (m_walk.End() == NalWalk::EEnd::Index) m_found.m_uiIndex = m_walk.Position();
+        if (m_walk.End() == NalWalk::EEnd::Damaged) m_found.m_uiDamage = m_walk.Position();
+    }
+
+    BufferedBytes m_source;
+    NalWalk m_walk;
+    SplitPictures m_found;
+
+    // Of the picture that is being put together. It begins at m_found.m_uiEnd.
+    std::uint64_t m_uiPictureEnd = 0;
+    unsigned m_uiSlices = 0;
+    bool m_bKey = false;
+    bool m_bCut = false;
+
+    unsigned m_uiFewestSlices = std::numeric_limits<unsigned>::max();  // of the pictures before it
+};
+
+}  // namespace
+
+SplitPictures FindPictures(ByteSource& source, std::uint64_t uiBegin)
+{
+    return Splitter(source, uiBegin).Run();
+}
+
+}  // namespace qmhost

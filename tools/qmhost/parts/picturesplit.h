@@ -1,0 +1,47 @@
+// The pictures in the media data of a file that was never finished.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "parts/bytesource.h"
+
+namespace qmhost
+{
+
+// Enough for 15 days at 50 pictures a second, and few enough to be listed in memory.
+inline constexpr std::size_t MOST_PICTURES = std::size_t{1} << 26;
+
+// Which encoder's file it is. AMF1 begins each picture with a delimiter (a NAL of type 9).
+enum class EMuxer
+{
+    Nvenc,
+    Amf
+};
+
+struct SplitPictures
+{
+    EMuxer m_eMuxer = EMuxer::Nvenc;
+    std::vector<std::uint32_t> m_vSizes;       // bytes of each picture, with four in front of each NAL
+    std::vector<std::uint32_t> m_vKeys;        // numbers, from 1 on, of those that decoding can start at
+    std::vector<std::string> m_vSequenceSets;  // different ones, as NALs; of them the first few
+    std::vector<std::string> m_vPictureSets;
+    std::uint64_t m_uiEnd = 0;                // position after the last whole picture
+    std::uint64_t m_uiCut = 0;                // bytes of a last picture that is cut short; 0 for none
+    std::optional<std::uint64_t> m_uiIndex;   // position of `moov`, whole or not
+    std::optional<std::uint64_t> m_uiDamage;  // position from which the data is neither a picture nor an index
+    bool m_bReordered = false;                // there are B pictures: their order isn't that of their times
+};
+
+// Goes through the media data from uiBegin to the end of the source. Takes memory for numbers of each picture only.
+//
+// A last picture counts as cut short when a length reaches past the end, when a slice is missing that other pictures
+// have, or when data with start codes ends at the end of a page, which is where a write ends that the system didn't
+// take as a whole. Data with start codes that was cut elsewhere can't be told from a whole picture.
+//
+// Throws std::runtime_error when the source can't be read or holds more than MOST_PICTURES.
+SplitPictures FindPictures(ByteSource& source, std::uint64_t uiBegin);
+
+}  // namespace qmhost

@@ -1,0 +1,370 @@
+#include "parts/repair.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+
+#include "parts/boxreader.h"
+#include "parts/boxwriter.h"
+#include "parts/failure.h"
+#include "parts/inputpath.h"
+#include "parts/movieindex.h"
+#include "parts/nalwalk.h"
+#include "parts/outputfile.h"
+#include "parts/picturesplit.h"
+#include "parts/text.h"
+
+namespace qmhost
+{
+namespace
+{
+
+constexpr std::string_view FILE_TYPE("\0\0\0\x20"
+                                     "ftyp"
+                                     "isom"
+                                     "\0\0\2\0"
+                                     "isomiso2avc1mp41",
+                                     32);
+constexpr std::string_view EMPTY_BOX("\0\0\0\x08"
+                                     "free",
+                                     8);
+constexpr std::uint64_t LARGEST_WORD = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t BOX_HEADER = 8;
+constexpr double TICKS_PER_MS = TICKS_PER_SECOND / 1000.0;
+constexpr std::uint32_t SHORTEST_TICKS = 10;  // of the only picture of a file, as the muxer has it
+
+[[noreturn]] void Refuse(QmStatus nStatus, const std::string& strWhat)
+{
+    throw Failure("repair", nStatus, strWhat);
+}
+
+std::string Count(std::uint64_t uiCount, std::string_view what)
+{
+    return std::to_string(uiCount) + " " + std::string(what) + (uiCount == 1 ? "" : "s");
+}
+
+std::string_view NameOf(EMuxer eMuxer)
+{
+    return eMuxer == EMuxer::Nvenc ? "NVENC1" : "AMF1";
+}
+
+// --- what a file is ---
+
+// Where the pictures lie between the file's other boxes.
+struct Layout
+{
+    std::uint64_t m_uiMediaEnd = 0;  // they begin at MEDIA_BEGIN
+    std::optional<Box> m_movie;      // the index, which ends with the file
+    bool m_bSizeRight = false;       // of `mdat`: a reader of boxes gets from it to the index
+};
+
+// `moov` from a position to the end of the file.
+std::optional<Box> IndexAt(ByteSource& source, std::uint64_t uiPosition)
+{
+    BoxReader reader(source);
+    auto box = reader.ReadBox(uiPosition, source.Size());
+    if (!box || box->m_strType != "moov" || box->m_uiEnd != source.Size()) return std::nullopt;
+    return box;
+}
+
+// The layout of a finished file of the muxer, or of a repaired one. Nothing when no index is found.
+//
+// The muxer writes a size of 32 bits for `mdat`, of which a larger one keeps the low bits. So there may be an index
+// at each 4 GiB from there on.
+std::optional<Layout> FindLayout(ByteSource& source)
+{
+    std::array<unsigned char, 16> bytes{};
+    if (!source.ReadAt(FILE_TYPE.size(), bytes.data(), bytes.size())) return std::nullopt;
+    const std::uint64_t uiLongSize = BigEndian(std::span(bytes).last(8));
+    const std::uint64_t uiSize = BigEndian(std::span(bytes).subspan(8, 4));
+    if (BigEndian(std::span(bytes).first(4)) == 1)
+    {
+        if (uiLongSize > source.Size() || FILE_TYPE.size() + uiLongSize < MEDIA_BEGIN) return std::nullopt;
+        const std::uint64_t uiEnd = FILE_TYPE.size() + uiLongSize;
+        const auto movie = IndexAt(source, uiEnd);
+        return movie ? std::optional(Layout{uiEnd, movie, true}) : std::nullopt;
+    }
+    for (std::uint64_t uiEnd = MEDIA_BEGIN - BOX_HEADER + uiSize; uiEnd < source.Size(); uiEnd += LARGEST_WORD + 1)
+    {
+        if (uiEnd < MEDIA_BEGIN) continue;
+        if (const auto movie = IndexAt(source, uiEnd))
+            return Layout{uiEnd, movie, uiEnd - MEDIA_BEGIN + BOX_HEADER <= LARGEST_WORD};
+    }
+    return std::nullopt;
+}
+
+// Whether the file begins as those of the muxer do, or as one that was made of them.
+bool IsOfMuxer(ByteSource& source)
+{
+    std::array<char, MEDIA_BEGIN> head{};
+    if (!source.ReadAt(0, head.data(), head.size())) return false;
+    const std::string_view text(head.data(), head.size());
+    if (!text.starts_with(FILE_TYPE)) return false;
+    const std::string_view rest = text.substr(FILE_TYPE.size());
+    return (rest.starts_with(EMPTY_BOX) && rest.substr(12) == "mdat") ||
+           (rest.starts_with(std::string_view("\0\0\0\1mdat", 8)));
+}
+
+// Whether `mdat` has the size 0, for "up to the end". The muxer never writes that; other programs begin with the same
+// bytes and leave it there until they close the file.
+bool HasOpenSize(ByteSource& source)
+{
+    std::array<unsigned char, 4> size{};
+    return source.ReadAt(MEDIA_BEGIN - BOX_HEADER, size.data(), size.size()) && BigEndian(size) == 0;
+}
+
+// --- what is written ---
+
+// The boxes up to the first picture, always as many bytes: the empty box gives its own to a size of 64 bits.
+void WriteStart(OutputFile& out, std::uint64_t uiMediaBytes)
+{
+    BoxWriter box;
+    box.Text(FILE_TYPE);
+    const std::uint64_t uiSize = uiMediaBytes + BOX_HEADER;
+    if (uiSize <= LARGEST_WORD)
+    {
+        box.Text(EMPTY_BOX);
+        box.Word(static_cast<std::uint32_t>(uiSize));
+        box.Text("mdat");
+    }
+    else
+    {
+        box.Word(1);
+        box.Text("mdat");
+        box.Long(uiSize + BOX_HEADER);
+    }
+    out.Write(box.Written());
+}
+
+void CopyBytes(BufferedBytes& source, std::uint64_t uiBegin, std::uint64_t uiEnd, OutputFile& out)
+{
+    while (uiBegin < uiEnd)
+    {
+        auto block = source.View(uiBegin, 1);
+        block = block.first(static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), uiEnd - uiBegin)));
+        const bool bZeros = block[0] == 0 && std::memcmp(block.data(), block.data() + 1, block.size() - 1) == 0;
+        if (bZeros && block.size() == BufferedBytes::BLOCK)
+            out.WriteZeros(block.size());
+        else
+            out.Write(block);
+        uiBegin += block.size();
+    }
+}
+
+// The pictures with a length in front of each NAL, whatever stood there.
+void CopyPictures(ByteSource& source, std::uint64_t uiBegin, std::uint64_t uiEnd, OutputFile& out)
+{
+    BufferedBytes heads(source);
+    BufferedBytes bytes(source);
+    NalWalk walk(heads, uiBegin);
+    while (const auto nal = walk.Next())
+    {
+        if (nal->m_uiEnd > uiEnd) break;
+        BoxWriter length;
+        length.Word(static_cast<std::uint32_t>(nal->Length()));
+        out.Write(length.Written());
+        CopyBytes(bytes, nal->Begin(), nal->m_uiEnd, out);
+    }
+}
+
+// --- the two kinds of files ---
+
+class Repair
+{
+public:
+    Repair(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut, const RepairTimes& times)
+        : m_strIn(Quoted(Utf8FromPath(pathIn))), m_strOut(Quoted(Utf8FromPath(pathOut))), m_out(pathOut), m_times(times)
+    {}
+
+    RepairReport Run(const std::filesystem::path& pathIn)
+    {
+        {
+            FileBytes source(pathIn);  // closed before the new file may take its place
+            Choose(source);
+        }
+        m_out.Commit();
+        return std::move(m_report);
+    }
+
+private:
+    void Choose(ByteSource& source)
+    {
+        if (!IsOfMuxer(source)) return RepairOther(source);
+        if (const auto layout = FindLayout(source)) return RepairFinished(source, *layout);
+        if (HasOpenSize(source)) return RepairOther(source);
+        const SplitPictures pictures = FindPictures(source, MEDIA_BEGIN);
+        // Everything is there except the size of `mdat`, which is written last.
+        if (pictures.m_uiIndex && pictures.m_uiEnd == *pictures.m_uiIndex)
+            if (const auto movie = IndexAt(source, *pictures.m_uiIndex))
+                return RepairFinished(source, {*pictures.m_uiIndex, movie, false});
+        RepairUnfinished(source, MEDIA_BEGIN, pictures, NameOf(pictures.m_eMuxer));
+    }
+
+    void RepairFinished(ByteSource& source, const Layout& layout)
+    {
+        const auto facts = ReadIndexFacts(source, *layout.m_movie);
+        const std::uint64_t uiMediaBytes = layout.m_uiMediaEnd - MEDIA_BEGIN;
+        if (!facts || facts->m_uiMediaBytes != uiMediaBytes)
+            Refuse(QM_ERR_NOTSUPPORTED, m_strIn + " has an index that NVENC1 and AMF1 don't write");
+        if (m_times.m_vTimesMs || m_times.m_dPeriodMs)
+            m_report.m_vWarnings.push_back(m_strIn + " has an index with its times, so the given ones aren't used");
+        if (facts->m_uiTimes != facts->m_uiPictures)
+        {
+            m_report.m_vWarnings.push_back(m_strIn + " has " + Count(facts->m_uiTimes, "time") + " for " +
+                                           Count(facts->m_uiPictures, "picture") +
+                                           "; after one that is missing, pictures have the times of others");
+        }
+        if (facts->m_bTimesFall)
+            m_report.m_vWarnings.push_back("times of " + m_strIn + " run backwards; other programs take that for days");
+
+        WriteStart(m_out, uiMediaBytes);
+        BufferedBytes bytes(source);
+        CopyBytes(bytes, MEDIA_BEGIN, layout.m_uiMediaEnd, m_out);
+        m_out.Write(PutIndexRight(source, *layout.m_movie, *facts));
+
+        std::string strDone;
+        if (!layout.m_bSizeRight) Append(strDone, "the size of its media data");
+        if (!facts->m_bDurationsRight) Append(strDone, "the durations of its track");
+        if (!facts->m_bKeysRight) Append(strDone, "the numbers of its key pictures");
+        m_report.m_strDone = m_strIn + " is a finished file with " + Count(facts->m_uiPictures, "picture") + "; " +
+                             (strDone.empty() ? m_strOut + " is a copy, since nothing in it is wrong"
+                                              : strDone + " put right in " + m_strOut);
+    }
+
+    void RepairUnfinished(ByteSource& source, std::uint64_t uiBegin, const SplitPictures& pictures,
+                          std::string_view encoder)
+    {
+        const std::size_t uiPictures = pictures.m_vSizes.size();
+        const std::string strFound = m_strIn + " is an unfinished file of " + std::string(encoder);
+        if (uiPictures == 0) Refuse(QM_ERR_FAIL, strFound + " and has no whole picture; nothing can be repaired");
+        if (pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty())
+        {
+            Refuse(QM_ERR_FAIL, strFound + " without parameter sets; no picture of it can be decoded");
+        }
+        if (!m_times.m_vTimesMs && !m_times.m_dPeriodMs)
+        {
+            Refuse(QM_ERR_FAIL, strFound + " and has no times for its " + Count(uiPictures, "picture") +
+                                    "; give them with --times FILE.csv or --period MS");
+        }
+        const std::vector<unsigned char> vIndex = MakeIndex(pictures, DistancesInTicks(m_times, uiPictures));
+        if (m_times.m_vTimesMs && m_times.m_vTimesMs->size() > uiPictures)
+        {
+            m_report.m_vWarnings.push_back(Count(m_times.m_vTimesMs->size(), "time") + " for the " +
+                                           Count(uiPictures, "picture") + " in " + m_strIn +
+                                           "; the last ones aren't used, since their pictures were never written");
+        }
+        WriteStart(m_out, pictures.m_uiEnd - uiBegin);
+        CopyPictures(source, uiBegin, pictures.m_uiEnd, m_out);
+        m_out.Write(vIndex);
+
+        m_report.m_strDone = strFound + "; " + m_strOut + " has all " + Count(uiPictures, "whole picture") + " of it" +
+                             (m_times.m_vTimesMs ? " at the given times" : " at the given period");
+        if (pictures.m_uiCut > 0)
+            m_report.m_strDone +=
+                "; a last picture that is cut short, " + Count(pictures.m_uiCut, "byte") + ", is left out";
+        if (pictures.m_uiDamage)
+        {
+            m_report.m_vWarnings.push_back(Count(source.Size() - *pictures.m_uiDamage, "byte") + " of " + m_strIn +
+                                           " from byte " + std::to_string(*pictures.m_uiDamage) +
+                                           " on are damaged and left out, with any picture in them");
+        }
+    }
+
+    // A file of the system's encoder, or of any other program.
+    void RepairOther(ByteSource& source)
+    {
+        BoxReader reader(source);
+        std::uint64_t uiPosition = 0;
+        bool bFileType = false;
+        std::optional<std::uint64_t> uiMedia;
+        while (const auto box = reader.ReadBox(uiPosition, source.Size()))
+        {
+            if (box->m_strType == "moov" || box->m_strType == "moof")
+            {
+                Refuse(QM_ERR_NOTSUPPORTED,
+                       m_strIn +
+                           " has an index and isn't a file of NVENC1 or AMF1; those of other encoders need no repair");
+            }
+            if (box->m_strType == "ftyp") bFileType = true;
+            if (box->m_strType == "mdat" && !uiMedia) uiMedia = box->m_uiBegin;
+            uiPosition = box->m_uiEnd;
+        }
+        std::array<char, BOX_HEADER> header{};
+        if (!uiMedia && source.ReadAt(uiPosition, header.data(), header.size()) &&
+            std::string_view(header.data() + 4, 4) == "mdat")
+        {
+            uiMedia = uiPosition + BOX_HEADER;  // of a size that goes past the end
+        }
+        if (!bFileType || !uiMedia) Refuse(QM_ERR_NOTSUPPORTED, m_strIn + " isn't an MP4 file that was begun");
+
+        const SplitPictures pictures = FindPictures(source, *uiMedia);
+        const std::string strOther = m_strIn + " was never finished and isn't a file of NVENC1 or AMF1; ";
+        if (pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty())
+        {
+            Refuse(QM_ERR_NOTSUPPORTED,
+                   strOther + "its " + Count(pictures.m_vSizes.size(), "picture") +
+                       " can't be decoded, since the system's encoder writes the parameter sets only "
+                       "with the index, at the close");
+        }
+        if (pictures.m_bReordered)
+        {
+            Refuse(QM_ERR_NOTSUPPORTED, strOther + "the order in which its " +
+                                            Count(pictures.m_vSizes.size(), "picture") +
+                                            " are shown stood in the index, which is missing");
+        }
+        RepairUnfinished(source, *uiMedia, pictures, "another encoder");
+    }
+
+    static void Append(std::string& strList, std::string_view item)
+    {
+        strList += (strList.empty() ? "" : ", ") + std::string(item);
+    }
+
+    std::string m_strIn;
+    std::string m_strOut;
+    OutputFile m_out;
+    const RepairTimes& m_times;
+    RepairReport m_report;
+};
+
+}  // namespace
+
+std::vector<std::uint32_t> DistancesInTicks(const RepairTimes& times, std::size_t uiPictures)
+{
+    if (times.m_vTimesMs && times.m_vTimesMs->size() < uiPictures)
+    {
+        throw std::runtime_error("there are " + Count(times.m_vTimesMs->size(), "time") + " for " +
+                                 Count(uiPictures, "picture"));
+    }
+    const auto ticksAt = [&](std::size_t uiPicture) {
+        const double dMs = times.m_vTimesMs ? (*times.m_vTimesMs)[uiPicture] - times.m_vTimesMs->front()
+                                            : static_cast<double>(uiPicture) * times.m_dPeriodMs.value_or(0);
+        return std::round(dMs * TICKS_PER_MS);
+    };
+    std::vector<std::uint32_t> vDeltas;
+    vDeltas.reserve(uiPictures);
+    for (std::size_t i = 1; i < uiPictures; ++i)
+    {
+        const double dTicks = ticksAt(i) - ticksAt(i - 1);
+        if (dTicks < 0) throw std::runtime_error("times run backwards at entry " + std::to_string(i));
+        if (!(dTicks <= static_cast<double>(LARGEST_WORD)))
+            throw std::runtime_error("the distance to entry " + std::to_string(i) + " is more than a file can hold");
+        vDeltas.push_back(static_cast<std::uint32_t>(dTicks));
+    }
+    if (uiPictures > 1) vDeltas.push_back(vDeltas.back());
+    if (uiPictures == 1) vDeltas.push_back(times.m_dPeriodMs ? static_cast<std::uint32_t>(ticksAt(1)) : SHORTEST_TICKS);
+    return vDeltas;
+}
+
+RepairReport RepairFile(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut,
+                        const RepairTimes& times)
+{
+    RequireReadableFile(pathIn);
+    return Repair(pathIn, pathOut, times).Run(pathIn);
+}
+
+}  // namespace qmhost
