@@ -139,6 +139,20 @@ TEST(PictureSplit, CutInAStartCode)
     EXPECT_EQ(Split(strMedia + '\0').m_uiCut, 55U);
 }
 
+// Of the last slice there is its first byte, which doesn't say whether it begins a picture.
+TEST(PictureSplit, CutAfterTheFirstByteOfASlice)
+{
+    EXPECT_THAT(Split(Media(NVENC_PICTURES, 0) + START_CODE + "\x61").m_vSizes, NVENC_SIZES);
+    EXPECT_EQ(Split(Media(NVENC_PICTURES, 0) + START_CODE + "\x61").m_uiCut, 5U);
+    EXPECT_THAT(Split(Finished(NVENC_PICTURES) + Word(50) + "\x61").m_vSizes, NVENC_SIZES);
+    EXPECT_EQ(Split(Finished(NVENC_PICTURES) + Word(50) + "\x61").m_uiCut, 5U);
+
+    const std::vector<Picture> vTwoSlices = {{SEQUENCE_SET, PICTURE_SET, Idr(20), Idr(30, false)}, {Inter(20)}};
+    const SplitPictures found = Split(Media(vTwoSlices, 0) + START_CODE + "\x61");
+    EXPECT_EQ(found.m_vSizes.size(), 1U);
+    EXPECT_EQ(found.m_uiCut, 24U + 5U);
+}
+
 TEST(PictureSplit, LengthThatReachesPastTheEnd)
 {
     const std::string strMedia = Finished(NVENC_PICTURES);

@@ -28,5 +28,6 @@ std::unique_ptr<Command> MakeTimesCommand();
 std::unique_ptr<Command> MakeFramesCommand();
 std::unique_ptr<Command> MakePreviewCommand();
 std::unique_ptr<Command> MakeWriteCommand();
+std::unique_ptr<Command> MakeRepairCommand();
 
 }  // namespace qmhost

@@ -5,11 +5,13 @@
 #include <iostream>
 #include <optional>
 
+#include "options.h"
 #include "outputvideo.h"
 #include "parts/evenpicture.h"
 #include "parts/failure.h"
 #include "parts/picturesource.h"
 #include "parts/progress.h"
+#include "parts/repair.h"
 #include "parts/text.h"
 #include "parts/timesfile.h"
 
@@ -19,11 +21,6 @@ namespace
 {
 
 constexpr const char* COMMAND = "write";
-
-void Warn(const std::string& text)
-{
-    std::cerr << "qmhost: warning: " << text << '\n';
-}
 
 // The row of the codec table that has this code.
 std::uint32_t FindCodec(IQmImageFormat& format, const std::string& strCode)
@@ -86,7 +83,13 @@ SQmImageAttributes AttributesOf(const EvenPicture& picture, std::uint32_t uiCoun
     return attributes;
 }
 
-void WriteVideo(OutputVideo& video, PictureSource& source, const FrameTimes& times, EvenPicture& picture)
+// Whether the module muxes a codec's files itself. Such a file gives its length as a tenth of what it is.
+bool IsMuxedByModule(const std::string& strCode)
+{
+    return strCode == "NVENC1" || strCode == "AMF1";
+}
+
+void WriteFrames(OutputVideo& video, PictureSource& source, const FrameTimes& times, EvenPicture& picture)
 {
     ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, source.Count());
     for (std::uint32_t uiFrame = 0; uiFrame < source.Count(); ++uiFrame)
@@ -103,23 +106,6 @@ void WriteVideo(OutputVideo& video, PictureSource& source, const FrameTimes& tim
         video.WriteFrame(times[uiFrame], picture.Pixels());
         progress.Step();
     }
-    video.Close();
-}
-
-// From a tick of the file's clock to ten days.
-std::string PeriodProblem(const std::string& text)
-{
-    const auto dPeriodMs = NumberFromText<double>(text);
-    if (dPeriodMs && *dPeriodMs >= 0.1 && *dPeriodMs <= 864e6) return {};
-    return Quoted(text) + " is no period from 0.1 to 864000000 milliseconds";
-}
-
-std::string TargetProblem(const std::string& text)
-{
-    std::string strEnd = text.substr(text.size() - std::min<std::size_t>(text.size(), 4));
-    for (char& c : strEnd)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return strEnd == ".mp4" ? "" : Quoted(text) + " doesn't end in .mp4";
 }
 
 class WriteCommand : public Command
@@ -162,6 +148,8 @@ public:
             ->type_name("MS")
             ->check(PeriodProblem, "");
         pTimes->require_option(1);
+        pApp->add_flag("--repair", m_bRepair,
+                       "Then repair the file, as qmhost repair does, if NVENC1 or AMF1 wrote it");
         return pApp;
     }
 
@@ -181,10 +169,27 @@ public:
                  ", since H.264 takes even sides only");
         }
         OutputVideo video(session, m_strOut, uiCodec, AttributesOf(picture, pSource->Count()));
-        WriteVideo(video, *pSource, times, picture);
+        WriteFrames(video, *pSource, times, picture);
+        video.Close([this] { Complete(); });
+        if (IsMuxedByModule(m_strCodec) && !m_bRepair)
+        {
+            std::cerr << "qmhost: " << Quoted(m_strOut)
+                      << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
+                         "repaired: qmhost repair, or write --repair\n";
+        }
     }
 
 private:
+    void Complete() const
+    {
+        if (!m_bRepair || !IsMuxedByModule(m_strCodec)) return;
+        const auto path = PathFromUtf8(m_strOut);
+        const RepairReport report = RepairFile(path, path, {});
+        for (const std::string& strWarning : report.m_vWarnings)
+            Warn(strWarning);
+        std::cout << report.m_strDone << '\n';
+    }
+
     std::unique_ptr<PictureSource> OpenPictures() const
     {
         if (m_strRaw) return OpenRawPictures(PathFromUtf8(*m_strRaw), *ParsePictureSize(m_strSize));
@@ -201,6 +206,7 @@ private:
     std::string m_strSize;
     std::optional<std::string> m_strTimes;
     double m_dPeriodMs = 0;
+    bool m_bRepair = false;
 };
 
 }  // namespace

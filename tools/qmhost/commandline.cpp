@@ -41,7 +41,7 @@ public:
         m_app.require_subcommand(1);
         m_app.fallthrough();  // these options may also follow the command
         for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand,
-                          MakeWriteCommand})
+                          MakeWriteCommand, MakeRepairCommand})
         {
             auto pCommand = make();
             CLI::App* const pApp = pCommand->Declare(m_app);

@@ -63,11 +63,12 @@ void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
         throw Failure("write", QM_ERR_FILEOPEN, "the first frame made no file " + Quoted(m_strPath));
 }
 
-void OutputVideo::Close()
+void OutputVideo::Close(const std::function<void()>& complete)
 {
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
     Release();
     RequireNoLoss("");
+    if (complete) complete();
     const std::string strProblem = ReadBack();
     if (strProblem.empty()) return;
     throw Failure("write", QM_ERR_FAIL,

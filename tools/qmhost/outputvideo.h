@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -29,7 +30,8 @@ public:
     void WriteFrame(double dTimeMs, const void* pPixels);
 
     // Finishes the file and checks that it holds every frame: the module doesn't report a write to disk that failed.
-    void Close();
+    // complete, if given, is called between the two, when the module has let the file go; it may replace the file.
+    void Close(const std::function<void()>& complete = {});
 
     // Gives the file up, and says in a few words what is left of it.
     std::string Abandon();

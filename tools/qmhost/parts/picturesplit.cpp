@@ -62,16 +62,23 @@ public:
     }
 
 private:
+    // A slice that ends before it says of which macroblock it is. Only the end of the data does that.
+    static bool IsStub(const Nal& nal) { return nal.IsSlice() && nal.Length() < 2; }
+
     bool BeginsPicture(const Nal& nal) const
     {
-        return m_uiSlices > 0 && (nal.IsSlice() ? nal.IsFirstSlice() : IsBeforeSlices(nal.Type()));
+        if (m_uiSlices == 0) return false;
+        if (!nal.IsSlice()) return IsBeforeSlices(nal.Type());
+        // A stub belongs to the picture before it only if that one lacks slices.
+        if (IsStub(nal)) return m_found.m_vSizes.empty() || m_uiSlices >= m_uiFewestSlices;
+        return nal.IsFirstSlice();
     }
 
     void Add(const Nal& nal)
     {
         m_uiPictureEnd = nal.m_uiEnd;
-        m_bCut = nal.m_bCut;
-        if (nal.m_bCut) return;
+        m_bCut = nal.m_bCut || IsStub(nal);
+        if (m_bCut) return;
         if (nal.IsSlice()) ++m_uiSlices;
         if (nal.Type() == IDR_SLICE) m_bKey = true;
         if (nal.IsSlice() && IsBSlice(nal)) m_found.m_bReordered = true;

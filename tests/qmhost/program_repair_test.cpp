@@ -1,0 +1,364 @@
+// The built program repairing files that the real module wrote with the software encoder runtime, and files cut where a
+// process may have ended. ffmpeg and the module say what is in the result.
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include <gmock/gmock.h>
+
+#include "muxed_bytes.h"
+#include "support/ffmpeg.h"
+#include "support/mp4_boxes.h"
+#include "support/run_program.h"
+#include "unicode_folder.h"
+
+namespace
+{
+
+using namespace test_support;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+constexpr int FRAMES = 24;
+constexpr std::size_t FRAME_BYTES = std::size_t{3} * 64 * 48;
+constexpr std::size_t MEDIA_BEGIN = 48;
+
+// The times of the pictures in ticks of the file's clock, as a program sees them that keeps to the edit list.
+std::vector<std::int64_t> Ticks(const fs::path& path)
+{
+    std::istringstream lines(
+        RunFfprobe("-v warning -select_streams v -of default=noprint_wrappers=1:nokey=1 -show_entries packet=pts " +
+                       test_support::Quoted(path),
+                   Complaints::None));
+    return {std::istream_iterator<std::int64_t>(lines), {}};
+}
+
+// A file of NVENC1, and what can be made of it. It is written once for all tests.
+class RepairProgram : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        s_pFolder = std::make_unique<UnicodeFolder>();
+        const std::string strRaw = (*s_pFolder / "r.bgr").string();
+        RunFfmpeg("-f lavfi -i testsrc2=size=64x48:rate=25,noise=alls=40:allf=t -frames:v " + std::to_string(FRAMES) +
+                  " -pix_fmt bgr24 -f rawvideo " + test_support::Quoted(strRaw));
+        std::string strTimes = "frame,time_ms\n";
+        for (int i = 0; i < FRAMES; ++i)
+            strTimes += std::to_string(i) + "," + std::to_string(TimeMs(i)) + "\n";
+        WriteText(TimesPath(), strTimes);
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"write", WrittenPath(), "--codec", "NVENC1", "--raw",
+                                                                 strRaw, "--size", "64x48", "--times", TimesPath()});
+        ASSERT_EQ(result.m_nStatus, 0) << result.m_strErr;
+        s_strWritten = ReadText(WrittenPath());
+        const std::uint32_t uiEnd = 40 + WordAt(s_strWritten, 40);
+        s_strFinished = s_strWritten.substr(MEDIA_BEGIN, uiEnd - MEDIA_BEGIN);
+        s_strIndex = s_strWritten.substr(uiEnd);
+        s_strStream = s_strFinished;
+        for (std::size_t ui = 0; ui < s_strStream.size();)
+        {
+            const std::uint32_t uiLength = WordAt(s_strStream, ui);
+            s_strStream.replace(ui, 4, muxed_bytes::START_CODE);
+            s_vNals.push_back(ui);
+            ui += 4 + uiLength;
+        }
+        // The first picture has two parameter sets before its slice.
+        ASSERT_EQ(s_vNals.size(), FRAMES + 2U);
+    }
+    static void TearDownTestSuite() { s_pFolder.reset(); }
+
+    static int TimeMs(int nFrame) { return 37 * nFrame + 11 * (nFrame % 3); }
+    static std::string WrittenPath() { return (*s_pFolder / u8"wr\u00EFtten.mp4").string(); }
+    static std::string TimesPath() { return (*s_pFolder / "t.csv").string(); }
+    std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
+
+    static std::string Succeed(const std::vector<std::string>& vArguments, const std::string& strErr = "")
+    {
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, vArguments);
+        EXPECT_EQ(result.m_nStatus, 0);
+        EXPECT_EQ(result.m_strErr, strErr);
+        return result.m_strOut;
+    }
+
+    // Repairs a file and looks at the result: as many pictures, the first ones of what was written, at their times.
+    void RepairAndCompare(const std::string& strFile, int nPictures, const std::string& strLine)
+    {
+        WriteText(m_strIn, strFile);
+        const std::string strErr =
+            nPictures < FRAMES ? "qmhost: warning: " + std::to_string(FRAMES) + " times for the " +
+                                     std::to_string(nPictures) + " picture" + (nPictures == 1 ? "" : "s") + " in '" +
+                                     m_strIn + "'; the last ones aren't used, since their pictures were never written\n"
+                               : "";
+        EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}, strErr),
+                  "'" + m_strIn + "' is an unfinished file of NVENC1; '" + m_strOut + "' " + strLine + "\n");
+        EXPECT_TRUE(ReadText(m_strIn) == strFile);
+        Compare(nPictures);
+    }
+    void Compare(int nPictures)
+    {
+        EXPECT_EQ(
+            RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames -of csv=p=0 " +
+                           test_support::Quoted(m_strOut),
+                       Complaints::None),
+            std::to_string(nPictures) + "\n");
+        const auto vTicks = Ticks(m_strOut);
+        ASSERT_EQ(vTicks.size(), static_cast<std::size_t>(nPictures));
+        for (int i = 0; i < nPictures; ++i)
+            EXPECT_EQ(vTicks[static_cast<std::size_t>(i)], 10 * TimeMs(i)) << i;
+        std::string strTimes = ReadText(TimesPath());
+        for (int i = FRAMES; i > nPictures; --i)
+            strTimes.erase(strTimes.rfind('\n', strTimes.size() - 2) + 1);
+        EXPECT_EQ(Succeed({"times", m_strOut, "--csv"}), strTimes);
+        Succeed({"frames", m_strOut, "--raw", Target("out.bgr")});
+        EXPECT_TRUE(ReadText(Target("out.bgr")) ==
+                    WrittenPictures().substr(0, FRAME_BYTES * static_cast<std::size_t>(nPictures)));
+    }
+    // As the module reads them from the file that was never damaged.
+    static const std::string& WrittenPictures()
+    {
+        static std::string strPictures;
+        if (strPictures.empty())
+        {
+            const std::string strRaw = (*s_pFolder / "written.bgr").string();
+            Succeed({"frames", WrittenPath(), "--raw", strRaw});
+            strPictures = ReadText(strRaw);
+        }
+        return strPictures;
+    }
+    // The bytes of the file up to a NAL of the media data and some further ones.
+    static std::string CutAt(std::size_t uiNal, std::size_t uiMore = 0)
+    {
+        return muxed_bytes::UnfinishedFile(s_strStream.substr(0, s_vNals[uiNal] + uiMore));
+    }
+
+    static inline std::unique_ptr<UnicodeFolder> s_pFolder;
+    static inline std::string s_strWritten;
+    static inline std::string s_strFinished;  // media data with lengths
+    static inline std::string s_strStream;    // the same with start codes
+    static inline std::string s_strIndex;
+    static inline std::vector<std::size_t> s_vNals;  // their places in the media data
+
+    UnicodeFolder m_folder;
+    const std::string m_strIn = Target("unfinished.mp4");
+    const std::string m_strOut = Target("repaired.mp4");
+};
+
+// A process that ends between two packets leaves the packets that the system has taken.
+TEST_F(RepairProgram, EveryPictureThatWasWritten)
+{
+    for (const int nPictures : {1, 2, 7, 12, 23})
+        RepairAndCompare(CutAt(static_cast<std::size_t>(nPictures) + 2), nPictures,
+                         "has all " + std::to_string(nPictures) + " whole picture" + (nPictures == 1 ? "" : "s") +
+                             " of it at the given times");
+    RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream), FRAMES,
+                     "has all 24 whole pictures of it at the given times");
+}
+
+TEST_F(RepairProgram, BeginningsOfAPictureAreNotShown)
+{
+    for (const std::size_t uiMore : {2, 3, 4, 5})
+        RepairAndCompare(CutAt(12, uiMore), 10,
+                         std::string("has all 10 whole pictures of it at the given times") +
+                             (uiMore == 5 ? "; a last picture that is cut short, 5 bytes, is left out" : ""));
+}
+
+// A write that the system took in part ends with a page.
+TEST_F(RepairProgram, PagesOfAPictureAreNotShown)
+{
+    for (const std::size_t uiPages : {2, 5, 6})
+    {
+        const std::size_t uiBytes = 4096 * uiPages - MEDIA_BEGIN;
+        ASSERT_LT(uiBytes, s_strStream.size());
+        const auto itNext = std::upper_bound(s_vNals.begin(), s_vNals.end(), uiBytes);
+        const auto nPictures = static_cast<int>(itNext - s_vNals.begin()) - 3;
+        const std::size_t uiLeft = uiBytes - *(itNext - 1);
+        RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream.substr(0, uiBytes)), nPictures,
+                         "has all " + std::to_string(nPictures) +
+                             " whole pictures of it at the given times; a last picture that is cut short, " +
+                             std::to_string(uiLeft) + " bytes, is left out");
+    }
+}
+
+TEST_F(RepairProgram, EndInTheMiddleOfTheClose)
+{
+    for (const std::size_t uiNal : {1, 3, 14, 25})
+    {
+        for (const std::size_t uiBytes : {0, 2, 3})
+        {
+            const std::size_t uiAt = s_vNals[uiNal] + uiBytes;
+            RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, uiAt) + s_strStream.substr(uiAt)),
+                             FRAMES, "has all 24 whole pictures of it at the given times");
+        }
+    }
+    for (const std::size_t uiIndex : {std::size_t{0}, std::size_t{6}, std::size_t{200}, s_strIndex.size() - 1})
+        RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished + s_strIndex.substr(0, uiIndex)), FRAMES,
+                         "has all 24 whole pictures of it at the given times");
+    // With the size, before the index.
+    RepairAndCompare(s_strWritten.substr(0, MEDIA_BEGIN) + s_strFinished, FRAMES,
+                     "has all 24 whole pictures of it at the given times");
+}
+
+TEST_F(RepairProgram, EndBeforeTheSizeNeedsNoTimes)
+{
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(s_strFinished) + s_strIndex);
+    EXPECT_THAT(Succeed({"repair", m_strIn, m_strOut}),
+                HasSubstr(" is a finished file with 24 pictures; the size of "));
+    Compare(FRAMES);
+}
+
+// A copy that is cut off anywhere.
+TEST_F(RepairProgram, FinishedPicturesThatAreCutOff)
+{
+    for (const std::size_t uiMore : {5, 100, 300})
+    {
+        RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, s_vNals[14] + uiMore)), 12,
+                         "has all 12 whole pictures of it at the given times; a last picture that is cut short, " +
+                             std::to_string(uiMore) + " bytes, is left out");
+    }
+}
+
+TEST_F(RepairProgram, FinishedFile)
+{
+    EXPECT_EQ(Succeed({"repair", WrittenPath(), m_strOut}),
+              "'" + WrittenPath() +
+                  "' is a finished file with 24 pictures; the durations of its track, the numbers of its "
+                  "key pictures put right in '" +
+                  m_strOut + "'\n");
+    Compare(FRAMES);
+    EXPECT_EQ(ReadText(WrittenPath()), s_strWritten);
+    const Bytes vRepaired = ReadBytes(m_strOut);
+    const Mp4Box media = FindBox(vRepaired, "mdat");
+    EXPECT_TRUE(std::string(vRepaired.begin() + static_cast<std::ptrdiff_t>(media.m_uiPayload),
+                            vRepaired.begin() + static_cast<std::ptrdiff_t>(media.m_uiEnd)) == s_strFinished);
+    // What it is for: without a repair ffprobe counts a part.
+    EXPECT_NE(RunFfprobe("-count_frames -show_entries stream=nb_read_frames -of csv=p=0 " +
+                         test_support::Quoted(WrittenPath())),
+              "24\n");
+}
+
+TEST_F(RepairProgram, RightAfterWriting)
+{
+    EXPECT_EQ(Succeed({"write", m_strOut, "--codec", "NVENC1", "--raw", (*s_pFolder / "r.bgr").string(), "--size",
+                       "64x48", "--times", TimesPath(), "--repair"}),
+              "'" + m_strOut +
+                  "' is a finished file with 24 pictures; the durations of its track, the numbers of its key "
+                  "pictures put right in '" +
+                  m_strOut + "'\n");
+    Compare(FRAMES);
+}
+
+// Delimiters, Main profile, several references: an encoder's output in the form in which AMF1 writes it.
+TEST_F(RepairProgram, UnfinishedFileOfAmf)
+{
+    const std::string strStream = Target("stream.h264");
+    RunFfmpeg("-f rawvideo -pix_fmt bgr24 -s 64x48 -r 25 -i " + test_support::Quoted(*s_pFolder / "r.bgr") +
+              " -c:v libx264 -profile:v main -pix_fmt yuv420p -bf 0 -x264-params "
+              "aud=1:keyint=10:scenecut=0:threads=1:slices=1 " +
+              test_support::Quoted(strStream));
+    std::string strMedia = ReadText(strStream);
+    for (std::size_t ui = strMedia.find(std::string("\0\0\1", 3)); ui != std::string::npos;
+         ui = strMedia.find(std::string("\0\0\1", 3), ui + 4))
+    {
+        if (ui == 0 || strMedia[ui - 1] != '\0') strMedia.insert(ui, 1, '\0');
+    }
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(strMedia));
+    EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}),
+              "'" + m_strIn + "' is an unfinished file of AMF1; '" + m_strOut +
+                  "' has all 24 whole pictures of it at the given times\n");
+    EXPECT_EQ(
+        RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames,width,height -of "
+                   "csv=p=0 " +
+                       test_support::Quoted(m_strOut),
+                   Complaints::None),
+        "64,48,24\n");
+    EXPECT_TRUE(DecodePlain(m_strOut, 64, 48) == DecodePlain(strStream, 64, 48));
+    EXPECT_EQ(FindBox(ReadBytes(m_strOut), "moov/trak/mdia/minf/stbl/stss").m_uiEnd -
+                  FindBox(ReadBytes(m_strOut), "moov/trak/mdia/minf/stbl/stss").m_uiPayload,
+              8U + 4 * 3);
+}
+
+// Of the system's encoder: the parameter sets come with the index only.
+TEST_F(RepairProgram, UnfinishedFileOfTheSystemsEncoder)
+{
+    const std::string strWhole = Target("hq.mp4");
+    Succeed({"write", strWhole, "--codec", "HQ", "--raw", (*s_pFolder / "r.bgr").string(), "--size", "64x48", "--times",
+             TimesPath()});
+    const ProgramResult finished = RunProgram(QMHOST_PROGRAM, {"repair", strWhole, m_strOut});
+    EXPECT_EQ(finished.m_nStatus, 1);
+    EXPECT_THAT(finished.m_strErr, HasSubstr(" has an index and isn't a file of NVENC1 or AMF1; "));
+
+    std::string strFile = ReadText(strWhole);
+    strFile.resize(strFile.find("moov") - 4);
+    strFile.replace(40, 4, Word(0));  // as it stands until the close
+    WriteText(m_strIn, strFile);
+    const ProgramResult unfinished = RunProgram(QMHOST_PROGRAM, {"repair", m_strIn, m_strOut, "--period", "40"});
+    EXPECT_EQ(unfinished.m_nStatus, 1);
+    EXPECT_THAT(unfinished.m_strErr,
+                HasSubstr("; its 24 pictures can't be decoded, since the system's encoder writes the "
+                          "parameter sets only with the index, at the close\n"));
+    EXPECT_FALSE(fs::exists(m_strOut));
+}
+
+TEST_F(RepairProgram, WrongCommandLines)
+{
+    const auto status = [](const std::vector<std::string>& vArguments) {
+        return RunProgram(QMHOST_PROGRAM, vArguments).m_nStatus;
+    };
+    EXPECT_EQ(status({"repair", WrittenPath()}), 2);
+    EXPECT_EQ(status({"repair", WrittenPath(), Target("out.avi")}), 2);
+    EXPECT_EQ(status({"repair", WrittenPath(), m_strOut, "--period", "0"}), 2);
+    EXPECT_EQ(status({"repair", WrittenPath(), m_strOut, "--period", "40", "--times", TimesPath()}), 2);
+    EXPECT_EQ(status({"repair", Target("missing.mp4"), m_strOut}), 1);
+    const ProgramResult same = RunProgram(QMHOST_PROGRAM, {"repair", WrittenPath(), WrittenPath()});
+    EXPECT_EQ(same.m_nStatus, 1);
+    EXPECT_THAT(same.m_strErr, HasSubstr(" is the original, which isn't changed; name another file to write"));
+    EXPECT_TRUE(ReadText(WrittenPath()) == s_strWritten);
+}
+
+// Above 4 GiB. The pictures of the file, each with a filler NAL that is a hole in the file.
+TEST_F(RepairProgram, FileAbove4GiB)
+{
+    constexpr std::uint64_t FILLER = 200'000'000;
+    std::uint64_t uiMedia = 0;
+    std::vector<std::int64_t> vTicksAndPlaces;
+    const Bytes vWritten(s_strWritten.begin(), s_strWritten.end());
+    const Mp4Box sizes = FindBox(vWritten, "moov/trak/mdia/minf/stbl/stsz");
+    std::string strIndex = s_strIndex;
+    const std::size_t uiIndexBegin = s_strWritten.size() - s_strIndex.size();
+    {
+        std::ofstream file(m_strIn, std::ios::binary);
+        std::size_t uiFrom = 0;
+        file << s_strWritten.substr(0, MEDIA_BEGIN);
+        for (int i = 0; i < FRAMES; ++i)
+        {
+            vTicksAndPlaces.push_back(10 * TimeMs(i));
+            vTicksAndPlaces.push_back(static_cast<std::int64_t>(MEDIA_BEGIN + uiMedia));
+            const std::size_t uiEntry = sizes.m_uiPayload + 12 + 4 * static_cast<std::size_t>(i);
+            const std::uint32_t uiSize = WordAt(s_strWritten, uiEntry);
+            file << s_strFinished.substr(uiFrom, uiSize) << Word(FILLER) << '\x0C';
+            file.seekp(FILLER - 2, std::ios::cur);
+            file << '\x80';
+            SetWordAt(strIndex, uiEntry - uiIndexBegin, uiSize + 4 + FILLER);
+            uiFrom += uiSize;
+            uiMedia += uiSize + 4 + FILLER;
+        }
+        ASSERT_GT(uiMedia, std::uint64_t{1} << 32);
+        file << strIndex;
+        file.seekp(40);
+        file << Word(static_cast<std::uint32_t>(uiMedia + 8));
+        ASSERT_TRUE(file.good());
+    }
+    EXPECT_THAT(
+        Succeed({"repair", m_strIn, m_strOut}),
+        HasSubstr(" is a finished file with 24 pictures; the size of its media data, the durations of its track, "));
+    EXPECT_EQ(fs::file_size(m_strOut), fs::file_size(m_strIn));
+    // Not decoded: that would take long, since a decoder looks at each byte.
+    std::istringstream lines(RunFfprobe("-v warning -select_streams v -of default=noprint_wrappers=1:nokey=1 "
+                                        "-show_entries packet=pts,pos " +
+                                            test_support::Quoted(m_strOut),
+                                        Complaints::None));
+    EXPECT_THAT(std::vector<std::int64_t>(std::istream_iterator<std::int64_t>(lines), {}),
+                testing::ElementsAreArray(vTicksAndPlaces));
+}
+
+}  // namespace
