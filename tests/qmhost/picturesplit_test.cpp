@@ -135,6 +135,7 @@ TEST(PictureSplit, CutInAStartCode)
         EXPECT_THAT(found.m_vSizes, NVENC_SIZES) << uiBytes;
         EXPECT_EQ(found.m_uiEnd, strMedia.size()) << uiBytes;
         EXPECT_EQ(found.m_uiCut, 0U) << uiBytes;
+        EXPECT_EQ(found.m_bLastUnproven, uiBytes == 0) << uiBytes;
     }
     EXPECT_EQ(Split(strMedia + '\0').m_uiCut, 55U);
 }

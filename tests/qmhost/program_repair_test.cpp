@@ -148,17 +148,17 @@ TEST_F(RepairProgram, EveryPictureThatWasWritten)
 {
     for (const int nPictures : {1, 2, 7, 12, 23})
         RepairAndCompare(CutAt(static_cast<std::size_t>(nPictures) + 2), nPictures,
-                         "has all " + std::to_string(nPictures) + " whole picture" + (nPictures == 1 ? "" : "s") +
-                             " of it at the given times");
+                         "has all " + std::to_string(nPictures) + " picture" + (nPictures == 1 ? "" : "s") +
+                             " of it at the given times; if the last one is cut short, that can't be seen");
     RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream), FRAMES,
-                     "has all 24 whole pictures of it at the given times");
+                     "has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen");
 }
 
 TEST_F(RepairProgram, BeginningsOfAPictureAreNotShown)
 {
     for (const std::size_t uiMore : {2, 3, 4, 5})
         RepairAndCompare(CutAt(12, uiMore), 10,
-                         std::string("has all 10 whole pictures of it at the given times") +
+                         std::string("has all 10 pictures of it at the given times") +
                              (uiMore == 5 ? "; a last picture that is cut short, 5 bytes, is left out" : ""));
 }
 
@@ -174,7 +174,7 @@ TEST_F(RepairProgram, PagesOfAPictureAreNotShown)
         const std::size_t uiLeft = uiBytes - *(itNext - 1);
         RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream.substr(0, uiBytes)), nPictures,
                          "has all " + std::to_string(nPictures) +
-                             " whole pictures of it at the given times; a last picture that is cut short, " +
+                             " pictures of it at the given times; a last picture that is cut short, " +
                              std::to_string(uiLeft) + " bytes, is left out");
     }
 }
@@ -187,15 +187,15 @@ TEST_F(RepairProgram, EndInTheMiddleOfTheClose)
         {
             const std::size_t uiAt = s_vNals[uiNal] + uiBytes;
             RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, uiAt) + s_strStream.substr(uiAt)),
-                             FRAMES, "has all 24 whole pictures of it at the given times");
+                             FRAMES, "has all 24 pictures of it at the given times");
         }
     }
     for (const std::size_t uiIndex : {std::size_t{0}, std::size_t{6}, std::size_t{200}, s_strIndex.size() - 1})
         RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished + s_strIndex.substr(0, uiIndex)), FRAMES,
-                         "has all 24 whole pictures of it at the given times");
+                         "has all 24 pictures of it at the given times");
     // With the size, before the index.
     RepairAndCompare(s_strWritten.substr(0, MEDIA_BEGIN) + s_strFinished, FRAMES,
-                     "has all 24 whole pictures of it at the given times");
+                     "has all 24 pictures of it at the given times");
 }
 
 TEST_F(RepairProgram, EndBeforeTheSizeNeedsNoTimes)
@@ -212,7 +212,7 @@ TEST_F(RepairProgram, FinishedPicturesThatAreCutOff)
     for (const std::size_t uiMore : {5, 100, 300})
     {
         RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, s_vNals[14] + uiMore)), 12,
-                         "has all 12 whole pictures of it at the given times; a last picture that is cut short, " +
+                         "has all 12 pictures of it at the given times; a last picture that is cut short, " +
                              std::to_string(uiMore) + " bytes, is left out");
     }
 }
@@ -273,7 +273,7 @@ TEST_F(RepairProgram, FilesOfAmf)
     WriteText(m_strIn, strFile);
     EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}),
               "'" + m_strIn + "' is an unfinished file of AMF1; '" + m_strOut +
-                  "' has all 24 whole pictures of it at the given times\n");
+                  "' has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
 
     const auto vPictures = DecodePlain(strWritten, 64, 48);
     std::vector<std::int64_t> vTicks;
@@ -304,7 +304,7 @@ TEST_F(RepairProgram, StreamOfAnotherEncoderInTheFormOfAmf)
     WriteText(m_strIn, muxed_bytes::UnfinishedFile(strMedia));
     EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}),
               "'" + m_strIn + "' is an unfinished file of AMF1; '" + m_strOut +
-                  "' has all 24 whole pictures of it at the given times\n");
+                  "' has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
     EXPECT_EQ(
         RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames,width,height -of "
                    "csv=p=0 " +

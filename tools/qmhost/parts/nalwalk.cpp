@@ -39,9 +39,9 @@ std::optional<Nal> NalWalk::Stop(EEnd eEnd)
     return std::nullopt;
 }
 
-std::optional<Nal> NalWalk::Take(std::uint64_t uiEnd, bool bCut)
+std::optional<Nal> NalWalk::Take(std::uint64_t uiEnd, bool bCut, bool bUnproven)
 {
-    Nal nal{m_uiNext, uiEnd, bCut, {}};
+    Nal nal{m_uiNext, uiEnd, bCut, bUnproven, {}};
     const auto bytes = m_source.View(nal.Begin(), nal.m_abFirst.size());
     const auto uiCount = static_cast<std::size_t>(std::min<std::uint64_t>(nal.Length(), nal.m_abFirst.size()));
     std::copy_n(bytes.begin(), uiCount, nal.m_abFirst.begin());
@@ -92,7 +92,8 @@ std::optional<Nal> NalWalk::TakeUpToStartCode()
     const auto itLast = std::find_if(tail.rbegin(), tail.rend(), [](unsigned char uiByte) { return uiByte != 0; });
     const auto uiZeros = static_cast<std::uint64_t>(itLast - tail.rbegin());
     if (uiZeros == 2 || uiZeros == 3) return Take(uiEnd - uiZeros, false);
-    return Take(uiEnd, uiZeros != 0 || uiEnd % PAGE == 0);
+    const bool bCut = uiZeros != 0 || uiEnd % PAGE == 0;
+    return Take(uiEnd, bCut, !bCut);
 }
 
 // Whether the four bytes at m_uiNext are a length: its NAL ends at the end of the data, or another one begins there.

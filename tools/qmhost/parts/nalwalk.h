@@ -23,6 +23,7 @@ struct Nal
     std::uint64_t m_uiHead;                  // position of the bytes in front
     std::uint64_t m_uiEnd;                   // position after its last byte
     bool m_bCut;                             // the data ends before the NAL does
+    bool m_bUnproven;                        // it ends with the data, and nothing shows whether that is its own end
     std::array<unsigned char, 2> m_abFirst;  // its first bytes; 0 for a second one that isn't there
 
     std::uint64_t Begin() const { return m_uiHead + NAL_HEAD; }
@@ -60,7 +61,7 @@ public:
 private:
     std::uint64_t Left(std::uint64_t uiPosition) const { return m_source.Size() - uiPosition; }
     std::optional<Nal> Stop(EEnd eEnd);
-    std::optional<Nal> Take(std::uint64_t uiEnd, bool bCut);
+    std::optional<Nal> Take(std::uint64_t uiEnd, bool bCut, bool bUnproven = false);
     std::optional<Nal> TakeUpToStartCode();
     bool IsLength(std::uint64_t uiLength);
     bool IsHead(std::uint64_t uiPosition);

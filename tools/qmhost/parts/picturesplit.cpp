@@ -78,6 +78,7 @@ private:
     {
         m_uiPictureEnd = nal.m_uiEnd;
         m_bCut = nal.m_bCut || IsStub(nal);
+        m_bUnproven = nal.m_bUnproven;
         if (m_bCut) return;
         if (nal.IsSlice()) ++m_uiSlices;
         if (nal.Type() == IDR_SLICE) m_bKey = true;
@@ -113,6 +114,7 @@ private:
     {
         const bool bOther = !m_found.m_vSizes.empty();
         const bool bWhole = m_uiSlices > 0 && !m_bCut && (!bOther || m_uiSlices >= m_uiFewestSlices);
+        m_found.m_bLastUnproven = bWhole && m_bUnproven;
         if (bWhole)
             EndPicture();
         else if (m_uiPictureEnd > m_found.m_uiEnd)
@@ -130,6 +132,7 @@ private:
     unsigned m_uiSlices = 0;
     bool m_bKey = false;
     bool m_bCut = false;
+    bool m_bUnproven = false;
 
     unsigned m_uiFewestSlices = std::numeric_limits<unsigned>::max();  // of the pictures before it
 };

@@ -30,6 +30,7 @@ struct SplitPictures
     std::vector<std::string> m_vPictureSets;
     std::uint64_t m_uiEnd = 0;                // position after the last whole picture
     std::uint64_t m_uiCut = 0;                // bytes of a last picture that is cut short; 0 for none
+    bool m_bLastUnproven = false;             // nothing shows whether the last picture in the list is whole
     std::optional<std::uint64_t> m_uiIndex;   // position of `moov`, whole or not
     std::optional<std::uint64_t> m_uiDamage;  // position from which the data is neither a picture nor an index
     bool m_bReordered = false;                // there are B pictures: their order isn't that of their times

@@ -261,11 +261,12 @@ private:
         CopyPictures(source, uiBegin, pictures.m_uiEnd, m_out);
         m_out.Write(vIndex);
 
-        m_report.m_strDone = strFound + "; " + m_strOut + " has all " + Count(uiPictures, "whole picture") + " of it" +
+        m_report.m_strDone = strFound + "; " + m_strOut + " has all " + Count(uiPictures, "picture") + " of it" +
                              (m_times.m_vTimesMs ? " at the given times" : " at the given period");
         if (pictures.m_uiCut > 0)
             m_report.m_strDone +=
                 "; a last picture that is cut short, " + Count(pictures.m_uiCut, "byte") + ", is left out";
+        if (pictures.m_bLastUnproven) m_report.m_strDone += "; if the last one is cut short, that can't be seen";
         if (pictures.m_uiDamage)
         {
             m_report.m_vWarnings.push_back(Count(source.Size() - *pictures.m_uiDamage, "byte") + " of " + m_strIn +
