@@ -22,10 +22,16 @@ inline const std::string KEY_DELIMITER("\x09\x10", 2);
 inline const std::string START_CODE("\0\0\0\1", 4);
 inline const std::string UNFINISHED("\x1A\xBE\xCE\xDA", 4);
 
-// A slice of so many bytes. Its header begins with the number of its first macroblock: 0 is a 1 bit.
+// A slice of so many bytes. Its header begins with the number of its first macroblock: 0 is a 1 bit. The others take
+// all values, never two zeros in a row, and no zero at the end.
 inline std::string Slice(unsigned char uiHeader, std::size_t uiBytes, bool bFirst = true)
 {
-    return std::string(1, static_cast<char>(uiHeader)) + (bFirst ? '\x9A' : '\x4A') + std::string(uiBytes - 2, 'x');
+    std::string strSlice(1, static_cast<char>(uiHeader));
+    strSlice += bFirst ? '\x9A' : '\x4A';
+    for (std::size_t i = 2; i < uiBytes; ++i)
+        strSlice += static_cast<char>(uiBytes * 31 + i * 167 + (i >> 3) * 13);
+    if (strSlice.back() == '\0') strSlice.back() = '\x80';
+    return strSlice;
 }
 inline std::string Idr(std::size_t uiBytes, bool bFirst = true)
 {

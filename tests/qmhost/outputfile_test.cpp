@@ -46,6 +46,20 @@ TEST(OutputFile, WithoutACommitNothingIsLeft)
     EXPECT_EQ(folder.Names().size(), 0u);
 }
 
+TEST(OutputFile, KeepsThePermissionsOfTheFileThatItReplaces)
+{
+    const UnicodeFolder folder;
+    WriteWholeFile(folder / "x", std::string_view("old"));
+    fs::permissions(folder / "x", fs::perms::owner_write, fs::perm_options::remove);
+    const fs::perms before = fs::status(folder / "x").permissions();
+    OutputFile file(folder / "x");
+    file.Write(BYTES);
+    file.CommitToDisk();
+    EXPECT_EQ(ReadText(folder / "x"), "new");
+    EXPECT_EQ(fs::status(folder / "x").permissions(), before);
+    fs::permissions(folder / "x", fs::perms::owner_write, fs::perm_options::add);
+}
+
 TEST(OutputFile, OldFileStaysUntilTheCommit)
 {
     const UnicodeFolder folder;

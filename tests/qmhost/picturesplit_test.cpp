@@ -125,19 +125,18 @@ TEST(PictureSplit, ParameterSetsWithoutASlice)
     }
 }
 
-// Bytes of the last start code are left, of none, one that can't be told from a picture's, two, three or all four.
+// Bytes of the last start code are left: up to two of them can also be a picture's.
 TEST(PictureSplit, CutInAStartCode)
 {
     const std::string strMedia = Media(NVENC_PICTURES, 0);
-    for (const std::size_t uiBytes : {0, 2, 3, 4})
+    for (const std::size_t uiBytes : {0, 1, 2, 3, 4})
     {
         const SplitPictures found = Split(strMedia + START_CODE.substr(0, uiBytes));
         EXPECT_THAT(found.m_vSizes, NVENC_SIZES) << uiBytes;
         EXPECT_EQ(found.m_uiEnd, strMedia.size()) << uiBytes;
         EXPECT_EQ(found.m_uiCut, 0U) << uiBytes;
-        EXPECT_EQ(found.m_bLastUnproven, uiBytes == 0) << uiBytes;
+        EXPECT_EQ(found.m_bLastUnproven, uiBytes < 3) << uiBytes;
     }
-    EXPECT_EQ(Split(strMedia + '\0').m_uiCut, 55U);
 }
 
 // Of the last slice there is its first byte, which doesn't say whether it begins a picture.
@@ -166,18 +165,49 @@ TEST(PictureSplit, LengthThatReachesPastTheEnd)
     }
 }
 
-// A write that the system didn't take as a whole ends with a page.
+// A write that the system didn't take as a whole ends with a page. A whole picture may end there too.
 TEST(PictureSplit, StartCodesThatEndWithAPage)
 {
     std::vector<Picture> vPictures = NVENC_PICTURES;
-    const std::size_t uiSize = Media(vPictures, 0).size();
-    const std::size_t uiMore = 4096 - uiSize % 4096;
+    const std::size_t uiMore = 4096 - Media(vPictures, 0).size() % 4096;
     vPictures.push_back({Inter(uiMore - 4)});
-    EXPECT_EQ(Split(Media(vPictures, 0)).m_uiCut, uiMore);
-    EXPECT_EQ(Split(Media(vPictures, 0)).m_vSizes.size(), 5U);
-    // When lengths are written, every picture has been.
-    EXPECT_EQ(Split(Media(vPictures, 1)).m_vSizes.size(), 6U);
-    EXPECT_EQ(Split(Media(vPictures, 100)).m_vSizes.size(), 6U);
+    for (const std::size_t uiLengths : {0, 1, 100})
+    {
+        const SplitPictures found = Split(Media(vPictures, uiLengths));
+        EXPECT_EQ(found.m_vSizes.size(), 6U);
+        EXPECT_EQ(found.m_bLastUnproven, uiLengths == 0);
+    }
+}
+
+// When lengths are there, all slices had been written: a picture may have fewer of them than others.
+TEST(PictureSplit, PicturesOfDifferentNumbersOfSlices)
+{
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(20), Idr(30, false)}, {Inter(25)}};
+    for (const std::size_t uiLengths : {1, 5})
+        EXPECT_EQ(Split(Media(vPictures, uiLengths)).m_vSizes.size(), 2U) << uiLengths;
+}
+
+// Half a length is the number of another place, at which a NAL's first byte stands by chance.
+TEST(PictureSplit, HalfALengthThatLeadsIntoItsNal)
+{
+    std::string strSlice = Inter(800);  // 00 00 03 20
+    strSlice[0x301 + 4] = '\x61';       // 00 00 03 01 leads here
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}, {strSlice}, {Inter(50)}};
+    std::string strMedia = Media(vPictures, 3);
+    strMedia.replace(128, 3, std::string("\0\0\3", 3));
+    const SplitPictures found = Split(strMedia);
+    EXPECT_THAT(found.m_vSizes, ElementsAre(128, 804, 54));
+    EXPECT_FALSE(found.m_uiDamage);
+}
+
+// A length that ends in 1 looks like half of one.
+TEST(PictureSplit, LengthThatEndsInOne)
+{
+    const std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}, {Inter(0x301)}, {Inter(50)}};
+    for (const std::size_t uiLengths : {4, 5})
+        EXPECT_THAT(Split(Media(vPictures, uiLengths)).m_vSizes, ElementsAre(128, 0x305, 54)) << uiLengths;
+    EXPECT_THAT(Split(Finished(vPictures) + WithLength(Inter(60)) + MuxerIndex({})).m_vSizes,
+                ElementsAre(128, 0x305, 54, 64));
 }
 
 TEST(PictureSplit, IndexAfterThePictures)
@@ -203,6 +233,79 @@ TEST(PictureSplit, EndsAtDamage)
     EXPECT_EQ(found.m_vSizes.size(), 1U);  // the end of the second one is no longer certain
     ASSERT_TRUE(found.m_uiDamage);
     EXPECT_EQ(*found.m_uiDamage, 128U);
+}
+
+const std::vector<Picture> LONG_PICTURES = {
+    {SEQUENCE_SET, PICTURE_SET, Idr(5000)}, {Inter(6000)}, {Inter(7000)}, {Inter(8000)}, {Inter(9000)}};
+
+// A page that is lost holds the start code between the second and the third picture.
+TEST(PictureSplit, HoleOverAStartCode)
+{
+    std::string strMedia = Media(LONG_PICTURES, 0);
+    const std::size_t uiHole = 5028 + 4000;
+    strMedia.replace(uiHole, 4096, std::string(4096, '\0'));
+    SplitPictures found = Split(strMedia);
+    EXPECT_THAT(found.m_vSizes, ElementsAre(5028, 6004 + 7004, 8004, 9004));
+    EXPECT_EQ(found.m_uiDamage, uiHole - (Inter(6000)[uiHole - 5028 - 5] == '\0' ? 1 : 0));
+    EXPECT_EQ(found.m_uiSure, 1U);
+    EXPECT_EQ(found.m_uiSureEnd, 5028U);
+    found.KeepSure();
+    EXPECT_THAT(found.m_vSizes, ElementsAre(5028));
+    EXPECT_EQ(found.m_uiEnd, 5028U);
+}
+
+// A 1 after a hole may be any byte, so the next picture isn't found.
+TEST(PictureSplit, HoleUpToAStartCode)
+{
+    std::string strMedia = Media(LONG_PICTURES, 0);
+    strMedia.replace(5028 + 6004 - 50, 50, std::string(50, '\0'));
+    const SplitPictures found = Split(strMedia);
+    EXPECT_EQ(found.m_vSizes.size(), 4U);
+    EXPECT_EQ(found.m_uiSure, 1U);
+    EXPECT_TRUE(found.m_uiDamage);
+}
+
+TEST(PictureSplit, ZerosUpToTheEnd)
+{
+    const std::string strMedia = Media(LONG_PICTURES, 0) + std::string(10'000, '\0');
+    const SplitPictures found = Split(strMedia);
+    EXPECT_EQ(found.m_vSizes.size(), 4U);
+    EXPECT_EQ(found.m_uiSure, 4U);
+    EXPECT_EQ(found.m_uiDamage, Media(LONG_PICTURES, 0).size());
+}
+
+// A NAL without a first byte that one can have.
+TEST(PictureSplit, WrongFirstByte)
+{
+    std::string strMedia = Media(LONG_PICTURES, 0);
+    strMedia[5028 + 6004 + 4] = '\xFF';
+    const SplitPictures found = Split(strMedia);
+    EXPECT_THAT(found.m_vSizes, ElementsAre(5028, 6004, 7004 + 8004, 9004));
+    EXPECT_EQ(found.m_uiDamage, 5028U + 6004U);
+    EXPECT_EQ(found.m_uiSure, 2U);
+}
+
+TEST(PictureSplit, WrongLengthBeforeStartCodes)
+{
+    std::string strMedia = Media(LONG_PICTURES, 5);
+    strMedia.replace(5028, 4, Word(0x00345678));
+    const SplitPictures found = Split(strMedia);
+    EXPECT_EQ(found.m_uiDamage, 5028U);
+    EXPECT_EQ(found.m_uiSure, 0U);
+    EXPECT_EQ(found.m_vSizes.back(), 9004U);
+}
+
+// Pages reach the disk in any order: here the first one still has its start codes.
+TEST(PictureSplit, LengthsAfterAStartCode)
+{
+    const std::string strMedia =
+        Media(LONG_PICTURES, 0).substr(0, 5028 + 4) + Media(LONG_PICTURES, 100).substr(5028 + 4);
+    for (const std::string& strAfter : {std::string(), MuxerIndex({}), START_CODE + Inter(500)})
+    {
+        const SplitPictures found = Split(strMedia + strAfter);
+        EXPECT_EQ(found.m_uiSure, 1U);
+        EXPECT_TRUE(found.m_uiDamage);
+    }
 }
 
 TEST(PictureSplit, NoPictures)

@@ -85,9 +85,9 @@ protected:
     {
         WriteText(m_strIn, strFile);
         const std::string strErr =
-            nPictures < FRAMES ? "qmhost: warning: " + std::to_string(FRAMES) + " times for the " +
-                                     std::to_string(nPictures) + " picture" + (nPictures == 1 ? "" : "s") + " in '" +
-                                     m_strIn + "'; the last ones aren't used, since their pictures were never written\n"
+            nPictures < FRAMES ? "qmhost: warning: '" + TimesPath() + "' has " + std::to_string(FRAMES) +
+                                     " times for the " + std::to_string(nPictures) + " picture" +
+                                     (nPictures == 1 ? "" : "s") + " in '" + m_strOut + "'; the last ones aren't used\n"
                                : "";
         EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}, strErr),
                   "'" + m_strIn + "' is an unfinished file of NVENC1; '" + m_strOut + "' " + strLine + "\n");
@@ -148,35 +148,95 @@ TEST_F(RepairProgram, EveryPictureThatWasWritten)
 {
     for (const int nPictures : {1, 2, 7, 12, 23})
         RepairAndCompare(CutAt(static_cast<std::size_t>(nPictures) + 2), nPictures,
-                         "has all " + std::to_string(nPictures) + " picture" + (nPictures == 1 ? "" : "s") +
+                         "has the " + std::to_string(nPictures) + " picture" + (nPictures == 1 ? "" : "s") +
                              " of it at the given times; if the last one is cut short, that can't be seen");
     RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream), FRAMES,
-                     "has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen");
+                     "has the 24 pictures of it at the given times; if the last one is cut short, that can't be seen");
 }
 
 TEST_F(RepairProgram, BeginningsOfAPictureAreNotShown)
 {
-    for (const std::size_t uiMore : {2, 3, 4, 5})
+    for (const std::size_t uiMore : {1, 2, 3, 4, 5})
         RepairAndCompare(CutAt(12, uiMore), 10,
-                         std::string("has all 10 pictures of it at the given times") +
-                             (uiMore == 5 ? "; a last picture that is cut short, 5 bytes, is left out" : ""));
+                         std::string("has the 10 pictures of it at the given times") +
+                             (uiMore < 3    ? "; if the last one is cut short, that can't be seen"
+                              : uiMore == 5 ? "; the last 5 bytes, which are no whole picture, are left out"
+                                            : ""));
 }
 
-// A write that the system took in part ends with a page.
-TEST_F(RepairProgram, PagesOfAPictureAreNotShown)
+// A write that the system took in part ends with a page. The picture may be whole all the same, so it stays.
+TEST_F(RepairProgram, PagesOfAPicture)
 {
-    for (const std::size_t uiPages : {2, 5, 6})
-    {
-        const std::size_t uiBytes = 4096 * uiPages - MEDIA_BEGIN;
-        ASSERT_LT(uiBytes, s_strStream.size());
-        const auto itNext = std::upper_bound(s_vNals.begin(), s_vNals.end(), uiBytes);
-        const auto nPictures = static_cast<int>(itNext - s_vNals.begin()) - 3;
-        const std::size_t uiLeft = uiBytes - *(itNext - 1);
-        RepairAndCompare(muxed_bytes::UnfinishedFile(s_strStream.substr(0, uiBytes)), nPictures,
-                         "has all " + std::to_string(nPictures) +
-                             " pictures of it at the given times; a last picture that is cut short, " +
-                             std::to_string(uiLeft) + " bytes, is left out");
-    }
+    const std::size_t uiBytes = 5 * 4096 - MEDIA_BEGIN;
+    ASSERT_LT(uiBytes, s_strStream.size());
+    const auto nPictures = std::upper_bound(s_vNals.begin(), s_vNals.end(), uiBytes) - s_vNals.begin() - 2;
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(s_strStream.substr(0, uiBytes)));
+    EXPECT_THAT(Succeed({"repair", m_strIn, m_strOut, "--period", "40"}),
+                HasSubstr(" has the " + std::to_string(nPictures) +
+                          " pictures of it at the given period; if the last one is cut short, that can't be seen"));
+    const std::vector<std::int64_t> vTicks = Ticks(m_strOut);
+    ASSERT_EQ(vTicks.size(), static_cast<std::size_t>(nPictures));
+    for (std::size_t i = 0; i < vTicks.size(); ++i)
+        EXPECT_EQ(vTicks[i], 400 * static_cast<std::int64_t>(i));
+}
+
+// Bytes are lost at the end of a picture and at the beginning of the next one.
+TEST_F(RepairProgram, PicturesAfterDamage)
+{
+    std::string strStream = s_strStream;
+    strStream.replace(s_vNals[12] - 20, 50, std::string(50, '\0'));
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(strStream));
+    const auto warning = [&](int nPictures) {
+        return "qmhost: warning: '" + TimesPath() + "' has 24 times for the " + std::to_string(nPictures) +
+               " pictures in '" + m_strOut + "'; the last ones aren't used\n";
+    };
+    EXPECT_THAT(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}, warning(9)),
+                HasSubstr(" has the 9 pictures before that at the given times; 14 pictures from there on are left out, "
+                          "since how many are lost there isn't known (--past-damage)"));
+    Compare(9);
+    EXPECT_THAT(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath(), "--past-damage"},
+                        warning(23) + "qmhost: warning: the times of the last 14 pictures in '" + m_strOut +
+                            "' are uncertain: each picture that was lost in the damage makes them too early by one\n"),
+                HasSubstr(" has the 23 pictures that can be found at the given times; "));
+    EXPECT_EQ(Ticks(m_strOut).size(), 23U);
+}
+
+TEST_F(RepairProgram, TimesThatDontBeginAtZero)
+{
+    std::string strTimes = "frame,time_ms\n";
+    for (int i = 0; i < FRAMES; ++i)
+        strTimes += std::to_string(i) + "," + std::to_string(5.25 + 40.1 * i) + "\n";
+    WriteText(Target("own.csv"), strTimes);
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(s_strFinished));
+    Succeed({"repair", m_strIn, m_strOut, "--times", Target("own.csv")});
+    const std::vector<std::int64_t> vTicks = Ticks(m_strOut);
+    ASSERT_EQ(vTicks.size(), static_cast<std::size_t>(FRAMES));
+    for (std::size_t i = 0; i < vTicks.size(); ++i)
+        EXPECT_EQ(vTicks[i], 401 * static_cast<std::int64_t>(i));
+}
+
+TEST_F(RepairProgram, FullDiskLeavesNothing)
+{
+    const ProgramResult result =
+        RunProgram("bash", {"-c", "ulimit -f 8; exec \"$@\"", "sh", QMHOST_PROGRAM, "repair", WrittenPath(), m_strOut});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, "qmhost: '" + m_strOut + "' can't be written: File too large\n");
+    EXPECT_THAT(m_folder.Names(), testing::ElementsAre());
+}
+
+// The name is so long that none is left for the file that takes its place.
+TEST_F(RepairProgram, WhenItFailsAfterWritingTheFileIsThere)
+{
+    const std::string strOut = Target((std::string(248, 'n') + ".mp4").c_str());
+    const ProgramResult result =
+        RunProgram(QMHOST_PROGRAM, {"write", strOut, "--codec", "NVENC1", "--raw", (*s_pFolder / "r.bgr").string(),
+                                    "--size", "64x48", "--times", TimesPath(), "--repair"});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, "qmhost: '" + strOut + "' is written and finished, but isn't repaired: '" + strOut +
+                                   "' can't be written: File name too long; qmhost repair makes a repaired copy, "
+                                   "elsewhere too\n");
+    EXPECT_THAT(Succeed({"repair", strOut, m_strOut}), HasSubstr(" is a finished file with 24 pictures; "));
+    Compare(FRAMES);
 }
 
 TEST_F(RepairProgram, EndInTheMiddleOfTheClose)
@@ -187,15 +247,20 @@ TEST_F(RepairProgram, EndInTheMiddleOfTheClose)
         {
             const std::size_t uiAt = s_vNals[uiNal] + uiBytes;
             RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, uiAt) + s_strStream.substr(uiAt)),
-                             FRAMES, "has all 24 pictures of it at the given times");
+                             FRAMES, "has the 24 pictures of it at the given times");
         }
     }
-    for (const std::size_t uiIndex : {std::size_t{0}, std::size_t{6}, std::size_t{200}, s_strIndex.size() - 1})
+    for (const std::size_t uiIndex : {0, 6, 200})
         RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished + s_strIndex.substr(0, uiIndex)), FRAMES,
-                         "has all 24 pictures of it at the given times");
+                         "has the 24 pictures of it at the given times");
+    // The index with its times.
+    WriteText(m_strIn, muxed_bytes::UnfinishedFile(s_strFinished + s_strIndex.substr(0, s_strIndex.size() - 1)));
+    EXPECT_THAT(Succeed({"repair", m_strIn, m_strOut}),
+                HasSubstr(" has the 24 pictures of it at the times of its index\n"));
+    Compare(FRAMES);
     // With the size, before the index.
     RepairAndCompare(s_strWritten.substr(0, MEDIA_BEGIN) + s_strFinished, FRAMES,
-                     "has all 24 pictures of it at the given times");
+                     "has the 24 pictures of it at the given times");
 }
 
 TEST_F(RepairProgram, EndBeforeTheSizeNeedsNoTimes)
@@ -212,8 +277,8 @@ TEST_F(RepairProgram, FinishedPicturesThatAreCutOff)
     for (const std::size_t uiMore : {5, 100, 300})
     {
         RepairAndCompare(muxed_bytes::UnfinishedFile(s_strFinished.substr(0, s_vNals[14] + uiMore)), 12,
-                         "has all 12 pictures of it at the given times; a last picture that is cut short, " +
-                             std::to_string(uiMore) + " bytes, is left out");
+                         "has the 12 pictures of it at the given times; the last " + std::to_string(uiMore) +
+                             " bytes, which are no whole picture, are left out");
     }
 }
 
@@ -264,22 +329,34 @@ TEST_F(RepairProgram, FilesOfAmf)
     const std::size_t uiEnd = 40 + WordAt(strFile, 40);
     strFile.resize(uiEnd);
     strFile.replace(40, 4, muxed_bytes::UNFINISHED);
+    std::size_t uiStartCodes = 0;  // where those begin, with lengths before
+    std::size_t uiNals = 0;
     for (std::size_t ui = MEDIA_BEGIN; ui < uiEnd;)
     {
+        if (uiNals++ == 30) uiStartCodes = ui;
         const std::uint32_t uiLength = WordAt(strFile, ui);
         strFile.replace(ui, 4, muxed_bytes::START_CODE);
         ui += 4 + uiLength;
     }
+    ASSERT_GT(uiNals, 31U);
+    std::string strClosing = ReadText(strWritten).substr(0, uiStartCodes) + strFile.substr(uiStartCodes);
+    strClosing.replace(40, 4, muxed_bytes::UNFINISHED);
+    WriteText(m_strIn, strClosing);
+    const std::string strClosed = Target("closed.mp4");
+    EXPECT_EQ(Succeed({"repair", m_strIn, strClosed, "--times", TimesPath()}),
+              "'" + m_strIn + "' is an unfinished file of AMF1; '" + strClosed +
+                  "' has the 24 pictures of it at the given times\n");
+    EXPECT_EQ(Succeed({"times", strClosed, "--csv"}), ReadText(TimesPath()));
     WriteText(m_strIn, strFile);
     EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}),
               "'" + m_strIn + "' is an unfinished file of AMF1; '" + m_strOut +
-                  "' has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
+                  "' has the 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
 
     const auto vPictures = DecodePlain(strWritten, 64, 48);
     std::vector<std::int64_t> vTicks;
     for (int i = 0; i < FRAMES; ++i)
         vTicks.push_back(10 * TimeMs(i));
-    for (const std::string& strRepaired : {strFinished, m_strOut})
+    for (const std::string& strRepaired : {strFinished, strClosed, m_strOut})
     {
         EXPECT_EQ(Ticks(strRepaired), vTicks);
         EXPECT_TRUE(DecodePlain(strRepaired, 64, 48) == vPictures);
@@ -304,7 +381,7 @@ TEST_F(RepairProgram, StreamOfAnotherEncoderInTheFormOfAmf)
     WriteText(m_strIn, muxed_bytes::UnfinishedFile(strMedia));
     EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}),
               "'" + m_strIn + "' is an unfinished file of AMF1; '" + m_strOut +
-                  "' has all 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
+                  "' has the 24 pictures of it at the given times; if the last one is cut short, that can't be seen\n");
     EXPECT_EQ(
         RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames,width,height -of "
                    "csv=p=0 " +

@@ -1,5 +1,7 @@
 // Files of NVENC1 and AMF1, made playable.
 #include <cmath>
+#include <cstring>
+#include <numeric>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -104,7 +106,7 @@ TEST_F(Repairs, UnfinishedFileInEachState)
     {
         const RepairReport report = Repair(UnfinishedFile(Media(NVENC_PICTURES, uiLengths)), PERIOD);
         EXPECT_EQ(report.m_strDone, In() + " is an unfinished file of NVENC1; " + Out() +
-                                        " has all 5 pictures of it at the given period" +
+                                        " has the 5 pictures of it at the given period" +
                                         (uiLengths == 0 ? "; if the last one is cut short, that can't be seen" : ""));
         EXPECT_THAT(report.m_vWarnings, ElementsAre());
         EXPECT_TRUE(m_result.Payload("mdat") == Finished(NVENC_PICTURES));
@@ -144,7 +146,7 @@ TEST_F(Repairs, SizeOfTheMediaDataIsThereAndTheIndexIsNot)
     for (const std::size_t uiIndex : {std::size_t{0}, std::size_t{5}, std::size_t{100}, strIndex.size() - 1})
     {
         const RepairReport report = Repair(strWhole + strIndex.substr(0, uiIndex), PERIOD);
-        EXPECT_THAT(report.m_strDone, HasSubstr(" has all 5 pictures of it at the given period"));
+        EXPECT_THAT(report.m_strDone, HasSubstr(" has the 5 pictures of it at the given period"));
         EXPECT_THAT(report.m_vWarnings, ElementsAre());
         EXPECT_TRUE(m_result.Payload("mdat") == strMedia);
     }
@@ -163,17 +165,17 @@ TEST_F(Repairs, LastPictureThatIsCutShortIsLeftOut)
     const std::string strMedia = Finished(NVENC_PICTURES);
     const RepairReport report = Repair(UnfinishedFile(strMedia.substr(0, strMedia.size() - 20)), PERIOD);
     EXPECT_EQ(report.m_strDone, In() + " is an unfinished file of NVENC1; " + Out() +
-                                    " has all 4 pictures of it at the given period; a last picture that is cut "
-                                    "short, 34 bytes, is left out");
+                                    " has the 4 pictures of it at the given period; the last 34 bytes, "
+                                    "which are no whole picture, are left out");
     EXPECT_TRUE(m_result.Payload("mdat") == strMedia.substr(0, strMedia.size() - 54));
 }
 
 TEST_F(Repairs, TimesOfAFile)
 {
-    const RepairTimes times{std::vector<double>{7.0, 40.4, 73.7, 107.05, 107.05}, std::nullopt};
+    const RepairTimes times{std::vector<double>{7.0, 40.4, 73.7, 107.04, 107.04}, std::nullopt};
     const RepairReport report = Repair(UnfinishedFile(Media(NVENC_PICTURES, 0)), times);
     EXPECT_THAT(report.m_strDone, HasSubstr(" at the given times"));
-    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 4, 1, 334, 1, 333, 1, 334, 2, 0));
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 3, 1, 334, 2, 333, 2, 0));
 }
 
 TEST_F(Repairs, TimesOfPicturesThatWereStillInTheEncoder)
@@ -181,8 +183,7 @@ TEST_F(Repairs, TimesOfPicturesThatWereStillInTheEncoder)
     const RepairTimes times{std::vector<double>{0, 10, 20, 30, 40, 50, 60}, std::nullopt};
     const RepairReport report = Repair(UnfinishedFile(Media(NVENC_PICTURES, 0)), times);
     EXPECT_THAT(report.m_vWarnings,
-                ElementsAre("7 times for the 5 pictures in " + In() +
-                            "; the last ones aren't used, since their pictures were never written"));
+                ElementsAre("the list has 7 times for the 5 pictures in " + Out() + "; the last ones aren't used"));
     EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 1, 5, 100));
 }
 
@@ -198,10 +199,18 @@ TEST_F(Repairs, WithoutTimesAnUnfinishedFileIsRefusedWithTheWayOut)
 TEST_F(Repairs, TimesThatDontFit)
 {
     const std::string strFile = UnfinishedFile(Media(NVENC_PICTURES, 0));
-    EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 3}, std::nullopt}), "there are 4 times for 5 pictures");
-    EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 1, 4}, std::nullopt}), "times run backwards at entry 3");
-    EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 3, 1e300}, std::nullopt}),
-              "the distance to entry 4 is more than a file can hold");
+    EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 3}, std::nullopt}),
+              "the list has 4 times for 5 pictures; add lines for the others, or give --period MS in its place");
+    EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 1, 4}, std::nullopt}),
+              "times run backwards in the list at entry 3");
+    for (const double dLast : {1e300, 3 + 214748364.8})
+    {
+        EXPECT_EQ(Refusal(strFile, {std::vector<double>{0, 1, 2, 3, dLast}, std::nullopt}),
+                  "the distance in the list at entry 4 is above the 59.6 hours that other programs can read");
+    }
+    const std::string strOne = UnfinishedFile(Media({NVENC_PICTURES[0]}, 0));
+    EXPECT_EQ(Refusal(strOne, {std::nullopt, 864e6}),
+              "the distance at picture 1 is above the 59.6 hours that other programs can read");
 }
 
 TEST_F(Repairs, UnfinishedFilesWithoutAPicture)
@@ -216,15 +225,180 @@ TEST_F(Repairs, UnfinishedFilesWithoutAPicture)
                 HasSubstr("no usable parameter sets"));
 }
 
-TEST_F(Repairs, DamageEndsThePicturesWithAWarning)
+TEST_F(Repairs, DamageEndsThePictures)
 {
     std::string strMedia = Finished(NVENC_PICTURES);
     strMedia.replace(128 + 304, 40, std::string(40, '\0'));
     const RepairReport report = Repair(UnfinishedFile(strMedia), PERIOD);
-    EXPECT_THAT(report.m_strDone, HasSubstr(" has all 1 picture of it"));
+    EXPECT_EQ(report.m_strDone, In() + " is an unfinished file of NVENC1, damaged at byte 176; " + Out() +
+                                    " has the 1 picture before that at the given period; no whole picture is found "
+                                    "after it");
+    EXPECT_THAT(m_result.Table("stsz"), ElementsAre(0, 0, 1, 128));
+}
+
+const std::vector<Picture> LONG_PICTURES = {
+    {SEQUENCE_SET, PICTURE_SET, Idr(5000)}, {Inter(6000)}, {Inter(7000)}, {Idr(8000)}, {Inter(9000)}};
+const RepairTimes TIMES{std::vector<double>{0, 10, 30, 60, 100, 150}, std::nullopt};
+
+// A page is lost with the start code of the third picture.
+std::string FileWithAHole()
+{
+    std::string strMedia = Media(LONG_PICTURES, 0);
+    strMedia.replace(5028 + 4000, 4096, std::string(4096, '\0'));
+    return UnfinishedFile(strMedia);
+}
+
+TEST_F(Repairs, PicturesAfterDamageAreLeftOut)
+{
+    const RepairReport report = Repair(FileWithAHole(), TIMES);
+    EXPECT_THAT(report.m_strDone, HasSubstr(" is an unfinished file of NVENC1, damaged at byte "));
+    EXPECT_THAT(report.m_strDone,
+                HasSubstr(" has the 1 picture before that at the given times; 3 pictures from there on are left out, "
+                          "since how many are lost there isn't known (--past-damage)"));
+    EXPECT_THAT(m_result.Table("stsz"), ElementsAre(0, 0, 1, 5028));
+    EXPECT_THAT(m_result.Table("stss"), ElementsAre(0, 1, 1));
     EXPECT_THAT(report.m_vWarnings,
-                ElementsAre(std::to_string(strMedia.size() - 128) + " bytes of " + In() +
-                            " from byte 176 on are damaged and left out, with any picture in them"));
+                ElementsAre("the list has 6 times for the 1 picture in " + Out() + "; the last ones aren't used"));
+}
+
+TEST_F(Repairs, PicturesAfterDamageOnRequest)
+{
+    RepairTimes times = TIMES;
+    times.m_bPastDamage = true;
+    const RepairReport report = Repair(FileWithAHole(), times);
+    EXPECT_THAT(report.m_strDone, HasSubstr(" has the 4 pictures that can be found at the given times"));
+    EXPECT_THAT(
+        report.m_vWarnings,
+        testing::Contains("the times of the last 3 pictures in " + Out() +
+                          " are uncertain: each picture that was lost in the damage makes them too early by one"));
+    EXPECT_THAT(m_result.Table("stsz"), ElementsAre(0, 0, 4, 5028, 6004 + 7004, 8004, 9004));
+    EXPECT_THAT(m_result.Table("stss"), ElementsAre(0, 2, 1, 3));
+    EXPECT_EQ(m_result.Payload("mdat").size(), FileWithAHole().size() - 48);
+}
+
+TEST_F(Repairs, NoPictureBeforeTheDamage)
+{
+    std::string strMedia = Media(LONG_PICTURES, 0);
+    strMedia.replace(3000, 4096, std::string(4096, '\0'));
+    EXPECT_THAT(Refusal(UnfinishedFile(strMedia), TIMES),
+                HasSubstr(" and has no whole picture before that; 4 pictures from there on can be written with "
+                          "--past-damage"));
+}
+
+TEST_F(Repairs, DurationsBeyond32BitsInANewIndex)
+{
+    const double dGap = 214748364.7;  // 0x7FFFFFFF ticks
+    Repair(UnfinishedFile(Media(NVENC_PICTURES, 0)),
+           {std::vector<double>{0, dGap, 2 * dGap, 2 * dGap + 1, 2 * dGap + 2}, std::nullopt});
+    const std::uint64_t uiTicks = 2 * std::uint64_t{0x7FFFFFFF} + 30;
+    const auto uiHigh = static_cast<std::uint32_t>(uiTicks >> 32);
+    const auto uiLow = static_cast<std::uint32_t>(uiTicks);
+    constexpr std::uint32_t VERSION_1 = 1U << 24;
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 2, 2, 0x7FFFFFFF, 3, 10));
+    EXPECT_THAT(m_result.Numbers("moov/trak/mdia/mdhd"),
+                ElementsAre(VERSION_1, 0, 0, 0, 0, 10000, uiHigh, uiLow, 0x55C40000));
+    const std::string strMatrix = Words({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000});
+    EXPECT_EQ(m_result.Payload("moov/trak/tkhd"), Words({VERSION_1 | 3, 0, 0, 0, 0, 1, 0, uiHigh, uiLow, 0, 0, 0, 0}) +
+                                                      strMatrix + Words({1280U << 16, 720U << 16}));
+    EXPECT_EQ(m_result.Payload("moov/mvhd"),
+              Words({VERSION_1, 0, 0, 0, 0, 10000, uiHigh, uiLow, 0x10000, 0x01000000, 0, 0}) + strMatrix +
+                  std::string(24, '\0') + Word(2));
+}
+
+TEST_F(Repairs, BPicturesAreRefused)
+{
+    const std::string strB = WithLength(SEQUENCE_SET) + WithLength(PICTURE_SET) + WithLength(Idr(100)) +
+                             WithLength("\x01\xA0" + std::string(20, 'x'));
+    EXPECT_THAT(Refusal(UnfinishedFile(strB), PERIOD),
+                HasSubstr(" has B pictures, and the order in which they are shown stood in the index"));
+}
+
+// --- an index that is cut off or broken ---
+
+const Index FULL_INDEX{{400, 401, 402, 10000, 10000}, {0, 2}, {128, 304, 68, 70004, 54}, 11203, 1120};
+
+TEST_F(Repairs, TimesOfAnIndexThatIsCutOff)
+{
+    const std::string strFile = FinishedFile(Finished(NVENC_PICTURES), FULL_INDEX);
+    const RepairReport report = Repair(strFile.substr(0, strFile.find("stsz") + 10));
+    EXPECT_EQ(report.m_strDone, In() + " is an unfinished file of NVENC1; " + Out() +
+                                    " has the 5 pictures of it at the times of its index");
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 4, 1, 400, 1, 401, 1, 402, 2, 10000));
+    EXPECT_THAT(Repair(strFile.substr(0, strFile.find("stsz")), PERIOD).m_vWarnings,
+                ElementsAre(In() + " has an index with its times, so the given ones aren't used"));
+    fs::remove(m_out);
+    EXPECT_THAT(Refusal(strFile.substr(0, strFile.find("stss") - 5)), HasSubstr(" has no times for its 5 pictures"));
+}
+
+TEST_F(Repairs, IndexOfBrokenContents)
+{
+    const std::string strFile = FinishedFile(Finished(NVENC_PICTURES), FULL_INDEX);
+    // The tables after that of the times, and all of them.
+    std::string strHalf = strFile;
+    std::fill(strHalf.begin() + static_cast<std::ptrdiff_t>(strFile.find("stsz") - 4), strHalf.end(), '\0');
+    const RepairReport half = Repair(strHalf);
+    EXPECT_EQ(half.m_strDone, In() + " is a file of NVENC1 with a broken index; " + Out() +
+                                  " has the 5 pictures of it at the times of its index");
+    EXPECT_EQ(m_result.TrackTicks(), 21203U);
+    std::string strAll = strFile;
+    std::fill(strAll.begin() + static_cast<std::ptrdiff_t>(strFile.find("moov") + 4), strAll.end(), '\0');
+    EXPECT_THAT(Repair(strAll, PERIOD).m_strDone, HasSubstr(" has the 5 pictures of it at the given period"));
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 1, 5, 400));
+    fs::remove(m_out);
+    EXPECT_THAT(Refusal(strAll), HasSubstr(" with a broken index and has no times for its 5 pictures; give them"));
+}
+
+TEST_F(Repairs, BytesAfterTheIndex)
+{
+    const std::string strFile = FinishedFile(Finished(NVENC_PICTURES), FULL_INDEX);
+    Repair(strFile);
+    const Bytes vExpected = m_vOut;
+    std::string strMarked = strFile;
+    strMarked.replace(40, 4, UNFINISHED);
+    for (const std::string& strWhole : {strFile, strMarked})
+    {
+        const RepairReport report = Repair(strWhole + std::string(5000, '\0'));
+        EXPECT_THAT(report.m_strDone, HasSubstr(" is a finished file with 5 pictures; "));
+        EXPECT_THAT(report.m_vWarnings, ElementsAre("5000 bytes after the index of " + In() +
+                                                    " aren't part of the video and are left out"));
+        EXPECT_TRUE(m_vOut == vExpected);
+    }
+}
+
+// --- what can't be read ---
+
+// Bytes of which some can't be read.
+class BadSector : public ByteSource
+{
+public:
+    BadSector(std::string bytes, std::uint64_t uiBad) : m_strBytes(std::move(bytes)), m_uiBad(uiBad) {}
+    std::uint64_t Size() const override { return m_strBytes.size(); }
+    bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override
+    {
+        if (uiPosition > m_strBytes.size() || uiBytes > m_strBytes.size() - uiPosition) return false;
+        if (uiPosition < m_uiBad + 4096 && uiPosition + uiBytes > m_uiBad) return false;
+        std::memcpy(pBuffer, m_strBytes.data() + uiPosition, uiBytes);
+        return true;
+    }
+
+private:
+    std::string m_strBytes;
+    std::uint64_t m_uiBad;
+};
+
+TEST_F(Repairs, SectorThatCantBeRead)
+{
+    const std::string strFile = UnfinishedFile(Media(LONG_PICTURES, 0));  // its third picture begins at 11080
+    const RepairReport report = RepairBytes(std::make_unique<BadSector>(strFile, 8192), "'disk'", m_out, PERIOD);
+    EXPECT_THAT(report.m_strDone, HasSubstr("'disk' is an unfinished file of NVENC1, damaged at byte 819"));
+    EXPECT_THAT(report.m_strDone, HasSubstr(" has the 1 picture before that at the given period; 3 pictures "));
+    EXPECT_THAT(report.m_vWarnings, ElementsAre("'disk' can't be read at byte 8192 and maybe further ones; zeros stand "
+                                                "in their place in " +
+                                                Out()));
+    // Inside a picture whose length is known no other one is lost.
+    RepairBytes(std::make_unique<BadSector>(UnfinishedFile(Media(LONG_PICTURES, 100)), 20480), "'disk'", m_out, PERIOD);
+    m_vOut = test_support::ReadBytes(m_out);
+    EXPECT_THAT(m_result.Table("stsz"), ElementsAre(0, 0, 5, 5028, 6004, 7004, 8004, 9004));
 }
 
 // --- finished ---
@@ -289,6 +463,54 @@ TEST_F(Repairs, DurationsBeyond32BitsTakeBoxesOfVersion1)
     EXPECT_TRUE(std::string(m_vOut.begin(), m_vOut.end()) == strOnce);
 }
 
+// The first byte of the first key picture's slice is one that NVENC1 doesn't count as a key.
+TEST_F(Repairs, KeysFromZeroWithoutAZero)
+{
+    Index index = NVENC_INDEX;
+    index.m_vKeys = {2};
+    Repair(FinishedFile(Finished(NVENC_PICTURES), index));
+    EXPECT_THAT(m_result.Table("stss"), ElementsAre(0, 1, 3));
+    const std::string strOnce(m_vOut.begin(), m_vOut.end());
+    EXPECT_THAT(Repair(strOnce).m_strDone, HasSubstr("is a copy, since nothing in it is wrong"));
+    EXPECT_THAT(m_result.Table("stss"), ElementsAre(0, 1, 3));
+    index.m_vKeys = {0, 2, 5, 0xFFFFFFFF};
+    Repair(FinishedFile(Finished(NVENC_PICTURES), index));
+    EXPECT_THAT(m_result.Table("stss"), ElementsAre(0, 2, 1, 3));
+}
+
+// A frame that the encoder refused has a time and no picture.
+TEST_F(Repairs, AsManyTimesAsPictures)
+{
+    Index index = NVENC_INDEX;
+    index.m_vDeltas = {400, 401, 402, 403, 10000, 10000};
+    const RepairReport report = Repair(FinishedFile(Finished(NVENC_PICTURES), index));
+    EXPECT_THAT(report.m_strDone, HasSubstr("; the number of its times, the durations of its track, "));
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 5, 1, 400, 1, 401, 1, 402, 1, 403, 1, 10000));
+    EXPECT_THAT(m_result.Table("stsc"), ElementsAre(0, 1, 1, 5, 1));
+    EXPECT_EQ(m_result.TrackTicks(), 400U + 401 + 402 + 403 + 10000);
+    index.m_vDeltas = {400, 401, 402, 403};
+    Repair(FinishedFile(Finished(NVENC_PICTURES), index));
+    EXPECT_THAT(m_result.Table("stts"), ElementsAre(0, 4, 1, 400, 1, 401, 1, 402, 2, 403));
+}
+
+TEST_F(Repairs, DurationsOfTimesThatFall)
+{
+    Index index = NVENC_INDEX;
+    index.m_vDeltas = {1000, static_cast<std::uint32_t>(-500), 1000, 1000, 1000};
+    Repair(FinishedFile(Finished(NVENC_PICTURES), index));
+    EXPECT_EQ(m_result.TrackTicks(), 3500U);
+    EXPECT_EQ(m_result.EditTicks(), 3500U);
+}
+
+TEST_F(Repairs, FileAtTheTargetStaysWhenARepairFails)
+{
+    test_support::WriteText(m_in, UnfinishedFile(""));
+    test_support::WriteText(m_out, "precious");
+    EXPECT_THROW(RepairFile(m_in, m_out, PERIOD), std::runtime_error);
+    EXPECT_EQ(test_support::ReadText(m_out), "precious");
+    EXPECT_THAT(m_folder.Names(), testing::UnorderedElementsAre("in.mp4", "out.mp4"));
+}
+
 TEST_F(Repairs, OnlyTheMarkIsLeftOfTheClose)
 {
     std::string strFile = FinishedFile(Finished(NVENC_PICTURES), NVENC_INDEX);
@@ -344,7 +566,7 @@ constexpr std::uint64_t GIB_4 = std::uint64_t{1} << 32;
 class LargeFile : public Repairs
 {
 protected:
-    // Two pictures of which the first is mostly holes. Returns the bytes of the media data.
+    // Three pictures of which the first two are mostly holes. Returns the bytes of the media data.
     std::uint64_t WriteLarge(std::uint64_t uiFirst)
     {
         const std::string strFirst = WithLength(SEQUENCE_SET) + WithLength(PICTURE_SET) + WithLength(Idr(100));
@@ -390,6 +612,30 @@ TEST_F(LargeFile, GetsASizeOf64Bits)
     EXPECT_EQ(fs::file_size(m_out), fs::file_size(m_in));
 }
 
+// Each picture is one NAL, whose bytes are holes except the first and the last ones.
+TEST_F(LargeFile, UnfinishedOne)
+{
+    constexpr std::uint64_t NAL = GIB_4 / 2 + 4000;
+    {
+        std::ofstream file(m_in, std::ios::binary);
+        file << UnfinishedFile(WithLength(SEQUENCE_SET) + WithLength(PICTURE_SET));
+        for (int i = 0; i < 2; ++i)
+        {
+            file << Word(static_cast<std::uint32_t>(NAL)) << Idr(50);
+            file.seekp(static_cast<std::streamoff>(NAL) - 51, std::ios::cur);
+            file << '\x80';
+        }
+        ASSERT_TRUE(file.good());
+    }
+    const RepairReport report = RepairFile(m_in, m_out, PERIOD);
+    EXPECT_THAT(report.m_strDone, HasSubstr(" has the 2 pictures of it at the given period"));
+    const std::uint64_t uiMedia = 24 + 2 * (NAL + 4);
+    EXPECT_EQ(Part(32, 16), Word(1) + "mdat" + Word(1) + Word(static_cast<std::uint32_t>(uiMedia + 16)));
+    EXPECT_EQ(Part(48 + 24 + NAL + 4, 20), (Word(static_cast<std::uint32_t>(NAL)) + Idr(50)).substr(0, 20));
+    EXPECT_EQ(Part(48 + uiMedia - 1, 1), "\x80");
+    EXPECT_EQ(Part(48 + uiMedia + 4, 4), "moov");
+}
+
 // --- other files ---
 
 TEST_F(Repairs, FilesOfOtherEncoders)
@@ -408,7 +654,7 @@ TEST_F(Repairs, FilesOfOtherEncoders)
     const std::string strB = WithLength(SEQUENCE_SET) + WithLength(PICTURE_SET) + WithLength(Idr(100)) +
                              WithLength("\x01\xA0" + std::string(20, 'x'));
     EXPECT_THAT(Refusal(strOtherStart + BoxOfSize(0, "mdat", strB), PERIOD),
-                HasSubstr("; the order in which its 2 pictures are shown stood in the index, which is missing"));
+                HasSubstr(" in which order they are shown, stood in the index, which is missing"));
 
     // Some programs begin as NVENC1 and AMF1 do.
     EXPECT_THAT(Refusal(FileStart() + BoxOfSize(0, "mdat", strB), PERIOD),
@@ -426,26 +672,39 @@ TEST_F(Repairs, UnfinishedFileOfAnotherEncoderWithParameterSets)
     {
         const RepairReport report = Repair(strStart + BoxOfSize(uiSize, "mdat", Finished(NVENC_PICTURES)), PERIOD);
         EXPECT_EQ(report.m_strDone, In() + " is an unfinished file of another encoder; " + Out() +
-                                        " has all 5 pictures of it at the given period");
+                                        " has the 5 pictures of it at the given period");
         EXPECT_TRUE(m_result.Payload("mdat") == Finished(NVENC_PICTURES));
     }
 }
 
 TEST_F(Repairs, IndexOfAnotherForm)
 {
-    // Two chunks, a clock of another step, sizes that don't add up.
+    // A clock of another step, pictures in another order; then what can only be damage.
     const std::string strFile = FinishedFile(Finished(NVENC_PICTURES), NVENC_INDEX);
     const auto changed = [&](const std::string& strOld, const std::string& strNew) {
         std::string strChanged = strFile;
         strChanged.replace(strChanged.find(strOld), strOld.size(), strNew);
         return strChanged;
     };
-    for (const std::string& strOther : {changed("stco" + Words({0, 1, 48}), "stco" + Words({0, 1, 49})),
-                                        changed("mdhd" + Words({0, 0, 0, 10000}), "mdhd" + Words({0, 0, 0, 90000})),
-                                        changed(Words({5, 128}), Words({5, 129}))})
+    EXPECT_THAT(Refusal(changed("mdhd" + Words({0, 0, 0, 10000}), "mdhd" + Words({0, 0, 0, 90000})), PERIOD),
+                HasSubstr(" has an index that NVENC1 and AMF1 don't write"));
+    EXPECT_THAT(Refusal(changed("stsz", "ctts"), PERIOD), HasSubstr(" has an index that NVENC1 and AMF1 don't write"));
+    for (const std::string& strOther :
+         {changed("stco" + Words({0, 1, 48}), "stco" + Words({0, 1, 49})),
+          changed("elst" + Words({0, 1, 1120, 0}), "elst" + Words({0, 1, 1120, 5})),
+          changed("stsc" + Words({0, 1, 1}), "stsc" + Words({0, 1, 2})), changed(Words({5, 128}), Words({5, 129}))})
     {
-        EXPECT_THAT(Refusal(strOther), HasSubstr(" has an index that NVENC1 and AMF1 don't write"));
+        EXPECT_THAT(Repair(strOther).m_strDone, HasSubstr(" is a file of NVENC1 with a broken index; "));
+        EXPECT_THAT(m_result.Table("stco"), ElementsAre(0, 1, 48));
     }
+}
+
+TEST_F(Repairs, SoundBetweenThePicturesOfAnotherEncoder)
+{
+    const std::string strStart = Box("ftyp", "mp42" + Word(0) + "mp41isom");
+    const std::string strMedia = Finished(NVENC_PICTURES) + std::string(500, '\xFF') + Finished(NVENC_PICTURES);
+    EXPECT_THAT(Refusal(strStart + BoxOfSize(0, "mdat", strMedia), PERIOD),
+                HasSubstr("; which of its data are pictures, "));
 }
 
 // --- files that may hold anything ---
@@ -471,10 +730,21 @@ TEST_F(Repairs, AnyChangeToAFileEndsSoon)
         {
             RepairFile(m_in, m_out, PERIOD);
             EXPECT_LE(fs::file_size(m_out), strFile.size() + 2000);
+            m_vOut = test_support::ReadBytes(m_out);
+            const std::vector<std::uint32_t> vSizes = m_result.Table("stsz");
+            EXPECT_EQ(std::accumulate(vSizes.begin() + 3, vSizes.end(), std::size_t{0}),
+                      m_result.Payload("mdat").size());
+            const std::vector<std::uint32_t> vRuns = m_result.Table("stts");
+            std::uint32_t uiTimes = 0;
+            for (std::size_t ui = 2; ui < vRuns.size(); ui += 2)
+                uiTimes += vRuns[ui];
+            EXPECT_EQ(uiTimes, vSizes[2]);
+            EXPECT_LE(uiTimes, vPictures.size());
             ++nRepaired;
         }
         catch (const std::runtime_error&)
         {}
+        EXPECT_THAT(m_folder.Names(), testing::Each(testing::AnyOf("in.mp4", "out.mp4")));
     }
     EXPECT_GT(nRepaired, 0);
     EXPECT_LT(nRepaired, nRuns);

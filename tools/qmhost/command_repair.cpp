@@ -2,7 +2,6 @@
 #include "command.h"
 
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <stdexcept>
 
@@ -38,6 +37,8 @@ public:
             ->type_name("MS")
             ->check(PeriodProblem, "");
         pTimes->require_option(0, 1);
+        pApp->add_flag("--past-damage", m_bPastDamage,
+                       "Write also the pictures after damage; their times are uncertain");
         return pApp;
     }
 
@@ -51,11 +52,13 @@ public:
                                      " is the original, which isn't changed; name another file to write");
         RepairTimes times;
         times.m_dPeriodMs = m_dPeriodMs;
-        if (m_strTimes) times.m_vTimesMs = ReadTimesFile(PathFromUtf8(*m_strTimes));
-        const RepairReport report = RepairFile(pathIn, pathOut, times);
-        for (const std::string& strWarning : report.m_vWarnings)
-            Warn(strWarning);
-        std::cout << report.m_strDone << '\n';
+        times.m_bPastDamage = m_bPastDamage;
+        if (m_strTimes)
+        {
+            times.m_vTimesMs = ReadTimesFile(PathFromUtf8(*m_strTimes));
+            times.m_strList = Quoted(*m_strTimes);
+        }
+        PrintReport(RepairFile(pathIn, pathOut, times));
     }
 
 private:
@@ -63,6 +66,7 @@ private:
     std::string m_strOut;
     std::optional<std::string> m_strTimes;
     std::optional<double> m_dPeriodMs;
+    bool m_bPastDamage = false;
 };
 
 }  // namespace

@@ -184,10 +184,15 @@ private:
     {
         if (!m_bRepair || !IsMuxedByModule(m_strCodec)) return;
         const auto path = PathFromUtf8(m_strOut);
-        const RepairReport report = RepairFile(path, path, {});
-        for (const std::string& strWarning : report.m_vWarnings)
-            Warn(strWarning);
-        std::cout << report.m_strDone << '\n';
+        try
+        {
+            PrintReport(RepairFile(path, path, {}));
+        }
+        catch (const std::runtime_error& e)
+        {
+            throw std::runtime_error(Quoted(m_strOut) + " is written and finished, but isn't repaired: " + e.what() +
+                                     "; qmhost repair makes a repaired copy, elsewhere too");
+        }
     }
 
     std::unique_ptr<PictureSource> OpenPictures() const

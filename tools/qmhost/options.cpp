@@ -28,4 +28,11 @@ void Warn(const std::string& text)
     std::cerr << "qmhost: warning: " << text << '\n';
 }
 
+void PrintReport(const RepairReport& report)
+{
+    for (const std::string& strWarning : report.m_vWarnings)
+        Warn(strWarning);
+    std::cout << report.m_strDone << '\n';
+}
+
 }  // namespace qmhost

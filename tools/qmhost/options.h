@@ -1,7 +1,9 @@
-// What options of several commands have in common. Each check gives the problem with a text, "" for none.
+// What several commands have in common. Each check of an option gives the problem with a text, "" for none.
 #pragma once
 
 #include <string>
+
+#include "parts/repair.h"
 
 namespace qmhost
 {
@@ -14,5 +16,8 @@ std::string TargetProblem(const std::string& text);
 
 // A line on standard error.
 void Warn(const std::string& text);
+
+// What a repair found and did, and its warnings.
+void PrintReport(const RepairReport& report);
 
 }  // namespace qmhost

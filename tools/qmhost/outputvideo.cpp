@@ -1,5 +1,7 @@
 #include "outputvideo.h"
 
+#include <exception>
+
 #include "diagnostics.h"
 #include "hostapi/hostplatform.h"
 #include "parts/failure.h"
@@ -68,8 +70,17 @@ void OutputVideo::Close(const std::function<void()>& complete)
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
     Release();
     RequireNoLoss("");
-    if (complete) complete();
+    std::exception_ptr incomplete;
+    try
+    {
+        if (complete) complete();
+    }
+    catch (const std::runtime_error&)
+    {
+        incomplete = std::current_exception();  // what the module wrote is checked all the same
+    }
     const std::string strProblem = ReadBack();
+    if (strProblem.empty() && incomplete) std::rethrow_exception(incomplete);
     if (strProblem.empty()) return;
     throw Failure("write", QM_ERR_FAIL,
                   Quoted(m_strPath) + " doesn't hold the " + std::to_string(m_uiFrames) +

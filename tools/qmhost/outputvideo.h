@@ -30,7 +30,9 @@ public:
     void WriteFrame(double dTimeMs, const void* pPixels);
 
     // Finishes the file and checks that it holds every frame: the module doesn't report a write to disk that failed.
-    // complete, if given, is called between the two, when the module has let the file go; it may replace the file.
+    // complete, if given, is called between the two, when the module has let the file go; it may replace the file. What
+    // it throws is thrown after the check.
+    // it throws is thrown after the check.
     void Close(const std::function<void()>& complete = {});
 
     // Gives the file up, and says in a few words what is left of it.

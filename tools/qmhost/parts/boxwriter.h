@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qmhost
@@ -29,6 +30,8 @@ public:
     void Zeros(std::size_t uiCount);
 
     const std::vector<unsigned char>& Written() const { return m_vBytes; }
+    // The same without a copy; the object is empty then.
+    std::vector<unsigned char> Take() { return std::move(m_vBytes); }
 
 private:
     // The low bytes of a value, most significant first.

@@ -31,7 +31,7 @@ bool FileBytes::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBy
 bool BufferedBytes::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes)
 {
     if (uiPosition > Size() || uiBytes > Size() - uiPosition) return false;
-    if (uiBytes > BLOCK) return m_source.ReadAt(uiPosition, pBuffer, uiBytes);
+    if (uiBytes > m_uiBlock) return m_source.ReadAt(uiPosition, pBuffer, uiBytes);
     if (uiBytes > 0) std::memcpy(pBuffer, View(uiPosition, uiBytes).data(), uiBytes);
     return true;
 }
@@ -43,7 +43,7 @@ std::span<const unsigned char> BufferedBytes::View(std::uint64_t uiPosition, std
     const std::uint64_t uiEnd = uiPosition + std::min<std::uint64_t>(uiLeft, uiLeast);
     if (uiPosition < m_uiBegin || uiEnd > m_uiBegin + m_vBlock.size())
     {
-        m_vBlock.resize(static_cast<std::size_t>(std::min<std::uint64_t>(uiLeft, BLOCK)));
+        m_vBlock.resize(static_cast<std::size_t>(std::min<std::uint64_t>(uiLeft, m_uiBlock)));
         m_uiBegin = uiPosition;
         if (!m_source.ReadAt(uiPosition, m_vBlock.data(), m_vBlock.size()))
         {
@@ -52,6 +52,27 @@ std::span<const unsigned char> BufferedBytes::View(std::uint64_t uiPosition, std
         }
     }
     return std::span<const unsigned char>(m_vBlock).subspan(static_cast<std::size_t>(uiPosition - m_uiBegin));
+}
+
+bool ReadableBytes::ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes)
+{
+    constexpr std::uint64_t SECTOR = 4096;
+    if (uiPosition > Size() || uiBytes > Size() - uiPosition) return false;
+    if (m_source.ReadAt(uiPosition, pBuffer, uiBytes)) return true;
+    auto* pBytes = static_cast<unsigned char*>(pBuffer);
+    while (uiBytes > 0)
+    {
+        const auto uiPart = static_cast<std::size_t>(std::min<std::uint64_t>(uiBytes, SECTOR - uiPosition % SECTOR));
+        if (!m_source.ReadAt(uiPosition, pBytes, uiPart))
+        {
+            std::memset(pBytes, 0, uiPart);
+            m_uiFirst = std::min(m_uiFirst.value_or(uiPosition), uiPosition);
+        }
+        uiPosition += uiPart;
+        pBytes += uiPart;
+        uiBytes -= uiPart;
+    }
+    return true;
 }
 
 }  // namespace qmhost

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -39,20 +40,39 @@ class BufferedBytes : public ByteSource
 public:
     static constexpr std::size_t BLOCK = 1 << 20;
 
-    // The source must outlive the object.
-    explicit BufferedBytes(ByteSource& source) : m_source(source) {}
+    // The source must outlive the object. uiBlock: bytes in memory, at most BLOCK.
+    explicit BufferedBytes(ByteSource& source, std::size_t uiBlock = BLOCK) : m_source(source), m_uiBlock(uiBlock) {}
 
     std::uint64_t Size() const override { return m_source.Size(); }
     bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override;
 
-    // Bytes from a position on: at least uiLeast of them where the source has that many, at most BLOCK. The view holds
-    // until the next call. Throws std::runtime_error when the source can't be read.
+    // Bytes from a position on: at least uiLeast of them where the source has that many, at most the block. The view
+    // holds until the next call. Throws std::runtime_error when the source can't be read.
     std::span<const unsigned char> View(std::uint64_t uiPosition, std::size_t uiLeast);
 
 private:
     ByteSource& m_source;
+    std::size_t m_uiBlock;
     std::uint64_t m_uiBegin = 0;  // of the block
     std::vector<unsigned char> m_vBlock;
+};
+
+// Another source in which bytes that can't be read, such as those of a bad sector, are zeros.
+class ReadableBytes : public ByteSource
+{
+public:
+    // The source must outlive the object.
+    explicit ReadableBytes(ByteSource& source) : m_source(source) {}
+
+    std::uint64_t Size() const override { return m_source.Size(); }
+    bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override;
+
+    // The lowest position so far that couldn't be read.
+    std::optional<std::uint64_t> FirstUnreadable() const { return m_uiFirst; }
+
+private:
+    ByteSource& m_source;
+    std::optional<std::uint64_t> m_uiFirst;
 };
 
 }  // namespace qmhost

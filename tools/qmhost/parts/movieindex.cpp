@@ -2,202 +2,53 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
+#include <cstring>
 #include <span>
 #include <stdexcept>
 
 #include "parts/boxwriter.h"
-#include "parts/sequenceset.h"
+#include "parts/nalwalk.h"
+#include "parts/picturesplit.h"
+#include "parts/sampletables.h"
 
 namespace qmhost
 {
 namespace
 {
 
-constexpr std::uint32_t WHOLE = 0x00010000;  // 1 as a number with 16 bits of fraction
-constexpr std::uint64_t LARGEST_WORD = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint64_t LARGEST_INDEX = std::uint64_t{2} << 30;  // bytes; no list of MOST_PICTURES needs more
-constexpr std::uint64_t LARGEST_DISTANCE = std::numeric_limits<std::int32_t>::max();  // as signed readers see it
+constexpr std::uint64_t CHUNK_PICTURES = 12;  // offset in `stsc` of how many pictures the first chunk has
 
-// --- made new ---
-
-void WriteMatrix(BoxWriter& box)
+// Bytes that the index for so many pictures may have. NVENC1 and AMF1 need 16 for each, and 4 more for each slice of
+// one that decoding can start at.
+std::uint64_t LargestIndex(std::uint64_t uiPictures)
 {
-    for (const std::uint32_t uiValue : {WHOLE, 0U, 0U, 0U, WHOLE, 0U, 0U, 0U, 0x40000000U})
-        box.Word(uiValue);
+    return (1 << 20) + 64 * uiPictures;
 }
 
-// Version and flags, then creation and modification, which are left unknown.
-void WriteVersionAndDates(BoxWriter& box, bool bLong, std::uint32_t uiFlags)
+// A source in which the index at a position has the size that it states, with zeros for what isn't there.
+class PaddedBytes : public ByteSource
 {
-    box.Word((bLong ? 1U << 24 : 0U) | uiFlags);
-    box.Duration(0, bLong);
-    box.Duration(0, bLong);
-}
-
-void WriteMovieHeader(BoxWriter& box, std::uint64_t uiTicks)
-{
-    const bool bLong = uiTicks > LARGEST_WORD;
-    box.Begin("mvhd");
-    WriteVersionAndDates(box, bLong, 0);
-    box.Word(TICKS_PER_SECOND);
-    box.Duration(uiTicks, bLong);
-    box.Word(WHOLE);   // rate
-    box.Half(0x0100);  // volume
-    box.Zeros(10);
-    WriteMatrix(box);
-    box.Zeros(24);
-    box.Word(2);  // next track
-    box.End();
-}
-
-void WriteTrackHeader(BoxWriter& box, std::uint64_t uiTicks, const SequenceSet& set)
-{
-    const bool bLong = uiTicks > LARGEST_WORD;
-    box.Begin("tkhd");
-    WriteVersionAndDates(box, bLong, 3);  // enabled, in the movie
-    box.Word(1);                          // track
-    box.Zeros(4);
-    box.Duration(uiTicks, bLong);
-    box.Zeros(16);
-    WriteMatrix(box);
-    box.Word(set.m_uiWidth << 16);
-    box.Word(set.m_uiHeight << 16);
-    box.End();
-}
-
-void WriteMediaHeader(BoxWriter& box, std::uint64_t uiTicks)
-{
-    const bool bLong = uiTicks > LARGEST_WORD;
-    box.Begin("mdhd");
-    WriteVersionAndDates(box, bLong, 0);
-    box.Word(TICKS_PER_SECOND);
-    box.Duration(uiTicks, bLong);
-    box.Half(0x55C4);  // no language
-    box.Half(0);
-    box.End();
-}
-
-void WriteSets(BoxWriter& box, const std::vector<std::string>& vSets)
-{
-    for (const std::string& strSet : vSets)
+public:
+    PaddedBytes(ByteSource& source, std::uint64_t uiPosition) : m_source(source), m_uiSize(source.Size())
     {
-        box.Half(static_cast<std::uint16_t>(strSet.size()));
-        box.Text(strSet);
+        std::array<unsigned char, 4> size{};
+        if (source.ReadAt(uiPosition, size.data(), size.size()))
+            m_uiSize = std::max(m_uiSize, uiPosition + BigEndian(size));
     }
-}
-
-void WriteDecoderConfiguration(BoxWriter& box, const SplitPictures& pictures, const SequenceSet& set)
-{
-    box.Begin("avcC");
-    box.Byte(1);                                              // version
-    box.Text(pictures.m_vSequenceSets.front().substr(1, 3));  // profile, compatibility, level
-    box.Byte(0xFF);                                           // lengths of NALs have 4 bytes
-    box.Byte(static_cast<std::uint8_t>(0xE0 | pictures.m_vSequenceSets.size()));
-    WriteSets(box, pictures.m_vSequenceSets);
-    box.Byte(static_cast<std::uint8_t>(pictures.m_vPictureSets.size()));
-    WriteSets(box, pictures.m_vPictureSets);
-    if (set.HasSampleForm())
+    std::uint64_t Size() const override { return m_uiSize; }
+    bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override
     {
-        box.Byte(static_cast<std::uint8_t>(0xFC | set.m_uiChromaFormat));
-        box.Byte(static_cast<std::uint8_t>(0xF8 | (set.m_uiLumaBits - 8)));
-        box.Byte(static_cast<std::uint8_t>(0xF8 | (set.m_uiChromaBits - 8)));
-        box.Byte(0);  // extensions of sequence sets
+        if (uiPosition > m_uiSize || uiBytes > m_uiSize - uiPosition) return false;
+        const std::uint64_t uiReal = m_source.Size() - std::min(uiPosition, m_source.Size());
+        const auto uiThere = static_cast<std::size_t>(std::min<std::uint64_t>(uiReal, uiBytes));
+        std::memset(static_cast<unsigned char*>(pBuffer) + uiThere, 0, uiBytes - uiThere);
+        return uiThere == 0 || m_source.ReadAt(uiPosition, pBuffer, uiThere);
     }
-    box.End();
-}
 
-void WriteDescription(BoxWriter& box, const SplitPictures& pictures, const SequenceSet& set)
-{
-    box.Begin("stsd");
-    box.Word(0);
-    box.Word(1);  // entries
-    box.Begin("avc1");
-    box.Zeros(6);
-    box.Half(1);  // data reference
-    box.Zeros(16);
-    box.Half(static_cast<std::uint16_t>(set.m_uiWidth));
-    box.Half(static_cast<std::uint16_t>(set.m_uiHeight));
-    box.Word(0x00480000);  // 72 dpi
-    box.Word(0x00480000);
-    box.Zeros(4);
-    box.Half(1);  // pictures in a sample
-    box.Zeros(32);
-    box.Half(24);  // bits of a pixel
-    box.Half(0xFFFF);
-    WriteDecoderConfiguration(box, pictures, set);
-    box.Begin("pasp");
-    box.Word(1);
-    box.Word(1);
-    box.End();
-    box.End();
-    box.End();
-}
-
-// An entry for each run of equal distances.
-void WriteTimes(BoxWriter& box, const std::vector<std::uint32_t>& vDeltas)
-{
-    std::uint32_t uiRuns = 0;
-    for (std::size_t i = 0; i < vDeltas.size(); ++i)
-        uiRuns += i == 0 || vDeltas[i] != vDeltas[i - 1] ? 1 : 0;
-    box.Begin("stts");
-    box.Word(0);
-    box.Word(uiRuns);
-    for (std::size_t i = 0; i < vDeltas.size();)
-    {
-        const std::size_t uiBegin = i;
-        while (i < vDeltas.size() && vDeltas[i] == vDeltas[uiBegin])
-            ++i;
-        box.Word(static_cast<std::uint32_t>(i - uiBegin));
-        box.Word(vDeltas[uiBegin]);
-    }
-    box.End();
-}
-
-// How many, then the numbers.
-void WriteNumbers(BoxWriter& box, const std::vector<std::uint32_t>& vNumbers)
-{
-    box.Word(static_cast<std::uint32_t>(vNumbers.size()));
-    for (const std::uint32_t uiNumber : vNumbers)
-        box.Word(uiNumber);
-}
-
-void WriteKeys(BoxWriter& box, const std::vector<std::uint32_t>& vKeys)
-{
-    box.Begin("stss");
-    box.Word(0);
-    WriteNumbers(box, vKeys);
-    box.End();
-}
-
-void WriteSampleTable(BoxWriter& box, const SplitPictures& pictures, const std::vector<std::uint32_t>& vDeltas,
-                      const SequenceSet& set)
-{
-    box.Begin("stbl");
-    WriteDescription(box, pictures, set);
-    WriteTimes(box, vDeltas);
-    WriteKeys(box, pictures.m_vKeys);
-    box.Begin("stsc");
-    box.Word(0);
-    box.Word(1);  // entries
-    box.Word(1);  // first chunk
-    box.Word(static_cast<std::uint32_t>(pictures.m_vSizes.size()));
-    box.Word(1);  // description
-    box.End();
-    box.Begin("stsz");
-    box.Word(0);
-    box.Word(0);  // sizes differ
-    WriteNumbers(box, pictures.m_vSizes);
-    box.End();
-    box.Begin("stco");
-    box.Word(0);
-    box.Word(1);  // chunks
-    box.Word(MEDIA_BEGIN);
-    box.End();
-    box.End();
-}
-
-// --- put right ---
+private:
+    ByteSource& m_source;
+    std::uint64_t m_uiSize;
+};
 
 constexpr std::size_t ENTRIES_AT_ONCE = 4096;
 
@@ -205,8 +56,8 @@ constexpr std::size_t ENTRIES_AT_ONCE = 4096;
 struct Table
 {
     Box m_box;
-    std::uint64_t m_uiFirst;    // offset of the first entry in the box
-    std::uint64_t m_uiEntries;  //
+    std::uint64_t m_uiFirst;  // offset of the first entry in the box
+    std::uint64_t m_uiEntries;
     std::uint64_t m_uiEntryBytes;
 };
 
@@ -235,6 +86,19 @@ void ForEachEntry(BoxReader& reader, const Table& table, TUse use)
         for (std::size_t i = 0; i < uiCount; ++i)
             use(std::span<const unsigned char>(block.subspan(i * uiBytes, uiBytes)));
     }
+}
+
+// The distances of the table of times, as many as there are pictures. When there are fewer, the last one is repeated.
+std::vector<std::uint32_t> ReadDeltas(BoxReader& reader, const Table& times, std::uint64_t uiPictures)
+{
+    std::vector<std::uint32_t> vDeltas;
+    ForEachEntry(reader, times, [&](auto entry) {
+        const std::uint64_t uiCount = std::min(BigEndian(entry.first(4)), uiPictures - vDeltas.size());
+        vDeltas.resize(vDeltas.size() + static_cast<std::size_t>(uiCount),
+                       static_cast<std::uint32_t>(BigEndian(entry.subspan(4))));
+    });
+    vDeltas.resize(static_cast<std::size_t>(uiPictures), vDeltas.empty() ? 0 : vDeltas.back());
+    return vDeltas;
 }
 
 // A box with a duration, in either version.
@@ -280,6 +144,20 @@ std::optional<std::uint64_t> DurationIn(BoxReader& reader, const std::optional<B
                   : reader.ReadNumber(*box, form->m_uiDuration, 4);
 }
 
+// The ticks in a second of a header's clock.
+std::optional<std::uint64_t> ClockIn(BoxReader& reader, const std::optional<Box>& header)
+{
+    const auto bLong = header ? IsLongVersion(reader, *header, *FormOf(header->m_strType)) : std::nullopt;
+    return bLong ? reader.ReadNumber(*header, *bLong ? 20 : 12, 4) : std::nullopt;
+}
+
+// Whether the pictures begin with the one NAL that only AMF1 writes.
+bool IsOfAmf(ByteSource& source)
+{
+    unsigned char uiFirst = 0;
+    return source.ReadAt(MEDIA_BEGIN + NAL_HEAD, &uiFirst, 1) && (uiFirst & 0x1FU) == NAL_DELIMITER;
+}
+
 class IndexCopy
 {
 public:
@@ -288,7 +166,7 @@ public:
     std::vector<unsigned char> Run(const Box& movie)
     {
         CopyBox(movie, 0);
-        return m_out.Written();
+        return m_out.Take();
     }
 
 private:
@@ -316,9 +194,19 @@ private:
         {
             CopyTimed(box, *form);
         }
-        else if (box.m_strType == "stss")
+        else if (box.m_strType == "stss" && !m_facts.m_bKeysRight)
         {
             CopyKeys(box);
+        }
+        else if (box.m_strType == "stts" && !m_facts.m_bCountsRight)
+        {
+            CopyTimes(box);
+        }
+        else if (box.m_strType == "stsc" && !m_facts.m_bCountsRight)
+        {
+            CopyBytes(box.m_uiBegin, box.m_uiBegin + CHUNK_PICTURES);
+            m_out.Word(static_cast<std::uint32_t>(m_facts.m_uiPictures));
+            CopyBytes(box.m_uiBegin + CHUNK_PICTURES + 4, box.m_uiEnd);
         }
         else
         {
@@ -331,7 +219,7 @@ private:
     {
         const auto bWasLong = IsLongVersion(m_reader, box, form);
         if (!bWasLong) return CopyBytes(box.m_uiBegin, box.m_uiEnd);
-        const bool bLong = *bWasLong || m_facts.m_uiTicks > LARGEST_WORD;
+        const bool bLong = *bWasLong || m_facts.m_uiTicks >> 32 != 0;
         const std::uint64_t uiWidth = *bWasLong ? 8 : 4;
         std::uint64_t uiOffset = 4;
         m_out.Byte(bLong ? 1 : 0);
@@ -339,45 +227,51 @@ private:
         for (std::uint64_t i = 0; i < form.m_uiLongs; ++i, uiOffset += uiWidth)
             m_out.Duration(m_reader.ReadNumber(box, uiOffset, uiWidth).value_or(0), bLong);
         const std::uint64_t uiDuration = form.m_uiDuration + (*bWasLong ? 4 * form.m_uiLongs : 0);
-        if (form.m_uiLongs == 0)  // an edit: the count, the duration, then the time in the media
+        CopyBytes(box.m_uiBegin + uiOffset, box.m_uiBegin + uiDuration);
+        m_out.Duration(m_facts.m_uiTicks, bLong);
+        uiOffset = uiDuration + uiWidth;
+        if (form.m_uiLongs == 0)  // the time in the media, which is as wide
         {
-            CopyBytes(box.m_uiBegin + uiOffset, box.m_uiBegin + uiDuration);
-            m_out.Duration(m_facts.m_uiTicks, bLong);
-            uiOffset = uiDuration + uiWidth;
             m_out.Duration(m_reader.ReadNumber(box, uiOffset, uiWidth).value_or(0), bLong);
+            uiOffset += uiWidth;
         }
-        else
-        {
-            CopyBytes(box.m_uiBegin + uiOffset, box.m_uiBegin + uiDuration);
-            m_out.Duration(m_facts.m_uiTicks, bLong);
-            uiOffset = uiDuration;
-        }
-        CopyBytes(box.m_uiBegin + uiOffset + uiWidth, box.m_uiEnd);
+        CopyBytes(box.m_uiBegin + uiOffset, box.m_uiEnd);
+    }
+
+    void CopyTimes(const Box& box)
+    {
+        const auto table = FindTable(m_reader, box, 8, 8);
+        if (!table) return CopyBytes(box.m_uiBegin, box.m_uiEnd);
+        WriteTimes(m_out, ReadDeltas(m_reader, *table, m_facts.m_uiPictures));
     }
 
     void CopyKeys(const Box& box)
     {
         const auto table = FindTable(m_reader, box, 8, 4);
-        if (!table || m_facts.m_bKeysRight) return CopyBytes(box.m_uiBegin, box.m_uiEnd);
+        if (!table) return CopyBytes(box.m_uiBegin, box.m_uiEnd);
         std::vector<std::uint32_t> vKeys;
-        vKeys.reserve(static_cast<std::size_t>(table->m_uiEntries));
-        ForEachEntry(m_reader, *table,
-                     [&](auto entry) { vKeys.push_back(static_cast<std::uint32_t>(BigEndian(entry))); });
+        ForEachEntry(m_reader, *table, [&](auto entry) {
+            const std::uint64_t uiKey = BigEndian(entry) + (m_facts.m_bKeysFromZero ? 1 : 0);
+            if (uiKey > 0 && uiKey <= m_facts.m_uiPictures) vKeys.push_back(static_cast<std::uint32_t>(uiKey));
+        });
         std::sort(vKeys.begin(), vKeys.end());
         vKeys.erase(std::unique(vKeys.begin(), vKeys.end()), vKeys.end());
-        if (!vKeys.empty() && vKeys.front() == 0)
-            for (std::uint32_t& uiKey : vKeys)
-                ++uiKey;
         CopyBytes(box.m_uiBegin, box.m_uiBegin + 4);
         WriteNumbers(m_out, vKeys);
     }
 
     void CopyBytes(std::uint64_t uiBegin, std::uint64_t uiEnd)
     {
-        std::vector<unsigned char> vBytes(static_cast<std::size_t>(uiEnd - uiBegin));
-        if (!m_source.ReadAt(uiBegin, vBytes.data(), vBytes.size()))
-            throw std::runtime_error("the index can't be read");
-        m_out.Bytes(vBytes);
+        std::array<unsigned char, 1 << 16> block;
+        while (uiBegin < uiEnd)
+        {
+            const auto bytes = std::span(block).first(
+                static_cast<std::size_t>(std::min<std::uint64_t>(uiEnd - uiBegin, block.size())));
+            if (!m_source.ReadAt(uiBegin, bytes.data(), bytes.size()))
+                throw std::runtime_error("the index can't be read");
+            m_out.Bytes(bytes);
+            uiBegin += bytes.size();
+        }
     }
 
     ByteSource& m_source;
@@ -388,55 +282,20 @@ private:
 
 }  // namespace
 
-std::vector<unsigned char> MakeIndex(const SplitPictures& pictures, const std::vector<std::uint32_t>& vDeltas)
+bool IsIndexOfOthers(ByteSource& source, const Box& movie)
 {
-    const auto set = pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty()
-                         ? std::nullopt
-                         : ReadSequenceSet({reinterpret_cast<const unsigned char*>(pictures.m_vSequenceSets[0].data()),
-                                            pictures.m_vSequenceSets[0].size()});
-    if (!set) throw std::runtime_error("its pictures have no usable parameter sets");
-    std::uint64_t uiTicks = 0;
-    for (const std::uint32_t uiDelta : vDeltas)
-        uiTicks += uiDelta;
-
-    BoxWriter box;
-    box.Begin("moov");
-    WriteMovieHeader(box, uiTicks);
-    box.Begin("trak");
-    WriteTrackHeader(box, uiTicks, *set);
-    box.Begin("mdia");
-    WriteMediaHeader(box, uiTicks);
-    box.Begin("hdlr");
-    box.Zeros(8);
-    box.Text("vide");
-    box.Zeros(12);
-    box.Text(std::string_view("VideoHandler\0", 13));
-    box.End();
-    box.Begin("minf");
-    box.Begin("vmhd");
-    box.Word(1);
-    box.Zeros(8);
-    box.End();
-    box.Begin("dinf");
-    box.Begin("dref");
-    box.Word(0);
-    box.Word(1);  // entries
-    box.Begin("url ");
-    box.Word(1);  // in this file
-    box.End();
-    box.End();
-    box.End();
-    WriteSampleTable(box, pictures, vDeltas, *set);
-    box.End();
-    box.End();
-    box.End();
-    box.End();
-    return box.Written();
+    BoxReader reader(source);
+    std::size_t uiTracks = 0;
+    reader.Find(movie.m_uiBegin, movie.m_uiEnd, "trak", [&](const Box&) { return ++uiTracks > 1; });
+    const auto track = FindVideoTrack(reader, movie);
+    const std::uint64_t uiClock = ClockIn(reader, reader.FindPath(track, "mdia/mdhd")).value_or(0);
+    return uiTracks > 1 || (uiClock != 0 && uiClock != TICKS_PER_SECOND) ||
+           reader.FindPath(track, "mdia/minf/stbl/ctts");
 }
 
 std::optional<IndexFacts> ReadIndexFacts(ByteSource& source, const Box& movie)
 {
-    if (movie.Length() > LARGEST_INDEX) return std::nullopt;
+    if (IsIndexOfOthers(source, movie)) return std::nullopt;
     BoxReader reader(source);
     const auto track = FindVideoTrack(reader, movie);
     const auto tables = reader.FindPath(track, "mdia/minf/stbl");
@@ -444,43 +303,81 @@ std::optional<IndexFacts> ReadIndexFacts(ByteSource& source, const Box& movie)
     const auto sizes = FindTable(reader, reader.Find(tables, "stsz"), 12, 4);
     const auto keys = FindTable(reader, reader.Find(tables, "stss"), 8, 4);
     const auto chunks = FindTable(reader, reader.Find(tables, "stco"), 8, 4);
+    const auto runs = FindTable(reader, reader.Find(tables, "stsc"), 8, 12);
     const auto header = reader.Find(movie.m_uiBegin, movie.m_uiEnd, "mvhd");
     const auto media = reader.FindPath(track, "mdia/mdhd");
-    if (!times || !sizes || !keys || !chunks || !header || !media) return std::nullopt;
-    if (times->m_uiEntries > MOST_PICTURES || sizes->m_uiEntries > MOST_PICTURES || keys->m_uiEntries > MOST_PICTURES)
-        return std::nullopt;
+    if (!times || !sizes || !keys || !chunks || !runs) return std::nullopt;
+    if (sizes->m_uiEntries > MOST_PICTURES || movie.Length() > LargestIndex(sizes->m_uiEntries)) return std::nullopt;
     if (chunks->m_uiEntries != 1 || reader.ReadNumber(chunks->m_box, 8, 4) != MEDIA_BEGIN) return std::nullopt;
+    if (runs->m_uiEntries != 1 || reader.ReadNumber(runs->m_box, 8, 4) != 1U) return std::nullopt;
     if (reader.ReadNumber(sizes->m_box, 4, 4) != 0U) return std::nullopt;
-    const auto bLongMedia = IsLongVersion(reader, *media, MEDIA_HEADER);
-    if (!bLongMedia || reader.ReadNumber(*media, *bLongMedia ? 20 : 12, 4) != TICKS_PER_SECOND) return std::nullopt;
-    const auto bLongMovie = IsLongVersion(reader, *header, MOVIE_HEADER);
-    if (!bLongMovie || reader.ReadNumber(*header, *bLongMovie ? 20 : 12, 4) != TICKS_PER_SECOND) return std::nullopt;
+    if (ClockIn(reader, header) != TICKS_PER_SECOND || ClockIn(reader, media) != TICKS_PER_SECOND) return std::nullopt;
 
     IndexFacts facts;
     facts.m_uiPictures = sizes->m_uiEntries;
     ForEachEntry(reader, *sizes, [&](auto entry) { facts.m_uiMediaBytes += BigEndian(entry); });
+    // Distances have a sign: a time that falls takes from the sum what it fell by.
+    std::int64_t nTicks = 0;
+    std::int64_t nLast = 0;
+    std::uint64_t uiLeft = facts.m_uiPictures;
     ForEachEntry(reader, *times, [&](auto entry) {
         const std::uint64_t uiCount = BigEndian(entry.first(4));
-        const std::uint64_t uiDelta = BigEndian(entry.subspan(4));
+        nLast = static_cast<std::int32_t>(BigEndian(entry.subspan(4)));
         facts.m_uiTimes += uiCount;
-        facts.m_uiTicks += uiCount * uiDelta;
-        facts.m_bTimesFall = facts.m_bTimesFall || uiDelta > LARGEST_DISTANCE;
+        facts.m_bTimesFall = facts.m_bTimesFall || nLast < 0;
+        const std::uint64_t uiUsed = std::min(uiCount, uiLeft);
+        nTicks += static_cast<std::int64_t>(uiUsed) * nLast;
+        uiLeft -= uiUsed;
     });
-    std::uint64_t uiLast = 0;
-    ForEachEntry(reader, *keys, [&](auto entry) {
-        facts.m_bKeysRight = facts.m_bKeysRight && BigEndian(entry) > uiLast;
-        uiLast = BigEndian(entry);
-    });
+    nTicks += static_cast<std::int64_t>(uiLeft) * nLast;
+    facts.m_uiTicks = static_cast<std::uint64_t>(std::max<std::int64_t>(nTicks, 0));
+    facts.m_bCountsRight = facts.m_uiTimes == facts.m_uiPictures &&
+                           reader.ReadNumber(runs->m_box, CHUNK_PICTURES, 4) == facts.m_uiPictures;
 
     const auto trackDuration = DurationIn(reader, reader.Find(track, "tkhd"));
     const auto mediaDuration = DurationIn(reader, media);
     const auto edit = reader.FindPath(track, "edts/elst");
     const auto editDuration = DurationIn(reader, edit);
-    if (!trackDuration || (edit && (!editDuration || reader.ReadNumber(*edit, 4, 4) != 1U))) return std::nullopt;
+    if (!trackDuration) return std::nullopt;
+    if (edit)
+    {
+        const auto bLong = IsLongVersion(reader, *edit, EDIT_LIST);
+        if (!bLong || reader.ReadNumber(*edit, 4, 4) != 1U) return std::nullopt;
+        if (reader.ReadNumber(*edit, *bLong ? 16 : 12, *bLong ? 8 : 4) != 0U) return std::nullopt;
+    }
     const auto isRight = [&](const auto& duration) { return duration == facts.m_uiTicks; };
-    facts.m_bDurationsRight = isRight(trackDuration) && isRight(mediaDuration) && (!edit || isRight(editDuration)) &&
-                              isRight(DurationIn(reader, header));
+    const bool bTrackRight = isRight(trackDuration) && isRight(mediaDuration) && (!edit || isRight(editDuration));
+    facts.m_bDurationsRight = bTrackRight && isRight(DurationIn(reader, header));
+
+    // NVENC1 counts from 0, also where the first picture isn't listed. Right durations are those of a repaired file.
+    facts.m_bKeysFromZero = !bTrackRight && !IsOfAmf(source);
+    std::uint64_t uiLast = 0;
+    ForEachEntry(reader, *keys, [&](auto entry) {
+        const std::uint64_t uiKey = BigEndian(entry);
+        if (uiKey == 0) facts.m_bKeysFromZero = true;
+        facts.m_bKeysRight = facts.m_bKeysRight && uiKey > uiLast && uiKey <= facts.m_uiPictures;
+        uiLast = uiKey;
+    });
+    if (facts.m_bKeysFromZero && keys->m_uiEntries > 0) facts.m_bKeysRight = false;
     return facts;
+}
+
+std::optional<std::vector<std::uint32_t>> ReadTimesOfBrokenIndex(ByteSource& source, std::uint64_t uiPosition,
+                                                                 std::size_t uiPictures)
+{
+    PaddedBytes padded(source, uiPosition);
+    BoxReader reader(padded);
+    const auto movie = reader.ReadBox(uiPosition, padded.Size());
+    if (!movie || movie->m_strType != "moov" || IsIndexOfOthers(padded, *movie)) return std::nullopt;
+    const auto media = reader.FindPath(FindVideoTrack(reader, *movie), "mdia");
+    const auto times = FindTable(reader, reader.FindPath(media, "minf/stbl/stts"), 8, 8);
+    if (!times || ClockIn(reader, reader.Find(media, "mdhd")) != TICKS_PER_SECOND) return std::nullopt;
+    if (times->m_box.m_uiBegin + times->m_uiFirst + times->m_uiEntries * times->m_uiEntryBytes > source.Size())
+        return std::nullopt;
+    std::uint64_t uiTimes = 0;
+    ForEachEntry(reader, *times, [&](auto entry) { uiTimes += BigEndian(entry.first(4)); });
+    if (uiTimes != uiPictures) return std::nullopt;
+    return ReadDeltas(reader, *times, uiPictures);
 }
 
 std::vector<unsigned char> PutIndexRight(ByteSource& source, const Box& movie, const IndexFacts& facts)

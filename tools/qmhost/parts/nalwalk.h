@@ -4,6 +4,10 @@
 // when it closes the file does it write the NAL's length over each start code, from the first to the last, and then the
 // index. So a process that ends early leaves start codes, lengths, or lengths up to some NAL and start codes from there
 // on.
+//
+// After a power loss, parts of the data may be missing, and parts of the lengths. That is damage. It is found where the
+// bytes can't be a NAL's: three zeros in it, a first byte that no NAL has, a length that leads nowhere, or one that
+// ends inside a NAL of start codes.
 #pragma once
 
 #include <array>
@@ -18,21 +22,29 @@ namespace qmhost
 // The bytes in front of a NAL, which are a start code or a length.
 inline constexpr std::uint64_t NAL_HEAD = 4;
 
+// Kinds of NALs.
+inline constexpr unsigned NAL_IDR_SLICE = 5;
+inline constexpr unsigned NAL_SEQUENCE_SET = 7;
+inline constexpr unsigned NAL_PICTURE_SET = 8;
+inline constexpr unsigned NAL_DELIMITER = 9;
+
 struct Nal
 {
     std::uint64_t m_uiHead;                  // position of the bytes in front
     std::uint64_t m_uiEnd;                   // position after its last byte
     bool m_bCut;                             // the data ends before the NAL does
     bool m_bUnproven;                        // it ends with the data, and nothing shows whether that is its own end
-    std::array<unsigned char, 2> m_abFirst;  // its first bytes; 0 for a second one that isn't there
+    bool m_bDamaged;                         // not all of it is one NAL; others may be lost in it
+    std::array<unsigned char, 2> m_abFirst;  // its first bytes; 0 for those that aren't there or of no NAL
 
     std::uint64_t Begin() const { return m_uiHead + NAL_HEAD; }
     std::uint64_t Length() const { return m_uiEnd - Begin(); }
-    // Number of the kind, such as 5 for a slice of an IDR picture.
+    // Number of the kind. 0 when damage hides it.
     unsigned Type() const { return m_abFirst[0] & 0x1FU; }
     // Part of a picture, not about it.
     bool IsSlice() const { return Type() >= 1 && Type() <= 5; }
     // Whether a slice is the first of its picture: the number of its first macroblock is 0, which is a single 1 bit.
+    // One that is partitioned has that number in its first part only.
     bool IsFirstSlice() const { return Type() != 3 && Type() != 4 && (m_abFirst[1] & 0x80) != 0; }
 };
 
@@ -45,32 +57,54 @@ public:
     {
         Data,     // no byte is left, or too few for a NAL
         Index,    // `moov` begins there, or what is left of it
-        Damaged,  // what is there is no NAL
+        Damaged,  // what is there is no NAL, and no start code comes after it
     };
 
     // From uiBegin to the end of the source, which must outlive the object.
-    NalWalk(BufferedBytes& source, std::uint64_t uiBegin) : m_source(source), m_uiNext(uiBegin) {}
+    NalWalk(ByteSource& source, std::uint64_t uiBegin) : m_source(source), m_ahead(source, 4096), m_uiNext(uiBegin) {}
 
-    // Nothing at the end. Throws std::runtime_error when the source can't be read.
+    // Nothing at the end. Damage is part of a NAL as far as a start code comes after it. Throws std::runtime_error when
+    // the source can't be read.
     std::optional<Nal> Next();
 
+    // Whether a length was seen. Then all pictures had been written.
+    bool HasLengths() const { return m_bLengths; }
+    // Position of the first damage so far.
+    std::optional<std::uint64_t> Damage() const { return m_uiDamage; }
     // After the last NAL: where the walk ended and why.
     std::uint64_t Position() const { return m_uiNext; }
     EEnd End() const { return m_eEnd; }
 
 private:
+    // A start code, and the first zeros before it that aren't part of one.
+    struct Found
+    {
+        std::optional<std::uint64_t> m_uiStartCode;
+        std::optional<std::uint64_t> m_uiHole;
+    };
+
     std::uint64_t Left(std::uint64_t uiPosition) const { return m_source.Size() - uiPosition; }
     std::optional<Nal> Stop(EEnd eEnd);
-    std::optional<Nal> Take(std::uint64_t uiEnd, bool bCut, bool bUnproven = false);
-    std::optional<Nal> TakeUpToStartCode();
+    Nal Take(std::uint64_t uiEnd);
+    Nal TakeCut();
+    std::optional<Nal> TakeDamaged();
+    Nal TakeUpToStartCode();
     bool IsLength(std::uint64_t uiLength);
+    std::optional<std::uint64_t> EndAfterHalfLength(std::uint64_t uiHead);
+    bool LengthsLeadOn(std::uint64_t uiPosition, std::uint64_t uiLast);
+    bool HidesLengths(std::uint64_t uiBegin, std::uint64_t uiEnd);
     bool IsHead(std::uint64_t uiPosition);
-    bool IsIndex();
-    std::optional<std::uint64_t> FindStartCode(std::uint64_t uiPosition);
+    bool IsIndex(std::uint64_t uiPosition);
+    Found FindStartCode(std::uint64_t uiPosition, std::uint64_t uiLast);
+    std::optional<std::uint64_t> FindThreeZeros(std::uint64_t uiPosition);
+    std::uint64_t EndOfZeros(std::uint64_t uiPosition);
+    void NoteDamage(std::uint64_t uiPosition);
 
-    BufferedBytes& m_source;
+    BufferedBytes m_source;
+    BufferedBytes m_ahead;  // for single positions further on
     std::uint64_t m_uiNext;
-    bool m_bLengths = false;  // one was seen, so all media data had been written
+    std::optional<std::uint64_t> m_uiDamage;
+    bool m_bLengths = false;
     EEnd m_eEnd = EEnd::Data;
 };
 

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <vector>
 
+#include "parts/diskflush.h"
 #include "parts/text.h"
 
 namespace qmhost
@@ -85,16 +86,30 @@ void OutputFile::WriteZeros(std::size_t uiBytes)
     if (!m_file) RefuseForErrno(m_path);
 }
 
-void OutputFile::Commit()
+void OutputFile::Close()
 {
     errno = 0;
     m_file.close();
     if (!m_file) RefuseForErrno(m_path);
+}
+
+void OutputFile::Commit()
+{
+    if (m_file.is_open()) Close();
     if (m_pathTemporary.empty()) return;
     std::error_code error;
+    const fs::file_status old = fs::status(m_path, error);
+    if (fs::is_regular_file(old)) fs::permissions(m_pathTemporary, old.permissions(), error);
     fs::rename(m_pathTemporary, m_path, error);
     if (error) Refuse(m_path, error);
     m_pathTemporary.clear();
+}
+
+void OutputFile::CommitToDisk()
+{
+    Close();
+    if (!m_pathTemporary.empty()) FlushToDisk(m_pathTemporary);
+    Commit();
 }
 
 void WriteWholeFile(const fs::path& path, std::span<const unsigned char> bytes)

@@ -26,9 +26,14 @@ public:
     void Write(std::span<const unsigned char> bytes);
     // Writes zeros. In a file that can have holes they become one, if something else is written after them.
     void WriteZeros(std::size_t uiBytes);
+    // Gives the file its name. It has the permissions of the one that it replaces.
     void Commit();
+    // The same when its bytes are on the disk: for the only good copy of something.
+    void CommitToDisk();
 
 private:
+    void Close();
+
     std::filesystem::path m_path;
     std::filesystem::path m_pathTemporary;  // empty when m_path is written directly
     std::ofstream m_file;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 
 #include "parts/nalwalk.h"
 
@@ -11,10 +10,6 @@ namespace qmhost
 namespace
 {
 
-constexpr unsigned IDR_SLICE = 5;
-constexpr unsigned SEQUENCE_SET = 7;
-constexpr unsigned PICTURE_SET = 8;
-constexpr unsigned DELIMITER = 9;
 constexpr std::size_t MOST_SETS = 31;          // of sequence sets, that a decoder's configuration can hold
 constexpr std::uint64_t LARGEST_SET = 0xFFFF;  // bytes
 constexpr std::uint64_t LARGEST_PICTURE = std::numeric_limits<std::uint32_t>::max();
@@ -37,7 +32,7 @@ bool IsBSlice(const Nal& nal)
 class Splitter
 {
 public:
-    Splitter(ByteSource& source, std::uint64_t uiBegin) : m_source(source), m_walk(m_source, uiBegin)
+    Splitter(ByteSource& source, std::uint64_t uiBegin) : m_source(source, 4096), m_walk(source, uiBegin)
     {
         m_found.m_uiEnd = uiBegin;
     }
@@ -47,14 +42,15 @@ public:
         bool bFirst = true;
         while (const auto nal = m_walk.Next())
         {
-            if (bFirst && nal->Type() == DELIMITER) m_found.m_eMuxer = EMuxer::Amf;
+            if (bFirst && nal->Type() == NAL_DELIMITER) m_found.m_eMuxer = EMuxer::Amf;
             bFirst = false;
             if (BeginsPicture(*nal)) EndPicture();
-            if (nal->m_uiEnd - m_found.m_uiEnd > LARGEST_PICTURE)
+            if (nal->m_uiEnd - m_found.m_uiEnd > LARGEST_PICTURE || m_found.m_vSizes.size() == MOST_PICTURES)
             {
-                m_found.m_uiDamage = m_found.m_uiEnd;
+                NoteDamage(m_found.m_uiEnd);
                 return std::move(m_found);
             }
+            if (m_walk.Damage()) NoteDamage(*m_walk.Damage());
             Add(*nal);
         }
         EndLastPicture();
@@ -65,12 +61,15 @@ private:
     // A slice that ends before it says of which macroblock it is. Only the end of the data does that.
     static bool IsStub(const Nal& nal) { return nal.IsSlice() && nal.Length() < 2; }
 
+    bool HasAllSlices() const { return m_uiSlices >= m_uiFewestSlices; }
+
     bool BeginsPicture(const Nal& nal) const
     {
         if (m_uiSlices == 0) return false;
+        if (nal.Type() == 0) return HasAllSlices();
         if (!nal.IsSlice()) return IsBeforeSlices(nal.Type());
         // A stub belongs to the picture before it only if that one lacks slices.
-        if (IsStub(nal)) return m_found.m_vSizes.empty() || m_uiSlices >= m_uiFewestSlices;
+        if (IsStub(nal)) return m_found.m_vSizes.empty() || HasAllSlices();
         return nal.IsFirstSlice();
     }
 
@@ -81,10 +80,11 @@ private:
         m_bUnproven = nal.m_bUnproven;
         if (m_bCut) return;
         if (nal.IsSlice()) ++m_uiSlices;
-        if (nal.Type() == IDR_SLICE) m_bKey = true;
+        if (nal.Type() == NAL_IDR_SLICE) m_bKey = true;
         if (nal.IsSlice() && IsBSlice(nal)) m_found.m_bReordered = true;
-        if (nal.Type() == SEQUENCE_SET) AddSet(nal, m_found.m_vSequenceSets);
-        if (nal.Type() == PICTURE_SET) AddSet(nal, m_found.m_vPictureSets);
+        if (nal.m_bDamaged) return;
+        if (nal.Type() == NAL_SEQUENCE_SET) AddSet(nal, m_found.m_vSequenceSets);
+        if (nal.Type() == NAL_PICTURE_SET) AddSet(nal, m_found.m_vPictureSets);
     }
 
     void AddSet(const Nal& nal, std::vector<std::string>& vSets)
@@ -100,8 +100,6 @@ private:
 
     void EndPicture()
     {
-        if (m_found.m_vSizes.size() == MOST_PICTURES)
-            throw std::runtime_error("it has more than " + std::to_string(MOST_PICTURES) + " pictures");
         m_found.m_vSizes.push_back(static_cast<std::uint32_t>(m_uiPictureEnd - m_found.m_uiEnd));
         if (m_bKey) m_found.m_vKeys.push_back(static_cast<std::uint32_t>(m_found.m_vSizes.size()));
         m_uiFewestSlices = std::min(m_uiFewestSlices, m_uiSlices);
@@ -112,18 +110,33 @@ private:
 
     void EndLastPicture()
     {
+        // Where lengths are, all slices had been written. A missing one shows in the length that reaches past the end.
+        const bool bCount = !m_walk.HasLengths() || m_walk.End() == NalWalk::EEnd::Damaged;
         const bool bOther = !m_found.m_vSizes.empty();
-        const bool bWhole = m_uiSlices > 0 && !m_bCut && (!bOther || m_uiSlices >= m_uiFewestSlices);
+        const bool bWhole = m_uiSlices > 0 && !m_bCut && (!bCount || !bOther || HasAllSlices());
         m_found.m_bLastUnproven = bWhole && m_bUnproven;
         if (bWhole)
             EndPicture();
         else if (m_uiPictureEnd > m_found.m_uiEnd)
             m_found.m_uiCut = m_uiPictureEnd - m_found.m_uiEnd;
         if (m_walk.End() == NalWalk::EEnd::Index) m_found.m_uiIndex = m_walk.Position();
-        if (m_walk.End() == NalWalk::EEnd::Damaged) m_found.m_uiDamage = m_walk.Position();
+        if (m_walk.Damage()) NoteDamage(*m_walk.Damage());
+        if (!m_found.m_uiDamage) MarkSure();
     }
 
-    BufferedBytes m_source;
+    void NoteDamage(std::uint64_t uiPosition)
+    {
+        if (m_found.m_uiDamage) return;
+        m_found.m_uiDamage = uiPosition;
+        MarkSure();
+    }
+    void MarkSure()
+    {
+        m_found.m_uiSure = m_found.m_vSizes.size();
+        m_found.m_uiSureEnd = m_found.m_uiEnd;
+    }
+
+    BufferedBytes m_source;  // for parameter sets
     NalWalk m_walk;
     SplitPictures m_found;
 
@@ -138,6 +151,15 @@ private:
 };
 
 }  // namespace
+
+void SplitPictures::KeepSure()
+{
+    m_vSizes.resize(m_uiSure);
+    while (!m_vKeys.empty() && m_vKeys.back() > m_uiSure)
+        m_vKeys.pop_back();
+    if (m_uiEnd != m_uiSureEnd) m_bLastUnproven = false;
+    m_uiEnd = m_uiSureEnd;
+}
 
 SplitPictures FindPictures(ByteSource& source, std::uint64_t uiBegin)
 {

@@ -28,21 +28,29 @@ struct SplitPictures
     std::vector<std::uint32_t> m_vKeys;        // numbers, from 1 on, of those that decoding can start at
     std::vector<std::string> m_vSequenceSets;  // different ones, as NALs; of them the first few
     std::vector<std::string> m_vPictureSets;
-    std::uint64_t m_uiEnd = 0;                // position after the last whole picture
-    std::uint64_t m_uiCut = 0;                // bytes of a last picture that is cut short; 0 for none
-    bool m_bLastUnproven = false;             // nothing shows whether the last picture in the list is whole
-    std::optional<std::uint64_t> m_uiIndex;   // position of `moov`, whole or not
-    std::optional<std::uint64_t> m_uiDamage;  // position from which the data is neither a picture nor an index
-    bool m_bReordered = false;                // there are B pictures: their order isn't that of their times
+    std::uint64_t m_uiEnd = 0;               // position after the last whole picture
+    std::uint64_t m_uiCut = 0;               // bytes after it that begin a picture which is cut short; 0 for none
+    bool m_bLastUnproven = false;            // nothing shows whether the last picture in the list is whole
+    std::optional<std::uint64_t> m_uiIndex;  // position of `moov`, whole or not
+    bool m_bReordered = false;               // there are B pictures: their order isn't that of their times
+
+    // Where the data is damaged first. Pictures in the list from there on may be broken, two of them may be one, and
+    // before them others may be missing.
+    std::optional<std::uint64_t> m_uiDamage;
+    std::size_t m_uiSure = 0;       // pictures before the damage; all without one
+    std::uint64_t m_uiSureEnd = 0;  // position after them
+
+    // Takes the pictures from the damage on out of the list.
+    void KeepSure();
 };
 
 // Goes through the media data from uiBegin to the end of the source. Takes memory for numbers of each picture only.
 //
-// A last picture counts as cut short when a length reaches past the end, when a slice is missing that other pictures
-// have, or when data with start codes ends at the end of a page, which is where a write ends that the system didn't
-// take as a whole. Data with start codes that was cut elsewhere can't be told from a whole picture.
+// A last picture counts as cut short when a length reaches past the end, when zeros follow up to the end, or, in data
+// with start codes, when a slice is missing that other pictures have. Data with start codes that was cut elsewhere
+// can't be told from a whole picture.
 //
-// Throws std::runtime_error when the source can't be read or holds more than MOST_PICTURES.
+// What comes after MOST_PICTURES counts as damage. Throws std::runtime_error when the source can't be read.
 SplitPictures FindPictures(ByteSource& source, std::uint64_t uiBegin);
 
 }  // namespace qmhost

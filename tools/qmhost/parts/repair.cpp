@@ -14,8 +14,10 @@
 #include "parts/inputpath.h"
 #include "parts/movieindex.h"
 #include "parts/nalwalk.h"
+#include "parts/newindex.h"
 #include "parts/outputfile.h"
 #include "parts/picturesplit.h"
+#include "parts/sampletables.h"
 #include "parts/text.h"
 
 namespace qmhost
@@ -37,10 +39,7 @@ constexpr std::uint64_t BOX_HEADER = 8;
 constexpr double TICKS_PER_MS = TICKS_PER_SECOND / 1000.0;
 constexpr std::uint32_t SHORTEST_TICKS = 10;  // of the only picture of a file, as the muxer has it
 
-[[noreturn]] void Refuse(QmStatus nStatus, const std::string& strWhat)
-{
-    throw Failure("repair", nStatus, strWhat);
-}
+constexpr std::uint64_t LONGEST_TICKS = std::numeric_limits<std::int32_t>::max();  // as readers with a sign see it
 
 std::string Count(std::uint64_t uiCount, std::string_view what)
 {
@@ -58,17 +57,16 @@ std::string_view NameOf(EMuxer eMuxer)
 struct Layout
 {
     std::uint64_t m_uiMediaEnd = 0;  // they begin at MEDIA_BEGIN
-    std::optional<Box> m_movie;      // the index, which ends with the file
+    std::optional<Box> m_movie;      // the index
     bool m_bSizeRight = false;       // of `mdat`: a reader of boxes gets from it to the index
 };
 
-// `moov` from a position to the end of the file.
+// A whole `moov` at a position.
 std::optional<Box> IndexAt(ByteSource& source, std::uint64_t uiPosition)
 {
     BoxReader reader(source);
     auto box = reader.ReadBox(uiPosition, source.Size());
-    if (!box || box->m_strType != "moov" || box->m_uiEnd != source.Size()) return std::nullopt;
-    return box;
+    return box && box->m_strType == "moov" ? box : std::nullopt;
 }
 
 // The layout of a finished file of the muxer, or of a repaired one. Nothing when no index is found.
@@ -158,9 +156,8 @@ void CopyBytes(BufferedBytes& source, std::uint64_t uiBegin, std::uint64_t uiEnd
 // The pictures with a length in front of each NAL, whatever stood there.
 void CopyPictures(ByteSource& source, std::uint64_t uiBegin, std::uint64_t uiEnd, OutputFile& out)
 {
-    BufferedBytes heads(source);
     BufferedBytes bytes(source);
-    NalWalk walk(heads, uiBegin);
+    NalWalk walk(source, uiBegin);
     while (const auto nal = walk.Next())
     {
         if (nal->m_uiEnd > uiEnd) break;
@@ -176,58 +173,79 @@ void CopyPictures(ByteSource& source, std::uint64_t uiBegin, std::uint64_t uiEnd
 class Repair
 {
 public:
-    Repair(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut, const RepairTimes& times)
-        : m_strIn(Quoted(Utf8FromPath(pathIn))), m_strOut(Quoted(Utf8FromPath(pathOut))), m_out(pathOut), m_times(times)
+    Repair(ByteSource& source, std::string strIn, const std::filesystem::path& pathOut, const RepairTimes& times)
+        : m_source(source),
+          m_strIn(std::move(strIn)),
+          m_strOut(Quoted(Utf8FromPath(pathOut))),
+          m_out(pathOut),
+          m_times(times)
     {}
 
-    RepairReport Run(const std::filesystem::path& pathIn)
+    void Run()
     {
-        {
-            FileBytes source(pathIn);  // closed before the new file may take its place
-            Choose(source);
-        }
-        m_out.Commit();
+        Choose();
+        if (const auto uiUnreadable = m_source.FirstUnreadable())
+            Warn(m_strIn + " can't be read at byte " + std::to_string(*uiUnreadable) +
+                 " and maybe further ones; zeros stand in their place in " + m_strOut);
+    }
+
+    // When nothing is read any more.
+    RepairReport Complete()
+    {
+        m_out.CommitToDisk();
         return std::move(m_report);
     }
 
 private:
-    void Choose(ByteSource& source)
+    [[noreturn]] void Refuse(QmStatus nStatus, const std::string& strWhat) const
     {
-        if (!IsOfMuxer(source)) return RepairOther(source);
-        if (const auto layout = FindLayout(source)) return RepairFinished(source, *layout);
-        if (HasOpenSize(source)) return RepairOther(source);
-        const SplitPictures pictures = FindPictures(source, MEDIA_BEGIN);
-        // Everything is there except the size of `mdat`, which is written last.
+        const auto uiUnreadable = m_source.FirstUnreadable();
+        throw Failure(
+            "repair", nStatus,
+            strWhat + (uiUnreadable ? "; it can't be read at byte " + std::to_string(*uiUnreadable) : std::string()));
+    }
+    void Warn(std::string strWarning) { m_report.m_vWarnings.push_back(std::move(strWarning)); }
+
+    void Choose()
+    {
+        if (!IsOfMuxer(m_source)) return RepairOther();
+        if (const auto layout = FindLayout(m_source)) return RepairFinished(*layout);
+        if (HasOpenSize(m_source)) return RepairOther();
+        SplitPictures pictures = FindPictures(m_source, MEDIA_BEGIN);
+        // Everything is there except the size of `mdat`, which is written before the index.
         if (pictures.m_uiIndex && pictures.m_uiEnd == *pictures.m_uiIndex)
-            if (const auto movie = IndexAt(source, *pictures.m_uiIndex))
-                return RepairFinished(source, {*pictures.m_uiIndex, movie, false});
-        RepairUnfinished(source, MEDIA_BEGIN, pictures, NameOf(pictures.m_eMuxer));
+            if (const auto movie = IndexAt(m_source, *pictures.m_uiIndex))
+                return RepairFinished({*pictures.m_uiIndex, movie, false});
+        RepairUnfinished(MEDIA_BEGIN, pictures,
+                         m_strIn + " is an unfinished file of " + std::string(NameOf(pictures.m_eMuxer)),
+                         pictures.m_uiIndex);
     }
 
-    void RepairFinished(ByteSource& source, const Layout& layout)
+    void RepairFinished(const Layout& layout)
     {
-        const auto facts = ReadIndexFacts(source, *layout.m_movie);
+        const auto facts = ReadIndexFacts(m_source, *layout.m_movie);
         const std::uint64_t uiMediaBytes = layout.m_uiMediaEnd - MEDIA_BEGIN;
-        if (!facts || facts->m_uiMediaBytes != uiMediaBytes)
-            Refuse(QM_ERR_NOTSUPPORTED, m_strIn + " has an index that NVENC1 and AMF1 don't write");
-        if (m_times.m_vTimesMs || m_times.m_dPeriodMs)
-            m_report.m_vWarnings.push_back(m_strIn + " has an index with its times, so the given ones aren't used");
+        if (!facts || facts->m_uiMediaBytes != uiMediaBytes) return RepairBroken(layout);
+        WarnOfUnusedTimes();
         if (facts->m_uiTimes != facts->m_uiPictures)
         {
-            m_report.m_vWarnings.push_back(m_strIn + " has " + Count(facts->m_uiTimes, "time") + " for " +
-                                           Count(facts->m_uiPictures, "picture") +
-                                           "; after one that is missing, pictures have the times of others");
+            Warn(m_strIn + " has " + Count(facts->m_uiTimes, "time") + " for " + Count(facts->m_uiPictures, "picture") +
+                 "; after one that is missing, pictures have the times of others");
         }
-        if (facts->m_bTimesFall)
-            m_report.m_vWarnings.push_back("times of " + m_strIn + " run backwards; other programs take that for days");
-
+        if (facts->m_bTimesFall) Warn("times of " + m_strIn + " run backwards; other programs take that for days");
+        if (layout.m_movie->m_uiEnd < m_source.Size())
+        {
+            Warn(Count(m_source.Size() - layout.m_movie->m_uiEnd, "byte") + " after the index of " + m_strIn +
+                 " aren't part of the video and are left out");
+        }
         WriteStart(m_out, uiMediaBytes);
-        BufferedBytes bytes(source);
+        BufferedBytes bytes(m_source);
         CopyBytes(bytes, MEDIA_BEGIN, layout.m_uiMediaEnd, m_out);
-        m_out.Write(PutIndexRight(source, *layout.m_movie, *facts));
+        m_out.Write(PutIndexRight(m_source, *layout.m_movie, *facts));
 
         std::string strDone;
         if (!layout.m_bSizeRight) Append(strDone, "the size of its media data");
+        if (!facts->m_bCountsRight) Append(strDone, "the number of its times");
         if (!facts->m_bDurationsRight) Append(strDone, "the durations of its track");
         if (!facts->m_bKeysRight) Append(strDone, "the numbers of its key pictures");
         m_report.m_strDone = m_strIn + " is a finished file with " + Count(facts->m_uiPictures, "picture") + "; " +
@@ -235,54 +253,114 @@ private:
                                               : strDone + " put right in " + m_strOut);
     }
 
-    void RepairUnfinished(ByteSource& source, std::uint64_t uiBegin, const SplitPictures& pictures,
-                          std::string_view encoder)
+    // The pictures are there, and an index that doesn't fit them.
+    void RepairBroken(const Layout& layout)
     {
-        const std::size_t uiPictures = pictures.m_vSizes.size();
-        const std::string strFound = m_strIn + " is an unfinished file of " + std::string(encoder);
-        if (uiPictures == 0) Refuse(QM_ERR_FAIL, strFound + " and has no whole picture; nothing can be repaired");
-        if (pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty())
-        {
-            Refuse(QM_ERR_FAIL, strFound + " without parameter sets; no picture of it can be decoded");
-        }
-        if (!m_times.m_vTimesMs && !m_times.m_dPeriodMs)
-        {
-            Refuse(QM_ERR_FAIL, strFound + " and has no times for its " + Count(uiPictures, "picture") +
-                                    "; give them with --times FILE.csv or --period MS");
-        }
-        const std::vector<unsigned char> vIndex = MakeIndex(pictures, DistancesInTicks(m_times, uiPictures));
-        if (m_times.m_vTimesMs && m_times.m_vTimesMs->size() > uiPictures)
-        {
-            m_report.m_vWarnings.push_back(Count(m_times.m_vTimesMs->size(), "time") + " for the " +
-                                           Count(uiPictures, "picture") + " in " + m_strIn +
-                                           "; the last ones aren't used, since their pictures were never written");
-        }
-        WriteStart(m_out, pictures.m_uiEnd - uiBegin);
-        CopyPictures(source, uiBegin, pictures.m_uiEnd, m_out);
-        m_out.Write(vIndex);
+        if (IsIndexOfOthers(m_source, *layout.m_movie))
+            Refuse(QM_ERR_NOTSUPPORTED, m_strIn + " has an index that NVENC1 and AMF1 don't write");
+        SplitPictures pictures = FindPictures(m_source, MEDIA_BEGIN);
+        RepairUnfinished(MEDIA_BEGIN, pictures,
+                         m_strIn + " is a file of " + std::string(NameOf(pictures.m_eMuxer)) + " with a broken index",
+                         layout.m_uiMediaEnd);
+    }
 
-        m_report.m_strDone = strFound + "; " + m_strOut + " has all " + Count(uiPictures, "picture") + " of it" +
-                             (m_times.m_vTimesMs ? " at the given times" : " at the given period");
-        if (pictures.m_uiCut > 0)
-            m_report.m_strDone +=
-                "; a last picture that is cut short, " + Count(pictures.m_uiCut, "byte") + ", is left out";
-        if (pictures.m_bLastUnproven) m_report.m_strDone += "; if the last one is cut short, that can't be seen";
-        if (pictures.m_uiDamage)
+    // uiIndex: where there is an index that can't be used as a whole.
+    void RepairUnfinished(std::uint64_t uiBegin, SplitPictures& pictures, const std::string& strFile,
+                          std::optional<std::uint64_t> uiIndex)
+    {
+        const std::size_t uiAfter = pictures.m_vSizes.size() - pictures.m_uiSure;
+        const std::string strFound =
+            strFile + (pictures.m_uiDamage ? ", damaged at byte " + std::to_string(*pictures.m_uiDamage) : "");
+        if (!m_times.m_bPastDamage) pictures.KeepSure();
+        const std::size_t uiPictures = pictures.m_vSizes.size();
+        if (uiPictures == 0)
         {
-            m_report.m_vWarnings.push_back(Count(source.Size() - *pictures.m_uiDamage, "byte") + " of " + m_strIn +
-                                           " from byte " + std::to_string(*pictures.m_uiDamage) +
-                                           " on are damaged and left out, with any picture in them");
+            Refuse(QM_ERR_FAIL, strFound + " and has no whole picture" +
+                                    (uiAfter > 0 ? " before that; " + Count(uiAfter, "picture") +
+                                                       " from there on can be written with --past-damage"
+                                                 : "; nothing can be repaired"));
+        }
+        if (pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty())
+            Refuse(QM_ERR_FAIL, strFound + " without parameter sets; no picture of it can be decoded");
+        if (pictures.m_bReordered)
+        {
+            Refuse(QM_ERR_NOTSUPPORTED, strFound + " or of another encoder; it has B pictures, and the order in which "
+                                                   "they are shown stood in the index");
+        }
+
+        std::string strTimes = m_times.m_vTimesMs ? "at the given times" : "at the given period";
+        std::optional<std::vector<std::uint32_t>> vDeltas;
+        if (uiIndex && !pictures.m_uiDamage) vDeltas = ReadTimesOfBrokenIndex(m_source, *uiIndex, uiPictures);
+        if (vDeltas)
+        {
+            WarnOfUnusedTimes();
+            strTimes = "at the times of its index";
+        }
+        else
+        {
+            if (!m_times.m_vTimesMs && !m_times.m_dPeriodMs)
+            {
+                Refuse(QM_ERR_FAIL, strFound + " and has no times for its " + Count(uiPictures, "picture") +
+                                        "; give them with --times FILE.csv or --period MS");
+            }
+            vDeltas = DistancesInTicks(m_times, uiPictures);
+            if (m_times.m_vTimesMs && m_times.m_vTimesMs->size() > uiPictures)
+            {
+                Warn(m_times.m_strList + " has " + Count(m_times.m_vTimesMs->size(), "time") + " for the " +
+                     Count(uiPictures, "picture") + " in " + m_strOut + "; the last ones aren't used");
+            }
+        }
+        const std::vector<unsigned char> vIndex = MakeIndex(pictures, *vDeltas);
+        WriteStart(m_out, pictures.m_uiEnd - uiBegin);
+        CopyPictures(m_source, uiBegin, pictures.m_uiEnd, m_out);
+        m_out.Write(vIndex);
+        DescribeUnfinished(pictures, uiAfter, strFound, strTimes);
+    }
+
+    void DescribeUnfinished(const SplitPictures& pictures, std::size_t uiAfter, const std::string& strFound,
+                            const std::string& strTimes)
+    {
+        std::string& strDone = m_report.m_strDone;
+        strDone = strFound + "; " + m_strOut + " has the " + Count(pictures.m_vSizes.size(), "picture") +
+                  (!pictures.m_uiDamage     ? " of it "
+                   : uiAfter == 0           ? " before that "
+                   : !m_times.m_bPastDamage ? " before that "
+                                            : " that can be found ") +
+                  strTimes;
+        if (!pictures.m_uiDamage && pictures.m_uiCut > 0)
+            strDone += "; the last " + Count(pictures.m_uiCut, "byte") + ", which are no whole picture, are left out";
+        if (pictures.m_bLastUnproven) strDone += "; if the last one is cut short, that can't be seen";
+        if (!pictures.m_uiDamage) return;
+        if (uiAfter == 0)
+        {
+            strDone += "; no whole picture is found after it";
+        }
+        else if (!m_times.m_bPastDamage)
+        {
+            strDone += "; " + Count(uiAfter, "picture") +
+                       " from there on are left out, since how many are lost there isn't known (--past-damage)";
+        }
+        else
+        {
+            Warn("the times of the last " + Count(uiAfter, "picture") + " in " + m_strOut +
+                 " are uncertain: each picture that was lost in the damage makes them too early by one");
         }
     }
 
-    // A file of the system's encoder, or of any other program.
-    void RepairOther(ByteSource& source)
+    void WarnOfUnusedTimes()
     {
-        BoxReader reader(source);
+        if (m_times.m_vTimesMs || m_times.m_dPeriodMs)
+            Warn(m_strIn + " has an index with its times, so the given ones aren't used");
+    }
+
+    // A file of the system's encoder, or of any other program.
+    void RepairOther()
+    {
+        BoxReader reader(m_source);
         std::uint64_t uiPosition = 0;
         bool bFileType = false;
         std::optional<std::uint64_t> uiMedia;
-        while (const auto box = reader.ReadBox(uiPosition, source.Size()))
+        while (const auto box = reader.ReadBox(uiPosition, m_source.Size()))
         {
             if (box->m_strType == "moov" || box->m_strType == "moof")
             {
@@ -295,14 +373,14 @@ private:
             uiPosition = box->m_uiEnd;
         }
         std::array<char, BOX_HEADER> header{};
-        if (!uiMedia && source.ReadAt(uiPosition, header.data(), header.size()) &&
+        if (!uiMedia && m_source.ReadAt(uiPosition, header.data(), header.size()) &&
             std::string_view(header.data() + 4, 4) == "mdat")
         {
             uiMedia = uiPosition + BOX_HEADER;  // of a size that goes past the end
         }
         if (!bFileType || !uiMedia) Refuse(QM_ERR_NOTSUPPORTED, m_strIn + " isn't an MP4 file that was begun");
 
-        const SplitPictures pictures = FindPictures(source, *uiMedia);
+        SplitPictures pictures = FindPictures(m_source, *uiMedia);
         const std::string strOther = m_strIn + " was never finished and isn't a file of NVENC1 or AMF1; ";
         if (pictures.m_vSequenceSets.empty() || pictures.m_vPictureSets.empty())
         {
@@ -311,13 +389,14 @@ private:
                        " can't be decoded, since the system's encoder writes the parameter sets only "
                        "with the index, at the close");
         }
-        if (pictures.m_bReordered)
+        // Sound between the pictures looks like damage.
+        if (pictures.m_uiDamage || pictures.m_bReordered)
         {
-            Refuse(QM_ERR_NOTSUPPORTED, strOther + "the order in which its " +
-                                            Count(pictures.m_vSizes.size(), "picture") +
-                                            " are shown stood in the index, which is missing");
+            Refuse(QM_ERR_NOTSUPPORTED,
+                   strOther + "which of its data are pictures, and in which order they are shown, stood in the index, "
+                              "which is missing");
         }
-        RepairUnfinished(source, *uiMedia, pictures, "another encoder");
+        RepairUnfinished(*uiMedia, pictures, m_strIn + " is an unfinished file of another encoder", {});
     }
 
     static void Append(std::string& strList, std::string_view item)
@@ -325,6 +404,7 @@ private:
         strList += (strList.empty() ? "" : ", ") + std::string(item);
     }
 
+    ReadableBytes m_source;
     std::string m_strIn;
     std::string m_strOut;
     OutputFile m_out;
@@ -338,34 +418,49 @@ std::vector<std::uint32_t> DistancesInTicks(const RepairTimes& times, std::size_
 {
     if (times.m_vTimesMs && times.m_vTimesMs->size() < uiPictures)
     {
-        throw std::runtime_error("there are " + Count(times.m_vTimesMs->size(), "time") + " for " +
-                                 Count(uiPictures, "picture"));
+        throw std::runtime_error(times.m_strList + " has " + Count(times.m_vTimesMs->size(), "time") + " for " +
+                                 Count(uiPictures, "picture") +
+                                 "; add lines for the others, or give --period MS in its place");
     }
     const auto ticksAt = [&](std::size_t uiPicture) {
         const double dMs = times.m_vTimesMs ? (*times.m_vTimesMs)[uiPicture] - times.m_vTimesMs->front()
                                             : static_cast<double>(uiPicture) * times.m_dPeriodMs.value_or(0);
         return std::round(dMs * TICKS_PER_MS);
     };
+    const auto distanceTo = [&](std::size_t uiPicture) {
+        const double dTicks = ticksAt(uiPicture) - ticksAt(uiPicture - 1);
+        const std::string strWhere = times.m_vTimesMs ? "in " + times.m_strList + " at entry " : "at picture ";
+        if (dTicks < 0) throw std::runtime_error("times run backwards " + strWhere + std::to_string(uiPicture));
+        if (!(dTicks <= static_cast<double>(LONGEST_TICKS)))
+        {
+            throw std::runtime_error("the distance " + strWhere + std::to_string(uiPicture) +
+                                     " is above the 59.6 hours that other programs can read");
+        }
+        return static_cast<std::uint32_t>(dTicks);
+    };
     std::vector<std::uint32_t> vDeltas;
     vDeltas.reserve(uiPictures);
     for (std::size_t i = 1; i < uiPictures; ++i)
-    {
-        const double dTicks = ticksAt(i) - ticksAt(i - 1);
-        if (dTicks < 0) throw std::runtime_error("times run backwards at entry " + std::to_string(i));
-        if (!(dTicks <= static_cast<double>(LARGEST_WORD)))
-            throw std::runtime_error("the distance to entry " + std::to_string(i) + " is more than a file can hold");
-        vDeltas.push_back(static_cast<std::uint32_t>(dTicks));
-    }
+        vDeltas.push_back(distanceTo(i));
     if (uiPictures > 1) vDeltas.push_back(vDeltas.back());
-    if (uiPictures == 1) vDeltas.push_back(times.m_dPeriodMs ? static_cast<std::uint32_t>(ticksAt(1)) : SHORTEST_TICKS);
+    if (uiPictures == 1) vDeltas.push_back(times.m_dPeriodMs ? distanceTo(1) : SHORTEST_TICKS);
     return vDeltas;
+}
+
+RepairReport RepairBytes(std::unique_ptr<ByteSource> pSource, const std::string& strIn,
+                         const std::filesystem::path& pathOut, const RepairTimes& times)
+{
+    Repair repair(*pSource, strIn, pathOut, times);
+    repair.Run();
+    pSource.reset();
+    return repair.Complete();
 }
 
 RepairReport RepairFile(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut,
                         const RepairTimes& times)
 {
     RequireReadableFile(pathIn);
-    return Repair(pathIn, pathOut, times).Run(pathIn);
+    return RepairBytes(std::make_unique<FileBytes>(pathIn), Quoted(Utf8FromPath(pathIn)), pathOut, times);
 }
 
 }  // namespace qmhost

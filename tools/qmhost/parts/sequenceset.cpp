@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "parts/nalwalk.h"
+
 namespace qmhost
 {
 namespace
 {
 
-constexpr unsigned SEQUENCE_SET = 7;
 constexpr std::uint32_t MACROBLOCK = 16;        // pixels in width and height
 constexpr std::uint32_t LARGEST_SIDE = 0xFFFF;  // that a sample entry can state
 constexpr std::uint32_t MOST_CYCLE_OFFSETS = 255;
@@ -125,7 +126,7 @@ bool SequenceSet::HasSampleForm() const
 
 std::optional<SequenceSet> ReadSequenceSet(std::span<const unsigned char> nal)
 {
-    if (nal.size() < 4 || (nal[0] & 0x1FU) != SEQUENCE_SET) return std::nullopt;
+    if (nal.size() < 4 || (nal[0] & 0x1FU) != NAL_SEQUENCE_SET) return std::nullopt;
     SequenceSet set{0, 0, nal[1], 1, 8, 8};
     Bits bits(nal.subspan(4));  // after the header, profile, compatibility and level
     bits.Number();              // of the set

@@ -29,8 +29,8 @@ std::string Bytes(std::uint64_t uiCount)
 std::string MissingIndex(BoxReader& reader, ByteSource& source)
 {
     if (source.Size() > LARGEST_BOX)
-        return "its media data is larger than the 4 GiB that such a file can have, unless qmhost repair makes one of "
-               "it";
+        return "no index is found from its first box on, as in every file of NVENC1 and AMF1 above 4 GiB that qmhost "
+               "repair hasn't put right";
     std::uint64_t uiPosition = 0;
     while (const auto box = reader.ReadBox(uiPosition, source.Size()))
         uiPosition = box->m_uiEnd;
