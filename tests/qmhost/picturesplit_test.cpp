@@ -330,6 +330,21 @@ TEST(PictureSplit, BPicturesAreSeen)
     EXPECT_FALSE(Split(WithLength(slice('\x88'))).m_bReordered);  // type 7
 }
 
+// Lengths that end in 1 look like half of one, and each NAL with a start code is looked through. Neither takes a look
+// at all data after it.
+TEST(PictureSplit, ReadsEachByteAFewTimes)
+{
+    std::vector<Picture> vPictures = {{SEQUENCE_SET, PICTURE_SET, Idr(100)}};
+    vPictures.resize(150, {Inter(0x18001)});
+    for (const std::size_t uiLengths : {0, 75, 1000})
+    {
+        const std::string strMedia = Media(vPictures, uiLengths);
+        MemoryBytes source(strMedia);
+        EXPECT_EQ(FindPictures(source, 0).m_vSizes.size(), 150U);
+        EXPECT_LE(source.BytesRead(), 4 * strMedia.size()) << uiLengths;
+    }
+}
+
 // --- data that may hold anything ---
 
 // A walk that moves on reads each block a few times at most.

@@ -232,8 +232,8 @@ NalWalk::Found NalWalk::FindStartCode(std::uint64_t uiPosition, std::uint64_t ui
     Found found;
     for (;;)
     {
-        const auto uiZeros = FindThreeZeros(uiPosition);
-        if (!uiZeros || *uiZeros > uiLast) return found;
+        const auto uiZeros = FindThreeZeros(uiPosition, uiLast);
+        if (!uiZeros) return found;
         const std::uint64_t uiAfter = EndOfZeros(*uiZeros);
         const bool bEnd = uiAfter == m_source.Size();
         if (bEnd && uiAfter - *uiZeros == START_CODE_ZEROS) return found;
@@ -247,11 +247,14 @@ NalWalk::Found NalWalk::FindStartCode(std::uint64_t uiPosition, std::uint64_t ui
     }
 }
 
-std::optional<std::uint64_t> NalWalk::FindThreeZeros(std::uint64_t uiPosition)
+// The next three zeros that begin from uiPosition to uiLast.
+std::optional<std::uint64_t> NalWalk::FindThreeZeros(std::uint64_t uiPosition, std::uint64_t uiLast)
 {
-    while (uiPosition < m_source.Size() && Left(uiPosition) >= 3)
+    while (uiPosition <= uiLast && uiPosition < m_source.Size() && Left(uiPosition) >= 3)
     {
-        const auto bytes = m_source.View(uiPosition, 3);
+        auto bytes = m_source.View(uiPosition, 3);
+        bytes =
+            bytes.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size() - 3, uiLast - uiPosition) + 3));
         for (std::size_t ui = 2; ui < bytes.size();)
         {
             if (bytes[ui] != 0)

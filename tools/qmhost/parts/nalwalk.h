@@ -96,7 +96,7 @@ private:
     bool IsHead(std::uint64_t uiPosition);
     bool IsIndex(std::uint64_t uiPosition);
     Found FindStartCode(std::uint64_t uiPosition, std::uint64_t uiLast);
-    std::optional<std::uint64_t> FindThreeZeros(std::uint64_t uiPosition);
+    std::optional<std::uint64_t> FindThreeZeros(std::uint64_t uiPosition, std::uint64_t uiLast);
     std::uint64_t EndOfZeros(std::uint64_t uiPosition);
     void NoteDamage(std::uint64_t uiPosition);
 
