@@ -1,6 +1,8 @@
 #include "parts/picturesource.h"
 
+#include <cstdio>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
@@ -36,7 +38,7 @@ protected:
     {
         const auto [uiWidth, uiHeight] = source.Size();
         std::string pixels(std::size_t{3} * uiWidth * uiHeight, '\0');
-        source.ReadNext(reinterpret_cast<unsigned char*>(pixels.data()), std::size_t{3} * uiWidth);
+        if (!source.ReadNext(reinterpret_cast<unsigned char*>(pixels.data()), std::size_t{3} * uiWidth)) return "end";
         return pixels;
     }
 
@@ -79,9 +81,12 @@ TEST_F(PictureSources, ImageFilesAndTheirPagesInOrder)
     EXPECT_EQ(ReadNext(*pSource), "fed");
     EXPECT_EQ(ReadNext(*pSource), "ihg");
     EXPECT_EQ(ReadNext(*pSource), "lkj");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(pSource->Rest(), "");
 }
 
-TEST_F(PictureSources, FolderStandsForItsImagesInTheOrderOfNames)
+TEST_F(PictureSources, FolderStandsForItsImages)
 {
     fs::create_directory(m_folder / "d");
     File("d/10.png", Png("abc"));
@@ -93,6 +98,59 @@ TEST_F(PictureSources, FolderStandsForItsImagesInTheOrderOfNames)
     EXPECT_EQ(ReadNext(*pSource), "fed");
     EXPECT_EQ(ReadNext(*pSource), "ihg");
     EXPECT_EQ(ReadNext(*pSource), "cba");
+}
+
+TEST_F(PictureSources, PicturesOfAFolderAreInNaturalOrder)
+{
+    for (const char* pszFolder : {"run10", "run9"})
+        fs::create_directory(m_folder / pszFolder);
+    for (const char* pszName : {"run10/img10.png", "run10/img2.png", "run10/IMG1.PNG", "run10/img11.png",
+                                "run10/img02.png", "run10/img1.png.1"})
+        File(pszName, Png("abc"));
+    File("run10/img3.tif", MakeTiff({Page("def"), Page("ghi")}));
+    File("run9/img1.png", Png("jkl"));
+    const auto pSource = OpenImageFiles({m_folder / "run10", m_folder / "run9"});
+    EXPECT_THAT(pSource->Order(),
+                ElementsAre("frame 0: " + Name("run10/IMG1.PNG"), "frame 1: " + Name("run10/img2.png"),
+                            "frame 2: " + Name("run10/img02.png"), "frames 3 to 4: " + Name("run10/img3.tif"),
+                            "frame 5: " + Name("run10/img10.png"), "frame 6: " + Name("run10/img11.png"),
+                            "frame 7: " + Name("run9/img1.png")));
+    // Folders are as they are named.
+    EXPECT_THAT(pSource->Warnings(), ElementsAre(Name("run10") + " is written before " + Name("run9") +
+                                                 ", as the command line has them; only a folder's pictures are put in "
+                                                 "the order of their numbers"));
+    for (const char* pszPixels : {"cba", "cba", "cba", "fed", "ihg", "cba", "cba", "lkj", "end"})
+        EXPECT_EQ(ReadNext(*pSource), pszPixels);
+}
+
+TEST_F(PictureSources, OneFileNeedsNoOrder)
+{
+    EXPECT_THAT(OpenImageFiles({File("a.tif", MakeTiff({Page("abc"), Page("def")}))})->Order(), IsEmpty());
+}
+
+TEST_F(PictureSources, FilesThatAreNamedKeepTheirOrder)
+{
+    const fs::path path1 = File("img1.png", Png("abc"));
+    const fs::path path2 = File("img2.png", Png("def"));
+    const fs::path path10 = File("img10.png", Png("ghi"));
+    const auto pSource = OpenImageFiles({path10, path1, path2});
+    EXPECT_THAT(pSource->Warnings(), IsEmpty());
+    EXPECT_EQ(ReadNext(*pSource), "ihg");
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+    EXPECT_THAT(OpenImageFiles({path1, path2, path10})->Warnings(), IsEmpty());
+}
+
+TEST_F(PictureSources, OrderOfAShellIsWarnedOf)
+{
+    const fs::path path1 = File("img1.png", Png("abc"));
+    const fs::path path2 = File("img2.png", Png("def"));
+    const fs::path path10 = File("img10.png", Png("ghi"));
+    const auto pSource = OpenImageFiles({path1, path10, path2});
+    EXPECT_THAT(pSource->Warnings(), ElementsAre(Name("img10.png") + " is written before " + Name("img2.png") +
+                                                 ", as the command line has them; only a folder's pictures are put in "
+                                                 "the order of their numbers"));
+    EXPECT_EQ(ReadNext(*pSource), "cba");
+    EXPECT_EQ(ReadNext(*pSource), "ihg");
 }
 
 TEST_F(PictureSources, FolderWithoutImages)
@@ -170,8 +228,11 @@ TEST_F(PictureSources, RawFrames)
     EXPECT_EQ(pSource->Count(), 2u);
     EXPECT_EQ(pSource->Size().m_uiWidth, 2u);
     EXPECT_EQ(pSource->Size().m_uiHeight, 1u);
+    EXPECT_THAT(pSource->Order(), IsEmpty());
     EXPECT_EQ(ReadNext(*pSource), "abcdef");
     EXPECT_EQ(ReadNext(*pSource), "ghijkl");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(pSource->Rest(), "");
 }
 
 TEST_F(PictureSources, RawRowsGoToTheirPlaces)
@@ -223,6 +284,52 @@ TEST_F(PictureSources, RawFileWithMoreFramesThanAFileCanHave)
               Name("r.bgr") + " has too many frames of 1 x 1 pixels, 3 bytes each");
     fs::resize_file(path, 3 * std::uintmax_t{0xFFFFFFFE});
     EXPECT_EQ(OpenRawPictures(path, {1, 1})->Count(), 0xFFFFFFFEu);
+}
+
+class RawStream : public PictureSources
+{
+protected:
+    std::unique_ptr<PictureSource> Open(const std::string& bytes, PictureSize size)
+    {
+        m_pStream.reset(std::tmpfile());
+        EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), m_pStream.get()), bytes.size());
+        std::rewind(m_pStream.get());
+        return OpenRawStream(m_pStream.get(), "the stream", size);
+    }
+
+private:
+    struct CloseStream
+    {
+        void operator()(std::FILE* pStream) const { std::fclose(pStream); }
+    };
+    std::unique_ptr<std::FILE, CloseStream> m_pStream;
+};
+
+TEST_F(RawStream, FramesUpToItsEnd)
+{
+    const auto pSource = Open(std::string("ab\0\r\n\x1A", 6) + "ghijkl", {2, 1});
+    EXPECT_EQ(pSource->Count(), std::nullopt);
+    EXPECT_THAT(pSource->Order(), IsEmpty());
+    EXPECT_EQ(ReadNext(*pSource), std::string("ab\0\r\n\x1A", 6));
+    EXPECT_EQ(ReadNext(*pSource), "ghijkl");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(pSource->Rest(), "");
+}
+
+TEST_F(RawStream, PartOfAFrameAtTheEndIsARest)
+{
+    const auto pSource = Open("abcdefgh", {2, 1});
+    EXPECT_EQ(ReadNext(*pSource), "abcdef");
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(pSource->Rest(), "the stream ended within a frame, after 2 of its 6 bytes");
+}
+
+TEST_F(RawStream, NothingAtAll)
+{
+    const auto pSource = Open("", {2, 1});
+    EXPECT_EQ(ReadNext(*pSource), "end");
+    EXPECT_EQ(pSource->Rest(), "");
 }
 
 TEST_F(PictureSources, BytesBeyondFourGigabytesAreRead)

@@ -309,7 +309,8 @@ TEST_F(RepairProgram, RightAfterWriting)
               "'" + m_strOut +
                   "' is a finished file with 24 pictures; the durations of its track, the numbers of its key "
                   "pictures put right in '" +
-                  m_strOut + "'\n");
+                  m_strOut + "'\n'" + m_strOut +
+                  "' has 24 frames; the largest difference of a time from the given one is 0 ms\n");
     Compare(FRAMES);
 }
 

@@ -172,6 +172,52 @@ TEST_F(FailingWrite, WrongNumberOfTimes)
                   "'" + Target("t.csv") + "' has 0 times for 1 pictures");
 }
 
+TEST_F(FailingWrite, TimesThatRunBackwards)
+{
+    for (const std::string strCodec : {"ONE", "NVENC1", "AMF1"})
+    {
+        ExpectFailure(Write({Target("a.png"), Target("b.png"), Target("c.png"), "--codec", strCodec, "--times",
+                             File("t.csv", "frame,time_ms\n0,0\n1,100\n2,50\n")},
+                            "codecs=1"),
+                      "write failed with status -9 (general failure): times of '" + Target("t.csv") +
+                          "' run backwards at entry 2; put times and pictures in the order of time, or hand them over "
+                          "with --exact-times");
+        EXPECT_FALSE(fs::exists(m_pathOut));
+    }
+}
+
+TEST_F(FailingWrite, DistancesThatAFileCanNotHold)
+{
+    const std::string strTimes = File("t.csv", "frame,time_ms\n0,0\n1,143165576\n2,572662305.6\n");
+    const std::string strStart = "write failed with status -9 (general failure): times of '" + Target("t.csv") +
+                                 "' have a distance before entry ";
+    const std::string strWayOut = " can hold; write the frames from there on to another file";
+    // The one before is as long as the system's files allow.
+    const std::vector<std::string> vPictures = {Target("a.png"), Target("b.png"), Target("c.png")};
+    for (const auto& [strCodec, strHours] :
+         {std::pair<std::string, std::string>{"ONE", "39.8"}, {"NVENC1", "119.3"}, {"AMF1", "119.3"}})
+    {
+        auto vArguments = vPictures;
+        vArguments.insert(vArguments.end(), {"--codec", strCodec, "--times", strTimes});
+        ExpectFailure(Write(vArguments, "codecs=1"), strStart + "2 that is longer than the " + strHours +
+                                                         " hours that a file of " + strCodec + strWayOut);
+        EXPECT_FALSE(fs::exists(m_pathOut));
+    }
+    ExpectFailure(Write({Target("a.png"), Target("b.png"), "--codec", "AMF1", "--period", "500000000"}, "codecs=1"),
+                  "write failed with status -9 (general failure): times at that period have a distance before entry 1 "
+                  "that is longer than the 119.3 hours that a file of AMF1" +
+                      strWayOut);
+}
+
+TEST_F(FailingWrite, TimesThatAreTooCloseForWholeMilliseconds)
+{
+    const std::string strTimes = File("t.csv", "frame,time_ms\n0,5\n1,5\n2,5\n");
+    ExpectRefusal({Target("a.png"), Target("b.png"), Target("c.png"), "--codec", "ONE", "--times", strTimes},
+                  "times of '" + Target("t.csv") +
+                      "' are too close up to entry 2: ONE takes a distance below 1 ms for 1 ms; NVENC1 and AMF1 keep "
+                      "times to 0.1 ms");
+}
+
 TEST_F(FailingWrite, TimesFileThatIsMissingOrMalformed)
 {
     ExpectRefusal({Target("a.png"), "--codec", "ONE", "--times", Target("missing.csv")},

@@ -71,15 +71,33 @@ std::string Png(int nFrame)
     return MakePng(4, 2, 2, 8, AsRgb(FrameBytes(nFrame, 4, 2)));
 }
 
+// A codec that the module doesn't mux itself gets whole milliseconds, or what the user gives.
 TEST_F(WriteProgram, ImagesAndTheTimesOfAFile)
 {
-    const std::string strTimes = File("t.csv", "frame,time_ms\n0,0\n1,33.4\n2,100.05\n");
+    const std::string strTimes = File("t.csv", "frame,time_ms\n0,0\n1,33.4\n2,100.75\n");
+    const std::vector<std::string> vArguments = {
+        "--codec", "TWO", File("b.png", Png(0)), File("a.png", Png(1)), File("c.png", Png(2)), "--times", strTimes};
+    EXPECT_EQ(Written(vArguments, "frames=3"), "codec 1\n"
+                                               "attributes 4(12)x2 3x8/8 count 3\n"
+                                               "frame 0 " +
+                                                   Hex(FrameBytes(0, 4, 2)) +
+                                                   "\n"
+                                                   "frame 33 " +
+                                                   Hex(FrameBytes(1, 4, 2)) +
+                                                   "\n"
+                                                   "frame 101 " +
+                                                   Hex(FrameBytes(2, 4, 2)) + "\n");
+}
+
+TEST_F(WriteProgram, ExactTimesAreHandedOverAsTheyStand)
+{
+    const std::string strTimes = File("t.csv", "frame,time_ms\n0,7\n1,33.4\n2,100.05\n");
     EXPECT_EQ(Written({"--codec", "TWO", File("b.png", Png(0)), File("a.png", Png(1)), File("c.png", Png(2)), "--times",
-                       strTimes},
+                       strTimes, "--exact-times"},
                       "frames=3"),
               "codec 1\n"
               "attributes 4(12)x2 3x8/8 count 3\n"
-              "frame 0 " +
+              "frame 7 " +
                   Hex(FrameBytes(0, 4, 2)) +
                   "\n"
                   "frame 33.399999999999999 " +
@@ -92,13 +110,13 @@ TEST_F(WriteProgram, ImagesAndTheTimesOfAFile)
 TEST_F(WriteProgram, RawFramesAndASteadyPeriod)
 {
     const std::string strRaw = File("r.bgr", FrameBytes(0, 4, 2) + FrameBytes(1, 4, 2) + FrameBytes(2, 4, 2));
-    EXPECT_EQ(Written({"--raw", strRaw, "--size", "4x2", "--codec", "ONE", "--period", "2.5"}, "frames=3"),
+    EXPECT_EQ(Written({"--raw", strRaw, "--size", "4x2", "--codec", "ONE", "--period", "2.4"}, "frames=3"),
               "codec 0\n"
               "attributes 4(12)x2 3x8/8 count 3\n"
               "frame 0 " +
                   Hex(FrameBytes(0, 4, 2)) +
                   "\n"
-                  "frame 2.5 " +
+                  "frame 2 " +
                   Hex(FrameBytes(1, 4, 2)) +
                   "\n"
                   "frame 5 " +
@@ -163,11 +181,21 @@ TEST_F(WriteProgram, OtherKindsOfPicturesAreConvertedWithAWarning)
                         "frame 40 09090909090900000909090909090000\n");
 }
 
-TEST_F(WriteProgram, TimesThatRunBackwardsAreWrittenWithAWarning)
+TEST_F(WriteProgram, TimesCountFromTheFirstOne)
+{
+    const std::string strTimes = File("t.csv", "frame,time_ms\n5,1000.4\n6,1040.4\n");
+    const std::string strRecord =
+        Written({"--codec", "ONE", File("a.png", Png(0)), File("b.png", Png(1)), "--times", strTimes}, "frames=2");
+    EXPECT_THAT(strRecord, HasSubstr("\nframe 0 "));
+    EXPECT_THAT(strRecord, HasSubstr("\nframe 40 "));
+}
+
+TEST_F(WriteProgram, ExactTimesThatRunBackwardsAreWrittenWithAWarning)
 {
     const std::string strTimes = File("t.csv", "frame,time_ms\n0,50\n1,20\n");
     const ProgramResult result =
-        Write({"--codec", "ONE", File("a.png", Png(0)), File("b.png", Png(1)), "--times", strTimes}, "frames=2");
+        Write({"--codec", "ONE", File("a.png", Png(0)), File("b.png", Png(1)), "--times", strTimes, "--exact-times"},
+              "frames=2");
     EXPECT_EQ(result.m_nStatus, 0);
     EXPECT_EQ(result.m_strErr, "qmhost: warning: times of '" + strTimes + "' run backwards at entry 1\n");
     EXPECT_THAT(ReadText(m_pathOut), HasSubstr("\nframe 20 "));
@@ -178,6 +206,26 @@ TEST_F(WriteProgram, ExistingFileIsReplaced)
     WriteText(m_pathOut, std::string(10000, 'x'));
     EXPECT_THAT(Written({"--codec", "ONE", File("a.png", Png(0)), "--period", "40"}, "frames=1"),
                 StartsWith("codec 0\n"));
+}
+
+TEST_F(WriteProgram, PicturesOfAFolderAreWrittenInNaturalOrder)
+{
+    fs::create_directory(m_folder / "d");
+    const auto page = [](int nFrame) { return TiffPage{4, 2, TIFF_RGB, 8, 3, AsRgb(FrameBytes(nFrame, 4, 2))}; };
+    File("d/img10.png", Png(3));
+    File("d/img2.tif", MakeTiff({page(1), page(2)}));
+    File("d/img1.png", Png(0));
+    const std::string strSeparator(1, static_cast<char>(fs::path::preferred_separator));
+    const std::string strFolder = Target("d") + strSeparator;
+    const ProgramResult result = Write({"-v", "--codec", "ONE", Target("d"), "--period", "40"}, "frames=4");
+    EXPECT_EQ(result.m_nStatus, 0);
+    EXPECT_THAT(result.m_strErr,
+                StartsWith("qmhost: frame 0: '" + strFolder + "img1.png'\n" + "qmhost: frames 1 to 2: '" + strFolder +
+                           "img2.tif'\n" + "qmhost: frame 3: '" + strFolder + "img10.png'\n"));
+    std::string expected = "codec 0\nattributes 4(12)x2 3x8/8 count 4\n";
+    for (int i = 0; i < 4; ++i)
+        expected += "frame " + std::to_string(40 * i) + " " + Hex(FrameBytes(i, 4, 2)) + "\n";
+    EXPECT_EQ(Record(), expected);
 }
 
 TEST_F(WriteProgram, DiagnosticsOfTheModuleWhenAskedFor)

@@ -21,6 +21,17 @@ TEST(Progress, NothingToDoIsDone)
     EXPECT_EQ(ProgressText(0, 0), "[##############################] 100%  0/0");
 }
 
+TEST(Progress, WithoutATotalTheCountIsShown)
+{
+    EXPECT_EQ(ProgressText(37, std::nullopt), "frame 37");
+    std::ostringstream terminal;
+    {
+        ProgressBar bar(&terminal, std::nullopt);
+        bar.Step();
+    }
+    EXPECT_EQ(terminal.str(), "\rframe 1\r       \r");
+}
+
 TEST(Progress, BarIsWipedAtTheEnd)
 {
     std::ostringstream terminal;

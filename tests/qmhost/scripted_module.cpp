@@ -12,6 +12,7 @@
 //   makesfile              0 for an output object that doesn't report that it couldn't open its file
 //   index                  0 for a file that is written without an index
 //   listed                 the number of pictures in the index of a file that is written
+//   codecs                 1 for a table with the codecs NVENC1 and AMF1 too
 //   reason                 0 for a frame that fails without a line in the diagnostics
 //
 // Byte x of row y of frame f is (7f + 5y + x) mod 251, padding is 0xEE, frame f is at 40f + f mod 3 milliseconds.
@@ -211,10 +212,12 @@ public:
         strExtension = L".tst";
         return Status("GetFileExtension");
     }
-    std::uint32_t BuildCodecTable() override { return 2; }
+    // With "codecs=1" those too whose files the real module muxes.
+    std::uint32_t BuildCodecTable() override { return Scripted("codecs", 0) == 0 ? 2 : 4; }
     QmStatus GetCodecInfo(std::uint32_t uiIndex, SQmCodecInfo* pInfo) override
     {
-        std::wcscpy(pInfo->m_wszCode, uiIndex == 0 ? L"ONE" : L"TWO");
+        const wchar_t* const aCodes[] = {L"ONE", L"TWO", L"NVENC1", L"AMF1"};
+        std::wcscpy(pInfo->m_wszCode, aCodes[uiIndex]);
         std::wcscpy(pInfo->m_wszName, uiIndex == 0 ? L"The f\u00EFrst" : L"The second");
         return Status("GetCodecInfo");
     }

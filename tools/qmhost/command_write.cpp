@@ -1,19 +1,26 @@
 // qmhost write: pictures and their times become an MP4 file.
 #include "command.h"
 
-#include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <optional>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
+#include "diagnostics.h"
 #include "options.h"
 #include "outputvideo.h"
+#include "parts/bytesource.h"
 #include "parts/evenpicture.h"
 #include "parts/failure.h"
 #include "parts/picturesource.h"
 #include "parts/progress.h"
 #include "parts/repair.h"
 #include "parts/text.h"
+#include "parts/timegrid.h"
 #include "parts/timesfile.h"
+#include "parts/tracktimes.h"
 
 namespace qmhost
 {
@@ -21,6 +28,7 @@ namespace
 {
 
 constexpr const char* COMMAND = "write";
+constexpr double SMALLEST_DIFFERENCE_MS = 1e-4;  // what is below comes from computing with 64-bit floats
 
 // The row of the codec table that has this code.
 std::uint32_t FindCodec(IQmImageFormat& format, const std::string& strCode)
@@ -38,36 +46,104 @@ std::uint32_t FindCodec(IQmImageFormat& format, const std::string& strCode)
     throw Failure(COMMAND, QM_ERR_RANGE, "there is no codec " + Quoted(strCode) + ", only " + strKnown);
 }
 
-// The times of uiCount pictures, from a file or a steady period.
+// What counts for the files of a codec.
+struct CodecFacts
+{
+    const char* m_pszCode;
+    bool m_bMuxedByModule;  // such a file gives its length as a tenth of what it is
+    TimeForm m_times;
+};
+
+constexpr CodecFacts MUXED_CODECS[] = {{"NVENC1", true, MUXED_TIMES}, {"AMF1", true, MUXED_TIMES}};
+
+// Whatever the module doesn't mux itself is written by the system's encoder.
+CodecFacts FactsOf(const std::string& strCode)
+{
+    for (const CodecFacts& facts : MUXED_CODECS)
+        if (strCode == facts.m_pszCode) return facts;
+    return {nullptr, false, SYSTEM_TIMES};
+}
+
+std::string Hours(double dMs)
+{
+    char acText[40];
+    std::snprintf(acText, sizeof acText, "%.1f hours", dMs / 3'600'000);
+    return acText;
+}
+
+// The times of the pictures, from a file or a steady period.
 class FrameTimes
 {
 public:
-    FrameTimes(const std::optional<std::string>& strFile, double dPeriodMs, std::uint32_t uiCount)
-        : m_dPeriodMs(dPeriodMs)
+    FrameTimes(const std::optional<std::string>& strFile, double dPeriodMs, std::optional<std::uint32_t> uiPictures)
+        : m_dPeriodMs(dPeriodMs), m_uiPictures(uiPictures)
     {
         if (!strFile) return;
+        m_strFile = Quoted(*strFile);
         m_vTimes = ReadTimesFile(PathFromUtf8(*strFile));
-        if (m_vTimes.size() != uiCount)
-        {
-            throw std::runtime_error(Quoted(*strFile) + " has " + std::to_string(m_vTimes.size()) + " times for " +
-                                     std::to_string(uiCount) + " pictures");
-        }
-        for (std::size_t i = 1; i < m_vTimes.size(); ++i)
-        {
-            if (m_vTimes[i] >= m_vTimes[i - 1]) continue;
-            Warn("times of " + Quoted(*strFile) + " run backwards at entry " + std::to_string(i));
-            break;
-        }
+        if (uiPictures && m_vTimes->size() != *uiPictures) throw std::runtime_error(WrongCount(*uiPictures));
+        if (m_vTimes->empty()) throw std::runtime_error(m_strFile + " has no times");
     }
 
-    double operator[](std::uint32_t uiFrame) const
+    double operator[](std::uint32_t uiFrame) const { return m_vTimes ? (*m_vTimes)[uiFrame] : uiFrame * m_dPeriodMs; }
+
+    // Whether there is a time for this frame.
+    bool Has(std::uint32_t uiFrame) const { return !m_vTimes || uiFrame < m_vTimes->size(); }
+
+    // That there are more or fewer times than pictures, for a message; "" when there are as many.
+    std::string CountProblem(std::uint32_t uiPictures) const
     {
-        return m_vTimes.empty() ? uiFrame * m_dPeriodMs : m_vTimes[uiFrame];
+        return m_vTimes && m_vTimes->size() != uiPictures ? WrongCount(uiPictures) : "";
+    }
+
+    // Throws std::runtime_error, or warns with bAllow, for times that a file of the codec can't hold.
+    void RequireStorable(const std::string& strCode, const TimeForm& form, bool bAllow) const
+    {
+        const auto problem =
+            m_vTimes ? FindTimesProblem(*m_vTimes, form) : FindPeriodProblem(m_dPeriodMs, m_uiPictures, form);
+        if (!problem) return;
+        const auto [strWhat, strWayOut] = InWords(*problem, strCode, form);
+        if (!bAllow) throw std::runtime_error(strWhat + "; " + strWayOut);
+        Warn(strWhat);
     }
 
 private:
-    std::vector<double> m_vTimes;  // empty with a steady period
+    std::string WrongCount(std::uint32_t uiPictures) const
+    {
+        return m_strFile + " has " + std::to_string(m_vTimes->size()) + " times for " + std::to_string(uiPictures) +
+               " pictures";
+    }
+
+    // What is wrong, and what the user can do.
+    std::pair<std::string, std::string> InWords(const TimesProblem& problem, const std::string& strCode,
+                                                const TimeForm& form) const
+    {
+        const std::string strEntry = "entry " + std::to_string(problem.m_uiEntry);
+        const std::string strTimes = m_vTimes ? "times of " + m_strFile : "times at that period";
+        switch (problem.m_eProblem)
+        {
+        case ETimesProblem::Backwards:
+            return {strTimes + " run backwards at " + strEntry,
+                    "put times and pictures in the order of time, or hand them over with --exact-times"};
+        case ETimesProblem::TooLong:
+            return {strTimes + " have a distance before " + strEntry + " that is longer than the " +
+                        Hours(static_cast<double>(form.m_uiLongest) / form.m_uiTicksPerMs) + " that a file of " +
+                        strCode + " can hold",
+                    "write the frames from there on to another file"};
+        case ETimesProblem::TooClose:
+            return {strTimes + " are too close up to " + strEntry + ": " + strCode +
+                        " takes a distance below 1 ms for 1 ms",
+                    "NVENC1 and AMF1 keep times to 0.1 ms"};
+        case ETimesProblem::TooLate:
+            break;
+        }
+        return {strTimes + " span more than 31 years at " + strEntry, "write the frames from there on to another file"};
+    }
+
+    std::string m_strFile;                        // quoted
+    std::optional<std::vector<double>> m_vTimes;  // none with a steady period
     double m_dPeriodMs;
+    std::optional<std::uint32_t> m_uiPictures;
 };
 
 SQmImageAttributes AttributesOf(const EvenPicture& picture, std::uint32_t uiCount)
@@ -83,30 +159,80 @@ SQmImageAttributes AttributesOf(const EvenPicture& picture, std::uint32_t uiCoun
     return attributes;
 }
 
-// Whether the module muxes a codec's files itself. Such a file gives its length as a tenth of what it is.
-bool IsMuxedByModule(const std::string& strCode)
+// What is expected of a file that the module muxes: the bit rate that AMF1 asks for, 20 Mbit/s at 1920 x 1080 and 30
+// frames a second. NVENC1 has a constant quality instead, and takes more or less with the pictures.
+constexpr double BYTES_PER_PIXEL = 20e6 / (1920 * 1080) / 30 / 8;
+constexpr double LARGEST_MUXED = 4294967296.0;
+
+void WarnOfSize(const std::string& strOut, const std::string& strCode, const EvenPicture& picture,
+                std::uint32_t uiCount)
 {
-    return strCode == "NVENC1" || strCode == "AMF1";
+    const double dBytes = BYTES_PER_PIXEL * picture.Width() * picture.Height() * uiCount;
+    if (dBytes < LARGEST_MUXED) return;
+    char acSize[40];
+    std::snprintf(acSize, sizeof acSize, "%.1f GiB", dBytes / (1 << 30));
+    Warn(Quoted(strOut) + " may become larger than 4 GiB: about " + acSize + " are expected of " + strCode +
+         "; no program opens such a file until it is repaired: qmhost repair, or write --repair, which takes as much "
+         "space again meanwhile");
 }
 
-void WriteFrames(OutputVideo& video, PictureSource& source, const FrameTimes& times, EvenPicture& picture)
+// Writes the pictures up to the end of the source, or of the times.
+class FrameWriter
 {
-    ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, source.Count());
-    for (std::uint32_t uiFrame = 0; uiFrame < source.Count(); ++uiFrame)
+public:
+    FrameWriter(OutputVideo& video, PictureSource& source, const FrameTimes& times)
+        : m_video(video), m_source(source), m_times(times)
+    {}
+
+    // grid: nothing for times that are handed over as they stand. Throws std::runtime_error if there is no picture.
+    void Write(EvenPicture& picture, std::optional<TimeGrid> grid)
     {
-        try
+        ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, m_source.Count());
+        while (ReadNext(picture))
         {
-            source.ReadNext(picture.Pixels(), picture.WidthBytes());
+            if (!m_times.Has(m_uiFrames))
+            {
+                m_bMorePictures = true;
+                break;
+            }
+            picture.Complete();
+            const double dTimeMs = m_times[m_uiFrames];
+            m_video.WriteFrame(grid ? grid->Next(dTimeMs) : dTimeMs, picture.Pixels());
+            ++m_uiFrames;
+            progress.Step();
         }
-        catch (const std::runtime_error& e)
-        {
-            throw std::runtime_error(std::string(e.what()) + "; " + video.Abandon());
-        }
-        picture.Complete();
-        video.WriteFrame(times[uiFrame], picture.Pixels());
-        progress.Step();
+        if (m_uiFrames > 0) return;
+        const std::string strRest = m_source.Rest();
+        throw std::runtime_error((strRest.empty() ? "there is no frame" : strRest) + "; " + m_video.Abandon());
     }
-}
+
+    std::uint32_t Written() const { return m_uiFrames; }
+
+    // What was given and isn't in the file, for a message; "" for nothing.
+    std::string Shortfall() const
+    {
+        if (m_bMorePictures) return "there are more frames than the " + std::to_string(m_uiFrames) + " times";
+        const std::string strRest = m_source.Rest();
+        return strRest.empty() ? m_times.CountProblem(m_uiFrames) : strRest;
+    }
+
+private:
+    bool ReadNext(EvenPicture& picture)
+    try
+    {
+        return m_source.ReadNext(picture.Pixels(), picture.WidthBytes());
+    }
+    catch (const std::runtime_error& e)
+    {
+        throw std::runtime_error(std::string(e.what()) + "; " + m_video.Abandon());
+    }
+
+    OutputVideo& m_video;
+    PictureSource& m_source;
+    const FrameTimes& m_times;
+    std::uint32_t m_uiFrames = 0;  // written
+    bool m_bMorePictures = false;
+};
 
 class WriteCommand : public Command
 {
@@ -126,10 +252,13 @@ public:
         CLI::Option_group* pPictures = pApp->add_option_group("pictures", "What is written (exactly one)");
         pPictures
             ->add_option("IMAGES", m_vImages,
-                         "PNG and TIFF files of one size, or folders of such; every page is a frame")
+                         "PNG and TIFF files of one size, or folders of such, whose files come in the order of their "
+                         "numbers; every page is a frame")
             ->type_name("");
         CLI::Option* pRaw =
-            pPictures->add_option("--raw", m_strRaw, "File of bare 24-bit rows B, G, R, frame after frame")
+            pPictures
+                ->add_option("--raw", m_strRaw,
+                             "File of bare 24-bit rows B, G, R, frame after frame; - for standard input")
                 ->type_name("FRAMES.bgr");
         pPictures->require_option(1);
         CLI::Option* pSize =
@@ -148,6 +277,8 @@ public:
             ->type_name("MS")
             ->check(PeriodProblem, "");
         pTimes->require_option(1);
+        pApp->add_flag("--exact-times", m_bExactTimes,
+                       "Hand the times over as they stand; the module then cuts each distance, and they drift");
         pApp->add_flag("--repair", m_bRepair,
                        "Then repair the file, as qmhost repair does, if NVENC1 or AMF1 wrote it");
         return pApp;
@@ -156,33 +287,68 @@ public:
     void Run(const Session& session) override
     {
         const std::uint32_t uiCodec = FindCodec(session.Format(), m_strCodec);
+        const CodecFacts codec = FactsOf(m_strCodec);
         const auto pSource = OpenPictures();
         const FrameTimes times(m_strTimes, m_dPeriodMs, pSource->Count());
+        times.RequireStorable(m_strCodec, codec.m_times, m_bExactTimes);
         EvenPicture picture(pSource->Size());
-        for (const std::string& warning : pSource->Warnings())
+        WarnBefore(*pSource, picture, codec);
+        if (session.Diag().AreShown())
+            for (const std::string& strLine : pSource->Order())
+                std::cerr << "qmhost: " << strLine << '\n';
+
+        OutputVideo video(session, m_strOut, uiCodec, AttributesOf(picture, pSource->Count().value_or(0)));
+        FrameWriter writer(video, *pSource, times);
+        writer.Write(picture, m_bExactTimes ? std::nullopt : std::optional<TimeGrid>(codec.m_times));
+        video.Close([&] { Complete(codec); });
+        ReportTimes(times, writer.Written());
+        if (codec.m_bMuxedByModule && !m_bRepair)
+        {
+            std::cerr << "qmhost: " << Quoted(m_strOut)
+                      << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
+                         "repaired: qmhost repair, or write --repair\n";
+        }
+        const std::string strShortfall = writer.Shortfall();
+        if (!strShortfall.empty())
+        {
+            throw std::runtime_error(strShortfall + "; " + Quoted(m_strOut) + " is finished with " +
+                                     std::to_string(writer.Written()) + " frames");
+        }
+    }
+
+private:
+    void WarnBefore(const PictureSource& source, const EvenPicture& picture, const CodecFacts& codec) const
+    {
+        for (const std::string& warning : source.Warnings())
             Warn(warning);
-        const auto [uiWidth, uiHeight] = pSource->Size();
+        const auto [uiWidth, uiHeight] = source.Size();
         if (uiWidth != picture.Width() || uiHeight != picture.Height())
         {
             Warn("pictures of " + std::to_string(uiWidth) + " x " + std::to_string(uiHeight) + " become " +
                  std::to_string(picture.Width()) + " x " + std::to_string(picture.Height()) +
                  ", since H.264 takes even sides only");
         }
-        OutputVideo video(session, m_strOut, uiCodec, AttributesOf(picture, pSource->Count()));
-        WriteFrames(video, *pSource, times, picture);
-        video.Close([this] { Complete(); });
-        if (IsMuxedByModule(m_strCodec) && !m_bRepair)
-        {
-            std::cerr << "qmhost: " << Quoted(m_strOut)
-                      << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
-                         "repaired: qmhost repair, or write --repair\n";
-        }
+        if (codec.m_bMuxedByModule && !m_bRepair && source.Count())
+            WarnOfSize(m_strOut, m_strCodec, picture, *source.Count());
     }
 
-private:
-    void Complete() const
+    // Compares the times in the file with the given ones.
+    void ReportTimes(const FrameTimes& times, std::uint32_t uiFrames) const
     {
-        if (!m_bRepair || !IsMuxedByModule(m_strCodec)) return;
+        FileBytes bytes(PathFromUtf8(m_strOut));
+        const auto dDifferenceMs =
+            LargestTimeDifference(bytes, uiFrames, [&](std::uint32_t uiFrame) { return times[uiFrame]; });
+        if (!dDifferenceMs) return;
+        char acText[40];
+        std::snprintf(acText, sizeof acText, *dDifferenceMs < 100 ? "%.3g" : "%.0f", *dDifferenceMs);
+        std::cout << Quoted(m_strOut) << " has " << uiFrames << (uiFrames == 1 ? " frame" : " frames")
+                  << "; the largest difference of a time from the given one is "
+                  << (*dDifferenceMs < SMALLEST_DIFFERENCE_MS ? "0" : acText) << " ms\n";
+    }
+
+    void Complete(const CodecFacts& codec) const
+    {
+        if (!m_bRepair || !codec.m_bMuxedByModule) return;
         const auto path = PathFromUtf8(m_strOut);
         try
         {
@@ -197,6 +363,7 @@ private:
 
     std::unique_ptr<PictureSource> OpenPictures() const
     {
+        if (m_strRaw == "-") return OpenRawStream(BinaryInput(), "standard input", *ParsePictureSize(m_strSize));
         if (m_strRaw) return OpenRawPictures(PathFromUtf8(*m_strRaw), *ParsePictureSize(m_strSize));
         std::vector<std::filesystem::path> vPaths;
         for (const std::string& strImage : m_vImages)
@@ -211,6 +378,7 @@ private:
     std::string m_strSize;
     std::optional<std::string> m_strTimes;
     double m_dPeriodMs = 0;
+    bool m_bExactTimes = false;
     bool m_bRepair = false;
 };
 

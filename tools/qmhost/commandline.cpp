@@ -36,7 +36,8 @@ public:
             .add_option("--module", m_strModule,
                         "The format's module (default: " + Utf8FromPath(ModuleFileName()) + " beside this program)")
             ->type_name("PATH");
-        m_app.add_flag("-v,--verbose", m_bVerbose, "Show the module's diagnostics on standard error");
+        m_app.add_flag("-v,--verbose", m_bVerbose,
+                       "Show the module's diagnostics on standard error, and write's order of files");
         m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line.");
         m_app.require_subcommand(1);
         m_app.fallthrough();  // these options may also follow the command

@@ -17,6 +17,9 @@ public:
     Diagnostics(const Diagnostics&) = delete;
     Diagnostics& operator=(const Diagnostics&) = delete;
 
+    // Whether the user wants to see more than results.
+    bool AreShown() const { return m_bShow; }
+
     // What an operation says from here on is its own.
     void Forget();
     // The last text since then, as one line; "" for none, and when all are shown anyway.

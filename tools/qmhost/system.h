@@ -1,6 +1,7 @@
 // What this program asks of the operating system beyond the standard library. One implementation per system.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ std::filesystem::path ModuleFileName();
 
 // Whether standard error is a terminal.
 bool IsTerminalOnStderr();
+
+// Standard input, as bytes that nothing changes.
+std::FILE* BinaryInput();
 
 // Makes the standard streams take UTF-8 text and, for output, bytes as they are. Writing past a limit of file sizes
 // fails, as on a full disk, and doesn't end the process.

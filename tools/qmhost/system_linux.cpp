@@ -31,6 +31,11 @@ bool IsTerminalOnStderr()
     return isatty(STDERR_FILENO) == 1;
 }
 
+std::FILE* BinaryInput()
+{
+    return stdin;
+}
+
 void PrepareProcess()
 {
     std::signal(SIGXFSZ, SIG_IGN);

@@ -69,6 +69,12 @@ bool IsTerminalOnStderr()
     return _isatty(_fileno(stderr)) != 0;
 }
 
+std::FILE* BinaryInput()
+{
+    _setmode(_fileno(stdin), _O_BINARY);
+    return stdin;
+}
+
 void PrepareProcess()
 {
     SetConsoleOutputCP(CP_UTF8);

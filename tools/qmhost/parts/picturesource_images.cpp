@@ -1,5 +1,6 @@
 // Image files as pictures.
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <stdexcept>
@@ -7,6 +8,7 @@
 
 #include "parts/imagefile.h"
 #include "parts/imagereader.h"
+#include "parts/naturalorder.h"
 #include "parts/picturesource.h"
 #include "parts/text.h"
 
@@ -25,7 +27,12 @@ std::string PageName(const std::filesystem::path& path, std::uint32_t uiPage)
     return (uiPage > 0 ? "page " + std::to_string(uiPage + 1) + " of " : std::string()) + Quoted(Utf8FromPath(path));
 }
 
-// The image files in a folder, by their names' endings, in the order of names.
+bool ComesBefore(const std::filesystem::path& first, const std::filesystem::path& second)
+{
+    return NaturallyBefore(Utf8FromPath(first), Utf8FromPath(second));
+}
+
+// The image files in a folder, by their names' endings, in natural order.
 std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder)
 {
     std::error_code error;
@@ -35,8 +42,20 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder)
     if (error) throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " can't be read: " + error.message());
     if (vFiles.empty())
         throw std::runtime_error(Quoted(Utf8FromPath(folder)) + " has no files named *.png, *.tif or *.tiff");
-    std::sort(vFiles.begin(), vFiles.end());
+    std::sort(vFiles.begin(), vFiles.end(),
+              [](const auto& a, const auto& b) { return ComesBefore(a.filename(), b.filename()); });
     return vFiles;
+}
+
+// What is wrong with the order of names on the command line; "" for nothing. A shell puts img10.png before
+// img2.png when it makes names out of img*.png. Any other order is the user's own.
+std::string OrderProblem(const std::vector<std::filesystem::path>& vPaths)
+{
+    if (!std::is_sorted(vPaths.begin(), vPaths.end())) return {};
+    const auto found = std::is_sorted_until(vPaths.begin(), vPaths.end(), ComesBefore);
+    if (found == vPaths.end()) return {};
+    return Quoted(Utf8FromPath(*std::prev(found))) + " is written before " + Quoted(Utf8FromPath(*found)) +
+           ", as the command line has them; only a folder's pictures are put in the order of their numbers";
 }
 
 class ImageFiles : public PictureSource
@@ -44,6 +63,7 @@ class ImageFiles : public PictureSource
 public:
     explicit ImageFiles(const std::vector<std::filesystem::path>& vPaths)
     {
+        if (std::string problem = OrderProblem(vPaths); !problem.empty()) m_vWarnings.push_back(std::move(problem));
         for (const auto& path : vPaths)
         {
             std::error_code ignored;
@@ -62,11 +82,29 @@ public:
     }
 
     PictureSize Size() const override { return m_size; }
-    std::uint32_t Count() const override { return m_uiCount; }
+    std::optional<std::uint32_t> Count() const override { return m_uiCount; }
     const std::vector<std::string>& Warnings() const override { return m_vWarnings; }
 
-    void ReadNext(unsigned char* pPixels, std::size_t uiWidthBytes) override
+    std::vector<std::string> Order() const override
     {
+        std::vector<std::string> vLines;
+        if (m_vPaths.size() == 1) return vLines;
+        std::uint32_t uiFrame = 0;
+        for (std::size_t i = 0; i < m_vPaths.size(); ++i)
+        {
+            const std::uint32_t uiEnd = uiFrame + m_vPages[i];
+            const std::string strFirst = std::to_string(uiFrame);
+            vLines.push_back(
+                (m_vPages[i] == 1 ? "frame " + strFirst : "frames " + strFirst + " to " + std::to_string(uiEnd - 1)) +
+                ": " + Quoted(Utf8FromPath(m_vPaths[i])));
+            uiFrame = uiEnd;
+        }
+        return vLines;
+    }
+
+    bool ReadNext(unsigned char* pPixels, std::size_t uiWidthBytes) override
+    {
+        if (m_uiRead == m_uiCount) return false;
         if (m_pFile && m_pFile->NextPage())
         {
             ++m_uiPage;
@@ -79,6 +117,8 @@ public:
         }
         RequireSize(m_vPaths[m_uiNextFile - 1], m_uiPage, m_pFile->Page().m_size);  // it may have changed meanwhile
         m_pFile->Read(pPixels, uiWidthBytes);
+        ++m_uiRead;
+        return true;
     }
 
 private:
@@ -110,6 +150,7 @@ private:
                 throw std::runtime_error("there are too many pictures");
             ++uiPage;
         } while (pFile->NextPage());
+        m_vPages.push_back(uiPage);
     }
 
     void RequireSize(const std::filesystem::path& path, std::uint32_t uiPage, PictureSize size) const
@@ -120,6 +161,7 @@ private:
     }
 
     std::vector<std::filesystem::path> m_vPaths;
+    std::vector<std::uint32_t> m_vPages;  // of each file
     PictureSize m_size{};
     std::string m_strFirst;  // name of the picture whose size all others have
     std::uint32_t m_uiCount = 0;
@@ -127,6 +169,7 @@ private:
     std::vector<std::string> m_vWarnings;
 
     std::unique_ptr<ImageReader> m_pFile;  // at the picture that was read last
+    std::uint32_t m_uiRead = 0;
     std::size_t m_uiNextFile = 0;
     std::uint32_t m_uiPage = 0;
 };

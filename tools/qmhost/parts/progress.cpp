@@ -12,17 +12,18 @@ constexpr std::chrono::milliseconds REDRAW_PERIOD{100};
 
 }  // namespace
 
-std::string ProgressText(std::uint64_t uiDone, std::uint64_t uiTotal)
+std::string ProgressText(std::uint64_t uiDone, std::optional<std::uint64_t> uiTotal)
 {
+    if (!uiTotal) return "frame " + std::to_string(uiDone);
     const double dShare =
-        uiTotal == 0 ? 1.0 : static_cast<double>(std::min(uiDone, uiTotal)) / static_cast<double>(uiTotal);
+        *uiTotal == 0 ? 1.0 : static_cast<double>(std::min(uiDone, *uiTotal)) / static_cast<double>(*uiTotal);
     const auto uiFilled = static_cast<std::uint64_t>(dShare * CELLS);
     const std::string percent = std::to_string(static_cast<int>(dShare * 100));
     return "[" + std::string(uiFilled, '#') + std::string(CELLS - uiFilled, '-') + "] " + percent + "%  " +
-           std::to_string(uiDone) + "/" + std::to_string(uiTotal);
+           std::to_string(uiDone) + "/" + std::to_string(*uiTotal);
 }
 
-ProgressBar::ProgressBar(std::ostream* pOut, std::uint64_t uiTotal) : m_pOut(pOut), m_uiTotal(uiTotal) {}
+ProgressBar::ProgressBar(std::ostream* pOut, std::optional<std::uint64_t> uiTotal) : m_pOut(pOut), m_uiTotal(uiTotal) {}
 
 ProgressBar::~ProgressBar()
 {

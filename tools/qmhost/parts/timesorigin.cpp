@@ -1,12 +1,11 @@
 #include "parts/timesorigin.h"
 
-#include <algorithm>
 #include <cmath>
 #include <optional>
-#include <vector>
 
 #include "parts/boxreader.h"
 #include "parts/text.h"
+#include "parts/tracktimes.h"
 
 namespace qmhost
 {
@@ -14,9 +13,6 @@ namespace
 {
 
 constexpr std::uint64_t HEADERS_PER_FRAME = 16;  // a fragment of a single frame has nine boxes
-constexpr std::uint64_t TABLE_FIELDS = 8;        // version, flags and entry count of `stts`
-constexpr std::size_t ENTRY_BYTES = 8;           // of `stts`: count and duration
-constexpr std::size_t ENTRIES_AT_ONCE = 512;
 
 // Times are compared in whole milliseconds, and one of them may have been rounded.
 constexpr double TOLERANCE_MS = 1.0;
@@ -24,38 +20,11 @@ constexpr double TOLERANCE_MS = 1.0;
 // Whether the times are those of the track's own table: as many, each at the sum of the durations before it.
 bool HasTimesOf(BoxReader& reader, const Box& track, std::span<const double> vTimesMs)
 {
-    const auto clock = reader.FindPath(track, "mdia/mdhd");
-    const auto table = reader.FindPath(track, "mdia/minf/stbl/stts");
-    if (!clock || !table) return false;
-    const auto version = reader.ReadNumber(*clock, 0, 1);
-    const auto scale = reader.ReadNumber(*clock, version == 0 ? 12 : 20, 4);
-    const auto entries = reader.ReadNumber(*table, 4, 4);
-    if (!scale || *scale == 0 || !entries) return false;
-
     std::size_t uiFrame = 0;
-    std::uint64_t uiTicks = 0;
-    std::uint64_t uiEmpty = 0;  // entries without a frame
-    std::vector<unsigned char> vBlock(ENTRY_BYTES * ENTRIES_AT_ONCE);
-    for (std::uint64_t uiEntry = 0; uiEntry < *entries;)
-    {
-        const auto uiCount = static_cast<std::size_t>(std::min<std::uint64_t>(*entries - uiEntry, ENTRIES_AT_ONCE));
-        const auto block = std::span(vBlock).first(uiCount * ENTRY_BYTES);
-        if (!reader.ReadInside(*table, TABLE_FIELDS + uiEntry * ENTRY_BYTES, block)) return false;
-        for (std::size_t i = 0; i < uiCount; ++i)
-        {
-            const std::uint64_t uiFrames = BigEndian(block.subspan(i * ENTRY_BYTES, 4));
-            const std::uint64_t uiDuration = BigEndian(block.subspan(i * ENTRY_BYTES + 4, 4));
-            if (uiFrames > vTimesMs.size() - uiFrame) return false;
-            if (uiFrames == 0 && ++uiEmpty > BoxReader::MOST_HEADERS) return false;
-            for (const std::size_t uiEnd = uiFrame + uiFrames; uiFrame < uiEnd; ++uiFrame, uiTicks += uiDuration)
-            {
-                const double dTimeMs = static_cast<double>(uiTicks) * 1000.0 / static_cast<double>(*scale);
-                if (std::abs(dTimeMs - vTimesMs[uiFrame]) > TOLERANCE_MS) return false;
-            }
-        }
-        uiEntry += uiCount;
-    }
-    return uiFrame == vTimesMs.size();
+    const auto compare = [&](double dTimeMs) {
+        return uiFrame < vTimesMs.size() && std::abs(dTimeMs - vTimesMs[uiFrame++]) <= TOLERANCE_MS;
+    };
+    return ForEachTime(reader, track, compare) && uiFrame == vTimesMs.size();
 }
 
 // Pictures that a track's own index lists.
