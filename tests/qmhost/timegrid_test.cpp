@@ -63,6 +63,13 @@ TEST(TimeGrid, HandedTimesAreThoseOfTheGrid)
         EXPECT_NEAR(vHandedMs[i], aTicks[i] / 10, 1e-12) << i;
 }
 
+// As 64-bit floats 166.8 and 200.1 ms are less than 333 ticks apart.
+TEST(TimeGrid, RoundingAloneWouldLoseTicks)
+{
+    EXPECT_THAT(Stored({0, 166.8, 200.1}), ElementsAre(0, 1668, 2000));
+    EXPECT_THAT(Stored(Handed({0, 166.8, 200.1})), ElementsAre(0, 1668, 2001));
+}
+
 // 33.3667 ms are 333.667 ticks. Cut one by one, 599 of them are 599 x 333 ticks.
 TEST(TimeGrid, SteadyPeriodDoesNotDrift)
 {
