@@ -69,9 +69,6 @@ public:
     // the distance on the grid. Precondition: the times so far have no problem.
     double Next(double dTimeMs);
 
-    // Where the frame is on the grid, in ticks from the first one.
-    double Ticks() const { return m_dTicks; }
-
 private:
     double Cut(double dMs) const;
 
