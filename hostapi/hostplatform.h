@@ -20,21 +20,20 @@ inline constexpr int QM_SHARE_READ = 1;    // share: others may read it
 inline constexpr int QM_SEEK_BEGIN = 0;    // origin: absolute position
 inline constexpr int QM_SEEK_END = 2;      // origin: relative to the end
 
-// One thread at a time may use a handle. A file may be read and written through buffers, but a read always sees what
-// the same handle wrote, and a closed file is complete for every reader. Failures are QM_ERR_FAIL unless stated.
+// One thread at a time may use a handle. A file may be read through a buffer, but a read always sees what the same
+// handle wrote. Failures are QM_ERR_FAIL unless stated.
 //
 // QM_ERR_FILEOPEN when the file can't be opened or is a directory; *phFile is null then. nReserved is -1. Share modes
 // are only heeded where the system keeps other programs to them.
 QM_HOSTPLATFORM QmStatus QM_OpenFile(const wchar_t* pwszPath, int nMode, int nShare, int nReserved,
                                      QmFileHandle* phFile);
-// The handle is gone whatever the status, which is a failure when bytes that were written didn't reach the system, now
-// or before.
+// The handle is gone whatever the status, which is a failure when the system lost bytes, now or before.
 QM_HOSTPLATFORM QmStatus QM_CloseFile(QmFileHandle hFile);
 // 0 only when all uiBytes were read; the position stays where it was otherwise. pReserved1, pReserved2 are null.
 QM_HOSTPLATFORM QmStatus QM_ReadFile(QmFileHandle hFile, void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
                                      void* pReserved2);
-// May succeed before the system has the bytes. A write at an earlier place than the last one gives the system the bytes
-// so far first, and fails when they don't get there. A file that has lost bytes takes no more.
+// 0 only when the system has all the bytes: every other reader sees them, and they stay if this process ends, however
+// it ends. A write that fails may leave a part of them. The file takes no more after it.
 QM_HOSTPLATFORM QmStatus QM_WriteFile(QmFileHandle hFile, const void* pBuffer, std::uint64_t uiBytes, void* pReserved1,
                                       void* pReserved2);
 // How often a file of this process has lost bytes that were written to it, once for each file. For a program whose

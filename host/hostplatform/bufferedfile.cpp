@@ -29,15 +29,13 @@ bool CBufferedFile::Open(const wchar_t* pwszPath, EFileAccess eAccess, bool bSha
 
 bool CBufferedFile::Close()
 {
-    const bool bFlushed = Flush();
-    const bool bClosed = m_file.Close();
-    return bFlushed && bClosed && !m_bLostBytes;
+    if (!m_file.Close() && m_bWritable) Lose();
+    return !m_bLostBytes;
 }
 
 bool CBufferedFile::ReadOutsideWindow(void* pBuffer, std::uint64_t uiBytes)
 {
     if (uiBytes > MAX_POSITION - m_uiPosition) return false;
-    if (!Flush()) return false;
 
     std::size_t uiRead = 0;
     if (uiBytes >= WINDOW_SIZE)
@@ -67,32 +65,8 @@ bool CBufferedFile::Write(const void* pBuffer, std::uint64_t uiBytes)
     const auto uiCount = static_cast<std::size_t>(uiBytes);
     if (uiCount == 0) return true;
 
-    // The window takes bytes that begin in it or at its end. A gap would be bytes of unknown value.
-    std::uint64_t uiOffset = m_uiPosition - m_uiWindow;
-    if (uiOffset > m_uiHeld || uiCount > WINDOW_SIZE - uiOffset)
-    {
-        if (!Flush()) return false;
-        m_uiHeld = 0;
-        if (uiCount >= WINDOW_SIZE)
-        {
-            if (!m_file.WriteAt(m_uiPosition, pBuffer, uiCount)) return Lose();
-            m_uiPosition += uiCount;
-            return true;
-        }
-        m_uiWindow = m_uiPosition;
-        uiOffset = 0;
-    }
-
-    // What was written further on goes to the system first, so that bytes at an earlier place can vouch for it.
-    if (uiOffset < m_uiUnsavedEnd && !Flush()) return false;
-
-    const auto uiBegin = static_cast<std::size_t>(uiOffset);
-    const std::size_t uiEnd = uiBegin + uiCount;
-    std::memcpy(m_pWindow.get() + uiBegin, pBuffer, uiCount);
-    m_uiHeld = std::max(m_uiHeld, uiEnd);
-    const bool bAllSaved = m_uiUnsavedBegin == m_uiUnsavedEnd;
-    m_uiUnsavedBegin = bAllSaved ? uiBegin : std::min(m_uiUnsavedBegin, uiBegin);
-    m_uiUnsavedEnd = bAllSaved ? uiEnd : std::max(m_uiUnsavedEnd, uiEnd);
+    m_uiHeld = 0;  // its bytes may be the ones that change
+    if (!m_file.WriteAt(m_uiPosition, pBuffer, uiCount)) return Lose();
     m_uiPosition += uiCount;
     return true;
 }
@@ -116,27 +90,12 @@ bool CBufferedFile::SeekFromEnd(std::int64_t nOffset)
 
 bool CBufferedFile::GetSize(std::uint64_t* puiSize)
 {
-    std::uint64_t uiSize = 0;
-    if (!m_file.GetSize(&uiSize)) return false;
-    const bool bAllSaved = m_uiUnsavedBegin == m_uiUnsavedEnd;
-    *puiSize = bAllSaved ? uiSize : std::max(uiSize, m_uiWindow + m_uiUnsavedEnd);
-    return true;
+    return m_file.GetSize(puiSize);
 }
 
 bool CBufferedFile::GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten)
 {
-    return Flush() && m_file.GetTimes(pCreated, pAccessed, pWritten);
-}
-
-// Writes the unsaved bytes to the system. The window keeps them.
-bool CBufferedFile::Flush()
-{
-    if (m_uiUnsavedBegin == m_uiUnsavedEnd) return true;
-    const std::size_t uiBegin = m_uiUnsavedBegin;
-    const std::size_t uiEnd = m_uiUnsavedEnd;
-    m_uiUnsavedBegin = m_uiUnsavedEnd = 0;
-    if (!m_file.WriteAt(m_uiWindow + uiBegin, m_pWindow.get() + uiBegin, uiEnd - uiBegin)) return Lose();
-    return true;
+    return m_file.GetTimes(pCreated, pAccessed, pWritten);
 }
 
 std::uint32_t CBufferedFile::LossCount()
@@ -144,11 +103,9 @@ std::uint32_t CBufferedFile::LossCount()
     return g_uiLosses;
 }
 
-// The window may now differ from the file, and its unsaved bytes are lost.
 bool CBufferedFile::Lose()
 {
     if (!m_bLostBytes) ++g_uiLosses;
     m_bLostBytes = true;
-    m_uiHeld = 0;
     return false;
 }

@@ -1,8 +1,10 @@
-// A file with a current position, read and written through one buffer.
+// A file with a current position, read through a buffer and written without one.
 //
-// The buffer is a window: it holds the file's bytes from some position on, and which of them aren't written yet. A
-// change of the position changes nothing else. So a walk back and forth stays inside the window, and a read after a
-// write finds the bytes there.
+// The buffer is a window: it holds the file's bytes from some position on. A change of the position changes nothing
+// else. So a walk back and forth stays inside the window.
+//
+// What is written is with the system when the write returns, and stays there if this process ends. Its writer gives
+// whole packets, and seeks before each of the small writes that it makes: a buffer would save it few calls.
 #pragma once
 
 #include <cstddef>
@@ -31,14 +33,13 @@ public:
         return true;
     }
 
-    // After bytes that were accepted couldn't be written, every later write fails: the file already differs from what
-    // its writer expects.
+    // True when the system has all the bytes. After a write that failed every later one fails too: the file already
+    // differs from what its writer expects.
     bool Write(const void* pBuffer, std::uint64_t uiBytes);
 
     bool SeekFromBegin(std::int64_t nOffset);
     bool SeekFromEnd(std::int64_t nOffset);
 
-    // The size when everything is written.
     bool GetSize(std::uint64_t* puiSize);
     bool GetTimes(std::tm* pCreated, std::tm* pAccessed, std::tm* pWritten);
 
@@ -47,7 +48,6 @@ public:
 
 private:
     bool ReadOutsideWindow(void* pBuffer, std::uint64_t uiBytes);
-    bool Flush();
     bool Lose();
 
     CNativeFile m_file;
@@ -56,8 +56,6 @@ private:
     std::uint64_t m_uiPosition = 0;
 
     std::unique_ptr<unsigned char[]> m_pWindow;
-    std::uint64_t m_uiWindow = 0;      // the file position of the window's first byte
-    std::size_t m_uiHeld = 0;          // bytes of the file that the window holds
-    std::size_t m_uiUnsavedBegin = 0;  // bytes that aren't written yet, from here
-    std::size_t m_uiUnsavedEnd = 0;    // to here; nothing when both are equal
+    std::uint64_t m_uiWindow = 0;  // the file position of the window's first byte
+    std::size_t m_uiHeld = 0;      // bytes of the file that the window holds
 };

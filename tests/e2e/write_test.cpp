@@ -2,10 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <numeric>
 #include <random>
+#include <thread>
 
 #include "support/ffmpeg.h"
+#include "support/file_contents.h"
+#include "support/muxed_file.h"
 #include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
@@ -110,6 +114,32 @@ TEST_P(Muxed, IrregularTimesWithGapsOfHoursComeBackWithTheirPictures)
     EXPECT_EQ(file.Times()[2], 66.0);   // 334 + 333 ticks
     EXPECT_EQ(file.Times()[3], 100.0);  // and 333
     ExpectNumbers(1, 8);
+}
+
+// What a writer leaves that ends without closing its file. An encoder holds a few pictures back. Still pictures take so
+// little that all of them would fit into a small buffer.
+TEST_P(Muxed, EveryPacketIsWithTheSystemWhenTheEncoderHasGivenIt)
+{
+    constexpr std::uint32_t uiFrames = 100;
+    constexpr std::uint32_t uiHeldBack = 3;
+    const HostPicture picture = NumberedPicture(160, 96, 1);
+    WriteFile(m_host, m_dir / "whole.mp4", EvenTimes(uiFrames), [&](std::uint32_t) { return picture; });
+    const std::vector<std::uint32_t> vSizes = ReadMuxedFile(ReadBytes(m_dir / "whole.mp4")).m_moov.m_vSizes;
+    ASSERT_EQ(vSizes.size(), uiFrames);
+    ASSERT_LT(std::accumulate(vSizes.begin(), vSizes.end(), 0U), 32000U);
+
+    const OutputFile file = OpenForPictures(m_host, Path(), 160, 96);
+    std::uintmax_t uiExpected = 48;
+    for (std::uint32_t ui = 0; ui < uiFrames; ++ui)
+    {
+        ASSERT_EQ(WriteAt(file, 40.0 * ui, picture), QM_OK);
+        if (ui >= uiHeldBack) uiExpected += vSizes[ui - uiHeldBack];
+        // One back end writes on a thread of its own.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::filesystem::file_size(Path()) < uiExpected && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        ASSERT_GE(std::filesystem::file_size(Path()), uiExpected) << ui;
+    }
 }
 
 TEST_P(Written, IrregularTimesInWholeMillisecondsComeBackWithTheirPictures)

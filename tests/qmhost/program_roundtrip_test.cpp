@@ -214,7 +214,7 @@ TEST_F(RoundTrip, CodecsAreThoseOfTheTable)
 
 // --- the module doesn't report writes that failed, so the program finds out itself ---
 
-// 300 small pictures make a file of more than the 64 KB that go to the system at once.
+// 300 small pictures.
 class WriteWithoutSpace : public RoundTrip
 {
 protected:

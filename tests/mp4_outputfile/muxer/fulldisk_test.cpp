@@ -1,4 +1,4 @@
-// A disk that is full while a file is closed, with the host's library and its buffers.
+// A disk that is full while a file is closed, with the host's library.
 #include <gtest/gtest.h>
 
 #include "mp4_outputfile/muxer/mp4filewriter.h"
@@ -29,7 +29,6 @@ Bytes CloseOnADiskOf(rlim_t nBytes, std::size_t uiSamples)
 }
 }  // namespace
 
-// The index of 3 samples stays in the host's buffers for a while; that of 20,000 doesn't fit into them.
 TEST(FullDisk, WhileTheIndexIsWrittenTheFileKeepsTheMarkOfAnUnfinishedOne)
 {
     for (const std::size_t uiSamples : {std::size_t{3}, std::size_t{20000}})
