@@ -11,6 +11,8 @@ class IQmOutputImageFile;
 
 // The number of an item "name=number" of the script.
 int Scripted(const std::string& name, int nDefault);
+// Never returns at the frame at which the script says that the module hangs.
+void HangAt(std::uint32_t uiFrame);
 // The status that the script has for an operation.
 QmStatus Status(const char* pszOperation);
 std::uint32_t Number(const char* pszName, int nDefault);

@@ -14,8 +14,11 @@
 //   listed                 the number of pictures in the index of a file that is written
 //   codecs                 1 for a table with the codecs NVENC1 and AMF1 too
 //   reason                 0 for a frame that fails without a line in the diagnostics
+//   hangs                  the frame at which ReadFrame or WriteNextFrame reports it on standard error and never
+//                          returns
 //
 // Byte x of row y of frame f is (7f + 5y + x) mod 251, padding is 0xEE, frame f is at 40f + f mod 3 milliseconds.
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,6 +26,7 @@
 #include <limits>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "hostapi/iqmimageformat.h"
 #include "hostapi/iqminputimagefile.h"
@@ -36,6 +40,14 @@ int Scripted(const std::string& name, int nDefault)
     for (std::string item; items >> item;)
         if (item.starts_with(name + "=")) return std::stoi(item.substr(name.size() + 1));
     return nDefault;
+}
+
+void HangAt(std::uint32_t uiFrame)
+{
+    if (Scripted("hangs", -1) != static_cast<int>(uiFrame)) return;
+    std::fprintf(stderr, "scripted module: hangs\n");
+    for (;;)
+        std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 QmStatus Status(const char* pszOperation)
@@ -123,6 +135,7 @@ public:
     QmStatus ReadFrame(std::uint32_t uiIndex, void* pBuffer, void*, void*) override
     {
         if (uiIndex >= Number("frames", 5)) std::fprintf(stderr, "scripted module: frame %u isn't there\n", uiIndex);
+        HangAt(uiIndex);
         SQmImageAttributes attributes;
         GetImageAttributes(&attributes);
         Fill(uiIndex, attributes.m_uiWidth, attributes.m_uiHeight, attributes.m_uiWidthBytes, pBuffer);

@@ -63,6 +63,7 @@ public:
     QmStatus WriteNextFrame(const void* pPixels) override
     {
         const std::uint32_t uiFrame = m_uiFrames++;
+        HangAt(uiFrame);
         DiagOutputExW_hlp("scripted.cpp", 34, 0);
         DiagOutputExW(L"frame %u", uiFrame);
         if (Number("frame", static_cast<int>(uiFrame)) == uiFrame && Status("WriteNextFrame") != QM_OK)

@@ -8,6 +8,7 @@
 #include "parts/failure.h"
 #include "parts/framelist.h"
 #include "parts/imagefile.h"
+#include "parts/interruption.h"
 #include "parts/outputfile.h"
 #include "parts/picturename.h"
 #include "parts/progress.h"
@@ -70,6 +71,7 @@ public:
     void Write(const FrameList& list, bool bKeepGoing, ProgressBar& progress)
     {
         list.ForEach([&](std::uint32_t uiFrame) {
+            ThrowIfInterrupted();
             EOutcome& eOutcome = m_vOutcomes[uiFrame];
             if (eOutcome == EOutcome::NotAsked) eOutcome = WritePicture(uiFrame, bKeepGoing, progress);
             progress.Step();
@@ -151,6 +153,7 @@ void WriteRawFile(InputFile& file, const FrameList& list, const std::filesystem:
 {
     OutputFile out(path);
     list.ForEach([&](std::uint32_t uiFrame) {
+        ThrowIfInterrupted();
         out.Write(TightRows(file.ReadFrame(uiFrame)));
         progress.Step();
     });
@@ -160,6 +163,7 @@ void WriteRawFile(InputFile& file, const FrameList& list, const std::filesystem:
 void WriteRawStdout(InputFile& file, const FrameList& list, ProgressBar& progress)
 {
     list.ForEach([&](std::uint32_t uiFrame) {
+        ThrowIfInterrupted();
         const auto bytes = TightRows(file.ReadFrame(uiFrame));
         std::cout.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
         if (!std::cout) throw std::runtime_error("standard output can't be written");
@@ -209,6 +213,7 @@ public:
         const FrameList list = ChooseFrames(file, m_strList);
         const EImageFormat eFormat = m_strFormat == "tiff" ? EImageFormat::Tiff : EImageFormat::Png;
         ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, list.Count());
+        NoteInterruptions();
         if (m_strRaw == "-")
         {
             WriteRawStdout(file, list, progress);
@@ -220,13 +225,26 @@ public:
         else
         {
             PictureFolder folder(file, PathFromUtf8(m_strFolder), eFormat);
-            folder.Write(list, m_bKeepGoing, progress);
-            folder.WriteTimes(vTimesMs);
+            WritePictures(folder, list, vTimesMs, progress);
             folder.RequireAll();
         }
     }
 
 private:
+    // With the times of what was written, also when the user ends it early.
+    void WritePictures(PictureFolder& folder, const FrameList& list, const std::vector<double>& vTimesMs,
+                       ProgressBar& progress) const
+    try
+    {
+        folder.Write(list, m_bKeepGoing, progress);
+        folder.WriteTimes(vTimesMs);
+    }
+    catch (const Interrupted&)
+    {
+        folder.WriteTimes(vTimesMs);
+        throw;
+    }
+
     std::string m_strFile;
     std::string m_strFolder;
     std::optional<std::string> m_strRaw;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "options.h"
+#include "parts/interruption.h"
 #include "parts/repair.h"
 #include "parts/text.h"
 #include "parts/timesfile.h"
@@ -58,7 +59,8 @@ public:
             times.m_vTimesMs = ReadTimesFile(PathFromUtf8(*m_strTimes));
             times.m_strList = Quoted(*m_strTimes);
         }
-        PrintReport(RepairFile(pathIn, pathOut, times));
+        NoteInterruptions();
+        PrintReport(RepairFile(pathIn, pathOut, times, ThrowIfInterrupted));
     }
 
 private:

@@ -14,6 +14,7 @@
 #include "parts/bytesource.h"
 #include "parts/evenpicture.h"
 #include "parts/failure.h"
+#include "parts/interruption.h"
 #include "parts/picturesource.h"
 #include "parts/progress.h"
 #include "parts/repair.h"
@@ -184,11 +185,13 @@ public:
         : m_video(video), m_source(source), m_times(times)
     {}
 
-    // grid: nothing for times that are handed over as they stand. Throws std::runtime_error if there is no picture.
-    void Write(EvenPicture& picture, std::optional<TimeGrid> grid)
+    // Ends early when the user asks for it. grid: nothing for times that are handed over as they stand. bReport: a line
+    // on standard output after each frame. Throws std::runtime_error if there is no picture, and Interrupted if there
+    // is none yet.
+    void Write(EvenPicture& picture, std::optional<TimeGrid> grid, bool bReport)
     {
         ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, m_source.Count());
-        while (ReadNext(picture))
+        while (InterruptionStatus() == 0 && ReadNext(picture))
         {
             if (!m_times.Has(m_uiFrames))
             {
@@ -198,10 +201,16 @@ public:
             picture.Complete();
             const double dTimeMs = m_times[m_uiFrames];
             m_video.WriteFrame(grid ? grid->Next(dTimeMs) : dTimeMs, picture.Pixels());
+            if (bReport) std::cout << "frame " << m_uiFrames << std::endl;
             ++m_uiFrames;
             progress.Step();
         }
         if (m_uiFrames > 0) return;
+        if (InterruptionStatus() != 0)
+        {
+            m_video.Abandon();
+            throw Interrupted();
+        }
         const std::string strRest = m_source.Rest();
         throw std::runtime_error((strRest.empty() ? "there is no frame" : strRest) + "; " + m_video.Abandon());
     }
@@ -281,6 +290,7 @@ public:
                        "Hand the times over as they stand; the module then cuts each distance, and they drift");
         pApp->add_flag("--repair", m_bRepair,
                        "Then repair the file, as qmhost repair does, if NVENC1 or AMF1 wrote it");
+        pApp->add_flag("--progress", m_bProgress, "Print a line on standard output after each frame");
         return pApp;
     }
 
@@ -299,7 +309,8 @@ public:
 
         OutputVideo video(session, m_strOut, uiCodec, AttributesOf(picture, pSource->Count().value_or(0)));
         FrameWriter writer(video, *pSource, times);
-        writer.Write(picture, m_bExactTimes ? std::nullopt : std::optional<TimeGrid>(codec.m_times));
+        NoteInterruptions();
+        writer.Write(picture, m_bExactTimes ? std::nullopt : std::optional<TimeGrid>(codec.m_times), m_bProgress);
         video.Close([&] { Complete(codec); });
         ReportTimes(times, writer.Written());
         if (codec.m_bMuxedByModule && !m_bRepair)
@@ -307,6 +318,12 @@ public:
             std::cerr << "qmhost: " << Quoted(m_strOut)
                       << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
                          "repaired: qmhost repair, or write --repair\n";
+        }
+        if (InterruptionStatus() != 0)
+        {
+            std::cerr << "qmhost: interrupted; " << Quoted(m_strOut) << " is finished with " << writer.Written()
+                      << " frames\n";
+            return;
         }
         const std::string strShortfall = writer.Shortfall();
         if (!strShortfall.empty())
@@ -380,6 +397,7 @@ private:
     double m_dPeriodMs = 0;
     bool m_bExactTimes = false;
     bool m_bRepair = false;
+    bool m_bProgress = false;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "command.h"
 #include "diagnostics.h"
 #include "parts/failure.h"
+#include "parts/interruption.h"
 #include "parts/text.h"
 
 namespace qmhost
@@ -38,7 +39,8 @@ public:
             ->type_name("PATH");
         m_app.add_flag("-v,--verbose", m_bVerbose,
                        "Show the module's diagnostics on standard error, and write's order of files");
-        m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line.");
+        m_app.footer("Exit status: 0, 1 when an operation failed, 2 for a wrong command line, 130 and 143 after\n"
+                     "Ctrl-C and a request to end.");
         m_app.require_subcommand(1);
         m_app.fallthrough();  // these options may also follow the command
         for (auto make : {MakeCodecsCommand, MakeInfoCommand, MakeTimesCommand, MakeFramesCommand, MakePreviewCommand,
@@ -90,7 +92,12 @@ private:
                                   diagnostics);
             command.m_pCommand->Run(session);
             if (!std::cout.flush()) throw std::runtime_error("standard output can't be written");
-            return SUCCEEDED;
+            return InterruptionStatus();  // also when it came too late to change anything
+        }
+        catch (const Interrupted& e)
+        {
+            std::cerr << "qmhost: " << e.what() << '\n';
+            return InterruptionStatus();
         }
         catch (const Failure& e)
         {

@@ -5,6 +5,7 @@
 #include "diagnostics.h"
 #include "hostapi/hostplatform.h"
 #include "parts/failure.h"
+#include "parts/interruption.h"
 #include "parts/text.h"
 #include "parts/writtenfile.h"
 
@@ -67,6 +68,7 @@ void OutputVideo::WriteFrame(double dTimeMs, const void* pPixels)
 
 void OutputVideo::Close(const std::function<void()>& complete)
 {
+    if (m_uiFrames == 0) ThrowIfInterrupted();  // there is no file then
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
     Release();
     RequireNoLoss("");

@@ -35,6 +35,9 @@ public:
     // it throws is thrown after the check.
     void Close(const std::function<void()>& complete = {});
 
+    // Written so far.
+    std::uint32_t Frames() const { return m_uiFrames; }
+
     // Gives the file up, and says in a few words what is left of it.
     std::string Abandon();
 

@@ -168,6 +168,26 @@ void CopyPictures(ByteSource& source, std::uint64_t uiBegin, std::uint64_t uiEnd
     }
 }
 
+// A source with a function that is called before each of its reads.
+class WatchedBytes : public ByteSource
+{
+public:
+    WatchedBytes(std::unique_ptr<ByteSource> pSource, std::function<void()> onRead)
+        : m_pSource(std::move(pSource)), m_onRead(std::move(onRead))
+    {}
+
+    std::uint64_t Size() const override { return m_pSource->Size(); }
+    bool ReadAt(std::uint64_t uiPosition, void* pBuffer, std::size_t uiBytes) override
+    {
+        if (m_onRead) m_onRead();
+        return m_pSource->ReadAt(uiPosition, pBuffer, uiBytes);
+    }
+
+private:
+    const std::unique_ptr<ByteSource> m_pSource;
+    const std::function<void()> m_onRead;
+};
+
 // --- the two kinds of files ---
 
 class Repair
@@ -457,10 +477,11 @@ RepairReport RepairBytes(std::unique_ptr<ByteSource> pSource, const std::string&
 }
 
 RepairReport RepairFile(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut,
-                        const RepairTimes& times)
+                        const RepairTimes& times, const std::function<void()>& onRead)
 {
     RequireReadableFile(pathIn);
-    return RepairBytes(std::make_unique<FileBytes>(pathIn), Quoted(Utf8FromPath(pathIn)), pathOut, times);
+    auto pSource = std::make_unique<WatchedBytes>(std::make_unique<FileBytes>(pathIn), onRead);
+    return RepairBytes(std::move(pSource), Quoted(Utf8FromPath(pathIn)), pathOut, times);
 }
 
 }  // namespace qmhost

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -43,10 +44,12 @@ std::vector<std::uint32_t> DistancesInTicks(const RepairTimes& times, std::size_
 // What is damaged in a file without an index may have held any number of pictures. So only those before the damage have
 // certain times, and only those are written unless times.m_bPastDamage is set.
 //
+// onRead, if given, is called before each block that is read; what it throws ends the repair.
+//
 // Throws Failure with QM_ERR_NOTSUPPORTED for files of other encoders and QM_ERR_FAIL for what can't be repaired, and
 // std::runtime_error for what can't be written; nothing is written at pathOut then.
 RepairReport RepairFile(const std::filesystem::path& pathIn, const std::filesystem::path& pathOut,
-                        const RepairTimes& times);
+                        const RepairTimes& times, const std::function<void()>& onRead = {});
 
 // The same from any source, which is called strIn in messages. It is released before the new file takes its name.
 RepairReport RepairBytes(std::unique_ptr<ByteSource> pSource, const std::string& strIn,

@@ -1,0 +1,143 @@
+// The built program with files that other programs change meanwhile. It ends with a status and a line, and what it
+// gives is right as far as it goes.
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "support/ffmpeg.h"
+#include "support/file_contents.h"
+#include "support/started_program.h"
+#include "unicode_folder.h"
+
+namespace
+{
+
+using namespace test_support;
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+constexpr int FRAMES = 60;
+constexpr std::size_t FRAME_BYTES = std::size_t{3} * 320 * 240;  // more than a pipe holds
+
+class ChangingFiles : public testing::Test
+{
+protected:
+    ChangingFiles()
+    {
+        RunFfmpeg("-f lavfi -i testsrc2=size=320x240:rate=25,noise=alls=20:allf=t -frames:v " + std::to_string(FRAMES) +
+                  " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12 " + test_support::Quoted(m_strVideo));
+    }
+
+    std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
+
+    std::string Pictures() const
+    {
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"frames", m_strVideo, "--raw", Target("all.bgr")});
+        EXPECT_EQ(result.m_nStatus, 0) << result.m_strErr;
+        return ReadText(Target("all.bgr"));
+    }
+
+    // Reads the video's frames. After a few of them change is called, while the program waits for its reader.
+    template <class TChange>
+    ProgramResult ReadWhile(TChange change) const
+    {
+        StartedProgram program(QMHOST_PROGRAM, {"frames", m_strVideo, "--raw", "-"});
+        program.ReadBytes(3 * FRAME_BYTES);
+        change();
+        return program.Wait();
+    }
+
+    UnicodeFolder m_folder;
+    const std::string m_strVideo = Target("video.mp4");
+};
+
+// Either all pictures, or those up to a failure that is reported. All are right.
+void ExpectBeginningOf(const std::string& strPictures, const ProgramResult& result)
+{
+    EXPECT_EQ(result.m_strOut.size() % FRAME_BYTES, 0U);
+    EXPECT_TRUE(strPictures.starts_with(result.m_strOut));
+    if (result.m_strOut.size() == strPictures.size())
+    {
+        EXPECT_EQ(result.m_nStatus, 0);
+        EXPECT_EQ(result.m_strErr, "");
+        return;
+    }
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_THAT(result.m_strErr, StartsWith("qmhost: ReadFrame failed with status -9 (general failure): frame "));
+}
+
+TEST_F(ChangingFiles, SourceThatShrinks)
+{
+    const std::string strPictures = Pictures();
+    const std::string strVideo = ReadText(m_strVideo);
+    for (const std::uintmax_t uiSize : {strVideo.size() / 2, strVideo.size() / 4, std::size_t{100}, std::size_t{0}})
+    {
+        SCOPED_TRACE(uiSize);
+        WriteText(m_strVideo, strVideo);
+        const ProgramResult result = ReadWhile([&] { fs::resize_file(m_strVideo, uiSize); });
+        ExpectBeginningOf(strPictures, result);
+        EXPECT_GE(result.m_strOut.size(), 3 * FRAME_BYTES);
+    }
+}
+
+TEST_F(ChangingFiles, SourceThatGrows)
+{
+    const std::string strPictures = Pictures();
+    const ProgramResult result =
+        ReadWhile([&] { std::ofstream(m_strVideo, std::ios::binary | std::ios::app) << std::string(500000, 'x'); });
+    EXPECT_EQ(result.m_nStatus, 0) << result.m_strErr;
+    EXPECT_TRUE(result.m_strOut == strPictures);
+}
+
+TEST_F(ChangingFiles, SourceThatVanishes)
+{
+    const std::string strPictures = Pictures();
+    ExpectBeginningOf(strPictures, ReadWhile([&] { fs::remove(m_strVideo); }));
+}
+
+TEST_F(ChangingFiles, InfoWhileTheFileIsReplaced)
+{
+    const std::string strVideo = ReadText(m_strVideo);
+    std::atomic<bool> bEnd = false;
+    std::thread changes([&] {
+        for (std::size_t ui = 0; !bEnd; ++ui)
+            WriteText(m_strVideo, strVideo.substr(0, ui % 3 == 0 ? strVideo.size() : strVideo.size() * (ui % 3) / 3));
+    });
+    for (int i = 0; i < 20; ++i)
+    {
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"info", m_strVideo});
+        EXPECT_TRUE(result.m_nStatus == 0 || result.m_nStatus == 1) << result.m_nStatus;
+        if (result.m_nStatus == 1)
+        {
+            EXPECT_THAT(result.m_strErr, StartsWith("qmhost: "));
+        }
+    }
+    bEnd = true;
+    changes.join();
+}
+
+// Where a file can be removed while it is open, the module writes on and reports nothing.
+TEST_F(ChangingFiles, TargetThatVanishes)
+{
+    const std::string strRaw = Target("r.bgr");
+    WriteText(strRaw, std::string(std::size_t{200} * 64 * 48 * 3, 'x'));
+    for (const char* pszCodec : {"NVENC1", "AMF1", "HQ"})
+    {
+        SCOPED_TRACE(pszCodec);
+        fs::create_directory(m_folder / "target");
+        StartedProgram program(QMHOST_PROGRAM, {"write", Target("target/out.mp4"), "--raw", strRaw, "--size", "64x48",
+                                                "--codec", pszCodec, "--period", "40", "--progress"});
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(program.ReadLine(), "frame " + std::to_string(i));
+        fs::remove_all(m_folder / "target");
+        const ProgramResult result = program.Wait();
+        EXPECT_EQ(result.m_nStatus, 1);
+        EXPECT_THAT(result.m_strErr, StartsWith("qmhost: "));
+        EXPECT_THAT(result.m_strErr, HasSubstr("no file was made"));
+    }
+}
+
+}  // namespace

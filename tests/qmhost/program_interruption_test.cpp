@@ -1,0 +1,140 @@
+// The built program with Ctrl-C and requests to end.
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "muxed_bytes.h"
+#include "program_fixture.h"
+#include "support/file_contents.h"
+#include "support/started_program.h"
+
+namespace
+{
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+class InterruptedProgram : public Program
+{
+protected:
+    // So many raw frames of 2 x 2 pixels that the program doesn't get to their end.
+    static constexpr int MANY = 2'000'000;
+
+    std::string RawFile()
+    {
+        const fs::path path = m_folder / "frames.bgr";
+        WriteText(path, "");
+        fs::resize_file(path, std::uintmax_t{MANY} * 12);
+        return Target("frames.bgr");
+    }
+
+    StartedProgram Start(std::vector<std::string> vArguments, const std::string& strScript)
+    {
+        vArguments.insert(vArguments.end(), {"--module", SCRIPTED_MODULE});
+        return StartedProgram(QMHOST_PROGRAM, vArguments, {"QMHOST_SCRIPT=" + strScript});
+    }
+    StartedProgram StartWriting(const std::string& strScript)
+    {
+        return Start({"write", Target("out.mp4"), "--raw", RawFile(), "--size", "2x2", "--codec", "ONE", "--period",
+                      "40", "--progress"},
+                     strScript);
+    }
+
+    // What is in the folder besides the video.
+    std::set<std::string> Names() const
+    {
+        std::set<std::string> names = m_folder.Names();
+        names.erase(qmhost::Utf8FromPath(m_pathVideo.filename()));
+        return names;
+    }
+};
+
+TEST_F(InterruptedProgram, NoTemporaryFileIsLeft)
+{
+    for (const int nSignal : {SIGINT, SIGTERM})
+    {
+        WriteText(m_folder / "out.bgr", "before");
+        StartedProgram program =
+            Start({"frames", m_strVideo, "--raw", Target("out.bgr")}, "frames=" + std::to_string(MANY));
+        while (Names().size() == 1)  // until the temporary file is there
+            std::this_thread::yield();
+        program.Signal(nSignal);
+        const ProgramResult result = program.Wait();
+        EXPECT_EQ(result.m_nStatus, 128 + nSignal);
+        EXPECT_EQ(result.m_strErr, "qmhost: interrupted\n");
+        EXPECT_EQ(Names(), std::set<std::string>{"out.bgr"});
+        EXPECT_EQ(ReadText(m_folder / "out.bgr"), "before");
+    }
+}
+
+TEST_F(InterruptedProgram, PicturesSoFarHaveTheirTimes)
+{
+    StartedProgram program = Start({"frames", m_strVideo, "--out", Target("pictures")}, "frames=100000");
+    while (!fs::exists(m_folder / "pictures" / "frame_000002.png"))
+        std::this_thread::yield();
+    program.Signal(SIGINT);
+    const ProgramResult result = program.Wait();
+    EXPECT_EQ(result.m_nStatus, 130);
+    EXPECT_EQ(result.m_strErr, "qmhost: interrupted\n");
+    const std::string strTimes = ReadText(m_folder / "pictures" / "times.csv");
+    EXPECT_THAT(strTimes, testing::StartsWith("frame,time_ms\n0,0\n1,41\n2,82\n"));
+    const auto nFiles = std::distance(fs::directory_iterator(m_folder / "pictures"), fs::directory_iterator());
+    EXPECT_EQ(std::count(strTimes.begin(), strTimes.end(), '\n'), nFiles);  // a line more, and a file more
+    EXPECT_LT(nFiles, 100000);
+}
+
+// A finished file of 40 GB, nearly all of it a hole.
+TEST_F(InterruptedProgram, RepairLeavesNothing)
+{
+    muxed_bytes::Index index;
+    std::uint64_t uiMedia = 0;
+    for (int i = 0; i < 10; ++i)
+    {
+        index.m_vSizes.push_back(4'000'000'000);
+        index.m_vDeltas.push_back(400);
+        uiMedia += index.m_vSizes.back();
+    }
+    {
+        std::ofstream file(m_folder / "in.mp4", std::ios::binary);
+        file << muxed_bytes::FileStart() << Word(static_cast<std::uint32_t>(uiMedia + 8)) << "mdat";
+        file.seekp(static_cast<std::streamoff>(uiMedia), std::ios::cur);
+        file << muxed_bytes::MuxerIndex(index);
+        ASSERT_TRUE(file.good());
+    }
+    StartedProgram program = Start({"repair", Target("in.mp4"), Target("out.mp4")}, "");
+    while (Names().size() == 1)
+        std::this_thread::yield();
+    program.Signal(SIGTERM);
+    const ProgramResult result = program.Wait();
+    EXPECT_EQ(result.m_nStatus, 143);
+    EXPECT_EQ(result.m_strErr, "qmhost: interrupted\n");
+    EXPECT_EQ(Names(), std::set<std::string>{"in.mp4"});
+}
+
+TEST_F(InterruptedProgram, SecondRequestEndsAFrameThatNeverComes)
+{
+    for (const auto& [nFirst, nSecond] : {std::pair(SIGINT, SIGINT), {SIGINT, SIGTERM}, {SIGTERM, SIGINT}})
+    {
+        StartedProgram reading = Start({"frames", m_strVideo, "--raw", Target("out.bgr")}, "hangs=3");
+        StartedProgram writing = StartWriting("hangs=3");
+        for (StartedProgram* pProgram : {&reading, &writing})
+        {
+            ASSERT_TRUE(pProgram->WaitForErr("scripted module: hangs"));
+            pProgram->Signal(nFirst);
+            pProgram->SignalUntilItEnds(nSecond);
+            const ProgramResult result = pProgram->Wait();
+            EXPECT_TRUE(result.m_nStatus == 128 + nFirst || result.m_nStatus == 128 + nSecond) << result.m_nStatus;
+        }
+    }
+}
+
+TEST_F(InterruptedProgram, CommandsThatChangeNothingEndAtOnce)
+{
+    StartedProgram program = Start({"times", m_strVideo}, "frames=" + std::to_string(MANY));
+    ASSERT_TRUE(program.ReadLine());
+    program.Signal(SIGINT);
+    EXPECT_EQ(program.Wait().m_nStatus, 130);
+}
+
+}  // namespace

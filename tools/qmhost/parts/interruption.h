@@ -1,0 +1,29 @@
+// Ctrl-C and the signals that ask a process to end.
+#pragma once
+
+#include <exception>
+
+namespace qmhost
+{
+
+// Ends a command early at a place where it leaves nothing half done.
+class Interrupted : public std::exception
+{
+public:
+    const char* what() const noexcept override { return "interrupted"; }
+};
+
+// From now on the first such request is noted and doesn't end the process. The second one ends it at once, whatever it
+// waits for. A signal that the process was started to ignore stays ignored.
+void NoteInterruptions();
+
+// 0 before a request; then the exit status that shells give it: 130 after Ctrl-C, 143 after a request to end, 129 when
+// the terminal has gone. Any thread may ask.
+int InterruptionStatus();
+
+inline void ThrowIfInterrupted()
+{
+    if (InterruptionStatus() != 0) throw Interrupted();
+}
+
+}  // namespace qmhost
