@@ -28,7 +28,7 @@ class NoAmfRuntime : public testing::Test
 protected:
     void SetUp() override
     {
-        const HMODULE hInstalled = LoadLibraryW(AMF_DLL_NAME);
+        const HMODULE hInstalled = LoadLibraryExW(AMF_DLL_NAME, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
         if (hInstalled == nullptr) return;
         FreeLibrary(hInstalled);
         GTEST_SKIP() << "this machine has the runtime";
@@ -40,16 +40,16 @@ protected:
 TEST_F(AmfRuntime, TheFirstFormatObjectLoadsItAndTheLastFreesIt)
 {
     ASSERT_FALSE(IsLoaded());
-    IQmInterface* pFirst = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pFirst = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     EXPECT_EQ(g_nAmfInitResult, 0);
     EXPECT_TRUE(IsLoaded());
-    IQmInterface* pSecond = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pSecond = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     delete pFirst;
     EXPECT_TRUE(IsLoaded());
     delete pSecond;
     EXPECT_FALSE(IsLoaded());
 
-    IQmInterface* pThird = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pThird = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     EXPECT_TRUE(IsLoaded());
     delete pThird;
     EXPECT_FALSE(IsLoaded());
@@ -58,8 +58,8 @@ TEST_F(AmfRuntime, TheFirstFormatObjectLoadsItAndTheLastFreesIt)
 // Of two objects one loads: a single end is enough to free what both had.
 TEST_F(AmfRuntime, TheSecondFormatObjectDoesNotLoadItAgain)
 {
-    IQmInterface* pFirst = ConstructImageFormatMP4(__FILE__, __LINE__);
-    IQmInterface* pSecond = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pFirst = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pSecond = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     EXPECT_TRUE(IsLoaded());
     EXPECT_EQ(g_AMFFactory.Terminate(), 0);
     EXPECT_FALSE(IsLoaded());
@@ -91,7 +91,7 @@ TEST_F(AmfRuntime, ANegativeCountOfObjectsLeavesItLoaded)
 
 TEST_F(NoAmfRuntime, TheFormatObjectServesWithoutIt)
 {
-    IQmInterface* pObject = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pObject = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     ASSERT_NE(pObject, nullptr);
     EXPECT_NE(g_nAmfInitResult, 0);
     auto* pFormat = static_cast<IQmImageFormat*>(pObject->GetQmClass()->QueryInterface("IQmImageFormat"));

@@ -10,8 +10,8 @@ namespace
 TEST(ModuleState, LivingFormatObjectsAreCounted)
 {
     EXPECT_EQ(g_nFormatObjects, 0);
-    IQmInterface* pFirst = ConstructImageFormatMP4(__FILE__, __LINE__);
-    IQmInterface* pSecond = ConstructImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pFirst = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
+    IQmInterface* pSecond = QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__);
     EXPECT_EQ(g_nFormatObjects, 2);
     delete pFirst;
     EXPECT_EQ(g_nFormatObjects, 1);

@@ -16,7 +16,7 @@ class CFormatReference
 public:
     CFormatReference()
     {
-        m_pFormat = dynamic_cast<CQmImageFormatMP4*>(ConstructImageFormatMP4(__FILE__, __LINE__));
+        m_pFormat = dynamic_cast<CQmImageFormatMP4*>(QM_ConstructorForCQmImageFormatMP4(__FILE__, __LINE__));
         m_pFormat->AddRef();
     }
     ~CFormatReference() { m_pFormat->Release(); }

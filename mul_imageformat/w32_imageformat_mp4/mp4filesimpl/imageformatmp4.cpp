@@ -5,6 +5,7 @@
 #include "common/modulestate.h"
 #include "common/withoutexceptions.h"
 #include "mp4_outputfile/mp4outputfile.h"
+#include "mp4filesimpl/classsection.h"
 #include "mp4filesimpl/formattables.h"
 #include "mp4filesimpl/mp4inputfile.h"
 
@@ -17,7 +18,6 @@ constexpr std::uint32_t NONE = 0xFFFFFFFF;
 constexpr char SOURCE_PATH[] = "mul_imageformat/w32_imageformat_mp4/mp4filesimpl";
 constexpr int LINE_ACTIVE_CODEC = 145;
 
-constexpr char CLASS_NAME[] = "CQmImageFormatMP4";
 constexpr char INTERFACE_NAME[] = "IQmImageFormat";
 
 constexpr std::uint8_t PICTURE_BITS = 8;
@@ -52,7 +52,7 @@ QmStatus GiveOutputFile(CQmImageFormatMP4* pFormat, const CQmStringW& strPath, I
 
 }  // namespace
 
-IQmInterface* ConstructImageFormatMP4(const char* pszFile, unsigned int uiLine)
+IQmInterface* QM_ConstructorForCQmImageFormatMP4(const char* pszFile, unsigned int uiLine)
 {
     return new (pszFile, uiLine) CQmImageFormatMP4;
 }
@@ -75,9 +75,7 @@ CQmClass* CQmImageFormatMP4::GetQmClass()
 
 const SQmClassRecord* CQmImageFormatMP4::GetClassRecord()
 {
-    static const SQmClassRecord record = {CLASS_NAME, sizeof(CQmImageFormatMP4), ConstructImageFormatMP4,
-                                          INTERFACE_NAME};
-    return &record;
+    return &g_classSection.m_record;
 }
 
 void* CQmImageFormatMP4::QueryInterface(const char* pszInterface)

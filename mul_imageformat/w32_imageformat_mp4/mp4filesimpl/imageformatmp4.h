@@ -5,6 +5,7 @@
 
 #include "hostapi/hostcore.h"
 #include "hostapi/iqmimageformat.h"
+#include "moduleexport.h"
 
 // Lives as long as the host or one of its file objects holds a reference. As long as there is any format object, Media
 // Foundation and the AMF runtime are started. One thread at a time constructs and destroys format objects.
@@ -68,6 +69,6 @@ private:
     SQmCodecInfo m_aCodecs[256];      // the codec table; rows after the count are empty
 };
 
-// Makes a format object without a reference, in memory of the host's allocator, which gets pszFile and uiLine. Null
-// when there is no memory.
-IQmInterface* ConstructImageFormatMP4(const char* pszFile, unsigned int uiLine);
+// The module's factory, which the host finds by this name. Makes a format object without a reference, in memory of the
+// host's allocator, which gets pszFile and uiLine. Null when there is no memory.
+extern "C" QM_MODULE_EXPORT IQmInterface* QM_ConstructorForCQmImageFormatMP4(const char* pszFile, unsigned int uiLine);

@@ -1,7 +1,6 @@
-// The module's two entry points: the loader's, and the factory that the host calls.
+// The loader's way into the module. The host's is the factory, in imageformatmp4.h.
 #include "common/modulestate.h"
 #include "moduleexport.h"
-#include "mp4filesimpl/imageformatmp4.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID)
 {
@@ -14,8 +13,3 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID)
 }
 
 QM_MODULE_ENTRY(DllMain);
-
-extern "C" QM_MODULE_EXPORT IQmInterface* QM_ConstructorForCQmImageFormatMP4(const char* pszFile, unsigned int uiLine)
-{
-    return ConstructImageFormatMP4(pszFile, uiLine);
-}
