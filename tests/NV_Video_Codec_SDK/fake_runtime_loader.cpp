@@ -25,8 +25,7 @@ FakeRuntimeLoader::~FakeRuntimeLoader()
 void FakeRuntimeLoader::Use(const std::string& strBuild)
 {
     Release();
-    const std::wstring wszFolder =
-        FolderOfProgram() + L"fakeruntimes/" + std::wstring(strBuild.begin(), strBuild.end());
+    const std::wstring wszFolder = FolderOf(strBuild);
     m_wszFile = wszFolder + L"/nvEncodeAPI64.dll";
 
     // The search for the bare name ends in this folder, or, where Windows searches, at the file that is loaded already.
@@ -39,6 +38,11 @@ void FakeRuntimeLoader::Use(const std::string& strBuild)
     if (!pfnConnect) throw std::runtime_error("the scripted runtime has no way in");
     const SFakeRuntimeEntries entries = FakeRuntime::GetEntries();
     pfnConnect(&entries);
+}
+
+std::wstring FakeRuntimeLoader::FolderOf(const std::string& strBuild)
+{
+    return FolderOfProgram() + L"fakeruntimes/" + std::wstring(strBuild.begin(), strBuild.end());
 }
 
 bool FakeRuntimeLoader::IsLoadedByOthers()

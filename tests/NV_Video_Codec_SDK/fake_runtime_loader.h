@@ -18,6 +18,8 @@ public:
     // Has the module find that build of the runtime ("full", "noversion", "nocreate"), or none ("none"), and lets the
     // latest FakeRuntime take its calls. Throws std::runtime_error when there is no such file.
     void Use(const std::string& strBuild);
+    // Where the file of a build lies.
+    static std::wstring FolderOf(const std::string& strBuild);
     // Whether the runtime is still loaded after this object has freed it.
     bool IsLoadedByOthers();
 

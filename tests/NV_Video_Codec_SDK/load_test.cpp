@@ -1,5 +1,6 @@
 // Loading the runtime and opening a session.
 #include "nvenc_fixture.h"
+#include "support/current_folder.h"
 
 namespace
 {
@@ -17,6 +18,22 @@ TEST_F(LoadTest, AnAbsentRuntimeIsReported)
     UseRuntimeFile("none");
     ExpectFailure(Construct,
                   g_pszLoad + std::string("NVENC library file is not found. Please ensure NV driver is installed"), 1);
+}
+
+TEST_F(LoadTest, ARuntimeInTheCurrentFolderOrOnThePathIsNotLoaded)
+{
+    UseRuntimeFile("none");
+    const std::wstring strFolder = FakeRuntimeLoader::FolderOf("full");
+    wchar_t wszPath[16384] = {};
+    GetEnvironmentVariableW(L"PATH", wszPath, 16384);
+    SetEnvironmentVariableW(L"PATH", strFolder.c_str());
+    {
+        const test_support::CurrentFolder current(strFolder);
+        ExpectFailure(Construct,
+                      g_pszLoad + std::string("NVENC library file is not found. Please ensure NV driver is installed"),
+                      1);
+    }
+    SetEnvironmentVariableW(L"PATH", wszPath);
 }
 
 TEST_F(LoadTest, ARuntimeWithoutTheVersionEntryIsReported)

@@ -4,6 +4,7 @@
 
 #include "amf/common/amffactoryhelper.h"
 #include "fake_amf.h"
+#include "support/current_folder.h"
 
 using testing::ElementsAre;
 
@@ -94,7 +95,7 @@ TEST(AmfFactory, TheEndOfTheHelperIsOneTerminate)
 TEST(AmfFactory, WithoutTheFileInitGivesOne)
 {
     const FakeAmf none(L"none");
-    const HMODULE hInstalled = LoadLibraryW(AMF_DLL_NAME);
+    const HMODULE hInstalled = LoadLibraryExW(AMF_DLL_NAME, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (hInstalled != nullptr)
     {
         FreeLibrary(hInstalled);
@@ -104,6 +105,24 @@ TEST(AmfFactory, WithoutTheFileInitGivesOne)
     EXPECT_EQ(helper.Init(), AMF_FAIL);
     EXPECT_EQ(helper.Init(), AMF_FAIL);
     EXPECT_EQ(helper.Terminate(), AMF_OK);
+}
+
+TEST(AmfFactory, AFileInTheCurrentFolderOrOnThePathIsNotLoaded)
+{
+    const std::wstring strFolder = FakeAmf::FolderOf(L"full");
+    const HMODULE hFile = LoadLibraryW((strFolder + L"/" + AMF_DLL_NAME).c_str());
+    ASSERT_NE(hFile, nullptr);
+    FreeLibrary(hFile);
+
+    // A machine with the runtime has its own loaded, with none of these calls.
+    const FakeAmf fake(L"none");
+    SetEnvironmentVariableW(L"IMAGEFORMAT_MP4_RUNTIMES", nullptr);
+    const CScopedVariable path(L"PATH", strFolder);
+    const test_support::CurrentFolder current(strFolder);
+    AMFFactoryHelper helper;
+    helper.Init();
+    EXPECT_TRUE(fake.m_vCalls.empty());
+    helper.Terminate();
 }
 
 TEST(AmfFactory, WithoutAnEntryInitGivesOneEachTime)

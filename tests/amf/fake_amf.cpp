@@ -3,14 +3,41 @@
 namespace
 {
 
-std::wstring FolderOf(const std::wstring& strBuild)
+#if defined(_WIN32)
+constexpr bool FILE_IS_HELD = true;
+#else
+constexpr bool FILE_IS_HELD = false;
+#endif
+
+// On Windows no folder takes the place of the system's. But there a bare name also means the file of that name that the
+// process has already, so this program holds it.
+class CHeldFile
 {
-    wchar_t wszProgram[4096] = {};
-    GetModuleFileNameW(nullptr, wszProgram, 4095);
-    std::wstring strFolder = wszProgram;
-    strFolder.resize(strFolder.find_last_of(L"/\\") + 1);
-    return strFolder + L"fakeamf/" + strBuild;
-}
+public:
+    void Hold(const std::wstring& strFile)
+    {
+        m_strFile = strFile;
+        if (FILE_IS_HELD) m_hFile = LoadLibraryW(strFile.c_str());
+    }
+    void LetGo()
+    {
+        if (m_hFile != nullptr) FreeLibrary(m_hFile);
+        m_hFile = nullptr;
+    }
+    bool IsLoadedByOthers()
+    {
+        const bool bHeld = m_hFile != nullptr;
+        LetGo();
+        const bool bLoaded = GetModuleHandleW(AMF_DLL_NAME) != nullptr;
+        if (bHeld) Hold(m_strFile);
+        return bLoaded;
+    }
+
+private:
+    std::wstring m_strFile;
+    HMODULE m_hFile = nullptr;
+};
+CHeldFile g_heldFile;
 
 FakeAmf& FakeOf(void* pContext)
 {
@@ -69,16 +96,30 @@ AMF_RESULT CreateComponent(void* pContext, AMFContext* pAmfContext, const wchar_
 
 }  // namespace
 
+std::wstring FakeAmf::FolderOf(const std::wstring& strBuild)
+{
+    wchar_t wszProgram[4096] = {};
+    GetModuleFileNameW(nullptr, wszProgram, 4095);
+    std::wstring strFolder = wszProgram;
+    strFolder.resize(strFolder.find_last_of(L"/\\") + 1);
+    return strFolder + L"fakeamf/" + strBuild;
+}
+
 FakeAmf::FakeAmf(const std::wstring& strBuild)
     : m_calls{this, Init, QueryVersion, GetSingleton, EnableWriter, TraceW, CreateContext, CreateComponent},
-      m_ownFolder(L"IMAGEFORMAT_MP4_RUNTIMES", FolderOf(strBuild)),
-      m_systemFolder(L"PATH", FolderOf(strBuild)),
+      m_folder(L"IMAGEFORMAT_MP4_RUNTIMES", FolderOf(strBuild)),
       m_address(FAKE_AMF_VARIABLE, std::to_wstring(reinterpret_cast<std::uintptr_t>(&m_calls)))
 {
     EXPECT_FALSE(IsLoaded()) << "left by an earlier test";
+    g_heldFile.Hold(FolderOf(strBuild) + L"/" + AMF_DLL_NAME);
+}
+
+FakeAmf::~FakeAmf()
+{
+    g_heldFile.LetGo();
 }
 
 bool FakeAmf::IsLoaded()
 {
-    return GetModuleHandleW(AMF_DLL_NAME) != nullptr;
+    return g_heldFile.IsLoadedByOthers();
 }

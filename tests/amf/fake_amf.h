@@ -14,9 +14,12 @@ class FakeAmf
 public:
     // The build of the file: "full", "noinit", "noversion"; or "none" for a machine without the runtime.
     explicit FakeAmf(const std::wstring& strBuild = L"full");
+    ~FakeAmf();
     FakeAmf(const FakeAmf&) = delete;
     FakeAmf& operator=(const FakeAmf&) = delete;
 
+    // Where the file of a build lies.
+    static std::wstring FolderOf(const std::wstring& strBuild);
     // Whether any caller has the runtime in the process.
     static bool IsLoaded();
 
@@ -50,8 +53,6 @@ public:
 
 private:
     SFakeAmfCalls m_calls;
-    // The first is this repository's own place of runtimes, the second where Windows looks for a bare name.
-    CScopedVariable m_ownFolder;
-    CScopedVariable m_systemFolder;
+    CScopedVariable m_folder;
     CScopedVariable m_address;
 };

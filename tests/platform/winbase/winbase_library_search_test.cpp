@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/current_folder.h"
 #include "support/temporary_folder.h"
 #include "winbase_testing.h"
 
@@ -87,6 +88,15 @@ TEST_F(WinbaseLibrarySearch, DirectoryNextToThePlatformIsSearchedToo)
         std::error_code notEmpty;  // another program's libraries may have come meanwhile
         fs::remove(runtimes, notEmpty);
     }
+}
+
+TEST_F(WinbaseLibrarySearch, CurrentFolderIsNotSearched)
+{
+    Put("some.so");
+    Put("winbase_testlibrary.so");
+    const test_support::CurrentFolder current(m_folder.Path());
+    EXPECT_EQ(Loaded(L"some.dll"), fs::path());
+    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), TestLibrary());
 }
 
 TEST_F(WinbaseLibrarySearch, NameWithADirectoryIsTakenAsItIs)

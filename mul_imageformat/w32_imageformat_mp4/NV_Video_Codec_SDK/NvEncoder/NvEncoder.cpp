@@ -83,7 +83,8 @@ NvEncoder::NvEncoder(NV_ENC_DEVICE_TYPE eDeviceType, void* pDevice, std::uint32_
 void NvEncoder::LoadNvEncApi()
 {
     constexpr const char* pszFunction = "NvEncoder::LoadNvEncApi";
-    m_hModule = LoadLibraryW(L"nvEncodeAPI64.dll");
+    // From the system's folder, where the driver puts it: a file of this name beside a video isn't the runtime.
+    m_hModule = LoadLibraryExW(L"nvEncodeAPI64.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!m_hModule)
     {
         throw NVENCException(pszFunction, "NVENC library file is not found. Please ensure NV driver is installed",

@@ -104,7 +104,7 @@ void amf_leave_critical_section(CRITICAL_SECTION* pSection)
 
 HMODULE amf_load_library(const wchar_t* pwszFile)
 {
-    return LoadLibraryW(pwszFile);
+    return LoadLibraryExW(pwszFile, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
 
 FARPROC amf_get_proc_address(HMODULE hModule, const char* pszName)

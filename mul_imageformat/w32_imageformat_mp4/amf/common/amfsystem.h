@@ -35,6 +35,7 @@ void amf_delete_critical_section(CRITICAL_SECTION* pSection);
 void amf_enter_critical_section(CRITICAL_SECTION* pSection);
 void amf_leave_critical_section(CRITICAL_SECTION* pSection);
 
+// A bare name means a file of the system's folder, where drivers put their runtimes. No other folder is searched.
 HMODULE amf_load_library(const wchar_t* pwszFile);
 FARPROC amf_get_proc_address(HMODULE hModule, const char* pszName);
 bool amf_free_library(HMODULE hModule);
