@@ -60,3 +60,13 @@ else()
     # Every address is looked up at the start, and the tables of addresses are read-only after it.
     add_link_options(LINKER:-z,relro,-z,now)
 endif()
+
+# For the directories of what users run, and not for the tests: overruns of stack buffers and of objects whose size the
+# compiler knows end the program. The sanitizers have checks of their own.
+macro(qm_harden_directory)
+    if(NOT QM_SANITIZE)
+        qm_add_compile_options(-fstack-protector-strong)
+        # It takes an optimising compiler.
+        add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+    endif()
+endmacro()
