@@ -71,6 +71,19 @@ private:
     CRITICAL_SECTION* m_pSection;
 };
 
+// Holds a lock during its lifetime. Only for one whose Lock can't fail.
+class AMFSyncLock
+{
+public:
+    explicit AMFSyncLock(AMFSyncBase& sync) : m_sync(sync) { m_sync.Lock(); }
+    ~AMFSyncLock() { m_sync.Unlock(); }
+    AMFSyncLock(const AMFSyncLock&) = delete;
+    AMFSyncLock& operator=(const AMFSyncLock&) = delete;
+
+private:
+    AMFSyncBase& m_sync;
+};
+
 class AMFSemaphore : public AMFSyncBase
 {
 public:

@@ -47,12 +47,16 @@ bool AMFThread::IsRunning()
 
 // --- AMFThreadObj
 
-AMFThreadObj::AMFThreadObj(AMFThread* pOwner) : m_pOwner(pOwner), m_pState(std::make_shared<SState>()) {}
+AMFThreadObj::AMFThreadObj(AMFThread* pOwner) : m_pOwner(pOwner), m_pState(std::make_shared<SState>())
+{
+    if (!m_pState->m_csState.Lock()) throw std::bad_alloc();
+    m_pState->m_csState.Unlock();
+}
 
 // The lock is held until the handle is stored. A thread that ends at once must not be taken for a running one.
 bool AMFThreadObj::Start()
 {
-    const CSectionLock lock(m_pState->m_csState.Get());
+    const AMFSyncLock lock(m_pState->m_csState);
     if (m_pState->m_pThread != NO_THREAD) return true;
     if (!m_pState->m_StopEvent.HasHandle()) return false;
     m_pState->m_pThread = static_cast<std::uintptr_t>(_beginthread(ThreadProcedure, 0, this));
@@ -61,7 +65,7 @@ bool AMFThreadObj::Start()
 
 bool AMFThreadObj::RequestStop()
 {
-    const CSectionLock lock(m_pState->m_csState.Get());
+    const AMFSyncLock lock(m_pState->m_csState);
     if (m_pState->m_pThread != NO_THREAD) m_pState->m_StopEvent.ResetEvent();
     return true;
 }
@@ -69,12 +73,12 @@ bool AMFThreadObj::RequestStop()
 bool AMFThreadObj::WaitForStop()
 {
     {
-        const CSectionLock lock(m_pState->m_csState.Get());
+        const AMFSyncLock lock(m_pState->m_csState);
         if (m_pState->m_pThread == NO_THREAD) return true;
         if (m_pState->m_bInitFailed) return false;
     }
     const bool bSignalled = m_pState->m_StopEvent.Lock();
-    const CSectionLock lock(m_pState->m_csState.Get());
+    const AMFSyncLock lock(m_pState->m_csState);
     return bSignalled && !m_pState->m_bInitFailed;
 }
 
@@ -85,7 +89,7 @@ bool AMFThreadObj::StopRequested()
 
 bool AMFThreadObj::IsRunning()
 {
-    const CSectionLock lock(m_pState->m_csState.Get());
+    const AMFSyncLock lock(m_pState->m_csState);
     return m_pState->m_pThread != NO_THREAD;
 }
 
@@ -116,7 +120,7 @@ void AMFThreadObj::ThreadProcedure(void* pThreadObj)
         pThis->Terminate();
     }
 
-    const CSectionLock lock(pState->m_csState.Get());
+    const AMFSyncLock lock(pState->m_csState);
     if (bInit)
         pState->m_pThread = NO_THREAD;
     else

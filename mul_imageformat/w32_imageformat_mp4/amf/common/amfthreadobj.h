@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "amf/common/amfthread.h"
-#include "common/criticalsection.h"
 
 // Operations as in AMFThread.
 class AMFThreadObj
@@ -35,7 +34,7 @@ private:
     // released may destroy this object while the thread takes its last steps.
     struct SState
     {
-        CCriticalSection m_csState;            // guards what follows; the event is waited for without it
+        AMFCriticalSection m_csState;          // guards what follows; the event is waited for without it
         std::uintptr_t m_pThread = NO_THREAD;  // the handle, which closes itself
         bool m_bInitFailed = false;
 
