@@ -31,9 +31,10 @@
 #else
 
 // The loader knows no entry here, so an initialiser makes the one call that matters. The address that the compiler's
-// start-up code gives every library of its own stands for the instance handle.
-extern "C" __attribute__((visibility("hidden"))) void* __dso_handle;
+// start-up code gives every library of its own stands for the instance handle. It is declared where it is used: in
+// other sources the compiler may have declared it itself, in a way of its own.
 #define QM_MODULE_ENTRY(entry)                                                                                         \
+    extern "C" __attribute__((visibility("hidden"))) void* __dso_handle;                                               \
     __attribute__((constructor)) static void CallModuleEntry()                                                         \
     {                                                                                                                  \
         entry(reinterpret_cast<HINSTANCE>(&__dso_handle), DLL_PROCESS_ATTACH, nullptr);                                \
