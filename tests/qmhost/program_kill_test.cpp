@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <random>
+#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -62,6 +63,16 @@ std::string MediaIn(const std::string& bytes)
 {
     const Mp4Box box = FindBox(Bytes(bytes.begin(), bytes.end()), "mdat");
     return bytes.substr(box.m_uiPayload, box.m_uiEnd - box.m_uiPayload);
+}
+
+// The lines of --progress; another one follows when the file is finished.
+std::size_t CountReported(const std::string& strOut)
+{
+    std::istringstream lines(strOut);
+    std::size_t uiFrames = 0;
+    for (std::string line; std::getline(lines, line);)
+        uiFrames += line.starts_with("frame ");
+    return uiFrames;
 }
 
 std::string NameOf(const testing::TestParamInfo<const char*>& info)
@@ -130,7 +141,7 @@ protected:
         program.Signal(SIGKILL);
         const ProgramResult result = program.Wait();
         EXPECT_TRUE(result.m_nStatus == 128 + SIGKILL || result.m_nStatus == 0) << result.m_nStatus;
-        return static_cast<std::size_t>(std::count(result.m_strOut.begin(), result.m_strOut.end(), '\n'));
+        return CountReported(result.m_strOut);
     }
 
     // Waits until the close of a file has begun to write lengths, or about as long as a close takes. Returns how long
@@ -261,13 +272,13 @@ TEST_P(InterruptedWriter, FinishesTheFileWithWhatWasWritten)
         program.Signal(nSignal);
         const ProgramResult result = program.Wait();
         EXPECT_EQ(result.m_nStatus, 128 + nSignal);
-        const auto nFrames = std::count(result.m_strOut.begin(), result.m_strOut.end(), '\n');
-        EXPECT_GE(nFrames, 5);
-        EXPECT_LT(nFrames, static_cast<std::ptrdiff_t>(MANY));
+        const std::size_t uiFrames = CountReported(result.m_strOut);
+        EXPECT_GE(uiFrames, 5U);
+        EXPECT_LT(uiFrames, MANY);
         EXPECT_THAT(result.m_strErr,
                     testing::StartsWith("qmhost: interrupted; '" + m_strKilled + "' is finished with " +
-                                        std::to_string(nFrames) + " frames\n"));
-        EXPECT_EQ(PacketValues(m_strKilled, "size").size(), static_cast<std::size_t>(nFrames));
+                                        std::to_string(uiFrames) + " frames\n"));
+        EXPECT_EQ(PacketValues(m_strKilled, "size").size(), uiFrames);
         EXPECT_EQ(RunProgram(QMHOST_PROGRAM, {"info", m_strKilled}).m_nStatus, 0);
     }
 }

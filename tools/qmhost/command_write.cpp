@@ -312,6 +312,12 @@ public:
         NoteInterruptions();
         writer.Write(picture, m_bExactTimes ? std::nullopt : std::optional<TimeGrid>(codec.m_times), m_bProgress);
         video.Close([&] { Complete(codec); });
+        const bool bInterrupted = InterruptionStatus() != 0;
+        if (bInterrupted)
+        {
+            std::cerr << "qmhost: interrupted; " << Quoted(m_strOut) << " is finished with " << writer.Written()
+                      << " frames\n";
+        }
         ReportTimes(times, writer.Written());
         if (codec.m_bMuxedByModule && !m_bRepair)
         {
@@ -319,13 +325,7 @@ public:
                       << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
                          "repaired: qmhost repair, or write --repair\n";
         }
-        if (InterruptionStatus() != 0)
-        {
-            std::cerr << "qmhost: interrupted; " << Quoted(m_strOut) << " is finished with " << writer.Written()
-                      << " frames\n";
-            return;
-        }
-        const std::string strShortfall = writer.Shortfall();
+        const std::string strShortfall = bInterrupted ? "" : writer.Shortfall();
         if (!strShortfall.empty())
         {
             throw std::runtime_error(strShortfall + "; " + Quoted(m_strOut) + " is finished with " +
