@@ -25,8 +25,8 @@ constexpr std::size_t SLACK = 64;
 
 // Smaller blocks cost the C library next to nothing.
 constexpr std::size_t LEAST_KEPT_SIZE = 256 * 1024;
-// A reader frees its pictures in groups, as many as it makes then. Living and idle ones together never hold more than
-// the living ones once did.
+// A reader frees its pictures in groups, as many as it makes then. When a picture has been freed, living and idle ones
+// together hold no more than the living ones once did, counted since there were none.
 constexpr std::size_t MOST_IDLE_BLOCKS = 64;
 constexpr std::size_t MOST_IDLE_BYTES = 384 * 1024 * 1024;
 
@@ -79,6 +79,7 @@ public:
     // everything after the last picture.
     void Keep(unsigned char* pPixels)
     {
+        CReturned returned;  // after the lock: other files' pictures don't wait for it
         const std::lock_guard lock(m_mutex);
         const std::size_t uiSize = HeadOf(pPixels).m_uiSize;
         m_uiLivingBytes -= uiSize;
@@ -89,17 +90,18 @@ public:
         while (m_uiCount > MOST_IDLE_BLOCKS || m_uiIdleBytes > MOST_IDLE_BYTES ||
                m_uiLivingBytes + m_uiIdleBytes > m_uiMostLivingBytes)
         {
-            std::free(HeadOf(Remove(0)).m_pBlock);
+            returned.Add(Remove(0));
         }
     }
 
     // Gives everything that is idle back to the system. Whether there was anything.
     bool ReturnAll()
     {
+        CReturned returned;
         const std::lock_guard lock(m_mutex);
         const bool bAny = m_uiCount > 0;
         while (m_uiCount > 0)
-            std::free(HeadOf(Remove(0)).m_pBlock);
+            returned.Add(Remove(0));
         return bAny;
     }
 
@@ -110,10 +112,30 @@ public:
     }
 
 private:
+    // Blocks that go back to the system when it goes.
+    class CReturned
+    {
+    public:
+        CReturned() = default;
+        ~CReturned()
+        {
+            for (std::size_t i = 0; i < m_uiCount; ++i)
+                std::free(m_aBlocks[i]);
+        }
+        CReturned(const CReturned&) = delete;
+        CReturned& operator=(const CReturned&) = delete;
+
+        void Add(unsigned char* pPixels) { m_aBlocks[m_uiCount++] = HeadOf(pPixels).m_pBlock; }
+
+    private:
+        std::array<void*, MOST_IDLE_BLOCKS + 1> m_aBlocks;
+        std::size_t m_uiCount = 0;
+    };
+
     unsigned char* Remove(std::size_t uiIndex)
     {
         unsigned char* const pPixels = m_aBlocks[uiIndex];
-        std::copy(&m_aBlocks[uiIndex + 1], &m_aBlocks[m_uiCount], &m_aBlocks[uiIndex]);
+        std::copy(m_aBlocks.data() + uiIndex + 1, m_aBlocks.data() + m_uiCount, m_aBlocks.data() + uiIndex);
         --m_uiCount;
         const std::size_t uiSize = HeadOf(pPixels).m_uiSize;
         m_uiIdleBytes -= uiSize;

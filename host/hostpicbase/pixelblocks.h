@@ -1,5 +1,5 @@
-// Memory for the pixels of pictures. Blocks of large pictures that were freed are used again as long as any picture
-// lives: fresh memory of the system costs more than filling it.
+// Memory for the pixels of pictures. Blocks of large pictures that were freed are used again as long as any large
+// picture lives: fresh memory of the system costs more than filling it.
 #pragma once
 
 #include <cstddef>

@@ -106,14 +106,15 @@ HMODULE Load(const std::string& name)
     // A bare name would send the system searching again, along its own ways.
     const std::string path = std::filesystem::absolute(*it).string();
 
-    Loader& loader = TheLoader();
-    const std::lock_guard lock(loader.m_mutex);
+    // Not under the loader's own lock: initialisers of a library, which the system runs under its lock, may come here.
     void* pLibrary = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!pLibrary)
     {
         SetLastError(ERROR_BAD_EXE_FORMAT);
         return nullptr;
     }
+    Loader& loader = TheLoader();
+    const std::lock_guard lock(loader.m_mutex);
     Library& library = loader.m_mapLibraries[pLibrary];
     if (library.uiLoads++ > 0)
     {

@@ -145,6 +145,21 @@ TEST_F(AmfFramesTest, AnInputThatStaysFullFailsTheFrameAfterTwentySeconds)
     EXPECT_EQ(Read().m_moov.m_vDeltas.size(), 5U);
 }
 
+// Every buffer would begin the twenty seconds again. The drain finds the encoder full as well.
+TEST_F(AmfFramesTest, AnEncoderThatIsFullAndGivesBuffersWithoutEndHoldsUpNeitherFrameNorClose)
+{
+    m_amf.m_uiPlaces = 0;
+    m_amf.FailAlways("encoder.Drain", AMF_INPUT_FULL);
+    m_amf.m_funcEmpty = [this] {
+        const std::lock_guard lock(m_amf.m_mutex);
+        m_amf.m_vHeld.push_back(new ScriptedBuffer(m_amf.m_nLiving, PacketOf(1)));
+    };
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteAt(*pFile, 0.0), QM_ERR_FAIL);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_TRUE(IsUnfinished(m_target.Bytes()));
+}
+
 TEST_F(AmfFramesTest, AnOutputBeginsTheTwentySecondsAgain)
 {
     m_amf.m_uiPlaces = 3;

@@ -149,6 +149,9 @@ TEST_F(Worker, AJumpBackwardsEmptiesTheStoreSetsTheRateAndStartsAtTheFrame)
 
 // --- walks back
 
+// So long that no play comes to its end before it is paused.
+constexpr std::size_t LONG = 10'000;
+
 // Reads these frames and lets the worker come to rest after each. Returns the calls that the session got meanwhile.
 std::vector<std::string> CallsOfReading(CScriptedFile& file, const std::vector<std::uint32_t>& vFrames)
 {
@@ -164,14 +167,14 @@ std::vector<std::string> CallsOfReading(CScriptedFile& file, const std::vector<s
 
 TEST_F(Worker, ASingleStepBackIsAPlayFromItsFrame)
 {
-    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CScriptedFile file(m_format.Get(), EvenScript(LONG));
     CallsOfReading(file, {0, 200});
     EXPECT_THAT(CallsOfReading(file, {199}), ElementsAre("SetRate 0", "Start 7960", "Pause"));
 }
 
 TEST_F(Worker, TheSecondStepBackBringsAWindowInOnePlayThatTheNextStepsNeedNoOtherFor)
 {
-    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CScriptedFile file(m_format.Get(), EvenScript(LONG));
     CallsOfReading(file, {0, 200, 199});
     EXPECT_THAT(CallsOfReading(file, {198}), ElementsAre("SetRate 0", "Start 6040", "Pause"));  // frame 151
     std::vector<std::uint32_t> vSteps;
@@ -185,14 +188,21 @@ TEST_F(Worker, TheSecondStepBackBringsAWindowInOnePlayThatTheNextStepsNeedNoOthe
 
 TEST_F(Worker, AWalkBackNearTheBeginningStartsThere)
 {
-    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CScriptedFile file(m_format.Get(), EvenScript(LONG));
     CallsOfReading(file, {0, 200, 20, 19});
     EXPECT_THAT(CallsOfReading(file, {18, 17, 1, 0}), ElementsAre("SetRate 0", "Start 0", "Pause"));
 }
 
+TEST_F(Worker, AWalkBackThatAsksForEachFrameTwiceIsOne)
+{
+    CScriptedFile file(m_format.Get(), EvenScript(LONG));
+    CallsOfReading(file, {0, 200, 200, 199, 199});
+    EXPECT_THAT(CallsOfReading(file, {198, 198, 197, 197}), ElementsAre("SetRate 0", "Start 6040", "Pause"));
+}
+
 TEST_F(Worker, AWalkThatTurnsRoundReadsOn)
 {
-    CScriptedFile file(m_format.Get(), EvenScript(300));
+    CScriptedFile file(m_format.Get(), EvenScript(LONG));
     for (const int nFrame : {200, 199, 198, 197, 198, 199, 200, 201, 202, 203, 202, 201, 200, 199, 150, 151, 149, 148})
         ASSERT_EQ(file.ReadNumber(static_cast<std::uint32_t>(nFrame)), nFrame);
 }
@@ -200,7 +210,7 @@ TEST_F(Worker, AWalkThatTurnsRoundReadsOn)
 // With two pictures at most a window is one frame.
 TEST_F(Worker, AWalkBackBringsNoMoreThanTheStoreTakes)
 {
-    SScript script = EvenScript(300);
+    SScript script = EvenScript(LONG);
     CScriptedFile file(m_format.Get(), script, script.m_vTimesMs, 1);
     CallsOfReading(file, {200, 199});
     EXPECT_THAT(CallsOfReading(file, {198}), ElementsAre("SetRate 0", "Start 7920", "Pause"));

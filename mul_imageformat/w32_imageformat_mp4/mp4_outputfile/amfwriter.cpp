@@ -164,7 +164,7 @@ EPictureFate CAmfWriter::Submit(AMFSurface& surface)
     {
         surface.SetProperty(AMF_START_TIME_PROPERTY, Int64(amf_high_precision_clock()));
         if (m_pAmfEncoder->SubmitInput(&surface) != AMF_INPUT_FULL) return EPictureFate::Taken;
-        if (m_pPollingThread->IsQuietFor(g_uiFullLimit, uiBegin)) break;
+        if (m_pPollingThread->IsQuietFor(g_uiFullLimit, uiBegin) || m_pPollingThread->GaveTooMuch()) break;
         amf_sleep(1);
     }
     m_uiFullSince = uiBegin;
@@ -190,7 +190,7 @@ void CAmfWriter::EndStream()
 {
     const std::uint64_t uiBegin = m_uiFullSince.value_or(GetMilliseconds());
     AMF_RESULT eDrained = m_pAmfEncoder->Drain();
-    while (eDrained == AMF_INPUT_FULL && m_pPollingThread->IsRunning() &&
+    while (eDrained == AMF_INPUT_FULL && m_pPollingThread->IsRunning() && !m_pPollingThread->GaveTooMuch() &&
            !m_pPollingThread->IsQuietFor(g_uiFullLimit, uiBegin))
     {
         amf_sleep(1);

@@ -30,13 +30,15 @@ void PollingThread::Run()
             continue;
         }
         m_uiLastOutput = GetMilliseconds();
-        const bool bTooMuch = IsTooMuch(++uiBuffers);
-        if (bTooMuch)
+        m_bTooMuch = IsTooMuch(++uiBuffers);
+        if (m_bTooMuch)
             m_file.Abandon();
         else
             LogOutput(*pData);
         SafeRelease(&pData);
-        if (bTooMuch && IsEndExpected()) break;
+        if (!m_bTooMuch) continue;
+        if (IsEndExpected()) break;
+        amf_sleep(1);
     }
     m_file.WriteNalLengths();
 }

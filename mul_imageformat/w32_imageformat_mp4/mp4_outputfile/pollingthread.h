@@ -37,6 +37,9 @@ public:
     // end, ends the file unfinished, and after ExpectEnd the thread too.
     void ExpectPicture() { ++m_uiPictures; }
 
+    // Whether it has given far more than that. Nothing is to be expected of it any more.
+    bool GaveTooMuch() const { return m_bTooMuch; }
+
     // Whether nothing has come from the encoder for uiLimit milliseconds. They count from the last output, or from
     // uiBegin, a time of GetMilliseconds, if that is later. For any thread.
     bool IsQuietFor(std::uint32_t uiLimit, std::uint64_t uiBegin) const;
@@ -59,6 +62,7 @@ private:
     CMp4FileWriter& m_file;
     std::atomic<std::uint64_t> m_uiLastOutput{0};  // 0 before the first
     std::atomic<std::uint64_t> m_uiPictures{0};
+    std::atomic<bool> m_bTooMuch{false};
     std::atomic<std::uint64_t> m_uiEndBegin{0};         // of ExpectEnd
     std::atomic<std::uint32_t> m_uiEndLimit{NO_LIMIT};  // before ExpectEnd: none
 };

@@ -381,7 +381,10 @@ bool CFrameStore::AskForFrame(std::uint64_t uiIndex, void* pBuffer, QmStatus* pn
     const SQmGrabbedFrame* pFrame = Find(uiIndex);
     m_uiPrevRequested = m_uiRequested;
     m_uiRequested = uiIndex;
-    m_uiStepsBack = uiIndex + 1 == m_uiPrevRequested ? m_uiStepsBack + 1 : 0;
+    if (uiIndex + 1 == m_uiPrevRequested)
+        ++m_uiStepsBack;
+    else if (uiIndex != m_uiPrevRequested)
+        m_uiStepsBack = 0;
     ++m_uiRequestNumber;
     m_bRequestFailed = false;
     if (pFrame != nullptr)

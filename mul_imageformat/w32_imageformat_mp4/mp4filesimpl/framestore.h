@@ -243,7 +243,7 @@ private:
     std::uint64_t m_uiDelivered;      // index that the last sample got
     std::uint64_t m_uiRequested;      // the frame that the host wants
     std::uint64_t m_uiPrevRequested;  // the one that it wanted before
-    std::uint32_t m_uiStepsBack;      // the last so many requests were each for the frame before the one before it
+    std::uint32_t m_uiStepsBack;      // requests in a row for the frame before the one requested before
     IMFMediaSession* m_pSession;      // not counted
     std::atomic<bool>* m_pStopFlag;   // m_bStop of the input file; null in counting mode
     bool m_bNV12;                     // samples are NV12 and don't become pictures

@@ -57,7 +57,11 @@ bool CReadWorker::WaitWhilePlaying()
             TakeEvent(eType, hrStatus);
         }
         if (hr != S_OK || m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
-        if (eType != MESessionEnded) m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
+        // After a pause a sample may still be on its way into the store. It must not be numbered by the next play.
+        if (eType == MESessionPaused)
+            Sleep(POLL_MS);
+        else if (eType != MESessionEnded)
+            m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
     }
     return true;
 }

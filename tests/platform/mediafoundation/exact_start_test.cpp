@@ -155,6 +155,9 @@ protected:
         }
     }
 
+    // With the distances between key pictures it has no common factor, so a walk comes to all places in a group.
+    static std::size_t OddStride() { return test_support::Stride(7) | 1; }
+
     std::string Identify(const std::string& bytes) const
     {
         const auto it = std::find(m_pictures.begin(), m_pictures.end(), bytes);
@@ -170,7 +173,7 @@ protected:
 
 TEST_P(ExactStart, EveryPictureForwards)
 {
-    for (std::size_t k = 0; k < m_pictures.size(); k += test_support::Stride(7))
+    for (std::size_t k = 0; k < m_pictures.size(); k += OddStride())
     {
         ExpectPicturesFrom(k, 3);
     }
@@ -178,8 +181,7 @@ TEST_P(ExactStart, EveryPictureForwards)
 
 TEST_P(ExactStart, EveryPictureBackwards)
 {
-    const std::size_t uiStride = test_support::Stride(7);
-    for (std::size_t k = m_pictures.size(); k > 0; k -= std::min(k, uiStride))
+    for (std::size_t k = m_pictures.size(); k > 0; k -= std::min(k, OddStride()))
     {
         ExpectPicturesFrom(k - 1, 2);
     }
