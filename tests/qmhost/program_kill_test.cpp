@@ -6,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <numeric>
 #include <random>
 #include <sstream>
 
@@ -181,22 +182,32 @@ protected:
         return uiPackets;
     }
 
-    // All packets that the file has whole are in the repaired one, and no others.
+    // All packets that the file has whole are in the repaired one. A kill in the middle of a write may leave a part of
+    // the next one, which can't be told from a whole one; no others follow.
     void Repair(const std::string& strKilled, std::size_t uiPackets)
     {
+        const std::size_t uiBytes = std::accumulate(
+            m_vSizes.begin(), m_vSizes.begin() + static_cast<std::ptrdiff_t>(uiPackets), std::size_t{0});
+        const bool bMayHavePart = uiPackets < m_vSizes.size() && fs::file_size(strKilled) > MEDIA_BEGIN + uiBytes;
         const std::string strRepaired = Target("repaired.mp4");
         const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"repair", strKilled, strRepaired, "--period", "40"});
         ASSERT_EQ(result.m_nStatus, 0) << result.m_strErr;
         const std::string strFile = ReadText(strRepaired);
-        ASSERT_EQ(SizesIn(strFile), std::vector<std::uint32_t>(
-                                        m_vSizes.begin(), m_vSizes.begin() + static_cast<std::ptrdiff_t>(uiPackets)));
-        const std::string strMedia = MediaIn(strFile);
-        EXPECT_TRUE(strMedia == MediaIn(m_strGood).substr(0, strMedia.size()));
-        EXPECT_EQ(RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames -of "
-                             "csv=p=0 " +
-                                 Quoted(strRepaired),
-                             Complaints::None),
-                  std::to_string(uiPackets) + "\n");
+        std::vector<std::uint32_t> vSizes = SizesIn(strFile);
+        const bool bPart = bMayHavePart && vSizes.size() == uiPackets + 1;
+        if (bPart) vSizes.pop_back();
+        ASSERT_EQ(vSizes, std::vector<std::uint32_t>(m_vSizes.begin(),
+                                                     m_vSizes.begin() + static_cast<std::ptrdiff_t>(uiPackets)));
+        const std::string strMedia = MediaIn(strFile).substr(0, uiBytes);
+        EXPECT_TRUE(strMedia == MediaIn(m_strGood).substr(0, uiBytes));
+        if (!bPart)
+        {
+            EXPECT_EQ(RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames -of "
+                                 "csv=p=0 " +
+                                     Quoted(strRepaired),
+                                 Complaints::None),
+                      std::to_string(uiPackets) + "\n");
+        }
         fs::remove(strRepaired);
     }
 
@@ -243,7 +254,7 @@ TEST_P(KilledMuxer, LosesNoPacketThatWasWritten)
         }
         if (uiPackets > 0) Repair(m_strKilled, uiPackets);
         if (uiPackets == m_vSizes.size()) ++nWithAll;
-        if (uiPackets == 0)
+        if (uiPackets == 0 && strFile.size() == MEDIA_BEGIN)
         {
             EXPECT_EQ(
                 RunProgram(QMHOST_PROGRAM, {"repair", m_strKilled, Target("none.mp4"), "--period", "40"}).m_nStatus, 1);

@@ -195,7 +195,7 @@ TEST_F(FailingWrite, DistancesThatAFileCanNotHold)
     // The one before is as long as the system's files allow.
     const std::vector<std::string> vPictures = {Target("a.png"), Target("b.png"), Target("c.png")};
     for (const auto& [strCodec, strHours] :
-         {std::pair<std::string, std::string>{"ONE", "39.8"}, {"NVENC1", "119.3"}, {"AMF1", "119.3"}})
+         {std::pair<std::string, std::string>{"ONE", "39.8"}, {"NVENC1", "59.7"}, {"AMF1", "59.7"}})
     {
         auto vArguments = vPictures;
         vArguments.insert(vArguments.end(), {"--codec", strCodec, "--times", strTimes});
@@ -205,7 +205,7 @@ TEST_F(FailingWrite, DistancesThatAFileCanNotHold)
     }
     ExpectFailure(Write({Target("a.png"), Target("b.png"), "--codec", "AMF1", "--period", "500000000"}, "codecs=1"),
                   "write failed with status -9 (general failure): times at that period have a distance before entry 1 "
-                  "that is longer than the 119.3 hours that a file of AMF1" +
+                  "that is longer than the 59.7 hours that a file of AMF1" +
                       strWayOut);
 }
 

@@ -113,7 +113,7 @@ TEST(TimeGrid, NothingIsLostAfterHoursAndDays)
         std::vector<double> vTicks = {0};
         while (vTicks.back() < dHours * HOUR_MS * 10)
         {
-            vTicks.push_back(vTicks.back() + std::min(dHours, 100.0) * HOUR_MS * 10 + 1);
+            vTicks.push_back(vTicks.back() + std::min(dHours, 50.0) * HOUR_MS * 10 + 1);
             vTimesMs.push_back(vTicks.back() / 10);
         }
         const int aDistances[] = {1, 333, 334, 7, 166, 1, 1, 10009};
@@ -228,17 +228,17 @@ TEST(TimesProblems, NoTimesAndOneTime)
     EXPECT_FALSE(FindPeriodProblem(864e6, 1, MUXED_TIMES));
 }
 
-// 2^32 - 1 ticks are 429496729.5 ms, some 119 hours.
+// 2^31 - 1 ticks are 214748364.7 ms, some 59 hours.
 TEST(TimesProblems, DistancesThatAreTooLong)
 {
-    EXPECT_FALSE(FindTimesProblem(std::vector<double>{5.0, 429496734.5}, MUXED_TIMES));
-    ExpectProblem(FindTimesProblem(std::vector<double>{5.0, 6.0, 429496735.6}, MUXED_TIMES),
+    EXPECT_FALSE(FindTimesProblem(std::vector<double>{5.0, 214748369.7}, MUXED_TIMES));
+    ExpectProblem(FindTimesProblem(std::vector<double>{5.0, 6.0, 214748370.8}, MUXED_TIMES),
                   {ETimesProblem::TooLong, 2});
     ExpectProblem(FindTimesProblem(std::vector<double>{0, 1e300}, MUXED_TIMES), {ETimesProblem::TooLong, 1});
-    EXPECT_FALSE(FindPeriodProblem(429496729.5, 2, MUXED_TIMES));
-    ExpectProblem(FindPeriodProblem(429496729.6, 2, MUXED_TIMES), {ETimesProblem::TooLong, 1});
-    ExpectProblem(FindPeriodProblem(429496729.6, std::nullopt, MUXED_TIMES), {ETimesProblem::TooLong, 1});
-    EXPECT_FALSE(FindPeriodProblem(429496729.6, 1, MUXED_TIMES));
+    EXPECT_FALSE(FindPeriodProblem(214748364.7, 2, MUXED_TIMES));
+    ExpectProblem(FindPeriodProblem(214748364.8, 2, MUXED_TIMES), {ETimesProblem::TooLong, 1});
+    ExpectProblem(FindPeriodProblem(214748364.8, std::nullopt, MUXED_TIMES), {ETimesProblem::TooLong, 1});
+    EXPECT_FALSE(FindPeriodProblem(214748364.8, 1, MUXED_TIMES));
 }
 
 // 2^32 - 1 ticks of 1/30000 s are 143165576.5 ms.
@@ -250,10 +250,10 @@ TEST(TimesProblems, DistancesThatTheSystemsFilesCanNotHold)
 
 TEST(TimesProblems, LongRecordingsOfShortDistancesAreNone)
 {
-    EXPECT_FALSE(FindTimesProblem(Steady(100 * HOUR_MS, 1000), MUXED_TIMES));  // 11 years
-    EXPECT_FALSE(FindPeriodProblem(100 * HOUR_MS, 1000, MUXED_TIMES));
-    ExpectProblem(FindTimesProblem(Steady(100 * HOUR_MS, 3000), MUXED_TIMES), {ETimesProblem::TooLate, 2778});
-    ExpectProblem(FindPeriodProblem(100 * HOUR_MS, 3000, MUXED_TIMES), {ETimesProblem::TooLate, 2778});
+    EXPECT_FALSE(FindTimesProblem(Steady(50 * HOUR_MS, 1000), MUXED_TIMES));  // 5 years
+    EXPECT_FALSE(FindPeriodProblem(50 * HOUR_MS, 1000, MUXED_TIMES));
+    ExpectProblem(FindTimesProblem(Steady(50 * HOUR_MS, 6000), MUXED_TIMES), {ETimesProblem::TooLate, 5556});
+    ExpectProblem(FindPeriodProblem(50 * HOUR_MS, 6000, MUXED_TIMES), {ETimesProblem::TooLate, 5556});
 }
 
 // The frames at 0.3 and 0.4 ms go to 1 and 2 ms: the second one is 1.6 ms late.

@@ -1,6 +1,10 @@
+#include <stdexcept>
+#include <system_error>
+
 #include <windows.h>
 
 #include "parts/diskflush.h"
+#include "parts/text.h"
 
 namespace qmhost
 {
@@ -10,8 +14,11 @@ void FlushToDisk(const std::filesystem::path& path)
     const HANDLE hFile = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (hFile == INVALID_HANDLE_VALUE) return;
-    FlushFileBuffers(hFile);
+    const DWORD dwError = FlushFileBuffers(hFile) ? ERROR_SUCCESS : GetLastError();
     CloseHandle(hFile);
+    if (dwError == ERROR_SUCCESS || dwError == ERROR_INVALID_FUNCTION || dwError == ERROR_NOT_SUPPORTED) return;
+    throw std::runtime_error(Quoted(Utf8FromPath(path)) + " can't be brought to the disk: " +
+                             std::system_category().message(static_cast<int>(dwError)));
 }
 
 }  // namespace qmhost

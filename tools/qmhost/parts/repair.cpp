@@ -252,7 +252,7 @@ private:
             Warn(m_strIn + " has " + Count(facts->m_uiTimes, "time") + " for " + Count(facts->m_uiPictures, "picture") +
                  "; after one that is missing, pictures have the times of others");
         }
-        if (facts->m_bTimesFall) Warn("times of " + m_strIn + " run backwards; other programs take that for days");
+        if (facts->m_bTimesFall) Warn("times of " + m_strIn + " run backwards, or are more than 59 hours apart; other programs take either for another time");
         if (layout.m_movie->m_uiEnd < m_source.Size())
         {
             Warn(Count(m_source.Size() - layout.m_movie->m_uiEnd, "byte") + " after the index of " + m_strIn +

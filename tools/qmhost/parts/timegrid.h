@@ -20,11 +20,12 @@ struct TimeForm
 {
     std::uint32_t m_uiTicksPerMs;  // of the grid
     std::uint32_t m_uiShortest;    // distance of two frames in ticks; the module takes shorter ones for this
-    std::uint32_t m_uiLongest;     // in ticks; the file wraps longer ones or is refused
+    std::uint32_t m_uiLongest;     // in ticks; longer ones are wrapped, refused or taken for other ones
 };
 
-// The files that the module muxes itself: ticks of 0.1 ms in 32 bits. Frames may have the same time.
-inline constexpr TimeForm MUXED_TIMES{10, 0, 0xFFFFFFFF};
+// The files that the module muxes itself: ticks of 0.1 ms in 32 bits. Other programs take one of which the top bit is
+// set for a negative distance. Frames may have the same time.
+inline constexpr TimeForm MUXED_TIMES{10, 0, 0x7FFFFFFF};
 
 // The files of the system's encoder. The module lets a frame last a millisecond at least. The sink's limit of a
 // distance depends on its clock: 32 bits of 1/30000 s here.
