@@ -10,31 +10,42 @@ constexpr bool FILE_IS_HELD = false;
 #endif
 
 // On Windows no folder takes the place of the system's. But there a bare name also means the file of that name that the
-// process has already, so this program holds it.
+// process has already, so this program holds it: the one of the fake that was made last.
 class CHeldFile
 {
 public:
     void Hold(const std::wstring& strFile)
     {
-        m_strFile = strFile;
-        if (FILE_IS_HELD) m_hFile = LoadLibraryW(strFile.c_str());
+        Drop();
+        m_vFiles.push_back(strFile);
+        Take();
     }
     void LetGo()
     {
-        if (m_hFile != nullptr) FreeLibrary(m_hFile);
-        m_hFile = nullptr;
+        Drop();
+        m_vFiles.pop_back();
+        Take();
     }
     bool IsLoadedByOthers()
     {
-        const bool bHeld = m_hFile != nullptr;
-        LetGo();
+        Drop();
         const bool bLoaded = GetModuleHandleW(AMF_DLL_NAME) != nullptr;
-        if (bHeld) Hold(m_strFile);
+        Take();
         return bLoaded;
     }
 
 private:
-    std::wstring m_strFile;
+    void Take()
+    {
+        if (FILE_IS_HELD && !m_vFiles.empty()) m_hFile = LoadLibraryW(m_vFiles.back().c_str());
+    }
+    void Drop()
+    {
+        if (m_hFile != nullptr) FreeLibrary(m_hFile);
+        m_hFile = nullptr;
+    }
+
+    std::vector<std::wstring> m_vFiles;
     HMODULE m_hFile = nullptr;
 };
 CHeldFile g_heldFile;
