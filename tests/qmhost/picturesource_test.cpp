@@ -32,7 +32,7 @@ protected:
         WriteText(path, bytes);
         return path;
     }
-    std::string Name(const char* pszName) const { return Quoted(Utf8FromPath(m_folder / pszName)); }
+    std::string Name(const char* pszName) const { return Quoted(Utf8FromPath((m_folder / pszName).make_preferred())); }
 
     static std::string ReadNext(PictureSource& source)
     {
