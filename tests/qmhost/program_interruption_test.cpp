@@ -129,6 +129,25 @@ TEST_F(InterruptedProgram, SecondRequestEndsAFrameThatNeverComes)
     }
 }
 
+// The lines are more than a pipe holds, so that the program meets the closed end before its last frame.
+TEST_F(InterruptedProgram, ReaderOfTheProgressThatGoesDoesNotEndTheFile)
+{
+    constexpr int FRAMES = 20'000;
+    RawFile();
+    fs::resize_file(m_folder / "frames.bgr", std::uintmax_t{FRAMES} * 12);
+    const ProgramResult result =
+        RunProgram("sh",
+                   {"-c", "{ \"$0\" \"$@\"; echo \"status $?\" >&2; } | true", QMHOST_PROGRAM, "write",
+                    Target("out.mp4"), "--raw", Target("frames.bgr"), "--size", "2x2", "--codec", "ONE", "--period",
+                    "40", "--progress", "--module", SCRIPTED_MODULE},
+                   {"QMHOST_SCRIPT=frames=" + std::to_string(FRAMES)});
+    EXPECT_EQ(result.m_strErr,
+              "qmhost: write failed with status -9 (general failure): standard output can't be written\nstatus 1\n");
+    const std::string strFile = ReadText(m_folder / "out.mp4");
+    EXPECT_THAT(strFile, testing::HasSubstr("\nframe " + std::to_string(40 * (FRAMES - 1)) + " "));
+    EXPECT_THAT(strFile, testing::HasSubstr("moov"));
+}
+
 TEST_F(InterruptedProgram, CommandsThatChangeNothingEndAtOnce)
 {
     StartedProgram program = Start({"times", m_strVideo}, "frames=" + std::to_string(MANY));

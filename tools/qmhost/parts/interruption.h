@@ -14,7 +14,8 @@ public:
 };
 
 // From now on the first such request is noted and doesn't end the process. The second one ends it at once, whatever it
-// waits for. A signal that the process was started to ignore stays ignored.
+// waits for. A signal that the process was started to ignore stays ignored. A write to a pipe without
+// a reader fails from now on, and doesn't end the process: Ctrl-C ends the reader too.
 void NoteInterruptions();
 
 // 0 before a request; then the exit status that shells give it: 130 after Ctrl-C, 143 after a request to end, 129 when

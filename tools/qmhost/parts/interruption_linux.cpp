@@ -25,6 +25,7 @@ void Note(int nSignal)
 
 void NoteInterruptions()
 {
+    std::signal(SIGPIPE, SIG_IGN);
     for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
     {
         struct sigaction action = {};
