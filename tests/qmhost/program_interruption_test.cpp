@@ -4,6 +4,10 @@
 #include <fstream>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "muxed_bytes.h"
 #include "program_fixture.h"
 #include "support/file_contents.h"
@@ -127,6 +131,35 @@ TEST_F(InterruptedProgram, SecondRequestEndsAFrameThatNeverComes)
             EXPECT_TRUE(result.m_nStatus == 128 + nFirst || result.m_nStatus == 128 + nSecond) << result.m_nStatus;
         }
     }
+}
+
+// The producer keeps the pipe open, and sends nothing more: at the end of a frame, or within one.
+TEST_F(InterruptedProgram, SilentInputDoesNotHoldUpTheEnd)
+{
+    ASSERT_EQ(mkfifo(Target("pipe").c_str(), 0600), 0);
+    const int nPipe = open(Target("pipe").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(nPipe, 0);
+    for (const std::size_t uiBytes : {36U, 41U})
+    {
+        fs::remove(m_folder / "out.mp4");
+        ASSERT_EQ(write(nPipe, std::string(uiBytes, 'x').data(), uiBytes), static_cast<ssize_t>(uiBytes));
+        StartedProgram program("sh",
+                               {"-c", "exec \"$@\" < \"$0\"", Target("pipe"), QMHOST_PROGRAM, "write",
+                                Target("out.mp4"), "--raw", "-", "--size", "2x2", "--codec", "ONE", "--period", "40",
+                                "--progress", "--module", SCRIPTED_MODULE},
+                               {"QMHOST_SCRIPT=frames=3"});
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(program.ReadLine(), "frame " + std::to_string(i));
+        program.Signal(SIGTERM);
+        const ProgramResult result = program.Wait();
+        EXPECT_EQ(result.m_nStatus, 143);
+        EXPECT_THAT(result.m_strErr,
+                    testing::HasSubstr("qmhost: interrupted; '" + Target("out.mp4") + "' is finished with 3 frames\n"));
+        const std::string strFile = ReadText(m_folder / "out.mp4");
+        EXPECT_THAT(strFile, testing::HasSubstr("\nframe 80 "));
+        EXPECT_THAT(strFile, testing::HasSubstr("moov"));
+    }
+    close(nPipe);
 }
 
 // The lines are more than a pipe holds, so that the program meets the closed end before its last frame.

@@ -1,7 +1,10 @@
 // Ctrl-C and the signals that ask a process to end.
 #pragma once
 
+#include <cstdio>
 #include <exception>
+#include <span>
+#include <system_error>
 
 namespace qmhost
 {
@@ -21,6 +24,11 @@ void NoteInterruptions();
 // 0 before a request; then the exit status that shells give it: 130 after Ctrl-C, 143 after a request to end, 129 when
 // the terminal has gone. Any thread may ask.
 int InterruptionStatus();
+
+// Fills the bytes from a stream, of which nothing was read in another way. Returns how many there were: fewer at the
+// end of the stream, after an error, which is given back, and after a request. On Windows a request counts when the
+// next bytes come or the stream ends.
+std::size_t ReadUntilInterrupted(std::FILE* pStream, std::span<unsigned char> bytes, std::error_code& error);
 
 inline void ThrowIfInterrupted()
 {

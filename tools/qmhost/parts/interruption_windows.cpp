@@ -1,6 +1,7 @@
 #include "parts/interruption.h"
 
 #include <atomic>
+#include <cerrno>
 
 #include <windows.h>
 
@@ -37,6 +38,14 @@ void NoteInterruptions()
 int InterruptionStatus()
 {
     return g_nStatus;
+}
+
+std::size_t ReadUntilInterrupted(std::FILE* pStream, std::span<unsigned char> bytes, std::error_code& error)
+{
+    errno = 0;
+    const std::size_t uiRead = std::fread(bytes.data(), 1, bytes.size(), pStream);
+    if (std::ferror(pStream)) error = std::error_code(errno != 0 ? errno : EIO, std::generic_category());
+    return uiRead;
 }
 
 }  // namespace qmhost

@@ -48,7 +48,7 @@ std::unique_ptr<PictureSource> OpenRawPictures(const std::filesystem::path& path
 
 // The same from a stream that can't be read twice, such as a pipe: how many frames there are shows at its end, and
 // nothing of it is read before. pStream is in binary mode and outlives the object. A part of a frame at the end is a
-// rest. name: what messages call the stream.
+// rest. A request to end the program is an end too, also while the stream is silent. name: what messages call the stream.
 std::unique_ptr<PictureSource> OpenRawStream(std::FILE* pStream, std::string name, PictureSize size);
 
 }  // namespace qmhost

@@ -1,5 +1,4 @@
 // Bare rows as pictures, from a file or a stream.
-#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -7,6 +6,7 @@
 
 #include "parts/bytesource.h"
 #include "parts/inputpath.h"
+#include "parts/interruption.h"
 #include "parts/picturesource.h"
 #include "parts/text.h"
 
@@ -111,12 +111,12 @@ private:
     bool ReadFrame(std::vector<unsigned char>& vFrame) override
     {
         if (m_bEnded) return false;
-        errno = 0;
-        const std::size_t uiBytes = std::fread(vFrame.data(), 1, vFrame.size(), m_pStream);
-        if (std::ferror(m_pStream))
+        std::error_code error;
+        const std::size_t uiBytes = ReadUntilInterrupted(m_pStream, vFrame, error);
+        if (error)
         {
             throw std::runtime_error("frame " + std::to_string(CountRead()) + " can't be read from " + Name() + ": " +
-                                     std::error_code(errno != 0 ? errno : EIO, std::generic_category()).message());
+                                     error.message());
         }
         m_bEnded = uiBytes < vFrame.size();
         if (m_bEnded) m_uiRest = uiBytes;
