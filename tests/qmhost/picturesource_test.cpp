@@ -214,12 +214,33 @@ TEST_F(PictureSources, FilesThatChangeMeanwhile)
         EXPECT_EQ(Problem([&] { ReadNext(*pSource); }),
                   Name("a.png") + " is 2 x 1, unlike " + Name("a.png") + ", which is 1 x 1");
     }
-    File("a.png", Png("abc"));
-    const auto pSource = OpenImageFiles({pathFirst, pathSecond});
-    File("b.tif", MakeTiff({Page("def")}));
-    ReadNext(*pSource);
-    ReadNext(*pSource);
-    EXPECT_EQ(Problem([&] { ReadNext(*pSource); }), "an image file lost pages meanwhile");
+}
+
+// With any other number of pages the pictures of the later files would get the times of others. The files have red
+// first, and what is read has blue first.
+TEST_F(PictureSources, PagesThatComeOrGoMeanwhile)
+{
+    const fs::path pathFirst = m_folder / "a.tif";
+    const fs::path pathLast = File("b.tif", MakeTiff({Page("xyz"), Page("uvw")}));
+    const auto after = [&](const char* pszName, const std::vector<TiffPage>& vPages) {
+        File("a.tif", MakeTiff({Page("abc"), Page("def")}));
+        File("b.tif", MakeTiff({Page("xyz"), Page("uvw")}));
+        const auto pSource = OpenImageFiles({pathFirst, pathLast});
+        File(pszName, MakeTiff(vPages));
+        std::string strRead;
+        const std::string strProblem = Problem([&] {
+            for (std::string strNext; (strNext = ReadNext(*pSource)) != "end";)
+                strRead += strNext;
+        });
+        return strRead + ": " + strProblem;
+    };
+    EXPECT_EQ(after("a.tif", {Page("abc")}), "cba: " + Name("a.tif") + " had 2 pages at first, and has fewer now");
+    EXPECT_EQ(after("a.tif", {Page("abc"), Page("def"), Page("ghi")}),
+              "cbafed: " + Name("a.tif") + " had 2 pages at first, and has more now");
+    EXPECT_EQ(after("b.tif", {Page("xyz")}),
+              "cbafedzyx: " + Name("b.tif") + " had 2 pages at first, and has fewer now");
+    EXPECT_EQ(after("b.tif", {Page("xyz"), Page("uvw"), Page("ghi")}),
+              "cbafedzyxwvu: " + Name("b.tif") + " had 2 pages at first, and has more now");
 }
 
 TEST_F(PictureSources, RawFrames)

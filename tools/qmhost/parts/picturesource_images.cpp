@@ -104,20 +104,20 @@ public:
 
     bool ReadNext(unsigned char* pPixels, std::size_t uiWidthBytes) override
     {
-        if (m_uiRead == m_uiCount) return false;
         if (m_pFile && m_pFile->NextPage())
         {
             ++m_uiPage;
+            RequirePages(m_uiPage < m_vPages[m_uiNextFile - 1]);
         }
         else
         {
-            if (m_uiNextFile == m_vPaths.size()) throw std::runtime_error("an image file lost pages meanwhile");
+            RequirePages(!m_pFile || m_uiPage + 1 == m_vPages[m_uiNextFile - 1]);
+            if (m_uiNextFile == m_vPaths.size()) return false;
             m_pFile = OpenImage(m_vPaths[m_uiNextFile++]);
             m_uiPage = 0;
         }
         RequireSize(m_vPaths[m_uiNextFile - 1], m_uiPage, m_pFile->Page().m_size);  // it may have changed meanwhile
         m_pFile->Read(pPixels, uiWidthBytes);
-        ++m_uiRead;
         return true;
     }
 
@@ -160,6 +160,16 @@ private:
                                  ", which is " + SizeText(m_size));
     }
 
+    // The file may have changed since it was looked at. Pictures after it would get the times of others then.
+    void RequirePages(bool bAsBefore) const
+    {
+        if (bAsBefore) return;
+        const std::uint32_t uiPages = m_vPages[m_uiNextFile - 1];
+        throw std::runtime_error(Quoted(Utf8FromPath(m_vPaths[m_uiNextFile - 1])) + " had " + std::to_string(uiPages) +
+                                 (uiPages == 1 ? " page" : " pages") + " at first, and has " +
+                                 (m_uiPage < uiPages ? "fewer" : "more") + " now");
+    }
+
     std::vector<std::filesystem::path> m_vPaths;
     std::vector<std::uint32_t> m_vPages;  // of each file
     PictureSize m_size{};
@@ -169,7 +179,6 @@ private:
     std::vector<std::string> m_vWarnings;
 
     std::unique_ptr<ImageReader> m_pFile;  // at the picture that was read last
-    std::uint32_t m_uiRead = 0;
     std::size_t m_uiNextFile = 0;
     std::uint32_t m_uiPage = 0;
 };
