@@ -103,6 +103,23 @@ TEST_F(StreamedWrite, TimesAreLookedAtBeforeTheFirstFrame)
     EXPECT_FALSE(fs::exists(m_pathOut));
 }
 
+TEST_F(StreamedWrite, SizeIsExpectedFromTheNumberOfTimes)
+{
+    const auto errOf = [&](int nTimes) {
+        std::string strLines;
+        for (int i = 0; i < nTimes; ++i)
+            strLines += std::to_string(i) + "," + std::to_string(40 * i) + "\n";
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM,
+                                                {"write", m_strOut, "--codec", "AMF1", "--raw", "-", "--size",
+                                                 "1920x1080", "--times", Times(strLines), "--module", SCRIPTED_MODULE},
+                                                {"QMHOST_SCRIPT=codecs=1"});
+        EXPECT_EQ(result.m_nStatus, 1);
+        return result.m_strErr;
+    };
+    EXPECT_THAT(errOf(51'600), testing::StartsWith("qmhost: warning: '" + m_strOut + "' may become larger than 4 GiB"));
+    EXPECT_THAT(errOf(51'500), testing::StartsWith("qmhost: write failed"));
+}
+
 TEST_F(StreamedWrite, InputThatCanNotBeRead)
 {
     const ProgramResult result =

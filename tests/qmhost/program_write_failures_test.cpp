@@ -234,11 +234,28 @@ TEST_F(FailingWrite, PictureThatIsBrokenInside)
     ASSERT_NE(tiff.find(strOffset), std::string::npos);
     tiff[tiff.find(strOffset) + 9] = '\x70';
     File("b.png", tiff);
-    const ProgramResult result = WriteThree("");
+    const std::string strProblem =
+        "write failed with status -9 (general failure): '" + Target("b.png") + "' can't be read: ";
+    const ProgramResult result = WriteThree("frames=1");
     EXPECT_EQ(result.m_nStatus, 1);
-    EXPECT_THAT(result.m_strErr, StartsWith("qmhost: write failed with status -9 (general failure): '" +
-                                            Target("b.png") + "' can't be read: "));
-    EXPECT_THAT(result.m_strErr, EndsWith("; the file is left as it is, incomplete\n"));
+    EXPECT_THAT(result.m_strErr, StartsWith("qmhost: " + strProblem));
+    EXPECT_THAT(result.m_strErr, EndsWith("; '" + m_strOut + "' is finished with 1 frame\n"));
+    EXPECT_THAT(ReadText(m_pathOut), HasSubstr("moov"));
+
+    // What was read up to there is checked as any other file is.
+    const ProgramResult less = WriteThree("frames=1 index=0");
+    EXPECT_EQ(less.m_nStatus, 1);
+    EXPECT_THAT(less.m_strErr, StartsWith("qmhost: '" + Target("b.png") + "' can't be read: "));
+    EXPECT_THAT(less.m_strErr, EndsWith("\nqmhost: write failed with status -9 (general failure): '" + m_strOut +
+                                        "' doesn't hold the 1 frames written: it has no index; the file is left as it "
+                                        "is, incomplete\n"));
+
+    fs::remove(m_pathOut);
+    const ProgramResult first = Write({Target("b.png"), "--codec", "ONE", "--period", "40"});
+    EXPECT_EQ(first.m_nStatus, 1);
+    EXPECT_THAT(first.m_strErr, StartsWith("qmhost: " + strProblem));
+    EXPECT_THAT(first.m_strErr, EndsWith("; no file was made\n"));
+    EXPECT_FALSE(fs::exists(m_pathOut));
 }
 
 TEST_F(FailingWrite, TargetsThatCannotBeWritten)

@@ -1,6 +1,8 @@
 // qmhost write: pictures and their times become an MP4 file.
 #include "command.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <optional>
@@ -65,6 +67,11 @@ CodecFacts FactsOf(const std::string& strCode)
     return {nullptr, false, SYSTEM_TIMES};
 }
 
+std::string Frames(std::uint32_t uiCount)
+{
+    return std::to_string(uiCount) + (uiCount == 1 ? " frame" : " frames");
+}
+
 std::string Hours(double dMs)
 {
     char acText[40];
@@ -90,6 +97,13 @@ public:
 
     // Whether there is a time for this frame.
     bool Has(std::uint32_t uiFrame) const { return !m_vTimes || uiFrame < m_vTimes->size(); }
+
+    // How many times there are; nothing with a steady period.
+    std::optional<std::uint32_t> Count() const
+    {
+        if (!m_vTimes) return std::nullopt;
+        return static_cast<std::uint32_t>(std::min<std::size_t>(m_vTimes->size(), UINT32_MAX));
+    }
 
     // That there are more or fewer times than pictures, for a message; "" when there are as many.
     std::string CountProblem(std::uint32_t uiPictures) const
@@ -187,7 +201,7 @@ public:
 
     // Ends early when the user asks for it. grid: nothing for times that are handed over as they stand. bReport: a line
     // on standard output after each frame. Throws std::runtime_error if there is no picture, and Interrupted if there
-    // is none yet.
+    // is none yet. A picture that can't be read is the end too.
     void Write(EvenPicture& picture, std::optional<TimeGrid> grid, bool bReport)
     {
         ProgressBar progress(IsTerminalOnStderr() ? &std::cerr : nullptr, m_source.Count());
@@ -206,26 +220,30 @@ public:
             progress.Step();
         }
         if (m_uiFrames > 0) return;
-        if (InterruptionStatus() != 0)
+        if (m_strReadError.empty() && InterruptionStatus() != 0)
         {
             m_video.Abandon();
             throw Interrupted();
         }
-        const std::string strRest = m_source.Rest();
-        throw std::runtime_error((strRest.empty() ? "there is no frame" : strRest) + "; " + m_video.Abandon());
+        const std::string strShortfall = m_strReadError.empty() ? m_source.Rest() : m_strReadError;
+        throw std::runtime_error((strShortfall.empty() ? "there is no frame" : strShortfall) + "; " +
+                                 m_video.Abandon());
     }
 
     std::uint32_t Written() const { return m_uiFrames; }
 
-    // What was given and isn't in the file, for a message; "" for nothing.
+    // What was given and isn't in the file, for a message; "" for nothing. What comes after an interruption isn't
+    // missed.
     std::string Shortfall() const
     {
+        if (!m_strReadError.empty() || InterruptionStatus() != 0) return m_strReadError;
         if (m_bMorePictures) return "there are more frames than the " + std::to_string(m_uiFrames) + " times";
         const std::string strRest = m_source.Rest();
         return strRest.empty() ? m_times.CountProblem(m_uiFrames) : strRest;
     }
 
 private:
+    // False also for a picture that can't be read. The frames before it make a file.
     bool ReadNext(EvenPicture& picture)
     try
     {
@@ -233,7 +251,8 @@ private:
     }
     catch (const std::runtime_error& e)
     {
-        throw std::runtime_error(std::string(e.what()) + "; " + m_video.Abandon());
+        m_strReadError = e.what();
+        return false;
     }
 
     OutputVideo& m_video;
@@ -241,6 +260,7 @@ private:
     const FrameTimes& m_times;
     std::uint32_t m_uiFrames = 0;  // written
     bool m_bMorePictures = false;
+    std::string m_strReadError;  // of the picture after the last one written
 };
 
 class WriteCommand : public Command
@@ -302,7 +322,7 @@ public:
         const FrameTimes times(m_strTimes, m_dPeriodMs, pSource->Count());
         times.RequireStorable(m_strCodec, codec.m_times, m_bExactTimes);
         EvenPicture picture(pSource->Size());
-        WarnBefore(*pSource, picture, codec);
+        WarnBefore(*pSource, times, picture, codec);
         if (session.Diag().AreShown())
             for (const std::string& strLine : pSource->Order())
                 std::cerr << "qmhost: " << strLine << '\n';
@@ -311,13 +331,8 @@ public:
         FrameWriter writer(video, *pSource, times);
         NoteInterruptions();
         writer.Write(picture, m_bExactTimes ? std::nullopt : std::optional<TimeGrid>(codec.m_times), m_bProgress);
-        video.Close([&] { Complete(codec); });
-        const bool bInterrupted = InterruptionStatus() != 0;
-        if (bInterrupted)
-        {
-            std::cerr << "qmhost: interrupted; " << Quoted(m_strOut) << " is finished with " << writer.Written()
-                      << " frames\n";
-        }
+        Close(video, writer, codec);
+        if (InterruptionStatus() != 0) std::cerr << "qmhost: interrupted; " << Finished(writer.Written()) << '\n';
         ReportTimes(times, writer.Written());
         if (codec.m_bMuxedByModule && !m_bRepair)
         {
@@ -325,16 +340,31 @@ public:
                       << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
                          "repaired: qmhost repair, or write --repair\n";
         }
-        const std::string strShortfall = bInterrupted ? "" : writer.Shortfall();
-        if (!strShortfall.empty())
-        {
-            throw std::runtime_error(strShortfall + "; " + Quoted(m_strOut) + " is finished with " +
-                                     std::to_string(writer.Written()) + " frames");
-        }
+        const std::string strShortfall = writer.Shortfall();
+        if (!strShortfall.empty()) throw std::runtime_error(strShortfall + "; " + Finished(writer.Written()));
     }
 
 private:
-    void WarnBefore(const PictureSource& source, const EvenPicture& picture, const CodecFacts& codec) const
+    std::string Finished(std::uint32_t uiFrames) const
+    {
+        return Quoted(m_strOut) + " is finished with " + Frames(uiFrames);
+    }
+
+    void Close(OutputVideo& video, const FrameWriter& writer, const CodecFacts& codec) const
+    try
+    {
+        video.Close([&] { Complete(codec); });
+    }
+    catch (const std::runtime_error&)
+    {
+        // The failure is the last line. What ended the frames early mustn't be lost with it.
+        const std::string strShortfall = writer.Shortfall();
+        if (!strShortfall.empty()) std::cerr << "qmhost: " << strShortfall << '\n';
+        throw;
+    }
+
+    void WarnBefore(const PictureSource& source, const FrameTimes& times, const EvenPicture& picture,
+                    const CodecFacts& codec) const
     {
         for (const std::string& warning : source.Warnings())
             Warn(warning);
@@ -345,8 +375,8 @@ private:
                  std::to_string(picture.Width()) + " x " + std::to_string(picture.Height()) +
                  ", since H.264 takes even sides only");
         }
-        if (codec.m_bMuxedByModule && !m_bRepair && source.Count())
-            WarnOfSize(m_strOut, m_strCodec, picture, *source.Count());
+        const auto count = source.Count() ? source.Count() : times.Count();
+        if (codec.m_bMuxedByModule && !m_bRepair && count) WarnOfSize(m_strOut, m_strCodec, picture, *count);
     }
 
     // Compares the times in the file with the given ones.
@@ -358,7 +388,7 @@ private:
         if (!dDifferenceMs) return;
         char acText[40];
         std::snprintf(acText, sizeof acText, *dDifferenceMs < 100 ? "%.3g" : "%.0f", *dDifferenceMs);
-        std::cout << Quoted(m_strOut) << " has " << uiFrames << (uiFrames == 1 ? " frame" : " frames")
+        std::cout << Quoted(m_strOut) << " has " << Frames(uiFrames)
                   << "; the largest difference of a time from the given one is "
                   << (*dDifferenceMs < SMALLEST_DIFFERENCE_MS ? "0" : acText) << " ms\n";
     }
