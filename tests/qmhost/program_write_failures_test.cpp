@@ -128,6 +128,41 @@ TEST_F(FailingWrite, FileThatLacksFramesAfterwards)
                 HasSubstr("' doesn't hold the 3 frames written: GetImageAttributes failed with status -9 "));
 }
 
+// All frames are there, and it takes a repair to open them. The module isn't asked, which doesn't open it either.
+TEST_F(FailingWrite, FileAbove4GiBIsWholeButHasToBeRepaired)
+{
+    const std::vector<std::string> vArguments = {Target("a.png"), Target("b.png"), "--codec", "AMF1", "--period", "40"};
+    const ProgramResult result = Write(vArguments, "codecs=1 large=1 GetImageAttributes=-9");
+    EXPECT_EQ(result.m_nStatus, 0);
+    EXPECT_EQ(result.m_strErr, "qmhost: warning: '" + m_strOut +
+                                   "' is whole, but larger than 4 GiB: no program opens it until it is repaired, with "
+                                   "qmhost repair\n");
+
+    ExpectFailure(Write(vArguments, "codecs=1 large=1 listed=1"),
+                  "write failed with status -9 (general failure): '" + m_strOut +
+                      "' doesn't hold the 2 frames written: its index has 1; the file is left as it is, incomplete");
+}
+
+// The module's file here is none of AMF1, which repair says.
+TEST_F(FailingWrite, RepairThatFailsSaysWhy)
+{
+    const std::vector<std::string> vArguments = {Target("a.png"), "--codec", "AMF1", "--period", "40", "--repair"};
+    const std::string strReason = "isn't repaired: repair failed with status -1506 (not supported by this format): ";
+    const std::string strWayOut = "; qmhost repair makes a repaired copy, elsewhere too\n";
+    for (const std::string strScript : {"codecs=1 frames=1", "codecs=1 large=1"})
+    {
+        const ProgramResult whole = Write(vArguments, strScript);
+        EXPECT_EQ(whole.m_nStatus, 1);
+        EXPECT_THAT(whole.m_strErr, StartsWith("qmhost: write failed with status -9 (general failure): '" + m_strOut +
+                                               "' is written and finished, but " + strReason));
+        EXPECT_THAT(whole.m_strErr, EndsWith(strWayOut));
+    }
+    const ProgramResult less = Write(vArguments, "codecs=1 frames=1 listed=3");
+    EXPECT_EQ(less.m_nStatus, 1);
+    EXPECT_THAT(less.m_strErr, HasSubstr("its index has 3; the file is left as it is, incomplete, and " + strReason));
+    EXPECT_THAT(less.m_strErr, EndsWith(strWayOut));
+}
+
 TEST_F(FailingWrite, UnknownCodec)
 {
     for (const std::string strCodec : {"one", "THREE"})

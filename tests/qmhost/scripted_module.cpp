@@ -12,6 +12,7 @@
 //   makesfile              0 for an output object that doesn't report that it couldn't open its file
 //   index                  0 for a file that is written without an index
 //   listed                 the number of pictures in the index of a file that is written
+//   large                  1 for a written file above 4 GiB
 //   codecs                 1 for a table with the codecs NVENC1 and AMF1 too
 //   reason                 0 for a frame that fails without a line in the diagnostics
 //   hangs                  the frame at which ReadFrame or WriteNextFrame reports it on standard error and never

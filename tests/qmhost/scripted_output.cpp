@@ -124,11 +124,16 @@ private:
         if (m_hFile) QM_WriteFile(m_hFile, bytes.data(), bytes.size(), nullptr, nullptr);
     }
 
+    // Above 4 GiB. The gap before the index is a hole, and the size of `mdat` keeps its low 32 bits.
+    static constexpr std::uint64_t LARGE = 0x1'4000'0000;
+
     // Pictures of one byte are enough for an index.
     void Finish()
     {
         std::uint64_t uiSize = 0;
         QM_GetFileSize(m_hFile, &uiSize);
+        if (Scripted("large", 0) != 0) uiSize = LARGE;
+        QM_SeekFile(m_hFile, static_cast<std::int64_t>(uiSize), QM_SEEK_BEGIN);
         if (Scripted("index", 1) != 0)
         {
             const std::string sizes = Word(0) + Word(1) + Word(Number("listed", static_cast<int>(m_uiFrames)));

@@ -79,5 +79,17 @@ TEST(TrackTimes, BrokenTablesAreNotCompared)
               std::nullopt);
 }
 
+// The size of its media data has lost the upper bits.
+TEST(TrackTimes, OfAFileAbove4GiB)
+{
+    constexpr std::uint64_t MEDIA = 0x1'4000'0000;
+    const std::string strIndex =
+        Movie(Track(MediaHeader(10000) + Handler("vide") + MediaInfo(SampleTable({{3, 400}}))));
+    BytesWithHole bytes(FileType() + Word(static_cast<std::uint32_t>(MEDIA)) + "mdat", FileType().size() + MEDIA,
+                        strIndex);
+    const std::vector<double> vGivenMs = {0, 40, 80.5};
+    EXPECT_EQ(LargestTimeDifference(bytes, 3, [&](std::uint32_t ui) { return vGivenMs[ui]; }), 0.5);
+}
+
 }  // namespace
 }  // namespace qmhost

@@ -11,6 +11,7 @@ namespace
 {
 
 using namespace test_support;
+using test_support::Box;  // not that of the reader
 
 constexpr std::uint32_t FRAMES = 3;
 
@@ -108,18 +109,50 @@ TEST(WrittenFile, LongTableOfSizes)
 }
 
 // The size of `mdat` has 32 bits, of which a larger one keeps the low ones.
-TEST(WrittenFile, LargerThan4GiB)
+class WrittenLargeFile : public testing::Test
 {
-    class LargeFile : public MemoryBytes
+protected:
+    // uiMedia: of the box `mdat`, with its header.
+    static BytesWithHole Make(std::uint64_t uiMedia, const std::string& strEnd)
     {
-    public:
-        using MemoryBytes::MemoryBytes;
-        std::uint64_t Size() const override { return 0x1'0000'1000; }
-    };
-    LargeFile source(FileType() + DATA + std::string(100, 'x'));
-    EXPECT_EQ(WrittenFileProblem(source, FRAMES),
-              "no index is found from its first box on, as in every file of NVENC1 and AMF1 above 4 GiB that qmhost "
-              "repair hasn't put right");
+        const std::string strStart = FileType() + Box("free", "");
+        return {strStart + Word(static_cast<std::uint32_t>(uiMedia)) + "mdat", strStart.size() + uiMedia, strEnd};
+    }
+    static std::string ProblemOf(std::uint64_t uiMedia, const std::string& strEnd)
+    {
+        BytesWithHole source = Make(uiMedia, strEnd);
+        return WrittenFileProblem(source, FRAMES);
+    }
+    static constexpr std::uint64_t GIB = std::uint64_t{1} << 30;
+};
+
+TEST_F(WrittenLargeFile, IsWholeWithAllItsFrames)
+{
+    const std::string strIndex = Movie(TrackOfSizes(SIZES));
+    for (const std::uint64_t uiMedia : {4 * GIB, 4 * GIB + 1, 4 * GIB + 8, 6 * GIB, 8 * GIB - 1, 9 * GIB + 5})
+    {
+        BytesWithHole source = Make(uiMedia, strIndex);
+        EXPECT_EQ(WrittenFileProblem(source, FRAMES), "") << uiMedia;
+        BoxReader reader(source);
+        const auto boxes = FindWrittenBoxes(reader);
+        ASSERT_TRUE(boxes);
+        EXPECT_TRUE(boxes->m_bSizeIsCut);
+        EXPECT_EQ(boxes->m_uiMediaBytes, uiMedia - 8);
+    }
+    MemoryBytes small(MakeFile(DATA, SIZES));
+    BoxReader reader(small);
+    EXPECT_FALSE(FindWrittenBoxes(reader)->m_bSizeIsCut);
+}
+
+TEST_F(WrittenLargeFile, IsCheckedAsOthersAre)
+{
+    EXPECT_EQ(ProblemOf(6 * GIB, Movie(TrackOfSizes(MakeSizes(0, 2, Word(5) + Word(4))))), "its index has 2");
+    // 6 GiB of pictures, and the header of `mdat` takes 8 bytes of the box.
+    EXPECT_EQ(ProblemOf(6 * GIB, Movie(TrackOfSizes(MakeSizes(0x80000000, FRAMES, "")))),
+              "their 6442450944 bytes aren't all there, only 6442450936");
+    EXPECT_EQ(ProblemOf(6 * GIB, "12345678901234567890"), "no index is found at its end");
+    EXPECT_EQ(ProblemOf(6 * GIB, Movie(TrackOfSizes(SIZES)) + "x"), "no index is found at its end");
+    EXPECT_EQ(ProblemOf(4 * GIB + 0x1ABECEDA, "12345678"), "it was never finished and has no index");
 }
 
 }  // namespace

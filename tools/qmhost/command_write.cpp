@@ -334,7 +334,12 @@ public:
         Close(video, writer, codec);
         if (InterruptionStatus() != 0) std::cerr << "qmhost: interrupted; " << Finished(writer.Written()) << '\n';
         ReportTimes(times, writer.Written());
-        if (codec.m_bMuxedByModule && !m_bRepair)
+        if (video.NeedsRepair())
+        {
+            Warn(Quoted(m_strOut) +
+                 " is whole, but larger than 4 GiB: no program opens it until it is repaired, with qmhost repair");
+        }
+        else if (codec.m_bMuxedByModule && !m_bRepair)
         {
             std::cerr << "qmhost: " << Quoted(m_strOut)
                       << " opens in this module as it is; ffmpeg and browsers play a tenth of its length, unless it is "
@@ -403,7 +408,7 @@ private:
         }
         catch (const std::runtime_error& e)
         {
-            throw std::runtime_error(Quoted(m_strOut) + " is written and finished, but isn't repaired: " + e.what() +
+            throw std::runtime_error(std::string("isn't repaired: ") + e.what() +
                                      "; qmhost repair makes a repaired copy, elsewhere too");
         }
     }

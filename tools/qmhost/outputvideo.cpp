@@ -1,6 +1,6 @@
 #include "outputvideo.h"
 
-#include <exception>
+#include <stdexcept>
 
 #include "diagnostics.h"
 #include "hostapi/hostplatform.h"
@@ -72,21 +72,25 @@ void OutputVideo::Close(const std::function<void()>& complete)
     Do("CloseOutput", Quoted(m_strPath), [&] { return m_pFile->CloseOutput(); });
     Release();
     RequireNoLoss("");
-    std::exception_ptr incomplete;
+    std::string strIncomplete;
     try
     {
         if (complete) complete();
     }
-    catch (const std::runtime_error&)
+    catch (const std::runtime_error& e)
     {
-        incomplete = std::current_exception();  // what the module wrote is checked all the same
+        strIncomplete = e.what();  // what the module wrote is checked all the same
     }
     const std::string strProblem = ReadBack();
-    if (strProblem.empty() && incomplete) std::rethrow_exception(incomplete);
-    if (strProblem.empty()) return;
-    throw Failure("write", QM_ERR_FAIL,
-                  Quoted(m_strPath) + " doesn't hold the " + std::to_string(m_uiFrames) +
-                      " frames written: " + strProblem + "; " + m_target.AfterFailure());
+    if (!strProblem.empty())
+    {
+        throw Failure("write", QM_ERR_FAIL,
+                      Quoted(m_strPath) + " doesn't hold the " + std::to_string(m_uiFrames) +
+                          " frames written: " + strProblem + "; " + m_target.AfterFailure() +
+                          (strIncomplete.empty() ? "" : ", and ") + strIncomplete);
+    }
+    if (!strIncomplete.empty())
+        throw std::runtime_error(Quoted(m_strPath) + " is written and finished, but " + strIncomplete);
 }
 
 void OutputVideo::RequireNoLoss(const std::string& strWhere)
@@ -97,12 +101,16 @@ void OutputVideo::RequireNoLoss(const std::string& strWhere)
                   "the system refused bytes of " + Quoted(m_strPath) + strWhere + strDisk + "; " + Abandon());
 }
 
-std::string OutputVideo::ReadBack() const
+std::string OutputVideo::ReadBack()
 try
 {
     FileBytes bytes(PathFromUtf8(m_strPath));
     const std::string strProblem = WrittenFileProblem(bytes, m_uiFrames);
     if (!strProblem.empty()) return strProblem;
+    BoxReader reader(bytes);
+    const auto boxes = FindWrittenBoxes(reader);
+    m_bNeedsRepair = boxes && boxes->m_bSizeIsCut;
+    if (m_bNeedsRepair) return {};  // the module doesn't open it either
     const std::uint32_t uiThere = InputFile(m_session, m_strPath).FrameCount();
     return uiThere == m_uiFrames ? "" : "the module finds " + std::to_string(uiThere);
 }

@@ -30,10 +30,14 @@ public:
     void WriteFrame(double dTimeMs, const void* pPixels);
 
     // Finishes the file and checks that it holds every frame: the module doesn't report a write to disk that failed.
-    // complete, if given, is called between the two, when the module has let the file go; it may replace the file. What
-    // it throws is thrown after the check.
-    // it throws is thrown after the check.
+    // complete, if given, is called between the two, when the module has let the file go; it may replace the file. A
+    // std::runtime_error of it is thrown after the check; its text goes on after "'OUT.mp4' is written and finished,
+    // but ". A file that only lacks the upper bits of a size isn't refused.
     void Close(const std::function<void()>& complete = {});
+
+    // After Close: whether the file is whole, but opens in no program before it is repaired, since the size of its
+    // media data is cut to 32 bits.
+    bool NeedsRepair() const { return m_bNeedsRepair; }
 
     // Written so far.
     std::uint32_t Frames() const { return m_uiFrames; }
@@ -58,7 +62,7 @@ private:
     void RequireNoLoss(const std::string& strWhere);
 
     // What is wrong with the file that was written, "" for nothing.
-    std::string ReadBack() const;
+    std::string ReadBack();
 
     const Session& m_session;
     std::string m_strPath;
@@ -66,7 +70,8 @@ private:
     std::int32_t m_nFormatReferences;  // without the module's object
     std::unique_ptr<IQmOutputImageFile, ReleaseFile> m_pFile;
     std::uint32_t m_uiFrames = 0;  // written
-    std::uint32_t m_uiLosses;      // files that had lost bytes before this one
+    bool m_bNeedsRepair = false;
+    std::uint32_t m_uiLosses;  // files that had lost bytes before this one
 };
 
 }  // namespace qmhost

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "parts/writtenfile.h"
+
 namespace qmhost
 {
 namespace
@@ -51,8 +53,8 @@ std::optional<double> LargestTimeDifference(ByteSource& source, std::uint32_t ui
                                             const std::function<double(std::uint32_t)>& givenMs)
 {
     BoxReader reader(source);
-    const auto movie = reader.Find(0, source.Size(), "moov");
-    const auto video = movie ? FindVideoTrack(reader, *movie) : std::nullopt;
+    const auto boxes = FindWrittenBoxes(reader);
+    const auto video = boxes ? FindVideoTrack(reader, boxes->m_movie) : std::nullopt;
     if (!video) return std::nullopt;
     std::uint32_t uiSample = 0;
     double dLargestMs = 0;
