@@ -61,7 +61,7 @@ else()
     add_link_options(LINKER:-z,relro,-z,now)
 endif()
 
-# For the directories of what users run, and not for the tests: overruns of stack buffers and of objects whose size the
+# For the module's directory: overruns of stack buffers and of objects whose size the
 # compiler knows end the program. The sanitizers have checks of their own.
 macro(qm_harden_directory)
     if(NOT QM_SANITIZE)
