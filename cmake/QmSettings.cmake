@@ -61,8 +61,8 @@ else()
     add_link_options(LINKER:-z,relro,-z,now)
 endif()
 
-# For the module's directory: overruns of stack buffers and of objects whose size the
-# compiler knows end the program. The sanitizers have checks of their own.
+# For the module's directory: overruns of stack buffers and of objects whose size the compiler knows end the program. The
+# sanitizers have checks of their own.
 macro(qm_harden_directory)
     if(NOT QM_SANITIZE)
         qm_add_compile_options(-fstack-protector-strong)
