@@ -183,7 +183,7 @@ protected:
     }
 
     // All packets that the file has whole are in the repaired one. A kill in the middle of a write may leave a part of
-    // the next one, which can't be told from a whole one; no others follow.
+    // the next one, which doesn't differ from a whole one; no others follow.
     void Repair(const std::string& strKilled, std::size_t uiPackets)
     {
         const std::size_t uiBytes = std::accumulate(

@@ -48,7 +48,7 @@ struct SplitPictures
 //
 // A last picture counts as cut short when a length reaches past the end, when zeros follow up to the end, or, in data
 // with start codes, when a slice is missing that other pictures have. Data with start codes that was cut elsewhere
-// can't be told from a whole picture.
+// doesn't differ from a whole picture.
 //
 // What comes after MOST_PICTURES counts as damage. Throws std::runtime_error when the source can't be read.
 SplitPictures FindPictures(ByteSource& source, std::uint64_t uiBegin);
