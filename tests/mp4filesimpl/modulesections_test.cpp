@@ -33,7 +33,7 @@ std::optional<std::string> TextBetween(Section section, std::size_t uiOffset, st
         if (section[i + 1] != 0 || section[i] > 0x7E) return std::nullopt;
         strText.push_back(static_cast<char>(section[i]));
     }
-    if (i == uiEnd) return std::nullopt;  // no room for the nul
+    if (i == uiEnd) return std::nullopt;  // no nul at its end
     for (; i < uiEnd; ++i)
     {
         if (section[i] != 0) return std::nullopt;

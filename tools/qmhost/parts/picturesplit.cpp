@@ -59,7 +59,7 @@ public:
 
 private:
     // A slice that ends before it says of which macroblock it is. Only the end of the data does that.
-    static bool IsStub(const Nal& nal) { return nal.IsSlice() && nal.Length() < 2; }
+    static bool IsTooShort(const Nal& nal) { return nal.IsSlice() && nal.Length() < 2; }
 
     bool HasAllSlices() const { return m_uiSlices >= m_uiFewestSlices; }
 
@@ -68,15 +68,15 @@ private:
         if (m_uiSlices == 0) return false;
         if (nal.Type() == 0) return HasAllSlices();
         if (!nal.IsSlice()) return IsBeforeSlices(nal.Type());
-        // A stub belongs to the picture before it only if that one lacks slices.
-        if (IsStub(nal)) return m_found.m_vSizes.empty() || HasAllSlices();
+        // Such a slice belongs to the picture before it only if that one lacks slices.
+        if (IsTooShort(nal)) return m_found.m_vSizes.empty() || HasAllSlices();
         return nal.IsFirstSlice();
     }
 
     void Add(const Nal& nal)
     {
         m_uiPictureEnd = nal.m_uiEnd;
-        m_bCut = nal.m_bCut || IsStub(nal);
+        m_bCut = nal.m_bCut || IsTooShort(nal);
         m_bUnproven = nal.m_bUnproven;
         if (m_bCut) return;
         if (nal.IsSlice()) ++m_uiSlices;
