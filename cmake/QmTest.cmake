@@ -1,9 +1,11 @@
-# qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [TIMEOUT seconds] [SHARDS count])
+# qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [ONE_THREAD] [TIMEOUT seconds]
+#             [SHARDS count])
 #
 # One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
 # entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
 # processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes is
-# as many entries as SHARDS says, each with its share of the cases. In the Windows build a program that needs Media
+# as many entries as SHARDS says, each with its share of the cases. A program that is known to have ONE_THREAD isn't run
+# under the thread sanitizer, which has nothing to look for in it. In the Windows build a program that needs Media
 # Foundation is built but not run: Wine's is not the system's.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
@@ -17,20 +19,40 @@ else()
     include(GoogleTest)
 endif()
 
+# Compiling the tests takes most of a build's time, and less of it the less they are optimised and checked themselves. The
+# code under test has both in any case.
+function(qm_set_test_options name)
+    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:${QM_TEST_OPTIMIZATION}>)
+    if(QM_SANITIZE MATCHES "undefined")
+        target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
+    endif()
+endfunction()
+
+# The framework's header is parsed once for all programs: parsing it takes a third of a small test's compile time. Not
+# where tests are optimised, since gcc reports the standard library's own code then that it reads from such a file.
+if(QM_TEST_OPTIMIZATION STREQUAL "-O0")
+    file(WRITE ${CMAKE_BINARY_DIR}/test_header.cpp "")
+    add_executable(test_header EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_header.cpp)
+    target_link_libraries(test_header PRIVATE GTest::gtest GTest::gmock_main)
+    target_precompile_headers(test_header PRIVATE <gtest/gtest.h>)
+    qm_set_test_options(test_header)
+endif()
+
 function(qm_add_test name)
-    cmake_parse_arguments(ARG "NEEDS_MEDIA_FOUNDATION" "TIMEOUT;SHARDS" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "NEEDS_MEDIA_FOUNDATION;ONE_THREAD" "TIMEOUT;SHARDS" "SOURCES;LIBS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_tools GTest::gmock GTest::gmock_main GTest::gtest)
-    # Compiling the tests takes most of a build's time, and less of it the less they are optimised and checked
-    # themselves. The code under test has both in any case.
-    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:${QM_TEST_OPTIMIZATION}>)
-    if(QM_SANITIZE MATCHES "undefined")
-        target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
+    if(TARGET test_header)
+        target_precompile_headers(${name} REUSE_FROM test_header)
     endif()
+    qm_set_test_options(${name})
     if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
+        return()
+    endif()
+    if(ARG_ONE_THREAD AND QM_SANITIZE STREQUAL "thread")
         return()
     endif()
     if(QM_WHOLE_TEST_PROGRAMS)

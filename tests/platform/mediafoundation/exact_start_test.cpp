@@ -107,23 +107,45 @@ std::vector<Case> Cases()
     };
 }
 
+// A case's file and what it holds. Its four tests share it in a program that runs all of them.
+struct Video
+{
+    explicit Video(const Case& testCase);
+
+    TemporaryFolder m_directory;
+    std::string m_path;
+    std::vector<std::string> m_pictures;  // as YUY2
+    std::vector<std::int64_t> m_times;
+};
+
+Video::Video(const Case& testCase)
+    : m_path(m_directory / "video.mp4")
+{
+    const Recipe& recipe = testCase.m_recipe;
+    MakeVideo(m_path, recipe);
+    if (testCase.m_uiWithoutDuration > 0) ClearDurations(m_path, 20, testCase.m_uiWithoutDuration);
+    if (testCase.m_uiTimescaleFactor > 1) MultiplyTimescale(m_path, testCase.m_uiTimescaleFactor);
+    const Size size = {recipe.m_nWidth, recipe.m_nHeight};
+    const bool bInterlaced = testCase.m_name == "Interlaced";
+    for (const std::string& picture : PlainDecode(m_path, size))
+    {
+        m_pictures.push_back(ToYuy2(picture, size, bInterlaced));
+    }
+    m_times = FrameTimes(m_path);
+}
+
+const Video& VideoOf(const Case& testCase)
+{
+    static std::map<std::string, Video> mapVideos;
+    return mapVideos.try_emplace(testCase.m_name, testCase).first->second;
+}
+
 class ExactStart : public ::testing::TestWithParam<Case>
 {
 protected:
     void SetUp() override
     {
         const Recipe& recipe = GetParam().m_recipe;
-        m_path = m_directory / "video.mp4";
-        MakeVideo(m_path, recipe);
-        if (GetParam().m_uiWithoutDuration > 0) ClearDurations(m_path, 20, GetParam().m_uiWithoutDuration);
-        if (GetParam().m_uiTimescaleFactor > 1) MultiplyTimescale(m_path, GetParam().m_uiTimescaleFactor);
-        const Size size = {recipe.m_nWidth, recipe.m_nHeight};
-        const bool bInterlaced = GetParam().m_name == "Interlaced";
-        for (const std::string& picture : PlainDecode(m_path, size))
-        {
-            m_pictures.push_back(ToYuy2(picture, size, bInterlaced));
-        }
-        m_times = FrameTimes(m_path);
         ASSERT_EQ(m_times.size(), m_pictures.size());
         ASSERT_EQ(m_pictures.size(), static_cast<std::size_t>(recipe.m_nFrames));
         // Or one picture could be taken for another unnoticed.
@@ -132,7 +154,7 @@ protected:
         {
             ASSERT_NE(m_times[2] - m_times[1], m_times[1]);
         }
-        ASSERT_EQ(m_graph.Open(m_path), S_OK);
+        ASSERT_EQ(m_graph.Open(m_video.m_path), S_OK);
     }
 
     std::size_t FirstOfMillisecond(std::size_t k) const
@@ -164,10 +186,9 @@ protected:
         return it == m_pictures.end() ? "unknown" : std::to_string(it - m_pictures.begin());
     }
 
-    TemporaryFolder m_directory;
-    std::string m_path;
-    std::vector<std::string> m_pictures;  // as YUY2
-    std::vector<std::int64_t> m_times;
+    const Video& m_video = VideoOf(GetParam());
+    const std::vector<std::string>& m_pictures = m_video.m_pictures;
+    const std::vector<std::int64_t>& m_times = m_video.m_times;
     TestGraph m_graph;
 };
 
