@@ -1,5 +1,8 @@
 // The store of decoded frames by itself.
+#include <algorithm>
 #include <future>
+#include <memory>
+#include <set>
 
 #include "e2e/peak_memory.h"
 #include "grabber_fixture.h"
@@ -131,6 +134,67 @@ TEST_F(Grabber, ATrimmedRecordStaysAllocatedWithoutItsPixels)
     EXPECT_EQ(pTrimmed->m_uiFrameIndex, 0U);
     EXPECT_EQ(pTrimmed->m_Picture.m_pData, nullptr);
     delete pTrimmed;
+}
+
+TEST_F(Grabber, TheNextSamplesOverwriteThePixelsOfTrimmedFrames)
+{
+    Play(0);
+    Deliver(4);
+    std::set<const unsigned char*> setTrimmed;
+    std::vector<std::unique_ptr<const SQmGrabbedFrame>> vRecords;
+    for (std::uint64_t i = 0; i < 2; ++i)
+    {
+        vRecords.emplace_back(m_pStore->FindFrame(i));
+        setTrimmed.insert(vRecords.back()->m_Picture.m_pData);
+    }
+    Request(2, 1);
+    m_pStore->TrimFrames();
+
+    Deliver(3);
+    std::set<const unsigned char*> setTaken;
+    for (std::uint64_t i = 4; i < 7; ++i)
+    {
+        ASSERT_NE(m_pStore->FindFrame(i), nullptr);
+        EXPECT_EQ(NumberInPicture(m_pStore->FindFrame(i)->m_Picture.m_pData), i);
+        setTaken.insert(m_pStore->FindFrame(i)->m_Picture.m_pData);
+    }
+    EXPECT_EQ(setTaken.size(), 3U);
+    EXPECT_TRUE(std::includes(setTaken.begin(), setTaken.end(), setTrimmed.begin(), setTrimmed.end()));
+}
+
+// The frames would show the pixels of those before them.
+TEST_F(Grabber, TrimmedPixelsAreNotForSamplesThatBecomeNoPictures)
+{
+    Play(0);
+    Deliver(3);
+    m_pStore->Connect(nullptr, nullptr, true);
+    Feed({});  // 3
+    const std::unique_ptr<const SQmGrabbedFrame> apRecords[] = {
+        std::unique_ptr<const SQmGrabbedFrame>(m_pStore->FindFrame(0)),
+        std::unique_ptr<const SQmGrabbedFrame>(m_pStore->FindFrame(1))};
+    Request(2, 1);
+    m_pStore->TrimFrames();
+    for (std::uint64_t i = 4; i < 7; ++i)
+    {
+        Feed({});
+        const SQmPicBuf& picture = m_pStore->FindFrame(i)->m_Picture;
+        EXPECT_EQ(std::count(picture.m_pData, picture.m_pData + picture.m_uiSize, 0), std::ptrdiff_t(picture.m_uiSize));
+    }
+}
+
+TEST_F(Grabber, TrimmedPixelsAreNotForPicturesOfAnotherSize)
+{
+    Play(0);
+    Deliver(2);
+    const std::unique_ptr<const SQmGrabbedFrame> pRecord(m_pStore->FindFrame(0));
+    Request(1, 0);
+    m_pStore->TrimFrames();
+    m_pStore->SetWindow(0, 2, 1000, 1000, WIDTH * 8, HEIGHT);
+    EXPECT_EQ(Feed(MakeNumberedSample(WIDTH * 8, HEIGHT, 2)), S_OK);
+    const SQmPicBuf& picture = m_pStore->FindFrame(2)->m_Picture;
+    EXPECT_EQ(picture.m_uiWidth, WIDTH * 8);
+    EXPECT_EQ(picture.m_uiSize, WIDTH * 8 * 3 * HEIGHT);
+    EXPECT_EQ(NumberInPicture(picture.m_pData), 2U);
 }
 
 TEST_F(Grabber, AFrameWithoutMemoryIsANullEntryThatEverythingPasses)

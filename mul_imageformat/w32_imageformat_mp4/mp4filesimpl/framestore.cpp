@@ -215,8 +215,7 @@ bool CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
 {
     SQmGrabbedFrame* pFrame = FindOrAppendFrame(m_uiNextFrame);
     if (pFrame == nullptr) return true;
-    if (pFrame->m_Picture.m_pData == nullptr &&
-        SQmPicBufAPI_Base::Reinit(&pFrame->m_Picture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false) != QM_OK)
+    if (pFrame->m_Picture.m_pData == nullptr && !TakePixels(&pFrame->m_Picture))
     {
         m_lstFrames.remove(pFrame);
         delete pFrame;
@@ -236,6 +235,38 @@ bool CFrameStore::StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize)
     }
     ConvertYuy2ToBgr(pFrame->m_Picture, sample);
     return true;
+}
+
+// Pixels of a trimmed frame, or fresh ones, which are cleared first. A sample overwrites what the one before it wrote.
+// The loop of a sequential read thus clears no pixels.
+bool CFrameStore::TakePixels(SQmPicBuf* pPicture)
+{
+    if (m_vTrimmedPixels.empty() || m_vTrimmedPixels.back().m_uiWidth != m_uiWidth ||
+        m_vTrimmedPixels.back().m_uiHeight != m_uiHeight)
+    {
+        return SQmPicBufAPI_Base::Reinit(pPicture, m_uiWidth, m_uiHeight, 0, BITS, COMPONENTS, false) == QM_OK;
+    }
+    *pPicture = m_vTrimmedPixels.back();
+    m_vTrimmedPixels.pop_back();
+    return true;
+}
+
+// NV12 samples overwrite nothing: the next frame would show this one's pixels.
+void CFrameStore::KeepPixels(SQmPicBuf* pPicture)
+{
+    const bool bKept = !m_bNV12 && pPicture->m_pData != nullptr && WithoutExceptions(false, [&] {
+        m_vTrimmedPixels.push_back(*pPicture);
+        return true;
+    });
+    if (bKept) SQmPicBufAPI_Base::Init(pPicture);
+    SQmPicBufAPI_Base::Free(pPicture);
+}
+
+void CFrameStore::FreeTrimmedPixels()
+{
+    for (SQmPicBuf& picture : m_vTrimmedPixels)
+        SQmPicBufAPI_Base::Free(&picture);
+    m_vTrimmedPixels.clear();
 }
 
 // A frame that is stored already comes again when a play starts before the store's tail. Its record is used again.
@@ -335,6 +366,7 @@ bool CFrameStore::IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, std:
 void CFrameStore::ClearFrames(std::size_t uiKeep)
 {
     const CSectionLock lock(m_Lock.Get());
+    FreeTrimmedPixels();
     while (m_lstFrames.size() > uiKeep)
     {
         SQmGrabbedFrame* pFrame = m_lstFrames.front();
@@ -352,7 +384,7 @@ void CFrameStore::TrimFrames()
     if (Find(m_uiRequested) == nullptr) return;
     while (m_lstFrames.front() != nullptr && m_lstFrames.front()->m_uiFrameIndex < m_uiRequested)
     {
-        SQmPicBufAPI_Base::Free(&m_lstFrames.front()->m_Picture);
+        KeepPixels(&m_lstFrames.front()->m_Picture);
         m_lstFrames.pop_front();
     }
     m_uiWindowStart = m_uiRequested;

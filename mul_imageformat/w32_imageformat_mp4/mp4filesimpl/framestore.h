@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <vector>
 
 #include <windows.h>
 
@@ -123,17 +124,18 @@ public:
     bool SetWindow(std::uint64_t uiFrame, std::uint64_t uiStart, std::uint64_t uiEnd, std::uint64_t uiLast,
                    std::uint32_t uiWidth, std::uint32_t uiHeight);
 
-    // The stored frame of that index, or null. The store keeps it: a trim frees its pixels and leaves the record, a
+    // The stored frame of that index, or null. The store keeps it: a trim takes its pixels and leaves the record, a
     // clear frees both.
     const SQmGrabbedFrame* FindFrame(std::uint64_t uiIndex) const;
 
     // Whether the frame is one of the newest uiWindow stored ones, and more frames are to come after the newest.
     bool IsNearTail(std::uint32_t uiIndex, std::uint32_t uiWindow, std::uint32_t uiLast) const;
 
-    // Frees the oldest frames until no more than uiKeep are stored.
+    // Frees the oldest frames until no more than uiKeep are stored, and the pixels that trims have kept.
     void ClearFrames(std::size_t uiKeep);
 
-    // If the requested frame is stored, drops the frames that are older than it in the store and lower in index.
+    // If the requested frame is stored, drops the frames that are older than it in the store and lower in index. Their
+    // pixels are for the samples that come next: stored and kept ones together are never more than were stored.
     void TrimFrames();
 
     // Frames that are decoded ahead of a request. Requests count as sequential when they stay on a frame or step to the
@@ -213,6 +215,9 @@ private:
 
     HRESULT CountSample(LONGLONG llSampleDuration);
     bool StoreSample(const BYTE* pSampleBuffer, DWORD dwSampleSize);
+    bool TakePixels(SQmPicBuf* pPicture);
+    void KeepPixels(SQmPicBuf* pPicture);
+    void FreeTrimmedPixels();
     void PauseUnlessRequestIsServed();
     bool LeadsToRequest() const;
     std::uint64_t CountFramesToDecode() const;
@@ -229,6 +234,7 @@ private:
     const std::uint64_t m_uiMostPixelBytes;
     mutable CCriticalSection m_Lock;          // may be taken again by the thread that holds it
     std::list<SQmGrabbedFrame*> m_lstFrames;  // in the order of decoding; owns the records; null without memory for one
+    std::vector<SQmPicBuf> m_vTrimmedPixels;  // owned
     std::list<LONGLONG> m_lstSampleTimes;     // running sums of sample durations, 100 ns, the first 0
     HANDLE m_hFrameReady;                     // auto-reset: the requested frame is there, or can't be delivered
     HANDLE m_hPauseRequest;                   // auto-reset: m_ePause is Wanted, or the input file is closing
