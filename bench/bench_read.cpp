@@ -1,9 +1,12 @@
 // Reading through the host interface, next to other programs and libraries: frames in order, at random and backwards,
-// in files with few key pictures and with only those, small pictures, and one frame far inside a millisecond that
-// thousands of frames share.
+// in files with few key pictures and with only those, small and large pictures, the last of a million frames, and one
+// frame far inside a millisecond that thousands of frames share.
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <random>
 #include <stdexcept>
+#include <string_view>
 
 #include "bench/reading_peers.h"
 #include "measure.h"
@@ -72,6 +75,17 @@ private:
     InputFile m_file;
     std::vector<unsigned char> m_vBuffer;
 };
+
+// Videos of other profiles open without pictures, which would be compared with a peer's pictures.
+void CheckPictures(const ModuleHost& host, const std::filesystem::path& path)
+{
+    const InputFile file = host.OpenInput(path);
+    SQmImageAttributes attributes;
+    Check(file->GetImageAttributes(&attributes) == QM_OK, "the file doesn't open");
+    std::vector<unsigned char> vPicture(std::size_t{attributes.m_uiWidthBytes} * attributes.m_uiHeight);
+    Check(file->ReadFrame(0, vPicture.data(), nullptr, nullptr) == QM_OK, "a frame doesn't read");
+    Check(std::any_of(vPicture.begin(), vPicture.end(), [](unsigned char b) { return b != 0; }), "no pictures");
+}
 
 using Frames = std::vector<std::uint32_t>;
 
@@ -161,7 +175,9 @@ void MeasureLargePictures(const ModuleHost& host, const TemporaryFolder& dir)
     {
         constexpr std::uint32_t LARGE_FRAMES = 60;
         const auto path = dir / (strSize + ".mp4");
-        MakeVideo(path, strSize, LARGE_FRAMES, "-preset ultrafast -g 30");
+        // Without it the preset's stream isn't High profile.
+        MakeVideo(path, strSize, LARGE_FRAMES, "-preset ultrafast -x264-params 8x8dct=1 -g 30");
+        CheckPictures(host, path);
         bench::Compare(
             strSize + ", " + std::to_string(LARGE_FRAMES) + " frames in order", ROUNDS,
             [&] {
@@ -175,12 +191,43 @@ void MeasureLargePictures(const ModuleHost& host, const TemporaryFolder& dir)
                 return bench::SecondsOf(
                     [&] { RunFfmpeg("-i " + Quoted(path) + " -pix_fmt bgr24 -f rawvideo /dev/null"); });
             });
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        std::printf("%s: peak of the process %.0f MiB\n", strSize.c_str(), static_cast<double>(usage.ru_maxrss) / 1024);
         std::filesystem::remove(path);
     }
 }
 
-void MeasureCrowd(const ModuleHost& host, const std::filesystem::path& path)
+// The same pictures a thousand times, so that making the file takes seconds.
+void MeasureLongFile(const ModuleHost& host, const TemporaryFolder& dir)
 {
+    constexpr std::uint32_t SHORT = 1000;
+    constexpr std::uint32_t TIMES = 1000;
+    const auto pathShort = dir / "short.mp4";
+    const auto pathLong = dir / "long.mp4";
+    MakeVideo(pathShort, "64x48", SHORT, "-preset veryfast -bf 0" + (" -g " + std::to_string(GROUP)));
+    RunFfmpeg("-stream_loop " + std::to_string(TIMES - 1) + " -i " + Quoted(pathShort) + " -c copy " +
+              Quoted(pathLong));
+    const auto readLast = [&](const std::filesystem::path& path, std::uint32_t uiFrames) {
+        return bench::SecondsOf([&] {
+            ModuleReader reader(host, path, uiFrames);
+            reader.Read(uiFrames - 1);
+        });
+    };
+    bench::Compare(
+        "open, last of " + std::to_string(SHORT * TIMES) + " frames", ROUNDS,
+        [&] { return readLast(pathLong, SHORT * TIMES); }, "last of " + std::to_string(SHORT),
+        [&] { return readLast(pathShort, SHORT); });
+    bench::Compare(
+        "open " + std::to_string(SHORT * TIMES) + " frames", ROUNDS,
+        [&] { return bench::SecondsOf([&] { ModuleReader(host, pathLong, SHORT * TIMES); }); },
+        "open " + std::to_string(SHORT),
+        [&] { return bench::SecondsOf([&] { ModuleReader(host, pathShort, SHORT); }); });
+}
+
+void MeasureCrowd(const ModuleHost& host, const TemporaryFolder& dir)
+{
+    const auto path = dir / "crowded.mp4";
     MakeCrowdedVideo(path);
     bench::Compare(
         "frame " + std::to_string(IN_CROWD) + " of a millisecond", ROUNDS,
@@ -199,41 +246,74 @@ void MeasureCrowd(const ModuleHost& host, const std::filesystem::path& path)
         });
 }
 
-}  // namespace
-
-int main()
-try
+void MeasureInOrderAndBackwards(const ModuleHost& host, const TemporaryFolder& dir)
 {
-    const TemporaryFolder dir;
-    const ModuleHost host;
-    const std::string strGroups = " -g " + std::to_string(GROUP);
-
     const auto path = dir / "video.mp4";
-    MakeVideo(path, "1920x1080", FRAMES, "-preset veryfast" + strGroups);
+    MakeVideo(path, "1920x1080", FRAMES, "-preset veryfast -g " + std::to_string(GROUP));
+    CheckPictures(host, path);
     MeasureInOrder(host, path);
     MeasureBackwards(host, path);
+}
 
+void MeasureAtRandom(const ModuleHost& host, const TemporaryFolder& dir)
+{
     struct SFile
     {
         const char* m_pszName;
         const char* m_pszSize;
         std::string m_strEncoder;
     };
+    const std::string strGroups = " -g " + std::to_string(GROUP);
     for (const SFile& file : {SFile{"key every 50, veryfast", "1920x1080", "-preset veryfast" + strGroups},
                               SFile{"key every 50, medium", "1920x1080", "-preset medium" + strGroups},
                               SFile{"all key", "1920x1080", "-preset veryfast -g 1"},
                               SFile{"64 x 48, one key", "64x48", "-preset veryfast -bf 0 -g 1000 -sc_threshold 0"}})
     {
-        const auto pathFile = dir / "random.mp4";
-        MakeVideo(pathFile, file.m_pszSize, FEWER_FRAMES, file.m_strEncoder);
-        ModuleReader reader(host, pathFile, FEWER_FRAMES);
+        const auto path = dir / "random.mp4";
+        MakeVideo(path, file.m_pszSize, FEWER_FRAMES, file.m_strEncoder);
+        CheckPictures(host, path);
+        ModuleReader reader(host, path, FEWER_FRAMES);
         CompareAtRandom(file.m_pszName, reader, FEWER_FRAMES, "decoding alone",
-                        bench::OpenDecoder(pathFile, PERIOD_MS).get());
-        CompareAtRandom(file.m_pszName, reader, FEWER_FRAMES, "FFMS2 to bgr24", bench::OpenFfms2(pathFile).get());
-        CompareAtRandom(file.m_pszName, reader, FEWER_FRAMES, "OpenCV", bench::OpenOpenCv(pathFile).get());
+                        bench::OpenDecoder(path, PERIOD_MS).get());
+        CompareAtRandom(file.m_pszName, reader, FEWER_FRAMES, "FFMS2 to bgr24", bench::OpenFfms2(path).get());
+        CompareAtRandom(file.m_pszName, reader, FEWER_FRAMES, "OpenCV", bench::OpenOpenCv(path).get());
     }
-    MeasureLargePictures(host, dir);
-    MeasureCrowd(host, dir / "crowded.mp4");
+}
+
+struct SPart
+{
+    const char* m_pszName;
+    void (*m_pfnMeasure)(const ModuleHost& host, const TemporaryFolder& dir);
+};
+constexpr SPart PARTS[] = {{"order", MeasureInOrderAndBackwards},
+                           {"random", MeasureAtRandom},
+                           {"large", MeasureLargePictures},
+                           {"long", MeasureLongFile},
+                           {"crowd", MeasureCrowd}};
+
+}  // namespace
+
+// bench_read [PART...]: all parts without arguments.
+int main(int argc, char** argv)
+try
+{
+    const std::vector<std::string_view> vWanted(argv + 1, argv + argc);
+    for (const std::string_view strWanted : vWanted)
+    {
+        if (std::any_of(std::begin(PARTS), std::end(PARTS),
+                        [&](const SPart& part) { return part.m_pszName == strWanted; }))
+            continue;
+        std::fprintf(stderr, "usage: bench_read [order] [random] [large] [long] [crowd]\n");
+        return EXIT_FAILURE;
+    }
+    const TemporaryFolder dir;
+    const ModuleHost host;
+    for (const SPart& part : PARTS)
+    {
+        const bool bWanted =
+            vWanted.empty() || std::find(vWanted.begin(), vWanted.end(), part.m_pszName) != vWanted.end();
+        if (bWanted) part.m_pfnMeasure(host, dir);
+    }
     return EXIT_SUCCESS;
 }
 catch (const std::exception& error)
