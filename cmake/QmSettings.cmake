@@ -20,6 +20,16 @@ macro(qm_add_compile_options)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${ARGV}>")
 endmacro()
 
+if(WIN32)
+    # Windows 8.1 is the oldest system whose interfaces the module may take for granted.
+    add_compile_definitions(_WIN32_WINNT=0x0603 WINVER=0x0603 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+endif()
+
+if(MSVC)
+    include(QmMicrosoftSettings)
+    return()
+endif()
+
 # A fused multiply-add rounds once where the definitions round twice, and changes pixels.
 qm_add_compile_options(-ffp-contract=off)
 # Not -Wnon-virtual-dtor: a COM interface has no virtual destructor, by definition of its table, and every class that
@@ -44,14 +54,19 @@ if(QM_SANITIZE)
 endif()
 
 if(WIN32)
-    # Windows 8.1 is the oldest system whose interfaces the module may take for granted.
-    add_compile_definitions(_WIN32_WINNT=0x0603 WINVER=0x0603 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+    # Compilers whose C library has the functions of the stack protector come without a library of them.
+    include(CheckLibraryExists)
+    check_library_exists(ssp __stack_chk_fail "" QM_HAS_SSP_LIBRARY)
     # The compiler's own libraries are linked in, or each would be a file beside every program. They come after all
     # objects that ask for them, in the order in which they need each other: the compiler would find the others' files
     # for itself. Not as a whole: winpthread's archive has a version resource, and a file has only one.
     add_link_options(-static-libgcc -static-libstdc++)
+    set(libraries "-lstdc++ -lgcc_eh -lwinpthread")
+    if(QM_HAS_SSP_LIBRARY)
+        string(APPEND libraries " -lssp")
+    endif()
     foreach(language C CXX)
-        string(APPEND CMAKE_${language}_STANDARD_LIBRARIES " -Wl,-Bstatic -lstdc++ -lgcc_eh -lwinpthread -lssp -Wl,-Bdynamic")
+        string(APPEND CMAKE_${language}_STANDARD_LIBRARIES " -Wl,-Bstatic ${libraries} -Wl,-Bdynamic")
     endforeach()
     # Addresses from the whole 64 bits, and no code where data is. The linker has both as defaults.
     add_link_options(LINKER:--dynamicbase,--high-entropy-va,--nxcompat)
