@@ -2,9 +2,10 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
-#include <thread>
+#include <memory>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,8 +62,7 @@ TEST_F(InterruptedProgram, NoTemporaryFileIsLeft)
         WriteText(m_folder / "out.bgr", "before");
         StartedProgram program =
             Start({"frames", m_strVideo, "--raw", Target("out.bgr")}, "frames=" + std::to_string(MANY));
-        while (Names().size() == 1)  // until the temporary file is there
-            std::this_thread::yield();
+        ASSERT_TRUE(program.WaitFor([&] { return Names().size() > 1; }));  // the temporary file is there
         program.Signal(nSignal);
         const ProgramResult result = program.Wait();
         EXPECT_EQ(result.m_nStatus, 128 + nSignal);
@@ -75,8 +75,7 @@ TEST_F(InterruptedProgram, NoTemporaryFileIsLeft)
 TEST_F(InterruptedProgram, PicturesSoFarHaveTheirTimes)
 {
     StartedProgram program = Start({"frames", m_strVideo, "--out", Target("pictures")}, "frames=100000");
-    while (!fs::exists(m_folder / "pictures" / "frame_000002.png"))
-        std::this_thread::yield();
+    ASSERT_TRUE(program.WaitFor([&] { return fs::exists(m_folder / "pictures" / "frame_000002.png"); }));
     program.Signal(SIGINT);
     const ProgramResult result = program.Wait();
     EXPECT_EQ(result.m_nStatus, 130);
@@ -107,8 +106,7 @@ TEST_F(InterruptedProgram, RepairLeavesNothing)
         ASSERT_TRUE(file.good());
     }
     StartedProgram program = Start({"repair", Target("in.mp4"), Target("out.mp4")}, "");
-    while (Names().size() == 1)
-        std::this_thread::yield();
+    ASSERT_TRUE(program.WaitFor([&] { return Names().size() > 1; }));
     program.Signal(SIGTERM);
     const ProgramResult result = program.Wait();
     EXPECT_EQ(result.m_nStatus, 143);
@@ -133,33 +131,82 @@ TEST_F(InterruptedProgram, SecondRequestEndsAFrameThatNeverComes)
     }
 }
 
-// The producer keeps the pipe open, and sends nothing more: at the end of a frame, or within one.
-TEST_F(InterruptedProgram, SilentInputDoesNotHoldUpTheEnd)
+// A producer that keeps the pipe open, and sends nothing more after these bytes.
+class SilentInput : public InterruptedProgram
 {
-    ASSERT_EQ(mkfifo(Target("pipe").c_str(), 0600), 0);
-    const int nPipe = open(Target("pipe").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_GE(nPipe, 0);
-    for (const std::size_t uiBytes : {36U, 41U})
+protected:
+    SilentInput()
+    {
+        EXPECT_EQ(mkfifo(Target("pipe").c_str(), 0600), 0);
+        m_nPipe = open(Target("pipe").c_str(), O_RDWR | O_CLOEXEC);
+    }
+    ~SilentInput() override { close(m_nPipe); }
+
+    // The program with three frames of 12 bytes, and perhaps a part of another, after which it waits.
+    std::unique_ptr<StartedProgram> StartWithThree(std::size_t uiBytes, const std::string& strScript = "frames=3")
     {
         fs::remove(m_folder / "out.mp4");
-        ASSERT_EQ(write(nPipe, std::string(uiBytes, 'x').data(), uiBytes), static_cast<ssize_t>(uiBytes));
-        StartedProgram program("sh",
-                               {"-c", "exec \"$@\" < \"$0\"", Target("pipe"), QMHOST_PROGRAM, "write",
-                                Target("out.mp4"), "--raw", "-", "--size", "2x2", "--codec", "ONE", "--period", "40",
-                                "--progress", "--module", SCRIPTED_MODULE},
-                               {"QMHOST_SCRIPT=frames=3"});
+        Send(uiBytes);
+        auto pProgram = std::make_unique<StartedProgram>(
+            "sh",
+            std::vector<std::string>{"-c", "exec \"$@\" < \"$0\"", Target("pipe"), QMHOST_PROGRAM, "write",
+                                     Target("out.mp4"), "--raw", "-", "--size", "2x2", "--codec", "ONE", "--period",
+                                     "40", "--progress", "--module", SCRIPTED_MODULE},
+            std::vector<std::string>{"QMHOST_SCRIPT=" + strScript});
         for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(program.ReadLine(), "frame " + std::to_string(i));
-        program.Signal(SIGTERM);
-        const ProgramResult result = program.Wait();
-        EXPECT_EQ(result.m_nStatus, 143);
-        EXPECT_THAT(result.m_strErr,
-                    testing::HasSubstr("qmhost: interrupted; '" + Target("out.mp4") + "' is finished with 3 frames\n"));
+            EXPECT_EQ(pProgram->ReadLine(), "frame " + std::to_string(i));
+        return pProgram;
+    }
+    void Send(std::size_t uiBytes)
+    {
+        EXPECT_EQ(write(m_nPipe, std::string(uiBytes, 'x').data(), uiBytes), static_cast<ssize_t>(uiBytes));
+    }
+    int CountUnread() const
+    {
+        int nBytes = -1;
+        EXPECT_EQ(ioctl(m_nPipe, FIONREAD, &nBytes), 0);
+        return nBytes;
+    }
+    void ExpectFrames(int nFrames, const ProgramResult& result) const
+    {
+        const std::string strFrames = std::to_string(nFrames);
+        EXPECT_EQ(result.m_strErr,
+                  "qmhost: interrupted; '" + Target("out.mp4") + "' is finished with " + strFrames + " frames\n");
         const std::string strFile = ReadText(m_folder / "out.mp4");
-        EXPECT_THAT(strFile, testing::HasSubstr("\nframe 80 "));
+        EXPECT_THAT(strFile, testing::HasSubstr("\nframe " + std::to_string(40 * (nFrames - 1)) + " "));
         EXPECT_THAT(strFile, testing::HasSubstr("moov"));
     }
-    close(nPipe);
+
+private:
+    int m_nPipe = -1;
+};
+
+TEST_F(SilentInput, DoesNotHoldUpTheEnd)
+{
+    for (const int nSignal : {SIGINT, SIGTERM})
+    {
+        for (const std::size_t uiBytes : {36U, 41U})  // at the end of a frame, and within one
+        {
+            const auto pProgram = StartWithThree(uiBytes);
+            pProgram->Signal(nSignal);
+            const ProgramResult result = pProgram->Wait();
+            EXPECT_EQ(result.m_nStatus, 128 + nSignal);
+            ExpectFrames(3, result);
+        }
+    }
+}
+
+// As in `qmhost write ... | tee log`, where Ctrl-C ends both. The program can't write the line of its last frame.
+TEST_F(SilentInput, ReaderThatTheSameRequestEndsIsNoFailure)
+{
+    const auto pProgram = StartWithThree(36, "frames=4");
+    pProgram->StopReading();
+    Send(12);
+    ASSERT_TRUE(pProgram->WaitFor([&] { return CountUnread() == 0; }));
+    pProgram->Signal(SIGINT);
+    const ProgramResult result = pProgram->Wait();
+    EXPECT_EQ(result.m_nStatus, 130);
+    ExpectFrames(4, result);
 }
 
 // The lines are more than a pipe holds, so that the program meets the closed end before its last frame.
@@ -179,6 +226,23 @@ TEST_F(InterruptedProgram, ReaderOfTheProgressThatGoesDoesNotEndTheFile)
     const std::string strFile = ReadText(m_folder / "out.mp4");
     EXPECT_THAT(strFile, testing::HasSubstr("\nframe " + std::to_string(40 * (FRAMES - 1)) + " "));
     EXPECT_THAT(strFile, testing::HasSubstr("moov"));
+}
+
+// The program waits in the middle of a frame that is larger than a pipe, and meets the closed end there.
+TEST_F(InterruptedProgram, ReaderOfFramesThatTheSameRequestEndsIsNoFailure)
+{
+    for (const int nSignal : {0, SIGINT})
+    {
+        StartedProgram program = Start({"frames", m_strVideo, "--raw", "-"}, "frames=10 width=400 height=400");
+        ASSERT_TRUE(program.ReadBytes(1));
+        if (nSignal != 0) program.Signal(nSignal);
+        program.StopReading();
+        const ProgramResult result = program.Wait();
+        EXPECT_EQ(result.m_nStatus, nSignal == 0 ? 1 : 130);
+        EXPECT_EQ(result.m_strErr, nSignal == 0 ? "qmhost: frames failed with status -9 (general failure): standard "
+                                                  "output can't be written\n"
+                                                : "qmhost: interrupted\n");
+    }
 }
 
 TEST_F(InterruptedProgram, CommandsThatChangeNothingEndAtOnce)

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -72,8 +71,8 @@ TEST(TargetFile, FileThatWasWrittenAgainAtOnceInTheSameSize)
 {
     const UnicodeFolder folder;
     WriteText(folder / "old.mp4", "old");
+    fs::last_write_time(folder / "old.mp4", fs::file_time_type::clock::now() - std::chrono::milliseconds(50));
     const TargetFile target(folder / "old.mp4");
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
     WriteText(folder / "old.mp4", "new");
     EXPECT_EQ(target.AfterFailure(), "the file is left as it is, incomplete");
 }

@@ -113,7 +113,7 @@ StartedProgram::~StartedProgram()
         kill(m_nProcess, SIGKILL);
         waitpid(m_nProcess, nullptr, 0);
     }
-    close(m_nOut);
+    if (m_nOut >= 0) close(m_nOut);
 }
 
 std::optional<std::string> StartedProgram::ReadLine()
@@ -147,15 +147,31 @@ bool StartedProgram::ReadMore()
     return true;
 }
 
-bool StartedProgram::WaitForErr(const std::string& strText) const
+bool StartedProgram::HasEnded() const
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (ReadText((m_folder / "err").string()).find(strText) == std::string::npos)
+    siginfo_t state = {};
+    return waitid(P_PID, static_cast<id_t>(m_nProcess), &state, WEXITED | WNOHANG | WNOWAIT) != 0 || state.si_pid != 0;
+}
+
+bool StartedProgram::WaitFor(const std::function<bool()>& hasHappened) const
+{
+    for (;;)
     {
-        if (std::chrono::steady_clock::now() > end) return false;
+        const bool bEnded = HasEnded();  // before the other question: it may happen in between
+        if (hasHappened()) return true;
+        if (bEnded) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    return true;
+}
+
+bool StartedProgram::WaitForErr(const std::string& strText) const
+{
+    return WaitFor([&] { return ReadText((m_folder / "err").string()).find(strText) != std::string::npos; });
+}
+
+void StartedProgram::StopReading()
+{
+    close(std::exchange(m_nOut, -1));
 }
 
 void StartedProgram::Signal(int nSignal)
@@ -165,8 +181,7 @@ void StartedProgram::Signal(int nSignal)
 
 void StartedProgram::SignalUntilItEnds(int nSignal)
 {
-    siginfo_t state = {};
-    while (waitid(P_PID, static_cast<id_t>(m_nProcess), &state, WEXITED | WNOHANG | WNOWAIT) == 0 && state.si_pid == 0)
+    while (!HasEnded())
     {
         Signal(nSignal);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

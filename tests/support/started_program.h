@@ -1,6 +1,7 @@
 // Another program that is watched and sent signals while it runs. Not on Windows.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,8 +31,15 @@ public:
     // Waits for so many bytes of its standard output since its start. False when there aren't as many.
     bool ReadBytes(std::size_t uiBytes);
 
-    // Waits for a text on standard error. False when it doesn't come within a minute.
+    // Waits for what the program brings about. False when the program ends without it. Its standard output isn't read
+    // meanwhile: a program that has filled the pipe waits too.
+    bool WaitFor(const std::function<bool()>& hasHappened) const;
+
+    // The same for a text on standard error.
     bool WaitForErr(const std::string& strText) const;
+
+    // Whatever the program still writes to standard output fails from now on.
+    void StopReading();
 
     void Signal(int nSignal);
 
@@ -42,12 +50,13 @@ public:
     ProgramResult Wait();
 
 private:
-    TemporaryFolder m_folder;
     bool ReadMore();
+    bool HasEnded() const;
 
+    TemporaryFolder m_folder;
     std::string m_strOut;
     std::size_t m_uiRead = 0;
-    int m_nOut = -1;
+    int m_nOut = -1;       // also after StopReading
     pid_t m_nProcess = 0;  // 0 after its end
 };
 

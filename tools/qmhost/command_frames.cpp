@@ -166,7 +166,11 @@ void WriteRawStdout(InputFile& file, const FrameList& list, ProgressBar& progres
         ThrowIfInterrupted();
         const auto bytes = TightRows(file.ReadFrame(uiFrame));
         std::cout.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        if (!std::cout) throw std::runtime_error("standard output can't be written");
+        if (!std::cout)
+        {
+            ThrowIfInterrupted();  // Ctrl-C has ended the reader too
+            throw std::runtime_error("standard output can't be written");
+        }
         progress.Step();
     });
 }

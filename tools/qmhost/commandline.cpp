@@ -91,7 +91,8 @@ private:
             const Session session(m_strModule.empty() ? ProgramFolder() / ModuleFileName() : PathFromUtf8(m_strModule),
                                   diagnostics);
             command.m_pCommand->Run(session);
-            if (!std::cout.flush()) throw std::runtime_error("standard output can't be written");
+            if (!std::cout.flush() && InterruptionStatus() == 0)  // else Ctrl-C has ended the reader too
+                throw std::runtime_error("standard output can't be written");
             return InterruptionStatus();  // also when it came too late to change anything
         }
         catch (const Interrupted& e)
