@@ -15,10 +15,10 @@
 extern "C"
 {
     // A name without a directory, "NAME.dll" or "NAME", means NAME.so or libNAME.so. It is looked for in the directory
-    // that the environment variable IMAGEFORMAT_MP4_RUNTIMES names and, if there is such a variable, nowhere else;
-    // otherwise beside this library and then in the directory `runtimes` beside this library. A name with a directory
-    // means that file; only if it isn't there and ends in .dll, the file of that name that ends in .so. Narrow names
-    // are UTF-8.
+    // that the environment variable IMAGEFORMAT_MP4_RUNTIMES names and, if there is such a variable, nowhere else: a
+    // relative path there names none. Without the variable it is looked for beside this library and then in the
+    // directory `runtimes` beside this library. A name with a directory means that file; only if it isn't there and
+    // ends in .dll, the file of that name that ends in .so. Narrow names are UTF-8.
     //
     // Gives null with ERROR_MOD_NOT_FOUND if there is no such file, ERROR_BAD_EXE_FORMAT if it can't be loaded. A
     // loaded library counts its loads. If it exports DllMain, that is called with DLL_PROCESS_ATTACH by the first load,

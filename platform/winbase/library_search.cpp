@@ -1,8 +1,10 @@
 #include "platform/winbase/library_search.h"
 
 #include <dlfcn.h>
+#include <filesystem>
 #include <string_view>
 #include <strings.h>
+#include <system_error>
 
 #include "platform/winbase/environment.h"
 
@@ -30,28 +32,36 @@ std::string WithSo(const std::string& name)
     return EndsWith(name, c_so) ? name : WithoutDll(name) + std::string(c_so);
 }
 
-// The directory that this library was loaded from; "." if the system doesn't say.
+// The directory that this library was loaded from; "" if the system doesn't say.
 std::string OwnDirectory()
 {
     Dl_info info{};
     if (!dladdr(reinterpret_cast<const void*>(&OwnDirectory), &info) || !info.dli_fname)
     {
-        return ".";
+        return {};
     }
-    const std::string path = info.dli_fname;
-    const std::size_t nSlash = path.rfind('/');
-    return nSlash == std::string::npos ? "." : path.substr(0, nSlash);
+    std::error_code error;
+    const std::string path = std::filesystem::absolute(info.dli_fname, error).string();
+    return error ? std::string() : path.substr(0, path.rfind('/'));
 }
+
+// Asked for while the library is loaded: the system may know it by a path from the folder that is the current one then.
+// It stays to the end of the process, for destructors that load libraries.
+const std::string& g_ownDirectory = *new std::string(OwnDirectory());
 
 std::vector<std::string> SearchDirectories()
 {
-    // A variable that is set to nothing names no directory: nothing is found, as on a machine without any runtime.
+    // Nothing is found, as on a machine without any runtime, when the variable is set to nothing. The same holds for a
+    // relative path: it would name a directory in whatever folder is the current one.
     if (const auto directory = EnvironmentVariable("IMAGEFORMAT_MP4_RUNTIMES"))
     {
-        return directory->empty() ? std::vector<std::string>{} : std::vector<std::string>{*directory};
+        return directory->starts_with('/') ? std::vector<std::string>{*directory} : std::vector<std::string>{};
     }
-    const std::string own = OwnDirectory();
-    return {own, own + "/runtimes"};
+    if (g_ownDirectory.empty())
+    {
+        return {};
+    }
+    return {g_ownDirectory, g_ownDirectory + "/runtimes"};
 }
 
 }  // namespace
