@@ -45,7 +45,7 @@ protected:
     ProgramResult ReadWhile(TChange change) const
     {
         StartedProgram program(QMHOST_PROGRAM, {"frames", m_strVideo, "--raw", "-"});
-        program.ReadBytes(3 * FRAME_BYTES);
+        EXPECT_TRUE(program.ReadBytes(3 * FRAME_BYTES));
         change();
         return program.Wait();
     }
@@ -140,6 +140,53 @@ TEST_F(ChangingFiles, TargetThatVanishes)
         EXPECT_THAT(result.m_strErr, StartsWith("qmhost: "));
         EXPECT_THAT(result.m_strErr, HasSubstr("no file was made"));
     }
+}
+
+// A folder that no user can write to. The back ends differ in when they report it.
+TEST_F(ChangingFiles, TargetInAReadOnlyFolder)
+{
+    WriteText(Target("r.bgr"), std::string(std::size_t{3} * 64 * 48, '\x80'));
+    for (const char* pszCodec : {"NVENC1", "AMF1", "HQ"})
+    {
+        SCOPED_TRACE(pszCodec);
+        const ProgramResult result =
+            RunProgram(QMHOST_PROGRAM, {"write", "/proc/out.mp4", "--raw", Target("r.bgr"), "--size", "64x48",
+                                        "--codec", pszCodec, "--period", "40"});
+        EXPECT_EQ(result.m_nStatus, 1);
+        EXPECT_THAT(result.m_strErr,
+                    testing::AnyOf("qmhost: write failed with status -1500 (a file didn't open): the first frame made "
+                                   "no file '/proc/out.mp4'\n",
+                                   testing::AllOf(StartsWith("qmhost: WriteNextFrame failed with status -9 (general "
+                                                             "failure): frame 0 of '/proc/out.mp4'; "),
+                                                  HasSubstr("; no file was made\n"))));
+    }
+    for (const std::vector<std::string>& vArguments :
+         {std::vector<std::string>{"frames", m_strVideo, "--raw", "/proc/out"},
+          {"frames", m_strVideo, "--out", "/proc/out"},
+          {"preview", m_strVideo, "--size", "4x4", "--out", "/proc/out.png"}})
+    {
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, vArguments);
+        EXPECT_EQ(result.m_nStatus, 1);
+        EXPECT_THAT(result.m_strErr,
+                    StartsWith("qmhost: " + vArguments.front() + " failed with status -9 (general failure): '" +
+                               vArguments.back() + "' can't be "));
+    }
+}
+
+// A file that runs as a program: no user can write to it, and nothing is begun.
+TEST_F(ChangingFiles, TargetThatIsReadOnly)
+{
+    WriteText(Target("r.bgr"), std::string(std::size_t{3} * 64 * 48, '\x80'));
+    fs::copy_file("/bin/cat", Target("out.mp4"));
+    const std::string strBefore = ReadText(Target("out.mp4"));
+    StartedProgram running("sh", {"-c", "exec \"$0\" /dev/zero", Target("out.mp4")});
+    ASSERT_TRUE(running.ReadBytes(1));
+    const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"write", Target("out.mp4"), "--raw", Target("r.bgr"),
+                                                             "--size", "64x48", "--codec", "NVENC1", "--period", "40"});
+    EXPECT_EQ(result.m_nStatus, 1);
+    EXPECT_EQ(result.m_strErr, "qmhost: write failed with status -9 (general failure): '" + Target("out.mp4") +
+                                   "' can't be written: Text file busy\n");
+    EXPECT_TRUE(ReadText(Target("out.mp4")) == strBefore);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include "muxed_bytes.h"
+#include "succeeding_program.h"
 #include "support/ffmpeg.h"
 #include "support/mp4_boxes.h"
 #include "support/run_program.h"
@@ -71,14 +72,6 @@ protected:
     static std::string WrittenPath() { return (*s_pFolder / u8"wr\u00EFtten.mp4").string(); }
     static std::string TimesPath() { return (*s_pFolder / "t.csv").string(); }
     std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
-
-    static std::string Succeed(const std::vector<std::string>& vArguments, const std::string& strErr = "")
-    {
-        const ProgramResult result = RunProgram(QMHOST_PROGRAM, vArguments);
-        EXPECT_EQ(result.m_nStatus, 0);
-        EXPECT_EQ(result.m_strErr, strErr);
-        return result.m_strOut;
-    }
 
     // Repairs a file and looks at the result: as many pictures, the first ones of what was written, at their times.
     void RepairAndCompare(const std::string& strFile, int nPictures, const std::string& strLine)

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include "succeeding_program.h"
 #include "support/ffmpeg.h"
 #include "support/run_program.h"
 #include "unicode_folder.h"
@@ -75,13 +76,6 @@ protected:
     }
     std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
 
-    static std::string Succeed(const std::vector<std::string>& vArguments, const std::string& strErr = "")
-    {
-        const ProgramResult result = RunProgram(QMHOST_PROGRAM, vArguments);
-        EXPECT_EQ(result.m_nStatus, 0);
-        EXPECT_EQ(result.m_strErr, strErr);
-        return result.m_strOut;
-    }
     // Writes with NVENC1 to the file that ReadBack reads.
     void Write(std::vector<std::string> vArguments, const std::string& strErr = "") const
     {

@@ -15,8 +15,10 @@ template <class TTable>
 class RuntimeScript
 {
 public:
-    // The runtime's file, and its entry that gives the table. Throws std::runtime_error without such a runtime.
-    RuntimeScript(const wchar_t* pwszFile, const char* pszEntry) : m_hRuntime(LoadLibraryW(pwszFile))
+    // The runtime's file, and its entry that gives the table. It is looked for where the module looks, so not in the
+    // current folder. Throws std::runtime_error without such a runtime.
+    RuntimeScript(const wchar_t* pwszFile, const char* pszEntry)
+        : m_hRuntime(LoadLibraryExW(pwszFile, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32))
     {
         if (!m_hRuntime) throw std::runtime_error("no encoder runtime");
         const auto pfn = GetProcAddress(m_hRuntime, pszEntry);

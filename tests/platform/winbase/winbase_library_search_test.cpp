@@ -63,6 +63,22 @@ TEST_F(WinbaseLibrarySearch, NothingElseIsSearchedWhenTheVariableIsSet)
     EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), TestLibrary());
 }
 
+// It would mean another directory in each current folder.
+TEST_F(WinbaseLibrarySearch, RelativeDirectoryOfTheVariableNamesNone)
+{
+    Put("winbase_testlibrary.so");
+    const test_support::CurrentFolder current(m_folder.Path().parent_path());
+    const std::wstring name = m_folder.Path().filename().wstring();
+    for (const std::wstring& directory : {name, L"./" + name})
+    {
+        SetEnvironmentVariableW(c_pwszVariable, directory.c_str());
+        EXPECT_EQ(LastErrorOf([] { EXPECT_FALSE(LoadLibraryW(L"winbase_testlibrary.dll")); }),
+                  static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+    }
+    SearchThereOnly();
+    EXPECT_EQ(Loaded(L"winbase_testlibrary.dll"), m_folder / "winbase_testlibrary.so");
+}
+
 TEST_F(WinbaseLibrarySearch, NameMayCarryTheSystemsPrefix)
 {
     Put("libsome64.so");

@@ -15,7 +15,7 @@ Function Find(HMODULE hModule, const char* pszName)
 Runtime Load()
 {
     Runtime runtime{};
-    runtime.hModule = LoadLibraryW(AMF_DLL_NAME);
+    runtime.hModule = LoadLibraryExW(AMF_DLL_NAME, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!runtime.hModule)
     {
         std::cerr << "the runtime isn't where it is looked for\n";

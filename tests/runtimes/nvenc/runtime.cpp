@@ -15,7 +15,7 @@ Function Find(HMODULE hModule, const char* pszName)
 Runtime Load()
 {
     Runtime runtime{};
-    const HMODULE hModule = LoadLibraryA("nvEncodeAPI64.dll");
+    const HMODULE hModule = LoadLibraryExW(L"nvEncodeAPI64.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!hModule)
     {
         std::cerr << "the runtime isn't where it is looked for\n";
