@@ -31,7 +31,7 @@ constexpr std::uint32_t g_uiWidth = 1920;
 constexpr std::uint32_t g_uiHeight = 1080;
 constexpr std::size_t g_uiPictureSize = std::size_t{3} * g_uiWidth * g_uiHeight;
 constexpr int g_nPictures = 150;
-constexpr int g_nRounds = 3;
+constexpr int g_nRounds = 5;
 
 void Check(bool bOk, const char* pszWhat)
 {
