@@ -93,7 +93,7 @@ STDMETHODIMP CScriptedSession::Start(const GUID*, const PROPVARIANT* pvarPositio
         if (m_bPaused) uiPicture = m_uiNext;
     }
     if (FAILED(hr)) return hr;
-    m_commands.push_back({ECommand::Seek, uiPicture, nStart});
+    m_commands.push_back({ECommand::Seek, uiPicture, nStart, m_bRateIs0 && m_script.m_nScrubbed >= 0});
     m_cv.notify_all();
     return hr;
 }
@@ -105,7 +105,7 @@ STDMETHODIMP CScriptedSession::Pause()
     const int nPause = m_nPauses++;
     const HRESULT hr = m_script.m_fnPause(nPause);
     if (FAILED(hr)) return hr;
-    m_commands.push_back({ECommand::Pause, 0, nPause});
+    m_commands.push_back({ECommand::Pause, 0, nPause, false});
     m_cv.notify_all();
     return hr;
 }
@@ -115,7 +115,7 @@ STDMETHODIMP CScriptedSession::Stop()
     const std::lock_guard lock(m_mtx);
     m_vCalls.emplace_back("Stop");
     if (FAILED(m_script.m_hrStop)) return m_script.m_hrStop;
-    m_commands.push_back({ECommand::Stop, 0, 0});
+    m_commands.push_back({ECommand::Stop, 0, 0, false});
     m_cv.notify_all();
     return S_OK;
 }
@@ -148,6 +148,7 @@ STDMETHODIMP CScriptedSession::SetRate(BOOL, float fRate)
 {
     const std::lock_guard lock(m_mtx);
     m_vCalls.push_back("SetRate " + std::to_string(static_cast<int>(fRate)));
+    if (fRate == 0.0F || !m_script.m_bKeepsRate) m_bRateIs0 = fRate == 0.0F;
     return S_OK;
 }
 
@@ -238,16 +239,21 @@ void CScriptedSession::Obey(const SCommand& command)
         const HRESULT hrStarted = m_script.m_fnStarted(command.m_nNumber);
         Report(MESessionStarted, hrStarted);
         m_bPlaying = SUCCEEDED(hrStarted);
-        const std::lock_guard lock(m_mtx);
-        m_uiNext = command.m_uiPicture;
-        m_bPaused = false;
+        m_bScrubbed = m_bPlaying && command.m_bScrubs;
+        {
+            const std::lock_guard lock(m_mtx);
+            m_uiNext = command.m_uiPicture;
+            m_bPaused = false;
+        }
+        if (m_bScrubbed) Scrub();
         break;
     }
 
     case ECommand::Pause: {
         for (int i = 0; i < m_script.m_nLate && m_bPlaying; ++i)
             DeliverNext();
-        const HRESULT hrPaused = m_bPlaying ? m_script.m_fnPaused(command.m_nNumber) : MF_E_SESSION_PAUSEWHILESTOPPED;
+        const HRESULT hrPaused =
+            m_bPlaying || m_bScrubbed ? m_script.m_fnPaused(command.m_nNumber) : MF_E_SESSION_PAUSEWHILESTOPPED;
         if (SUCCEEDED(hrPaused)) m_bPlaying = false;
         {
             const std::lock_guard lock(m_mtx);
@@ -262,6 +268,14 @@ void CScriptedSession::Obey(const SCommand& command)
         Report(MESessionStopped, S_OK);
         break;
     }
+}
+
+void CScriptedSession::Scrub()
+{
+    for (int i = 0; i < m_script.m_nScrubbed; ++i)
+        DeliverNext();
+    m_bPlaying = false;
+    Report(MESessionScrubSampleComplete, S_OK);
 }
 
 void CScriptedSession::DeliverNext()

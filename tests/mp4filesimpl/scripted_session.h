@@ -38,6 +38,9 @@ struct SScript
     bool m_bMute = false;                // reports nothing at all
     std::size_t m_uiStuckAt = SIZE_MAX;  // the picture that never comes, with nothing after it
     bool m_bNoRates = false;             // has no rate control
+    // Pictures of a play at rate 0: after them the session reports so and waits. Below 0, it plays at every rate alike.
+    int m_nScrubbed = -1;
+    bool m_bKeepsRate = false;  // a rate other than 0 isn't taken
     HRESULT m_hrSetTopology = S_OK;
     HRESULT m_hrStop = S_OK;
     // By number of the call, from 0: what the call returns, and the status of its event.
@@ -106,10 +109,12 @@ private:
         ECommand m_eCommand;
         std::size_t m_uiPicture;  // of a seek
         int m_nNumber;            // of the call
+        bool m_bScrubs;           // of a seek: at rate 0
     };
 
     void Run();
     void Obey(const SCommand& command);
+    void Scrub();
     void DeliverNext();
 
     const SScript m_script;
@@ -126,11 +131,13 @@ private:
     int m_nPauses = 0;
     std::size_t m_uiNext = 0;  // the next picture to deliver
     bool m_bPaused = false;
+    bool m_bRateIs0 = false;
     bool m_bGoesOn = false;  // GoOn was called
     bool m_bStuck = false;   // waits for GoOn or a call
 
-    bool m_bPlaying = false;  // the player's thread only, as is the next
-    bool m_bHeld = false;     // waits for a call
+    bool m_bPlaying = false;   // the player's thread only, as is the next
+    bool m_bHeld = false;      // waits for a call
+    bool m_bScrubbed = false;  // waits after a play at rate 0
     std::atomic<std::size_t> m_uiDelivered{0};
     std::thread m_player;
 };

@@ -174,6 +174,96 @@ TEST_F(Silence, AReadFromASessionThatDiedFails)
     EXPECT_EQ(file.Session().CountStarts(), 2);
 }
 
+// --- another session ---
+
+TEST_F(Silence, AnotherSessionIsTriedAndBeginsAtTheRequestedFrame)
+{
+    int nShutDowns = 0;
+    SScript stuck = StuckAt(30);
+    stuck.m_fnOnShutdown = [&] { ++nShutDowns; };
+    CScriptedFile file(m_format.Get(), stuck);
+    file.SetOtherSessions({StuckAt(SIZE_MAX)});
+    std::future<int> read = Read(file, 500, "Start 20000");
+    MoveClock(20'000 + 500 * 100 - 1);
+    EXPECT_TRUE(Waits(read));
+    EXPECT_EQ(file.CountOtherGraphs(), 0);
+    MoveClock(1);
+    EXPECT_EQ(read.get(), 500);
+    EXPECT_EQ(file.CountOtherGraphs(), 1);
+    EXPECT_EQ(nShutDowns, 1);
+    const std::vector<std::string> vCalls = file.Session().Calls();
+    ASSERT_GE(vCalls.size(), 2u);
+    EXPECT_EQ(vCalls[0], "SetTopology");
+    EXPECT_EQ(vCalls[1], "Start 20000");
+}
+
+TEST_F(Silence, LaterFramesAreReadFromTheOtherSession)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(0));
+    file.SetOtherSessions({StuckAt(SIZE_MAX)});
+    std::future<int> read = Read(file, 0, "Start");
+    MoveClock(20'000);
+    ASSERT_EQ(read.get(), 0);
+    for (const std::uint32_t uiFrame : {1u, 2u, 700u, 699u, 3u, 999u})
+        EXPECT_EQ(file.ReadNumber(uiFrame), static_cast<int>(uiFrame));
+    EXPECT_EQ(file.CountOtherGraphs(), 1);
+}
+
+TEST_F(Silence, TwoSilentSessionsAreTheEnd)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    file.SetOtherSessions({StuckAt(30), StuckAt(SIZE_MAX)});
+    std::future<int> read = Read(file, 40, "Start 1600");
+    MoveClock(24'000);
+    while (file.CountOtherGraphs() == 0)
+        Sleep(1);
+    WaitForLimitedWait();
+    file.Session().WaitUntilStuckAfter("Start 1600");
+    MoveClock(23'999);
+    EXPECT_TRUE(Waits(read));
+    MoveClock(1);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(41), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(0), QM_ERR_FAIL);
+    EXPECT_EQ(file.CountOtherGraphs(), 1);
+}
+
+TEST_F(Silence, ASessionThatHasDeliveredAndIsSilentLaterGivesWayToAnother)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    file.SetOtherSessions({StuckAt(500), StuckAt(SIZE_MAX)});
+    std::future<int> read = Read(file, 40, "Start 1600");
+    MoveClock(24'000);
+    ASSERT_EQ(read.get(), 40);
+    read = Read(file, 600, "Start 24000");
+    MoveClock(20'000 + 600 * 100);
+    EXPECT_EQ(read.get(), 600);
+    EXPECT_EQ(file.CountOtherGraphs(), 2);
+}
+
+TEST_F(Silence, WithoutAnotherSessionTheReadFails)
+{
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    std::future<int> read = Read(file, 40, "Start 1600");
+    MoveClock(24'000);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    EXPECT_EQ(file.CountOtherGraphs(), 1);
+    EXPECT_EQ(file.ReadNumber(41), QM_ERR_FAIL);
+    EXPECT_EQ(file.CountOtherGraphs(), 1);
+}
+
+TEST_F(Silence, AnotherSessionThatRefusesItsTopologyFailsTheRead)
+{
+    SScript refusing = StuckAt(SIZE_MAX);
+    refusing.m_hrSetTopology = E_FAIL;
+    CScriptedFile file(m_format.Get(), StuckAt(30));
+    file.SetOtherSessions({refusing});
+    std::future<int> read = Read(file, 40, "Start 1600");
+    MoveClock(24'000);
+    EXPECT_EQ(read.get(), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(40), QM_ERR_FAIL);
+}
+
 // Whatever the session is asked for, it doesn't answer.
 TEST_F(Silence, AFileWhoseSessionReportsNotEvenItsStopIsDestroyed)
 {

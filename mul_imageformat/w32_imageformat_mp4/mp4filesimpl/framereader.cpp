@@ -14,10 +14,12 @@ constexpr DWORD NOTHING_TO_PAUSE_MS = 10;
 }  // namespace
 
 CFrameReader::CFrameReader(CReadGraph& graph, const std::vector<std::uint64_t>& vFrameTimesMs,
-                           const SQmImageAttributes& attributes)
+                           const SQmImageAttributes& attributes, std::function<HRESULT(CReadGraph&)> fnMakeGraph)
     : m_Graph(graph),
       m_vFrameTimesMs(vFrameTimesMs),
       m_Attributes(attributes),
+      m_fnMakeGraph(std::move(fnMakeGraph)),
+      m_bBegunAgain(false),
       m_bTopologySet(false),
       m_hWorkerThread(nullptr),
       m_hPumpThread(nullptr),
@@ -32,6 +34,14 @@ CFrameReader::~CFrameReader()
 QmStatus CFrameReader::Read(std::uint32_t uiIndex, void* pBuffer)
 {
     if (uiIndex >= m_vFrameTimesMs.size()) return QM_ERR_FAIL;
+    const bool bWasSilent = m_Graph.GetStore()->WasSilentForTooLong();
+    const QmStatus nStatus = ReadFromSession(uiIndex, pBuffer);
+    if (bWasSilent || !m_Graph.GetStore()->WasSilentForTooLong() || !BeginAgain()) return nStatus;
+    return ReadFromSession(uiIndex, pBuffer);
+}
+
+QmStatus CFrameReader::ReadFromSession(std::uint32_t uiIndex, void* pBuffer)
+{
     if (StartThreads() != QM_OK) return QM_ERR_FAIL;
     QmStatus nStatus = QM_OK;
     if (m_Graph.GetStore()->AskForFrame(uiIndex, pBuffer, &nStatus)) return nStatus;
@@ -39,6 +49,25 @@ QmStatus CFrameReader::Read(std::uint32_t uiIndex, void* pBuffer)
     // A session that was silent for too long may not wake the worker either.
     if (m_Graph.GetStore()->HavePlaysEnded()) SetEvent(m_hEndWorker);
     return nStatus;
+}
+
+// Puts another graph in the place of the one whose session is silent. False when there is none; what was stored stays
+// then. The frame that was asked for is asked for once more by the caller.
+bool CFrameReader::BeginAgain()
+{
+    CReadGraph other;
+    if (FAILED(m_fnMakeGraph(other)))
+    {
+        other.ShutDown();
+        return false;
+    }
+    EndThreads();
+    m_Graph.GetStore()->Disconnect();
+    m_Graph.Swap(other);
+    other.ShutDown();
+    m_bTopologySet = false;
+    m_bBegunAgain = true;
+    return true;
 }
 
 // Gives the topology to the session and starts the threads, each once.
@@ -64,6 +93,13 @@ void CFrameReader::End()
     CFrameStore* pStore = m_Graph.GetStore();
     if (pStore == nullptr) return;
     pStore->Close();
+    EndThreads();
+    pStore->Disconnect();
+}
+
+// Precondition: the input file is closing, or all plays have ended.
+void CFrameReader::EndThreads()
+{
     if (m_hPumpThread != nullptr)
     {
         WaitForSingleObject(m_hPumpThread, INFINITE);
@@ -78,7 +114,7 @@ void CFrameReader::End()
         CloseHandle(m_hWorkerThread);
         m_hWorkerThread = nullptr;
     }
-    pStore->Disconnect();
+    if (m_hEndWorker != nullptr) ResetEvent(m_hEndWorker);
 }
 
 DWORD WINAPI CFrameReader::WorkerThread(void* pReader)
@@ -90,7 +126,8 @@ DWORD WINAPI CFrameReader::WorkerThread(void* pReader)
                             reader.m_Attributes.m_uiWidth,
                             reader.m_Attributes.m_uiHeight,
                             *reader.m_PlayLock.Get(),
-                            reader.m_hEndWorker};
+                            reader.m_hEndWorker,
+                            reader.m_bBegunAgain};
     CReadWorker(plan).Run();
     return 0;
 }
@@ -107,7 +144,7 @@ DWORD WINAPI CFrameReader::PumpThread(void* pReader)
 void CFrameReader::RunPump()
 {
     CFrameStore& store = *m_Graph.GetStore();
-    while (!store.IsClosing())
+    while (!store.IsClosing() && !store.HavePlaysEnded())
     {
         store.WaitForPauseRequest();
         if (!store.IsClosing() && !PausePlay()) Sleep(NOTHING_TO_PAUSE_MS);

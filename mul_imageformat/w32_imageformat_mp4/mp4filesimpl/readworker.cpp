@@ -13,6 +13,8 @@ namespace
 constexpr std::uint64_t FIRST_WINDOW_END = 47;
 constexpr std::int64_t UNITS_PER_MS = 10000;  // positions are in units of 100 ns
 constexpr DWORD POLL_MS = 5;
+constexpr float SCRUBBING_RATE = 0.0F;
+constexpr float PLAYING_RATE = 1.0F;
 
 // Plays that may fail to bring a requested frame nearer before the request is refused. A frame is the first sample of
 // the play that looks for it, so one should be enough; two more forgive a pause or an error left from before.
@@ -22,7 +24,7 @@ constexpr int MAX_FRUITLESS_PLAYS = 3;
 
 void CReadWorker::Run()
 {
-    if (SUCCEEDED(StartFromBeginning()))
+    if (m_Plan.m_bAtRequest ? StartAtRequest() : SUCCEEDED(StartFromBeginning()))
     {
         while (WaitWhilePlaying() && ServeRequest())
             m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
@@ -37,7 +39,15 @@ HRESULT CReadWorker::StartFromBeginning()
     m_Plan.m_Store.BeginFirstPlay(std::min(FIRST_WINDOW_END, LastFrame()), m_Plan.m_uiWidth, m_Plan.m_uiHeight);
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
+    m_bPlayed = true;
     return m_Plan.m_Session.Start(&GUID_NULL, &varBeginning);
+}
+
+// The request may be on its way still. False when the thread is to end.
+bool CReadWorker::StartAtRequest()
+{
+    m_Plan.m_Store.RestUnlessHostWaits(INFINITE);
+    return ServeRequest();
 }
 
 // --- events ---
@@ -58,7 +68,7 @@ bool CReadWorker::WaitWhilePlaying()
         }
         if (hr != S_OK || m_Plan.m_Store.IsClosing()) m_Plan.m_Store.EndPlay();
         // After a pause a sample may still be on its way into the store. It must not be numbered by the next play.
-        if (eType == MESessionPaused)
+        if (eType == MESessionPaused || eType == MESessionScrubSampleComplete)
             Sleep(POLL_MS);
         else if (eType != MESessionEnded)
             m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
@@ -68,6 +78,9 @@ bool CReadWorker::WaitWhilePlaying()
 
 // A play is over when it is paused, ended, or couldn't begin. Ends that arrive before the session has reported that the
 // current play began belong to an earlier one.
+//
+// A session that takes the rate 0 at its word shows the picture at the start position, or nothing, and waits. Its play
+// was as long as that. The first one says only that this session needs another rate. It isn't held against the request.
 //
 // An error is no end: the session may survive it and deliver on, and those pictures would be numbered from the start of
 // the next play. A session that can't continue reports its end as well, or is silent from then on.
@@ -91,6 +104,12 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
 
     case MESessionEnded:
         if (m_bStarted) eEnd = EPlayEnd::Other;
+        break;
+
+    case MESessionScrubSampleComplete:
+        if (!m_bStarted) break;
+        eEnd = m_bScrubs ? EPlayEnd::Other : EPlayEnd::FirstScrub;
+        m_bScrubs = true;
         break;
 
     default:
@@ -150,7 +169,7 @@ void CReadWorker::JudgeLastPlay(const SRestingStore& store)
         m_uiJudgedRequest = store.m_uiRequestNumber;
         m_nFruitless = 0;
     }
-    if (eEnd == EPlayEnd::None || m_uiPlayRequest != m_uiJudgedRequest) return;
+    if (eEnd == EPlayEnd::None || eEnd == EPlayEnd::FirstScrub || m_uiPlayRequest != m_uiJudgedRequest) return;
 
     // A sample that there was no memory for is numbered and not stored.
     const bool bDelivered = store.m_uiNextFrame > m_uiPlayKeepFrom;
@@ -216,14 +235,7 @@ std::uint64_t CReadWorker::FirstOfMillisecond(std::uint64_t uiFrame) const
 
 HRESULT CReadWorker::StartPlay(const SPlay& play)
 {
-    IMFRateControl* pRateControl = nullptr;
-    if (play.m_eStart == EPlayStart::Seek &&
-        SUCCEEDED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
-                               reinterpret_cast<void**>(&pRateControl))))
-    {
-        pRateControl->SetRate(FALSE, 0.0F);  // not examined: a session without rates plays as it does
-    }
-
+    IMFRateControl* pRateControl = SetRateFor(play);
     PROPVARIANT varPosition;
     PropVariantInit(&varPosition);
     if (play.m_eStart != EPlayStart::Resume)
@@ -232,7 +244,26 @@ HRESULT CReadWorker::StartPlay(const SPlay& play)
         varPosition.hVal.QuadPart =
             static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(UNITS_PER_MS));
     }
+    m_bPlayed = true;
     const HRESULT hr = m_Plan.m_Session.Start(&GUID_NULL, &varPosition);
     SafeRelease(&pRateControl);
     return hr;
+}
+
+// Returns the rate control, which is the caller's to release after the start, or null.
+//
+// A seek sets the rate to 0. A session that scrubs then gets a rate that plays with its next start, once, since a rate
+// stays. The first start of a session needs none.
+IMFRateControl* CReadWorker::SetRateFor(const SPlay& play)
+{
+    const bool bWanted = m_bScrubs ? !m_bRateSet : play.m_eStart == EPlayStart::Seek && m_bPlayed;
+    IMFRateControl* pRateControl = nullptr;
+    if (!bWanted || FAILED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
+                                        reinterpret_cast<void**>(&pRateControl))))
+    {
+        return nullptr;
+    }
+    pRateControl->SetRate(FALSE, m_bScrubs ? PLAYING_RATE : SCRUBBING_RATE);  // not examined: it plays as it does then
+    m_bRateSet = m_bScrubs;
+    return pRateControl;
 }

@@ -1,0 +1,153 @@
+// Sessions that take the rate 0 at its word: a start then shows one picture or none, and the session waits.
+#include <algorithm>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "scripted_file.h"
+
+namespace
+{
+
+using testing::Contains;
+using testing::Not;
+
+class Scrub : public testing::Test
+{
+protected:
+    static SScript Script(int nScrubbed)
+    {
+        SScript script;
+        script.m_vTimesMs = EvenTimes(300, 40);
+        script.m_nScrubbed = nScrubbed;
+        return script;
+    }
+
+    // The calls from the first "SetRate 0" to the start after it.
+    static std::vector<std::string> FirstCallsFromTheRateOn(CScriptedFile& file, std::size_t uiCount)
+    {
+        const std::vector<std::string> vCalls = file.Session().Calls();
+        auto it = std::find(vCalls.begin(), vCalls.end(), "SetRate 0");
+        std::vector<std::string> vFirst;
+        for (; it != vCalls.end() && vFirst.size() < uiCount; ++it)
+            vFirst.push_back(*it);
+        return vFirst;
+    }
+
+    CFormatReference m_format;
+};
+
+class ScrubOf : public Scrub, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(ScrubOf, FramesReadInOrderAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), Script(GetParam()));
+    for (std::uint32_t i = 0; i < 300; ++i)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+}
+
+TEST_P(ScrubOf, FramesReadBackwardsAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), Script(GetParam()));
+    for (std::uint32_t i = 300; i-- > 0;)
+        ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+}
+
+TEST_P(ScrubOf, FramesReadAtRandomAreTheRightOnes)
+{
+    CScriptedFile file(m_format.Get(), Script(GetParam()));
+    std::mt19937 random(4711);
+    for (int i = 0; i < 200; ++i)
+    {
+        const std::uint32_t uiIndex = random() % 300;
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << i;
+    }
+}
+
+TEST_P(ScrubOf, TheRateIsSetTo0OnceAndThenToOneThatPlays)
+{
+    CScriptedFile file(m_format.Get(), Script(GetParam()));
+    for (const std::uint32_t uiIndex : {0u, 200u, 100u, 250u, 3u})
+    {
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex));
+        file.WaitForRest();
+    }
+    EXPECT_EQ(file.Session().CountCalls("SetRate 0"), 1);
+    EXPECT_EQ(file.Session().CountCalls("SetRate 1"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pictures, ScrubOf, testing::Values(0, 1),
+                         [](const auto& count) { return count.param == 0 ? std::string("None") : std::string("One"); });
+
+TEST_F(Scrub, APlayThatShowedNothingIsRepeatedAtARateThatPlays)
+{
+    CScriptedFile file(m_format.Get(), Script(0));
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    ASSERT_EQ(file.ReadNumber(200), 200);
+    EXPECT_THAT(FirstCallsFromTheRateOn(file, 4),
+                testing::ElementsAre("SetRate 0", "Start 8000", "SetRate 1", "Start 8000"));
+}
+
+TEST_F(Scrub, APlayThatShowedItsPictureIsContinuedAtARateThatPlays)
+{
+    CScriptedFile file(m_format.Get(), Script(1));
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    file.WaitForRest();
+    ASSERT_EQ(file.ReadNumber(200), 200);
+    file.WaitForRest();
+    EXPECT_THAT(FirstCallsFromTheRateOn(file, 4),
+                testing::ElementsAre("SetRate 0", "Start 8000", "SetRate 1", "Start 8040"));
+    ASSERT_EQ(file.ReadNumber(201), 201);
+}
+
+// One picture for each start is enough to read the file.
+TEST_F(Scrub, ASessionThatShowsOnePictureAtAnyRateIsRead)
+{
+    SScript script = Script(1);
+    script.m_bKeepsRate = true;
+    CScriptedFile file(m_format.Get(), script);
+    for (const std::uint32_t uiIndex : {0u, 200u, 201u, 202u, 100u, 299u, 5u})
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex));
+}
+
+TEST_F(Scrub, ASessionThatShowsNothingAtAnyRateRefusesTheFrame)
+{
+    SScript script = Script(0);
+    script.m_bKeepsRate = true;
+    CScriptedFile file(m_format.Get(), script);
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    EXPECT_EQ(file.ReadNumber(200), QM_ERR_FAIL);
+    EXPECT_EQ(file.ReadNumber(100), QM_ERR_FAIL);
+}
+
+// Of an earlier play, since the session hasn't reported the start yet.
+TEST_F(Scrub, ThatIsReportedBeforeAStartIsNotTheEndOfItsPlay)
+{
+    SScript script = Script(-1);
+    script.m_fnStale = [](int nStart) {
+        return nStart == 0 ? std::vector<MediaEventType>()
+                           : std::vector<MediaEventType>(1, MESessionScrubSampleComplete);
+    };
+    CScriptedFile file(m_format.Get(), script);
+    for (const std::uint32_t uiIndex : {0u, 200u, 100u})
+    {
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex));
+        file.WaitForRest();
+    }
+    EXPECT_THAT(file.Session().Calls(), Not(Contains("SetRate 1")));
+}
+
+TEST_F(Scrub, AFileIsDestroyedWhileItsSessionScrubs)
+{
+    SScript script = Script(0);
+    script.m_bKeepsRate = true;
+    CScriptedFile file(m_format.Get(), script);
+    ASSERT_EQ(file.ReadNumber(0), 0);
+    EXPECT_EQ(file.ReadNumber(200), QM_ERR_FAIL);
+}
+
+}  // namespace
