@@ -1,12 +1,11 @@
-# qm_add_test(NAME SOURCES file... LIBS target... [NEEDS_MEDIA_FOUNDATION] [ONE_THREAD] [TIMEOUT seconds]
-#             [SHARDS count])
+# qm_add_test(NAME SOURCES file... LIBS target... [ONE_THREAD] [TIMEOUT seconds] [SHARDS count])
 #
 # One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
 # entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
 # processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes is
 # as many entries as SHARDS says, each with its share of the cases. A program that is known to have ONE_THREAD isn't run
-# under the thread sanitizer, which has nothing to look for in it. In the Windows build a program that needs Media
-# Foundation is built but not run: Wine's is not the system's.
+# under the thread sanitizer, which has nothing to look for in it. In the Windows build, which runs under Wine, the cases
+# and programs in tests/wine_gaps.txt are left out.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")
@@ -38,8 +37,18 @@ if(QM_TEST_OPTIMIZATION STREQUAL "-O0")
     qm_set_test_options(test_header)
 endif()
 
+# The cases of a program in tests/wine_gaps.txt, as a filter of GoogleTest's takes them; "*" for the whole program.
+function(qm_cases_left_out name result)
+    set(list ${PROJECT_SOURCE_DIR}/tests/wine_gaps.txt)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+    file(STRINGS ${list} lines REGEX "^${name} ")
+    list(TRANSFORM lines REPLACE "^[^ ]+ +([^ ]+) .*" "\\1")
+    list(JOIN lines ":" filter)
+    set(${result} "${filter}" PARENT_SCOPE)
+endfunction()
+
 function(qm_add_test name)
-    cmake_parse_arguments(ARG "NEEDS_MEDIA_FOUNDATION;ONE_THREAD" "TIMEOUT;SHARDS" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "ONE_THREAD" "TIMEOUT;SHARDS" "SOURCES;LIBS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
@@ -49,8 +58,12 @@ function(qm_add_test name)
         target_precompile_headers(${name} REUSE_FROM test_header)
     endif()
     qm_set_test_options(${name})
-    if(WIN32 AND ARG_NEEDS_MEDIA_FOUNDATION)
-        return()
+    set(left_out "")
+    if(WIN32)
+        qm_cases_left_out(${name} left_out)
+        if(left_out STREQUAL "*")
+            return()
+        endif()
     endif()
     if(ARG_ONE_THREAD AND QM_SANITIZE STREQUAL "thread")
         return()
@@ -69,6 +82,9 @@ function(qm_add_test name)
             # The programs that may take longest start first, so that none of them is left alone at the end.
             set_tests_properties(${test} PROPERTIES TIMEOUT 1200 COST ${ARG_TIMEOUT}
                 ENVIRONMENT "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${shard}")
+            if(left_out)
+                set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "GTEST_FILTER=-${left_out}")
+            endif()
         endforeach()
     else()
         gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60

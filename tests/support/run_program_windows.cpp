@@ -1,5 +1,6 @@
 #include "support/run_program.h"
 
+#include <cstring>
 #include <stdexcept>
 
 #include <windows.h>
@@ -48,11 +49,93 @@ void SetVariables(const std::vector<std::string>& vEnvironment)
     }
 }
 
+// --- programs of the system below Wine ---
+
+// What Wine's ntdll.dll and kernel32.dll have besides Windows' own.
+using PSpawn = int(__cdecl*)(const char* const*, int);
+using PUnixName = char*(__cdecl*)(LPCWSTR);
+
+template <typename TFunction>
+TFunction FindFunction(const wchar_t* pwszLibrary, const char* pszName)
+{
+    const FARPROC pfn = GetProcAddress(GetModuleHandleW(pwszLibrary), pszName);
+    TFunction pfnFound = nullptr;
+    static_assert(sizeof pfnFound == sizeof pfn);
+    std::memcpy(&pfnFound, &pfn, sizeof pfnFound);
+    return pfnFound;
+}
+
+std::string UnixName(const std::string& strPath)
+{
+    const auto pfnUnixName = FindFunction<PUnixName>(L"kernel32.dll", "wine_get_unix_file_name");
+    char* const pszName = pfnUnixName(Wide(strPath).c_str());
+    if (pszName == nullptr) throw std::runtime_error(strPath + " has no name below Wine");
+    const std::string strName = pszName;
+    HeapFree(GetProcessHeap(), 0, pszName);
+    return strName;
+}
+
+std::string Utf8(const std::filesystem::path& path)
+{
+    const std::u8string strPath = path.u8string();
+    return std::string(strPath.begin(), strPath.end());
+}
+
+bool IsWindowsPath(const std::string& strArgument)
+{
+    return strArgument.size() > 2 && strArgument[1] == ':' && (strArgument[2] == '\\' || strArgument[2] == '/');
+}
+
+// Whether the program is to be one of the system below Wine: there is a Wine, and no Windows program of that name.
+bool IsBelowWine(const std::string& strProgram)
+{
+    return FindFunction<PSpawn>(L"ntdll.dll", "__wine_unix_spawnvp") != nullptr &&
+           SearchPathW(nullptr, Wide(strProgram).c_str(), L".exe", 0, nullptr, nullptr) == 0;
+}
+
+// Paths among the arguments are given as that system knows them. A shell puts what the program writes, and its status,
+// into files: it has no handles of this process.
+ProgramResult RunBelowWine(const std::string& strProgram, const std::vector<std::string>& vArguments,
+                           const std::vector<std::string>& vEnvironment, const std::string& strOutPath)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path pathOut = strOutPath.empty() ? folder / "out" : std::filesystem::path(Wide(strOutPath));
+    std::vector<std::string> vAll = {"sh",
+                                     "-c",
+                                     "out=$1 err=$2 status=$3; shift 3; env \"$@\" >\"$out\" 2>\"$err\" </dev/null; "
+                                     "echo $? >\"$status\"",
+                                     "sh",
+                                     UnixName(Utf8(pathOut)),
+                                     UnixName(Utf8(folder / "err")),
+                                     UnixName(Utf8(folder / "status"))};
+    vAll.insert(vAll.end(), vEnvironment.begin(), vEnvironment.end());
+    vAll.push_back(strProgram);
+    for (const std::string& strArgument : vArguments)
+        vAll.push_back(IsWindowsPath(strArgument) ? UnixName(strArgument) : strArgument);
+
+    std::vector<const char*> vPointers;
+    for (const std::string& strArgument : vAll)
+        vPointers.push_back(strArgument.c_str());
+    vPointers.push_back(nullptr);
+    FindFunction<PSpawn>(L"ntdll.dll", "__wine_unix_spawnvp")(vPointers.data(), 1);
+
+    constexpr int NOT_FOUND = 127;
+    ProgramResult result;
+    const std::string strStatus = ReadText(folder / "status");
+    result.m_nStatus = strStatus.empty() ? NOT_FOUND : std::stoi(strStatus);
+    if (result.m_nStatus == NOT_FOUND) throw std::runtime_error(strProgram + " can't be started");
+    if (strOutPath.empty()) result.m_strOut = ReadText(pathOut);
+    result.m_strErr = ReadText(folder / "err");
+    return result;
+}
+
 }  // namespace
 
 ProgramResult RunProgram(const std::string& strProgram, const std::vector<std::string>& vArguments,
                          const std::vector<std::string>& vEnvironment, const std::string& strOutPath)
 {
+    if (IsBelowWine(strProgram)) return RunBelowWine(strProgram, vArguments, vEnvironment, strOutPath);
+
     const TemporaryFolder folder;
     const std::filesystem::path pathOut = strOutPath.empty() ? folder / "out" : std::filesystem::path(Wide(strOutPath));
     std::wstring strCommandLine;
