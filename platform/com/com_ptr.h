@@ -79,7 +79,7 @@ public:
         ComPtr<Other> pOther;
         if (m_p)
         {
-            m_p->QueryInterface(PlatformInterfaceIid<Other>::Get(), pOther.PutVoid());
+            m_p->QueryInterface(IID_PPV_ARGS(pOther.Put()));
         }
         return pOther;
     }

@@ -113,10 +113,14 @@ struct AmfRuntimeScript
 
     AmfRuntimeObjects (*CountObjects)();
 
-    // Of the encoder that was initialised last; all empty before the first.
+    // Of the encoder that was initialised last; all empty before the first, and for one without x264.
     void (*GetX264Settings)(RuntimeX264Settings* pSettings);
 
     AmfRuntimeBreaches (*GetBreaches)();
+
+    // With a nonzero value encoders initialised from now on encode without compression and without x264. Where there is
+    // no x264, all do.
+    void (*EncodeUncompressed)(std::int32_t nUncompressed);
 };
 
 // Exported as "AmfRuntimeGetScript". The table lives as long as the runtime is loaded.

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "runtimes/common/x264_options.h"
+#include "runtimes/amf/script.h"
 
 namespace amfruntime
 {
@@ -57,20 +57,14 @@ const char* ProfileName(const PropertyMap& properties)
     }
 }
 
-void SetTiming(runtimes::X264Options& options, const PropertyMap& properties)
+void SetTiming(runtimes::X264Options& options, const runtimes::StreamSettings& stream)
 {
-    const AMFRate rate = properties.at(FrameRate).Get().rateValue;
-    if (rate.num == 0 || rate.den == 0)
-    {
-        throw InitError(AMF_INVALID_ARG);
-    }
-    options.SetRatio("fps", rate.num, rate.den);
+    options.SetRatio("fps", stream.uiFrameRateNum, stream.uiFrameRateDen);
     // The header's clock is the frame rate, whatever times the client keeps elsewhere.
     options.Set("force-cfr", 1);
-    const AMFRatio aspect = properties.at(AspectRatio).Get().ratioValue;
-    if (aspect.num != aspect.den && aspect.num != 0 && aspect.den != 0)
+    if (stream.display.ui64SampleWidth != 0)
     {
-        options.SetRatio("sar", aspect.num, aspect.den);
+        options.SetRatio("sar", stream.display.ui64SampleWidth, stream.display.ui64SampleHeight);
     }
 }
 
@@ -144,6 +138,29 @@ void SetTools(runtimes::X264Options& options, const PropertyMap& properties)
     options.Set("aud", 1);
 }
 
+runtimes::StreamSettings MakeStreamSettings(const PropertyMap& properties, amf_int32 nWidth, amf_int32 nHeight)
+{
+    const AMFRate rate = properties.at(FrameRate).Get().rateValue;
+    if (rate.num == 0 || rate.den == 0)
+    {
+        throw InitError(AMF_INVALID_ARG);
+    }
+    runtimes::StreamSettings stream;
+    stream.uiWidth = static_cast<std::uint32_t>(nWidth);
+    stream.uiHeight = static_cast<std::uint32_t>(nHeight);
+    stream.uiFrameRateNum = rate.num;
+    stream.uiFrameRateDen = rate.den;
+    stream.uiLevel = static_cast<std::uint32_t>(FindNumber(properties, ProfileLevel).value_or(0));
+    stream.bDelimiters = true;
+    const AMFRatio aspect = properties.at(AspectRatio).Get().ratioValue;
+    if (aspect.num != aspect.den && aspect.num != 0 && aspect.den != 0)
+    {
+        stream.display.ui64SampleWidth = aspect.num;
+        stream.display.ui64SampleHeight = aspect.den;
+    }
+    return stream;
+}
+
 }  // namespace
 
 std::span<const KnownProperty> EncoderProperties()
@@ -208,22 +225,23 @@ EncoderSettings MakeEncoderSettings(const PropertyMap& properties, amf_int32 nWi
         throw InitError(AMF_INVALID_RESOLUTION);
     }
     EncoderSettings settings;
-    settings.x264.profile = ProfileName(properties);
+    settings.encoder.ePart = Script::Get().Encoder();
+    runtimes::X264Settings& x264 = settings.encoder.x264;
+    x264.profile = ProfileName(properties);
     // Baseline has no B pictures.
     const auto uiB = static_cast<std::uint32_t>(FindNumber(properties, BPicturesPattern).value_or(0));
-    settings.bWithB = uiB != 0 && settings.x264.profile != "baseline";
+    settings.bWithB = uiB != 0 && x264.profile != "baseline";
     settings.uiIdrPeriod = static_cast<std::uint32_t>(FindNumber(properties, IDRPeriod).value_or(0));
+    settings.encoder.stream = MakeStreamSettings(properties, nWidth, nHeight);
 
     runtimes::X264Options options;
     options.SetOneThread();
-    SetTiming(options, properties);
+    SetTiming(options, settings.encoder.stream);
     SetGroupOfPictures(options, settings.bWithB ? uiB : 0);
     SetRateControl(options, properties);
     SetTools(options, properties);
-    settings.x264.uiWidth = static_cast<std::uint32_t>(nWidth);
-    settings.x264.uiHeight = static_cast<std::uint32_t>(nHeight);
-    settings.x264.preset = PresetName(properties);
-    settings.x264.options = options.Take();
+    x264.preset = PresetName(properties);
+    x264.options = options.Take();
     return settings;
 }
 

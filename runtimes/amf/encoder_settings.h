@@ -1,8 +1,8 @@
-// What the H.264 encoder may be asked for, and the same as x264's settings.
+// What the H.264 encoder may be asked for, and the same as settings of the encoder inside.
 #pragma once
 
 #include "runtimes/amf/component.h"
-#include "runtimes/common/x264_encoder.h"
+#include "runtimes/common/picture_encoder.h"
 
 namespace amfruntime
 {
@@ -12,7 +12,7 @@ std::span<const KnownProperty> EncoderProperties();
 
 struct EncoderSettings
 {
-    runtimes::X264Settings x264;
+    runtimes::PictureEncoderSettings encoder;
     std::uint32_t uiIdrPeriod = 0;  // pictures; 0 for the first picture only
     bool bWithB = false;
 };

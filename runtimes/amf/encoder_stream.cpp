@@ -79,14 +79,14 @@ EncoderStream::EncoderStream(std::shared_ptr<ContextRecord> pRecord, const Encod
     try
     {
         m_pWorker = std::make_unique<runtimes::EncodeWorker>(
-            settings.x264, Script::Get().Gate(),
+            settings.encoder, Script::Get().Gate(),
             [this](runtimes::JobResult&& result) { OnJobDone(std::move(result)); });
     }
-    catch (const runtimes::X264Error&)
+    catch (const runtimes::EncoderError&)
     {
         throw InitError(AMF_NOT_SUPPORTED);
     }
-    Script::Get().SetX264Settings(settings.x264.Report());
+    Script::Get().SetX264Settings(settings.encoder.Report());
     Register();
 }
 
@@ -216,7 +216,7 @@ AMF_RESULT EncoderStream::ReadPicture(AMFSurface* pSurface, runtimes::EncodeJob&
     {
         return eResult;
     }
-    if (picture.uiWidth != m_settings.x264.uiWidth || picture.uiHeight != m_settings.x264.uiHeight)
+    if (picture.uiWidth != m_settings.encoder.stream.uiWidth || picture.uiHeight != m_settings.encoder.stream.uiHeight)
     {
         return AMF_INVALID_RESOLUTION;
     }

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t c_uiEncoderPlaces = 16;
 class EncoderStream final : public ComponentStream, private OpenThread
 {
 public:
-    // Throws InitError for settings that x264 refuses.
+    // Throws InitError for settings that the encoder inside refuses.
     EncoderStream(std::shared_ptr<ContextRecord> pRecord, const EncoderSettings& settings, AMF_SURFACE_FORMAT eFormat);
     ~EncoderStream() override;
 

@@ -22,6 +22,7 @@ const AmfRuntimeScript c_script = {
     [] { return Script::Get().CountObjects(); },
     [](RuntimeX264Settings* pSettings) { *pSettings = Script::Get().GetX264Settings(); },
     [] { return Script::Get().GetBreaches(); },
+    [](std::int32_t nUncompressed) { Script::Get().EncodeUncompressed(nUncompressed != 0); },
 };
 
 }  // namespace

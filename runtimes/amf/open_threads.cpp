@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "runtimes/amf/never_destroyed.h"
+#include "runtimes/common/loaded_file.h"
 
 namespace amfruntime
 {
@@ -57,7 +58,13 @@ namespace
 
 struct AtUnload
 {
-    ~AtUnload() { OpenThreads::Get().StopAll(); }
+    ~AtUnload()
+    {
+        if (runtimes::MayWaitAtUnload())
+        {
+            OpenThreads::Get().StopAll();
+        }
+    }
 };
 const AtUnload s_atUnload;
 

@@ -5,7 +5,7 @@ namespace amfruntime
 {
 
 // An object with a thread. When the file is unloaded, or the process ends, the threads of those that clients have left
-// are stopped.
+// are stopped. Where that can't be waited for, the file stays loaded as long as they run.
 class OpenThread
 {
 public:

@@ -66,6 +66,18 @@ RuntimeX264Settings Script::GetX264Settings() const
     return m_settings;
 }
 
+void Script::EncodeUncompressed(bool bUncompressed)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.bUncompressed = bUncompressed;
+}
+
+runtimes::EncoderPart Script::Encoder() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.bUncompressed ? runtimes::EncoderPart::Pcm : runtimes::DefaultEncoderPart();
+}
+
 AmfRuntimeBreaches Script::GetBreaches() const
 {
     const std::lock_guard lock(m_mutex);

@@ -8,6 +8,7 @@
 #include "runtimes/amf/amf_script.h"
 #include "runtimes/common/call_rules.h"
 #include "runtimes/common/hold_gate.h"
+#include "runtimes/common/picture_encoder.h"
 
 namespace amfruntime
 {
@@ -28,6 +29,7 @@ public:
     AmfRuntimeObjects CountObjects() const;
     RuntimeX264Settings GetX264Settings() const;
     AmfRuntimeBreaches GetBreaches() const;
+    void EncodeUncompressed(bool bUncompressed);
 
     // Counts a call, and gives the result with which it is to end at once, if any.
     std::optional<AMF_RESULT> OnCall(AmfRuntimeCall eCall);
@@ -36,6 +38,7 @@ public:
     std::uint32_t QueriesBeforeOutput() const;
     bool IsNativeHidden(AMF_SURFACE_FORMAT eFormat) const;
     void SetX264Settings(const RuntimeX264Settings& settings);
+    runtimes::EncoderPart Encoder() const;
     runtimes::HoldGate& Gate() { return m_gate; }
 
     // One object more or less.
@@ -53,6 +56,7 @@ private:
         std::uint64_t ui64Version = AMF_FULL_VERSION;
         std::uint32_t uiQueriesBeforeOutput = 0;
         bool bWithholdEnd = false;
+        bool bUncompressed = false;
         AMF_SURFACE_FORMAT eHidden = AMF_SURFACE_UNKNOWN;
         AmfRuntimeBreaches breaches{};
     };

@@ -3,12 +3,12 @@
 namespace runtimes
 {
 
-EncodeWorker::EncodeWorker(const X264Settings& settings, HoldGate& gate, OnDone onDone)
+EncodeWorker::EncodeWorker(const PictureEncoderSettings& settings, HoldGate& gate, OnDone onDone)
     : m_settings(settings),
       m_gate(gate),
       m_onDone(std::move(onDone)),
-      m_pool(m_settings.uiWidth, m_settings.uiHeight),
-      m_pEncoder(std::make_unique<X264Encoder>(m_settings))
+      m_pool(m_settings.stream.uiWidth, m_settings.stream.uiHeight),
+      m_pEncoder(MakePictureEncoder(m_settings))
 {
     m_headers = m_pEncoder->Headers();
     m_uiPictureDelay = m_pEncoder->PictureDelay();
@@ -93,7 +93,7 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
             std::optional<Packet> packet = m_pEncoder->Drain();
             if (!packet)
             {
-                // Drained, x264 takes no picture any more. The next one begins a stream of its own.
+                // Drained, it takes no picture any more. The next one begins a stream of its own.
                 m_pEncoder.reset();
                 break;
             }
@@ -104,7 +104,7 @@ void EncodeWorker::Encode(EncodeJob& job, JobResult& result)
 
     if (!m_pEncoder)
     {
-        m_pEncoder = std::make_unique<X264Encoder>(m_settings);
+        m_pEncoder = MakePictureEncoder(m_settings);
     }
     if (std::optional<Packet> packet = m_pEncoder->Encode(job.pPicture->View(), job.eKind, job.info))
     {

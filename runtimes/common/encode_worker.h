@@ -11,8 +11,9 @@
 #include <vector>
 
 #include "runtimes/common/hold_gate.h"
+#include "runtimes/common/loaded_file.h"
 #include "runtimes/common/nv12_picture.h"
-#include "runtimes/common/x264_encoder.h"
+#include "runtimes/common/picture_encoder.h"
 
 namespace runtimes
 {
@@ -47,9 +48,9 @@ public:
     // Called on the worker's thread after every job, in the order of the jobs.
     using OnDone = std::function<void(JobResult&&)>;
 
-    // Opens the encoder, then starts the thread. Throws X264Error for settings that x264 refuses. The thread stops at
+    // Opens the encoder, then starts the thread. Throws EncoderError for settings that it refuses. The thread stops at
     // the gate, which outlives the worker, before every job.
-    EncodeWorker(const X264Settings& settings, HoldGate& gate, OnDone onDone);
+    EncodeWorker(const PictureEncoderSettings& settings, HoldGate& gate, OnDone onDone);
     ~EncodeWorker() { Stop(); }
 
     std::unique_ptr<Nv12Picture> TakePicture() { return m_pool.Take(); }
@@ -67,14 +68,15 @@ private:
     JobResult Work(EncodeJob& job);
     void Encode(EncodeJob& job, JobResult& result);
 
-    const X264Settings m_settings;
+    const LoadedFile m_file;  // until the thread has ended
+    const PictureEncoderSettings m_settings;
     HoldGate& m_gate;
     const OnDone m_onDone;
     Nv12Pool m_pool;
     std::vector<std::uint8_t> m_headers;
     std::uint32_t m_uiPictureDelay = 0;
 
-    std::unique_ptr<X264Encoder> m_pEncoder;  // null after the end of a stream until the next begins
+    std::unique_ptr<PictureEncoder> m_pEncoder;  // null after the end of a stream until the next begins
     EncodeFailure m_eFailure = EncodeFailure::None;
 
     std::mutex m_mutex;

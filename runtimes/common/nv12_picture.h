@@ -1,4 +1,4 @@
-// Pictures on their way from the caller's surface to x264.
+// Pictures on their way from the caller's surface to the encoder.
 #pragma once
 
 #include <memory>

@@ -1,17 +1,15 @@
-// A picture on its way through x264: what kind of picture it is, what the caller says of it, and its packet.
+// A picture on its way through an encoder: what kind of picture it is, what the caller says of it, and its packet.
 #pragma once
 
 #include <cstdint>
 #include <vector>
-
-#include "runtimes/common/x264_library.h"
 
 namespace runtimes
 {
 
 enum class PictureKind
 {
-    Auto,  // P or B, as x264 decides; of a packet: none of the others
+    Auto,  // P or B, as the encoder decides; of a packet: none of the others
     P,
     B,  // of a packet only
     I,
@@ -34,11 +32,5 @@ struct Packet
     PictureKind eKind = PictureKind::Auto;
     PictureInfo info;
 };
-
-// Appends a NAL unit with a start code of four bytes, whichever start code x264 gave it.
-void AppendNal(std::vector<std::uint8_t>& bytes, const x264_nal_t& nal);
-
-// Whether this is the message about itself that x264 puts before its first picture.
-bool IsSignature(const x264_nal_t& nal);
 
 }  // namespace runtimes

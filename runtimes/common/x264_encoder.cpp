@@ -1,6 +1,6 @@
 #include "runtimes/common/x264_encoder.h"
 
-#include <cstdio>
+#include "runtimes/common/x264_nal.h"
 
 namespace runtimes
 {
@@ -15,14 +15,14 @@ public:
     {
         if (x264_param_default_preset(&m_param, settings.preset.c_str(), nullptr) < 0)
         {
-            throw X264Error("no such preset");
+            throw EncoderError("no such preset");
         }
         for (const auto& [name, value] : settings.options)
         {
             if (x264_param_parse(&m_param, name.c_str(), value.c_str()) != 0)
             {
                 x264_param_cleanup(&m_param);
-                throw X264Error("no such option: " + name + "=" + value);
+                throw EncoderError("no such option: " + name + "=" + value);
             }
         }
     }
@@ -84,50 +84,30 @@ bool IsSlice(const x264_nal_t& nal)
 
 }  // namespace
 
-std::string X264Settings::OptionsText() const
-{
-    std::string text;
-    for (const auto& [name, value] : options)
-    {
-        text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
-    }
-    return text;
-}
-
-RuntimeX264Settings X264Settings::Report() const
-{
-    RuntimeX264Settings report{};
-    std::snprintf(report.szPreset, sizeof report.szPreset, "%s", preset.c_str());
-    std::snprintf(report.szProfile, sizeof report.szProfile, "%s", profile.c_str());
-    std::snprintf(report.szOptions, sizeof report.szOptions, "%s", OptionsText().c_str());
-    return report;
-}
-
-X264Encoder::X264Encoder(const X264Settings& settings)
-    : m_bHeadersFirst(settings.bHeadersFirst), m_bHeadersAgain(settings.bHeadersAgain)
+X264Encoder::X264Encoder(const StreamSettings& stream, const X264Settings& settings) : m_when(stream.headers)
 {
     ParamRecord param(settings);
-    param->i_width = static_cast<int>(settings.uiWidth);
-    param->i_height = static_cast<int>(settings.uiHeight);
+    param->i_width = static_cast<int>(stream.uiWidth);
+    param->i_height = static_cast<int>(stream.uiHeight);
     param->i_csp = X264_CSP_NV12;
     param->b_annexb = 1;
     param->b_repeat_headers = 1;
     param->i_log_level = X264_LOG_NONE;
     if (!settings.profile.empty() && x264_param_apply_profile(param.Get(), settings.profile.c_str()) < 0)
     {
-        throw X264Error("the profile hasn't what the options ask for");
+        throw EncoderError("the profile hasn't what the options ask for");
     }
     m_pEncoder.reset(x264_encoder_open(param.Get()));
     if (!m_pEncoder)
     {
-        throw X264Error("x264 refuses these settings");
+        throw EncoderError("x264 refuses these settings");
     }
 
     x264_nal_t* pNals = nullptr;
     int nNals = 0;
     if (x264_encoder_headers(m_pEncoder.get(), &pNals, &nNals) < 0)
     {
-        throw X264Error("x264 gives no parameter sets");
+        throw EncoderError("x264 gives no parameter sets");
     }
     for (int i = 0; i < nNals; ++i)
     {
@@ -180,7 +160,7 @@ std::optional<Packet> X264Encoder::Run(x264_picture_t* pIn)
     const int nBytes = x264_encoder_encode(m_pEncoder.get(), &pNals, &nNals, pIn, &out);
     if (nBytes < 0)
     {
-        throw X264Error("x264 couldn't encode a picture");
+        throw EncoderError("x264 couldn't encode a picture");
     }
     return nBytes == 0 ? std::nullopt : std::optional(MakePacket(pNals, nNals, out));
 }
@@ -196,7 +176,7 @@ Packet X264Encoder::MakePacket(const x264_nal_t* pNals, int nNals, const x264_pi
     }
     packet.eKind = KindOf(out.i_type);
 
-    bool bHeadersDue = WantsHeaders(out, packet.info);
+    bool bHeadersDue = m_when.AreDue(packet.eKind, m_bFirstPacket, packet.info);
     for (int i = 0; i < nNals; ++i)
     {
         const x264_nal_t& nal = pNals[i];
@@ -218,15 +198,6 @@ Packet X264Encoder::MakePacket(const x264_nal_t* pNals, int nNals, const x264_pi
     }
     m_bFirstPacket = false;
     return packet;
-}
-
-bool X264Encoder::WantsHeaders(const x264_picture_t& out, const PictureInfo& info) const
-{
-    if (info.bWithHeaders)
-    {
-        return true;
-    }
-    return out.i_type == X264_TYPE_IDR && (m_bFirstPacket ? m_bHeadersFirst : m_bHeadersAgain);
 }
 
 }  // namespace runtimes

@@ -45,8 +45,7 @@ NVENCSTATUS OpenEncodeSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* openSessio
         }
         // Devices of other versions of Direct3D have this type too.
         platform::ComPtr<IDirect3DDevice9> pDevice;
-        if (FAILED(static_cast<IUnknown*>(openSessionExParams->device)
-                       ->QueryInterface(IID_IDirect3DDevice9, reinterpret_cast<void**>(pDevice.Put()))))
+        if (FAILED(static_cast<IUnknown*>(openSessionExParams->device)->QueryInterface(IID_PPV_ARGS(pDevice.Put()))))
         {
             return NV_ENC_ERR_UNSUPPORTED_DEVICE;
         }

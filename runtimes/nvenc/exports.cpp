@@ -45,6 +45,7 @@ const NvencRuntimeScript c_script = {
     [](NvencRuntimeX264Settings* pSettings) { Script::Get().GetX264Settings(*pSettings); },
     [](std::int32_t nWatch) { Script::Get().WatchSurfaces(nWatch != 0); },
     [] { return Script::Get().GetBreaches(); },
+    [](std::int32_t nUncompressed) { Script::Get().EncodeUncompressed(nUncompressed != 0); },
 };
 
 }  // namespace

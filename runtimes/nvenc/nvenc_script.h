@@ -115,7 +115,7 @@ struct NvencRuntimeScript
 
     NvencRuntimeObjects (*CountObjects)();
 
-    // Of the session that was initialised last; all empty before the first.
+    // Of the session that was initialised last; all empty before the first, and for one without x264.
     void (*GetX264Settings)(NvencRuntimeX264Settings* pSettings);
 
     // With a nonzero value the contents of surfaces that are mapped from now on are compared with those at their
@@ -124,6 +124,10 @@ struct NvencRuntimeScript
     void (*WatchSurfaces)(std::int32_t nWatch);
 
     NvencRuntimeBreaches (*GetBreaches)();
+
+    // With a nonzero value sessions initialised from now on encode without compression and without x264. Where there is
+    // no x264, all do.
+    void (*EncodeUncompressed)(std::int32_t nUncompressed);
 };
 
 // Exported as "NvencRuntimeGetScript". The table lives as long as the runtime is loaded.

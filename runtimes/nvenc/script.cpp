@@ -106,6 +106,18 @@ bool Script::AreSurfacesWatched() const
     return m_rules.bWatch;
 }
 
+void Script::EncodeUncompressed(bool bUncompressed)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rules.bUncompressed = bUncompressed;
+}
+
+runtimes::EncoderPart Script::Encoder() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rules.bUncompressed ? runtimes::EncoderPart::Pcm : runtimes::DefaultEncoderPart();
+}
+
 NvencRuntimeBreaches Script::GetBreaches() const
 {
     const std::lock_guard lock(m_mutex);

@@ -7,6 +7,7 @@
 
 #include "runtimes/common/call_rules.h"
 #include "runtimes/common/hold_gate.h"
+#include "runtimes/common/picture_encoder.h"
 #include "runtimes/nvenc/nvenc_script.h"
 
 namespace nvencruntime
@@ -29,6 +30,7 @@ public:
     void GetX264Settings(NvencRuntimeX264Settings& settings) const;
     void WatchSurfaces(bool bWatch);
     NvencRuntimeBreaches GetBreaches() const;
+    void EncodeUncompressed(bool bUncompressed);
 
     // Counts a call, and gives the status with which it is to fail, if any.
     std::optional<NVENCSTATUS> OnCall(NvencRuntimeEntry eEntry);
@@ -38,6 +40,7 @@ public:
     std::uint32_t PacketDelay() const;
     void SetX264Settings(const NvencRuntimeX264Settings& settings);
     bool AreSurfacesWatched() const;
+    runtimes::EncoderPart Encoder() const;
 
     // Breaches of the interface's rules, to be reported.
     void OnDestroyed(const NvencRuntimeObjects& left);
@@ -55,6 +58,7 @@ private:
         std::uint32_t uiVersion = NVENCAPI_LEAST_SUPPORTED_VERSION;
         std::uint32_t uiPacketDelay = 0;
         bool bWatch = false;
+        bool bUncompressed = false;
         NvencRuntimeBreaches breaches{};
     };
 

@@ -8,6 +8,7 @@
 
 #include "runtimes/nvenc/records.h"
 #include "runtimes/nvenc/script.h"
+#include "runtimes/nvenc/stream_settings.h"
 #include "runtimes/nvenc/x264_settings.h"
 
 namespace nvencruntime
@@ -50,19 +51,20 @@ NVENCSTATUS Session::Initialize(const NV_ENC_INITIALIZE_PARAMS& params)
     {
         return eStatus;
     }
-    const runtimes::X264Settings x264Settings = MakeX264Settings(settings);
+    const runtimes::PictureEncoderSettings encoder = {Script::Get().Encoder(), MakeStreamSettings(settings),
+                                                      MakeX264Settings(settings)};
     std::unique_ptr<runtimes::EncodeWorker> pWorker;
     try
     {
         pWorker = std::make_unique<runtimes::EncodeWorker>(
-            x264Settings, Script::Get().Gate(), [this](runtimes::JobResult&& result) { OnJobDone(std::move(result)); });
+            encoder, Script::Get().Gate(), [this](runtimes::JobResult&& result) { OnJobDone(std::move(result)); });
     }
-    catch (const runtimes::X264Error&)
+    catch (const runtimes::EncoderError&)
     {
         return NV_ENC_ERR_INVALID_PARAM;
     }
 
-    Script::Get().SetX264Settings(x264Settings.Report());
+    Script::Get().SetX264Settings(encoder.Report());
     m_plan.emplace(settings);
     const std::lock_guard lock(m_mutex);
     m_settings.emplace(settings);

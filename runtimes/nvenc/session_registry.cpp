@@ -1,5 +1,6 @@
 #include "runtimes/nvenc/session_registry.h"
 
+#include "runtimes/common/loaded_file.h"
 #include "runtimes/nvenc/script.h"
 
 namespace nvencruntime
@@ -12,6 +13,15 @@ SessionRegistry& SessionRegistry::Get()
     static_cast<void>(s_scriptOutlivesSessions);
     static SessionRegistry s_registry;
     return s_registry;
+}
+
+SessionRegistry::~SessionRegistry()
+{
+    if (!runtimes::MayWaitAtUnload())
+    {
+        // They stay as they are, with the memory that they are in.
+        static_cast<void>(new HandleTable<Session>(std::move(m_sessions)));
+    }
 }
 
 void* SessionRegistry::Open(IDirect3DDevice9* pDevice)

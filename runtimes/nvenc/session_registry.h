@@ -15,6 +15,8 @@ class SessionRegistry
 {
 public:
     static SessionRegistry& Get();
+    // Closes the sessions that callers have left, where that can be done while the file is unloaded.
+    ~SessionRegistry();
 
     void* Open(IDirect3DDevice9* pDevice);
     // Null for a handle that isn't an open session's.
@@ -25,6 +27,8 @@ public:
     NvencRuntimeObjects CountObjects() const;
 
 private:
+    SessionRegistry() = default;
+
     mutable std::mutex m_mutex;
     HandleTable<Session> m_sessions;
 };

@@ -1,6 +1,6 @@
 #include "runtimes/nvenc/settings_h264.h"
 
-#include "runtimes/common/x264_library.h"
+#include "runtimes/common/h264_levels.h"
 #include "runtimes/nvenc/vui_names.h"
 
 namespace nvencruntime
@@ -40,16 +40,9 @@ NVENCSTATUS CheckLevel(const NV_ENC_INITIALIZE_PARAMS& params, std::uint32_t uiL
         return NV_ENC_SUCCESS;
     }
     const std::uint32_t uiMacroblocks = ((params.encodeWidth + 15) / 16) * ((params.encodeHeight + 15) / 16);
-    for (const x264_level_t* p = x264_levels; p->level_idc != 0; ++p)
-    {
-        if (p->level_idc == uiLevel)
-        {
-            return uiLevel <= NV_ENC_LEVEL_H264_52 && uiMacroblocks <= static_cast<std::uint32_t>(p->frame_size)
-                       ? NV_ENC_SUCCESS
-                       : NV_ENC_ERR_INVALID_PARAM;
-        }
-    }
-    return NV_ENC_ERR_INVALID_PARAM;
+    const runtimes::H264Level* const pLevel = runtimes::FindH264Level(uiLevel);
+    const bool bHolds = pLevel && uiLevel <= NV_ENC_LEVEL_H264_52 && uiMacroblocks <= pLevel->uiMacroblocksPerPicture;
+    return bHolds ? NV_ENC_SUCCESS : NV_ENC_ERR_INVALID_PARAM;
 }
 
 // A profile that hasn't what is asked for by name.

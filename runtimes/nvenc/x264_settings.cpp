@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "runtimes/common/x264_options.h"
 #include "runtimes/nvenc/settings_h264.h"
 #include "runtimes/nvenc/vui_names.h"
 
@@ -272,13 +271,9 @@ runtimes::X264Settings MakeX264Settings(const EncodeSettings& settings)
     SetHeaders(options, settings);
 
     runtimes::X264Settings x264Settings;
-    x264Settings.uiWidth = settings.params.encodeWidth;
-    x264Settings.uiHeight = settings.params.encodeHeight;
     x264Settings.preset = settings.pPreset->pszX264Preset;
     x264Settings.profile = ProfileName(eProfile);
     x264Settings.options = options.Take();
-    x264Settings.bHeadersFirst = !settings.H264().disableSPSPPS;
-    x264Settings.bHeadersAgain = x264Settings.bHeadersFirst && settings.H264().repeatSPSPPS;
     return x264Settings;
 }
 

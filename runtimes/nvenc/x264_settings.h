@@ -1,7 +1,8 @@
 // A session's settings as x264's.
 #pragma once
 
-#include "runtimes/common/x264_encoder.h"
+#include "runtimes/common/packet.h"
+#include "runtimes/common/x264_settings.h"
 #include "runtimes/nvenc/settings.h"
 
 namespace nvencruntime

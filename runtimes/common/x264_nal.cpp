@@ -1,4 +1,4 @@
-#include "runtimes/common/packet.h"
+#include "runtimes/common/x264_nal.h"
 
 #include <algorithm>
 #include <iterator>

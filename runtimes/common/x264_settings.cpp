@@ -1,10 +1,29 @@
-#include "runtimes/common/x264_options.h"
+#include "runtimes/common/x264_settings.h"
 
 #include <cstdio>
 #include <numeric>
 
 namespace runtimes
 {
+
+std::string X264Settings::OptionsText() const
+{
+    std::string text;
+    for (const auto& [name, value] : options)
+    {
+        text.append(text.empty() ? "" : ":").append(name).append("=").append(value);
+    }
+    return text;
+}
+
+RuntimeX264Settings X264Settings::Report() const
+{
+    RuntimeX264Settings report{};
+    std::snprintf(report.szPreset, sizeof report.szPreset, "%s", preset.c_str());
+    std::snprintf(report.szProfile, sizeof report.szProfile, "%s", profile.c_str());
+    std::snprintf(report.szOptions, sizeof report.szOptions, "%s", OptionsText().c_str());
+    return report;
+}
 
 void X264Options::SetReal(const char* pszName, double dValue)
 {

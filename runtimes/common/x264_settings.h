@@ -1,4 +1,4 @@
-// Options of x264 as its command line names them, in the order in which they apply.
+// What x264 is set to, by the names of its command line. They are texts, so they can be made where x264 isn't.
 #pragma once
 
 #include <cstdint>
@@ -6,9 +6,26 @@
 #include <utility>
 #include <vector>
 
+#include "runtimes/common/x264_report.h"
+
 namespace runtimes
 {
 
+// Everything that decides the encoded pictures but for their size. Names as x264_param_parse takes them; options apply
+// on top of the preset in their order, and the profile (empty for none) limits the whole.
+struct X264Settings
+{
+    std::string preset;
+    std::string profile;
+    std::vector<std::pair<std::string, std::string>> options;
+
+    // "name=value:name=value"
+    std::string OptionsText() const;
+
+    RuntimeX264Settings Report() const;
+};
+
+// The options of such settings, in the order in which they apply.
 class X264Options
 {
 public:
