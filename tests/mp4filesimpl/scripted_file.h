@@ -1,7 +1,6 @@
 // An input file that is open from the start, over a scripted session instead of a file.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 
 #include <gtest/gtest.h>
@@ -48,7 +47,7 @@ public:
         SampleGrabberCB* pGrabber = nullptr;
         EXPECT_EQ(SampleGrabberCB::Create(&pGrabber, uiMostPixelBytes), S_OK);
         m_pScripted = new CScriptedSession(script, pGrabber);
-        m_Graph.Adopt(m_pScripted.load(), pGrabber, &m_bStop, false);
+        m_Graph.Adopt(m_pScripted, pGrabber, &m_bStop, false);
         m_vFrameTimesMs = std::move(vTimesMs);
         m_Attributes.m_uiWidth = script.m_uiWidth;
         m_Attributes.m_uiHeight = script.m_uiHeight;
@@ -59,10 +58,6 @@ public:
         m_Attributes.m_uiSequenceCount = static_cast<std::uint32_t>(m_vFrameTimesMs.size());
         m_bOpen = true;
     }
-
-    // The session of each graph that is made in the place of a silent one. Without any left, none can be made.
-    void SetOtherSessions(std::vector<SScript> vScripts) { m_vOtherScripts = std::move(vScripts); }
-    int CountOtherGraphs() const { return m_nOtherGraphs; }  // that were asked for
 
     // Reads frame uiIndex. Returns the number in its picture, or the status if that isn't 0.
     int ReadNumber(std::uint32_t uiIndex)
@@ -86,12 +81,12 @@ public:
         std::vector<unsigned char> vPixels(std::size_t{m_Attributes.m_uiWidthBytes} * m_Attributes.m_uiHeight);
         for (int nSeen = 0; nSeen < 3;)
         {
-            const std::size_t uiCalls = Session().Calls().size();
+            const std::size_t uiCalls = m_pScripted->Calls().size();
             bool bRests = !Store().IsPlaying();
             if (bRests)
             {
                 ASSERT_EQ(Store().WaitForFrame(vPixels.data()), QM_OK);
-                bRests = !Store().IsPlaying() && Session().Calls().size() == uiCalls;
+                bRests = !Store().IsPlaying() && m_pScripted->Calls().size() == uiCalls;
             }
             else
             {
@@ -102,7 +97,7 @@ public:
         }
     }
 
-    CScriptedSession& Session() { return *m_pScripted.load(); }
+    CScriptedSession& Session() { return *m_pScripted; }
     CFrameStore& Store() const { return *m_Graph.GetStore(); }
     bool HasThreads() const { return m_Reader.IsRunning(); }
 
@@ -113,22 +108,8 @@ public:
     using CQmMP4InputFile::m_strPath;
     using CQmMP4InputFile::m_vFrameTimesMs;
 
-protected:
-    HRESULT MakeFrameGraph(CReadGraph& graph) override
-    {
-        const auto uiOther = static_cast<std::size_t>(m_nOtherGraphs++);
-        if (uiOther >= m_vOtherScripts.size()) return E_FAIL;
-        SampleGrabberCB* pGrabber = nullptr;
-        EXPECT_EQ(SampleGrabberCB::Create(&pGrabber), S_OK);
-        m_pScripted = new CScriptedSession(m_vOtherScripts[uiOther], pGrabber);
-        graph.Adopt(m_pScripted.load(), pGrabber, &m_bStop, false);
-        return S_OK;
-    }
-
 private:
-    std::atomic<CScriptedSession*> m_pScripted;  // the newest
-    std::vector<SScript> m_vOtherScripts;
-    std::atomic<int> m_nOtherGraphs{0};
+    CScriptedSession* m_pScripted;
 };
 
 // count frames at a distance of step milliseconds.

@@ -14,12 +14,10 @@ constexpr DWORD NOTHING_TO_PAUSE_MS = 10;
 }  // namespace
 
 CFrameReader::CFrameReader(CReadGraph& graph, const std::vector<std::uint64_t>& vFrameTimesMs,
-                           const SQmImageAttributes& attributes, std::function<HRESULT(CReadGraph&)> fnMakeGraph)
+                           const SQmImageAttributes& attributes)
     : m_Graph(graph),
       m_vFrameTimesMs(vFrameTimesMs),
       m_Attributes(attributes),
-      m_fnMakeGraph(std::move(fnMakeGraph)),
-      m_bBegunAgain(false),
       m_bTopologySet(false),
       m_hWorkerThread(nullptr),
       m_hPumpThread(nullptr),
@@ -34,14 +32,6 @@ CFrameReader::~CFrameReader()
 QmStatus CFrameReader::Read(std::uint32_t uiIndex, void* pBuffer)
 {
     if (uiIndex >= m_vFrameTimesMs.size()) return QM_ERR_FAIL;
-    const bool bWasSilent = m_Graph.GetStore()->WasSilentForTooLong();
-    const QmStatus nStatus = ReadFromSession(uiIndex, pBuffer);
-    if (bWasSilent || !m_Graph.GetStore()->WasSilentForTooLong() || !BeginAgain()) return nStatus;
-    return ReadFromSession(uiIndex, pBuffer);
-}
-
-QmStatus CFrameReader::ReadFromSession(std::uint32_t uiIndex, void* pBuffer)
-{
     if (StartThreads() != QM_OK) return QM_ERR_FAIL;
     QmStatus nStatus = QM_OK;
     if (m_Graph.GetStore()->AskForFrame(uiIndex, pBuffer, &nStatus)) return nStatus;
@@ -49,25 +39,6 @@ QmStatus CFrameReader::ReadFromSession(std::uint32_t uiIndex, void* pBuffer)
     // A session that was silent for too long may not wake the worker either.
     if (m_Graph.GetStore()->HavePlaysEnded()) SetEvent(m_hEndWorker);
     return nStatus;
-}
-
-// Puts another graph in the place of the one whose session is silent. False when there is none; what was stored stays
-// then. The frame that was asked for is asked for once more by the caller.
-bool CFrameReader::BeginAgain()
-{
-    CReadGraph other;
-    if (FAILED(m_fnMakeGraph(other)))
-    {
-        other.ShutDown();
-        return false;
-    }
-    EndThreads();
-    m_Graph.GetStore()->Disconnect();
-    m_Graph.Swap(other);
-    other.ShutDown();
-    m_bTopologySet = false;
-    m_bBegunAgain = true;
-    return true;
 }
 
 // Gives the topology to the session and starts the threads, each once.
@@ -93,13 +64,6 @@ void CFrameReader::End()
     CFrameStore* pStore = m_Graph.GetStore();
     if (pStore == nullptr) return;
     pStore->Close();
-    EndThreads();
-    pStore->Disconnect();
-}
-
-// Precondition: the input file is closing, or all plays have ended.
-void CFrameReader::EndThreads()
-{
     if (m_hPumpThread != nullptr)
     {
         WaitForSingleObject(m_hPumpThread, INFINITE);
@@ -114,7 +78,7 @@ void CFrameReader::EndThreads()
         CloseHandle(m_hWorkerThread);
         m_hWorkerThread = nullptr;
     }
-    if (m_hEndWorker != nullptr) ResetEvent(m_hEndWorker);
+    pStore->Disconnect();
 }
 
 DWORD WINAPI CFrameReader::WorkerThread(void* pReader)
@@ -126,8 +90,7 @@ DWORD WINAPI CFrameReader::WorkerThread(void* pReader)
                             reader.m_Attributes.m_uiWidth,
                             reader.m_Attributes.m_uiHeight,
                             *reader.m_PlayLock.Get(),
-                            reader.m_hEndWorker,
-                            reader.m_bBegunAgain};
+                            reader.m_hEndWorker};
     CReadWorker(plan).Run();
     return 0;
 }
@@ -144,7 +107,7 @@ DWORD WINAPI CFrameReader::PumpThread(void* pReader)
 void CFrameReader::RunPump()
 {
     CFrameStore& store = *m_Graph.GetStore();
-    while (!store.IsClosing() && !store.HavePlaysEnded())
+    while (!store.IsClosing())
     {
         store.WaitForPauseRequest();
         if (!store.IsClosing() && !PausePlay()) Sleep(NOTHING_TO_PAUSE_MS);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include <windows.h>
@@ -16,22 +15,20 @@ struct SQmImageAttributes;
 // From the first frame on two threads work for it until End: the worker decides what is played, the pump pauses the
 // play when the frame store asks for it.
 //
-// Graph, times and attributes outlive the reader. From the first Read to End they are changed by the reader alone.
+// Graph, times and attributes outlive the reader. They don't change from the first Read to End.
 class CFrameReader
 {
 public:
-    // fnMakeGraph makes another graph for the same file, without a topology in its session. It is called when a session
-    // is silent for too long; graph is that other one from then on.
     CFrameReader(CReadGraph& graph, const std::vector<std::uint64_t>& vFrameTimesMs,
-                 const SQmImageAttributes& attributes, std::function<HRESULT(CReadGraph&)> fnMakeGraph);
+                 const SQmImageAttributes& attributes);
     // Precondition: End was called after the last Read.
     ~CFrameReader();
     CFrameReader(const CFrameReader&) = delete;
     CFrameReader& operator=(const CFrameReader&) = delete;
 
     // Copies the pixels of frame uiIndex to pBuffer. Calls come one at a time. QM_ERR_FAIL when the frame can't be
-    // delivered. If the session is silent for too long, another one is tried once for this frame. After one that
-    // failed, or two that were silent, no other play begins, and only stored frames are delivered.
+    // delivered. After a session that failed or was silent for too long no other play begins, and only stored frames
+    // are delivered.
     QmStatus Read(std::uint32_t uiIndex, void* pBuffer);
 
     // Sets the flag that the graph's store was given, and returns when no thread of the reader runs any more. Samples
@@ -42,10 +39,7 @@ public:
     bool IsRunning() const { return m_hWorkerThread != nullptr; }
 
 private:
-    QmStatus ReadFromSession(std::uint32_t uiIndex, void* pBuffer);
-    bool BeginAgain();
     QmStatus StartThreads();
-    void EndThreads();
     static DWORD WINAPI PumpThread(void* pReader);
     static DWORD WINAPI WorkerThread(void* pReader);
     void RunPump();
@@ -54,12 +48,10 @@ private:
     CReadGraph& m_Graph;
     const std::vector<std::uint64_t>& m_vFrameTimesMs;  // the start of each frame
     const SQmImageAttributes& m_Attributes;             // the size of the picture
-    const std::function<HRESULT(CReadGraph&)> m_fnMakeGraph;
-    bool m_bBegunAgain;      // the session isn't the first of the file
-    bool m_bTopologySet;     // the session has its topology
-    HANDLE m_hWorkerThread;  // null until the first frame is asked for
-    HANDLE m_hPumpThread;    // likewise
-    HANDLE m_hEndWorker;     // manual-reset: the worker is to end
+    bool m_bTopologySet;                                // the session has its topology
+    HANDLE m_hWorkerThread;                             // null until the first frame is asked for
+    HANDLE m_hPumpThread;                               // likewise
+    HANDLE m_hEndWorker;                                // manual-reset: the worker is to end
     // Held from the begin of a play to its start, and while one is paused, so that a pause meets the play that asked
     // for it. Taken before the store's lock.
     CCriticalSection m_PlayLock;

@@ -78,7 +78,6 @@ CFrameStore::CFrameStore(std::uint64_t uiMostPixelBytes)
       m_uiRequestNumber(0),
       m_bRequestFailed(false),
       m_bPlaysEnded(false),
-      m_bSilentForTooLong(false),
       m_uiLastActivity(GetMilliseconds())
 {}
 
@@ -443,21 +442,11 @@ QmStatus CFrameStore::WaitForFrame(void* pBuffer)
         const CSectionLock lock(m_Lock.Get());
         const SQmGrabbedFrame* pFrame = Find(m_uiRequested);
         if (pFrame != nullptr) return CopyFrame(*pFrame, pBuffer);
-        if (!m_bPlaysEnded && GetSilenceLeft() == 0)
-        {
-            m_bSilentForTooLong = true;
-            EndPlays();
-        }
+        if (GetSilenceLeft() == 0) EndPlays();
         if (m_bRequestFailed || m_bPlaysEnded) return QM_ERR_FAIL;
         // The signal came without the frame: it was dropped again, or there was no memory for it. QM_OK would leave
         // the host with another picture under its index, so the worker tries again.
     }
-}
-
-bool CFrameStore::WasSilentForTooLong() const
-{
-    const CSectionLock lock(m_Lock.Get());
-    return m_bSilentForTooLong;
 }
 
 DWORD CFrameStore::GetSilenceLeft() const
@@ -568,7 +557,6 @@ void CFrameStore::EndPlays()
     m_bRunning = false;
     m_bPlaysEnded = true;
     AnswerRequest();
-    SetEvent(m_hPauseRequest);
 }
 
 bool CFrameStore::HavePlaysEnded() const

@@ -156,9 +156,6 @@ public:
     // is silent for too long, all plays end.
     QmStatus WaitForFrame(void* pBuffer);
 
-    // Whether all plays have ended because the session was silent for too long.
-    bool WasSilentForTooLong() const;
-
     // Milliseconds that the session may still be silent: 20 s since its last sample, its last event or the last
     // request, and 100 ms for every frame that it may have to decode before the requested one. Those are the frames
     // from the play's next one on if the current play delivers and leads there, else all from the beginning of the
@@ -187,13 +184,13 @@ public:
     bool IsPlaying() const;
     void EndPlay();
 
-    // No play begins any more, requests for frames that aren't stored fail, and WaitForPauseRequest returns.
+    // No play begins any more, and requests for frames that aren't stored fail.
     void EndPlays();
     bool HavePlaysEnded() const;
 
     // --- pauses: the pump ---
 
-    // Waits until a play wants to be paused, Close is called, or all plays end.
+    // Waits until a play wants to be paused, or Close is called.
     void WaitForPauseRequest();
     // Whether a play wants to be paused and wasn't yet: it is the caller's to pause from now on. One play is paused
     // once: a second pause would reach the session when the next play is under way already.
@@ -262,6 +259,5 @@ private:
     std::uint64_t m_uiRequestNumber;  // of the current request, from 1; 0 before the first
     bool m_bRequestFailed;            // the frame of the current request can't be delivered
     bool m_bPlaysEnded;               // no other play begins
-    bool m_bSilentForTooLong;         // and that is why
     std::uint64_t m_uiLastActivity;   // when the session last did anything, or the host asked
 };

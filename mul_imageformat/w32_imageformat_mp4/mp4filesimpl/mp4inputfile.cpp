@@ -33,7 +33,7 @@ CQmMP4InputFile::CQmMP4InputFile(IQmImageFormat* pFormat, CQmByteArray* pByteArr
       m_Attributes{},
       m_bOpen(false),
       m_dJulianDay(NO_DATE),
-      m_Reader(m_Graph, m_vFrameTimesMs, m_Attributes, [this](CReadGraph& graph) { return MakeFrameGraph(graph); })
+      m_Reader(m_Graph, m_vFrameTimesMs, m_Attributes)
 {
     m_pFormat->GetQmClass()->AddRef();
     ++g_uiInputFileCount;
@@ -113,17 +113,6 @@ HRESULT CQmMP4InputFile::MakeGraphs()
     m_Graph.ShutDown();
     m_Graph.Release();
     return m_Graph.MakeForFrames(m_strPath, &m_bStop, &m_Attributes, &m_bOpen);
-}
-
-HRESULT CQmMP4InputFile::MakeFrameGraph(CReadGraph& graph)
-{
-    SQmImageAttributes attributes = {};
-    bool bShape = false;
-    const HRESULT hr = graph.MakeForFrames(m_strPath, &m_bStop, &attributes, &bShape);
-    if (FAILED(hr)) return hr;
-    const bool bSameSize =
-        bShape && attributes.m_uiWidth == m_Attributes.m_uiWidth && attributes.m_uiHeight == m_Attributes.m_uiHeight;
-    return bSameSize ? S_OK : E_FAIL;
 }
 
 QmStatus CQmMP4InputFile::GetImageAttributes(SQmImageAttributes* pAttributes)

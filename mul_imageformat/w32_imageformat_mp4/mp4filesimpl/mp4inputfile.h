@@ -78,8 +78,6 @@ public:
 protected:
     QmStatus OpenGraph();
     HRESULT MakeGraphs();
-    // Another graph for the frames of the open file. Fails when the file has pictures of another size now.
-    virtual HRESULT MakeFrameGraph(CReadGraph& graph);
     void OpenIfNeeded();
     QmStatus RequestFrame(std::uint32_t uiIndex, void* pBuffer);
     QmStatus FindFileDate();

@@ -1,7 +1,5 @@
 #include "mp4filesimpl/readgraph.h"
 
-#include <utility>
-
 #include <mfapi.h>
 
 #include "common/saferelease.h"
@@ -65,16 +63,6 @@ void CReadGraph::Adopt(IMFMediaSession* pSession, SampleGrabberCB* pGrabber, std
     m_pSession = pSession;
     m_pGrabber = pGrabber;
     GetStore()->Connect(m_pSession, pbStop, bNV12);
-}
-
-void CReadGraph::Swap(CReadGraph& other)
-{
-    std::swap(m_pSession, other.m_pSession);
-    std::swap(m_pSource, other.m_pSource);
-    std::swap(m_pGrabber, other.m_pGrabber);
-    std::swap(m_pSinkActivate, other.m_pSinkActivate);
-    std::swap(m_pTopology, other.m_pTopology);
-    std::swap(m_pMediaType, other.m_pMediaType);
 }
 
 void CReadGraph::ShutDown()

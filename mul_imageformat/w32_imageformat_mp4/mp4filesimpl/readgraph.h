@@ -33,9 +33,6 @@ public:
     // through scripted sessions this way.
     void Adopt(IMFMediaSession* pSession, SampleGrabberCB* pGrabber, std::atomic<bool>* pbStop, bool bNV12);
 
-    // The two change places, with all that they hold.
-    void Swap(CReadGraph& other);
-
     // Source first, then session.
     void ShutDown();
     void Release();

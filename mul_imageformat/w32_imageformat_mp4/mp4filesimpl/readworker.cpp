@@ -24,7 +24,7 @@ constexpr int MAX_FRUITLESS_PLAYS = 3;
 
 void CReadWorker::Run()
 {
-    if (m_Plan.m_bAtRequest ? StartAtRequest() : SUCCEEDED(StartFromBeginning()))
+    if (SUCCEEDED(StartFromBeginning()))
     {
         while (WaitWhilePlaying() && ServeRequest())
             m_Plan.m_Store.RestUnlessHostWaits(POLL_MS);
@@ -39,15 +39,7 @@ HRESULT CReadWorker::StartFromBeginning()
     m_Plan.m_Store.BeginFirstPlay(std::min(FIRST_WINDOW_END, LastFrame()), m_Plan.m_uiWidth, m_Plan.m_uiHeight);
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
-    m_bPlayed = true;
     return m_Plan.m_Session.Start(&GUID_NULL, &varBeginning);
-}
-
-// The request may be on its way still. False when the thread is to end.
-bool CReadWorker::StartAtRequest()
-{
-    m_Plan.m_Store.RestUnlessHostWaits(INFINITE);
-    return ServeRequest();
 }
 
 // --- events ---
@@ -244,7 +236,6 @@ HRESULT CReadWorker::StartPlay(const SPlay& play)
         varPosition.hVal.QuadPart =
             static_cast<LONGLONG>(m_Plan.m_vFrameTimesMs[play.m_uiStart] * static_cast<std::uint64_t>(UNITS_PER_MS));
     }
-    m_bPlayed = true;
     const HRESULT hr = m_Plan.m_Session.Start(&GUID_NULL, &varPosition);
     SafeRelease(&pRateControl);
     return hr;
@@ -252,18 +243,19 @@ HRESULT CReadWorker::StartPlay(const SPlay& play)
 
 // Returns the rate control, which is the caller's to release after the start, or null.
 //
-// A seek sets the rate to 0. A session that scrubs then gets a rate that plays with its next start, once, since a rate
-// stays. The first start of a session needs none.
+// A seek sets the rate to 0. Once the session has scrubbed it is a rate that plays instead, and the start after the
+// first scrub gets it too, whatever kind of start that is.
 IMFRateControl* CReadWorker::SetRateFor(const SPlay& play)
 {
-    const bool bWanted = m_bScrubs ? !m_bRateSet : play.m_eStart == EPlayStart::Seek && m_bPlayed;
+    const bool bWanted = play.m_eStart == EPlayStart::Seek || (m_bScrubs && !m_bPlayingRateSet);
     IMFRateControl* pRateControl = nullptr;
     if (!bWanted || FAILED(MFGetService(&m_Plan.m_Session, MF_RATE_CONTROL_SERVICE, IID_IMFRateControl,
                                         reinterpret_cast<void**>(&pRateControl))))
     {
         return nullptr;
     }
-    pRateControl->SetRate(FALSE, m_bScrubs ? PLAYING_RATE : SCRUBBING_RATE);  // not examined: it plays as it does then
-    m_bRateSet = m_bScrubs;
+    // A session that refuses the rate plays as it does then.
+    const HRESULT hr = pRateControl->SetRate(FALSE, m_bScrubs ? PLAYING_RATE : SCRUBBING_RATE);
+    m_bPlayingRateSet = m_bScrubs && SUCCEEDED(hr);
     return pRateControl;
 }

@@ -21,12 +21,10 @@ struct SReadPlan
     std::uint32_t m_uiHeight;
     CRITICAL_SECTION& m_PlayLock;  // held from the begin of a play to its start
     HANDLE m_hEnd;                 // signalled when the worker is to end, whatever the session does
-    bool m_bAtRequest;             // the first play begins where the host waits, not at the beginning of the file
 };
 
 // It alone takes the session's events, and it starts every play: first from the beginning of the file, then wherever
-// the request of the host needs it, until the input file is closing or the session fails. With m_bAtRequest there is no
-// play from the beginning.
+// the request of the host needs it, until the input file is closing or the session fails.
 //
 // A play that begins at the time of frame k numbers its samples from k on. Nothing else ties an index to a picture.
 class CReadWorker
@@ -49,7 +47,6 @@ private:
     };
 
     HRESULT StartFromBeginning();
-    bool StartAtRequest();
     bool WaitWhilePlaying();
     void TakeEvent(MediaEventType eType, HRESULT hrStatus);
     bool ServeRequest();
@@ -68,9 +65,8 @@ private:
 
     const SReadPlan m_Plan;
     CSessionEvents m_Events;
-    bool m_bPlayed = false;                // the session has been started
     bool m_bScrubs = false;                // rate 0 makes the session deliver one sample or none, and wait
-    bool m_bRateSet = false;               // a session that scrubs has got another rate
+    bool m_bPlayingRateSet = false;        // and has a rate that plays since then
     bool m_bFirst = true;                  // the play from the beginning: its failure ends the thread
     bool m_bStarted = false;               // the session has reported that the current play began
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged
