@@ -1,7 +1,7 @@
 // A record of what goes on between a media session of the system, the media source in it and the test's own sink.
 //
 // A program that links session_record.cpp has its own MFCreateEventQueue and MFCreateMediaSession. They give the
-// system's objects behind ones that pass every call on and keep a record. Only for systems with a Media Foundation.
+// system's objects, wrapped by ones that pass every call on and keep a record. Only for systems with a Media Foundation.
 #pragma once
 
 #include <string>
