@@ -19,7 +19,7 @@ public:
     LoadedFile& operator=(const LoadedFile&) = delete;
 
 private:
-    void* m_pFile = nullptr;
+    [[maybe_unused]] void* m_pFile = nullptr;  // only where something keeps it
 };
 
 }  // namespace runtimes
