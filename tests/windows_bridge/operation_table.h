@@ -9,8 +9,8 @@
 namespace windows_bridge
 {
 
-// Puts a function in a place of the table behind an interface pointer. Returns what was there, or null when the table
-// can't be written. The function takes the interface pointer as its first argument.
+// Puts a function in a place of the table that an interface pointer points to. Returns what was there, or null when the
+// table can't be written. The function takes the interface pointer as its first argument.
 template <typename TFunction>
 TFunction ReplaceOperation(void* pInterface, std::size_t uiSlot, TFunction pfnNew)
 {
