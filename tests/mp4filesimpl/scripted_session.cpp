@@ -236,6 +236,7 @@ void CScriptedSession::Obey(const SCommand& command)
     case ECommand::Seek: {
         for (const MediaEventType eStale : m_script.m_fnStale(command.m_nNumber))
             Report(eStale, S_OK);
+        if (command.m_bScrubs && m_script.m_bScrubReportFirst) Report(MESessionScrubSampleComplete, S_OK);
         const HRESULT hrStarted = m_script.m_fnStarted(command.m_nNumber);
         Report(MESessionStarted, hrStarted);
         m_bPlaying = SUCCEEDED(hrStarted);
@@ -252,6 +253,7 @@ void CScriptedSession::Obey(const SCommand& command)
     case ECommand::Pause: {
         for (int i = 0; i < m_script.m_nLate && m_bPlaying; ++i)
             DeliverNext();
+        if (m_bScrubbed && m_script.m_bScrubReportFirst) DeliverScrubbed();
         const HRESULT hrPaused =
             m_bPlaying || m_bScrubbed ? m_script.m_fnPaused(command.m_nNumber) : MF_E_SESSION_PAUSEWHILESTOPPED;
         if (SUCCEEDED(hrPaused)) m_bPlaying = false;
@@ -272,10 +274,16 @@ void CScriptedSession::Obey(const SCommand& command)
 
 void CScriptedSession::Scrub()
 {
+    m_bPlaying = false;
+    if (m_script.m_bScrubReportFirst) return;
+    DeliverScrubbed();
+    Report(MESessionScrubSampleComplete, S_OK);
+}
+
+void CScriptedSession::DeliverScrubbed()
+{
     for (int i = 0; i < m_script.m_nScrubbed; ++i)
         DeliverNext();
-    m_bPlaying = false;
-    Report(MESessionScrubSampleComplete, S_OK);
 }
 
 void CScriptedSession::DeliverNext()

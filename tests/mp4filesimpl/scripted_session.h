@@ -40,7 +40,8 @@ struct SScript
     bool m_bNoRates = false;             // has no rate control
     // Pictures of a play at rate 0: after them the session reports so and waits. Below 0, it plays at every rate alike.
     int m_nScrubbed = -1;
-    bool m_bKeepsRate = false;  // a rate other than 0 isn't taken
+    bool m_bScrubReportFirst = false;  // before MESessionStarted, and the pictures come when a pause is asked for
+    bool m_bKeepsRate = false;         // a rate other than 0 isn't taken
     HRESULT m_hrSetTopology = S_OK;
     HRESULT m_hrStop = S_OK;
     // By number of the call, from 0: what the call returns, and the status of its event.
@@ -115,6 +116,7 @@ private:
     void Run();
     void Obey(const SCommand& command);
     void Scrub();
+    void DeliverScrubbed();
     void DeliverNext();
 
     const SScript m_script;

@@ -156,9 +156,7 @@ void CFrameStore::AnswerRequest()
 // For a request that came while the session plays, or just before. The play that serves it begins sooner then.
 void CFrameStore::PauseUnlessRequestIsServed()
 {
-    if (!m_bRunning || LeadsToRequest()) return;
-    if (m_ePause == EPauseState::NotWanted) m_ePause = EPauseState::Wanted;
-    SetEvent(m_hPauseRequest);
+    if (m_bRunning && !LeadsToRequest()) WantPause();
 }
 
 // Whether the current play delivers the requested frame before it fills the store. The very next one always comes.
@@ -566,6 +564,13 @@ bool CFrameStore::HavePlaysEnded() const
 }
 
 // --- pauses ---
+
+void CFrameStore::WantPause()
+{
+    const CSectionLock lock(m_Lock.Get());
+    if (m_ePause == EPauseState::NotWanted) m_ePause = EPauseState::Wanted;
+    SetEvent(m_hPauseRequest);
+}
 
 void CFrameStore::WaitForPauseRequest()
 {

@@ -190,6 +190,8 @@ public:
 
     // --- pauses: the pump ---
 
+    // The current play wants to be paused, whatever was requested.
+    void WantPause();
     // Waits until a play wants to be paused, or Close is called.
     void WaitForPauseRequest();
     // Whether a play wants to be paused and wasn't yet: it is the caller's to pause from now on. One play is paused

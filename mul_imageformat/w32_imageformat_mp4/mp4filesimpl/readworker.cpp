@@ -73,6 +73,7 @@ bool CReadWorker::WaitWhilePlaying()
 //
 // A session that takes the rate 0 at its word shows the picture at the start position, or nothing, and waits. Its play
 // was as long as that. The first one says only that this session needs another rate. It isn't held against the request.
+// It may report that before it reports that the play began. Its pictures may still come then, so it is paused.
 //
 // An error is no end: the session may survive it and deliver on, and those pictures would be numbered from the start of
 // the next play. A session that can't continue reports its end as well, or is silent from then on.
@@ -84,12 +85,13 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     case MESessionStarted:
         m_bStarted = SUCCEEDED(hrStatus);
         if (!m_bStarted) eEnd = EPlayEnd::Other;
+        if (m_bStarted && m_bScrubReported) m_Plan.m_Store.WantPause();
         break;
 
     case MESessionPaused:
         if (!m_bStarted) break;
         if (SUCCEEDED(hrStatus))
-            eEnd = EPlayEnd::Paused;
+            eEnd = m_bScrubReported ? NoteScrub() : EPlayEnd::Paused;
         else
             m_Plan.m_Store.WithdrawPause();
         break;
@@ -99,9 +101,8 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
         break;
 
     case MESessionScrubSampleComplete:
-        if (!m_bStarted) break;
-        eEnd = m_bScrubs ? EPlayEnd::Other : EPlayEnd::FirstScrub;
-        m_bScrubs = true;
+        m_bScrubReported = true;
+        if (m_bStarted) eEnd = NoteScrub();
         break;
 
     default:
@@ -109,8 +110,15 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     }
     if (eEnd == EPlayEnd::None) return;
     m_ePlayEnd = eEnd;
-    m_bPaused = eEnd == EPlayEnd::Paused;
+    m_bPaused = eType == MESessionPaused;
     m_Plan.m_Store.EndPlay();
+}
+
+CReadWorker::EPlayEnd CReadWorker::NoteScrub()
+{
+    const EPlayEnd eEnd = m_bScrubs ? EPlayEnd::Other : EPlayEnd::FirstScrub;
+    m_bScrubs = true;
+    return eEnd;
 }
 
 // --- requests ---
@@ -145,6 +153,7 @@ SPlayDecision CReadWorker::Decide(const SRestingStore& store)
     const SPlay play = ChoosePlay(store);
     m_bFirst = false;
     m_bStarted = false;
+    m_bScrubReported = false;
     m_uiPlayRequest = store.m_uiRequestNumber;
     m_uiPlayKeepFrom = play.m_uiKeepFrom;
     return {SPlayDecision::EKind::Play, play};

@@ -49,6 +49,7 @@ private:
     HRESULT StartFromBeginning();
     bool WaitWhilePlaying();
     void TakeEvent(MediaEventType eType, HRESULT hrStatus);
+    EPlayEnd NoteScrub();
     bool ServeRequest();
     SPlayDecision Decide(const SRestingStore& store);
     void JudgeLastPlay(const SRestingStore& store);
@@ -69,6 +70,7 @@ private:
     bool m_bPlayingRateSet = false;        // and has a rate that plays since then
     bool m_bFirst = true;                  // the play from the beginning: its failure ends the thread
     bool m_bStarted = false;               // the session has reported that the current play began
+    bool m_bScrubReported = false;         // since the last start
     EPlayEnd m_ePlayEnd = EPlayEnd::None;  // of the last play, until it is judged
     std::uint64_t m_uiPlayRequest = 0;     // number of the request that the last play was for; 0 for none
     bool m_bPaused = false;                // the last play to end was paused, and the session can resume there
