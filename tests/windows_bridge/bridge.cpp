@@ -7,9 +7,15 @@
 #include <mfapi.h>
 
 #include "windows_bridge/representation.h"
+#include "windows_bridge/starts.h"
 
 namespace windows_bridge
 {
+
+bool IsWine()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
 
 void FillGaps()
 {
@@ -17,6 +23,7 @@ void FillGaps()
     std::call_once(once, [] {
         if (FAILED(MFStartup(MF_VERSION, MFSTARTUP_FULL))) return;
         if (HasRepresentationGap()) FillRepresentationGap();
+        if (IsWine()) FillStartGaps();
     });
 }
 

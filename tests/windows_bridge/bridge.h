@@ -5,6 +5,9 @@
 namespace windows_bridge
 {
 
+// Whether this is Wine and not Windows.
+bool IsWine();
+
 // Fills the gaps that this system has, once. Starts Media Foundation for it and leaves that started: what was replaced
 // lies in its libraries.
 void FillGaps();

@@ -11,15 +11,69 @@
 #include <dvdmedia.h>
 #include <uuids.h>
 
+#include "support/ffmpeg.h"
+#include "support/temporary_folder.h"
 #include "windows_bridge/bridge.h"
+#include "windows_bridge/file_source.h"
 #include "windows_bridge/representation.h"
 
 namespace
 {
 
-bool IsWine()
+using windows_bridge::CFileSource;
+using windows_bridge::IsWine;
+
+constexpr LONGLONG SECOND = 10'000'000;
+
+// Three seconds, a key picture each.
+std::filesystem::path MakeVideo(const std::filesystem::path& folder)
 {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    const std::filesystem::path path = folder / "three_seconds.mp4";
+    test_support::RunFfmpeg(
+        "-v error -f lavfi -i testsrc2=s=64x48:r=25:d=3 -c:v libx264 -pix_fmt yuv420p -g 25 -sc_threshold 0 " +
+        test_support::Quoted(path));
+    return path;
+}
+
+IMFMediaType* MakeToken()
+{
+    IMFMediaType* pToken = nullptr;
+    MFCreateMediaType(&pToken);
+    return pToken;
+}
+
+// Whether a request that is open when the source starts again is forgotten: the next sample is that of a later request.
+bool ForgetsRequests(const std::filesystem::path& path)
+{
+    CFileSource source(path);
+    source.Start(0);
+    source.RequestSample(nullptr);
+    source.AwaitSample()->Release();
+    source.Pause();
+    IMFMediaType* pEarlier = MakeToken();
+    IMFMediaType* pLater = MakeToken();
+    source.RequestSample(pEarlier);
+    source.Start(SECOND);
+    source.RequestSample(pLater);
+    IMFSample* pSample = source.AwaitSample();
+    IMFMediaType* pToken = nullptr;
+    pSample->GetUnknown(MFSampleExtension_Token, IID_IMFMediaType, reinterpret_cast<void**>(&pToken));
+    const bool bForgets = pToken == pLater;
+    for (IUnknown* pObject : std::initializer_list<IUnknown*>{pSample, pEarlier, pLater, pToken})
+        if (pObject != nullptr) pObject->Release();
+    return bForgets;
+}
+
+// Whether a start between two key pictures begins with a picture that needs others.
+bool StartsBetweenKeyPictures(const std::filesystem::path& path)
+{
+    CFileSource source(path);
+    source.Start(SECOND + SECOND / 2);
+    source.RequestSample(nullptr);
+    IMFSample* pSample = source.AwaitSample();
+    const bool bKey = MFGetAttributeUINT32(pSample, MFSampleExtension_CleanPoint, 0) != 0;
+    pSample->Release();
+    return !bKey;
 }
 
 // The tests run in this order, and the gaps stay filled after the first that fills them.
@@ -30,14 +84,23 @@ protected:
     {
         ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_FULL), S_OK);
         s_bRepresentationGap = windows_bridge::HasRepresentationGap();
+        const test_support::TemporaryFolder folder;
+        const std::filesystem::path path = MakeVideo(folder.Path());
+        s_bRequestGap = ForgetsRequests(path);
+        s_bKeyPictureGap = StartsBetweenKeyPictures(path);
         windows_bridge::FillGaps();
     }
     static void TearDownTestSuite() { MFShutdown(); }
 
-    static bool s_bRepresentationGap;  // before any was filled
+    // Before any was filled.
+    static bool s_bRepresentationGap;
+    static bool s_bRequestGap;
+    static bool s_bKeyPictureGap;
 };
 
 bool Gaps::s_bRepresentationGap = false;
+bool Gaps::s_bRequestGap = false;
+bool Gaps::s_bKeyPictureGap = false;
 
 TEST_F(Gaps, WineRepresentsH264WithoutItsProfile)
 {
@@ -45,10 +108,24 @@ TEST_F(Gaps, WineRepresentsH264WithoutItsProfile)
     EXPECT_TRUE(s_bRepresentationGap) << "windows_bridge/representation.cpp isn't needed any more";
 }
 
+TEST_F(Gaps, WinesSourceForgetsRequestsAtAStart)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    EXPECT_TRUE(s_bRequestGap) << "windows_bridge/starts.cpp needn't repeat requests any more";
+}
+
+TEST_F(Gaps, WinesSourceStartsBetweenKeyPictures)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    EXPECT_TRUE(s_bKeyPictureGap) << "windows_bridge/starts.cpp needn't start at the beginning any more";
+}
+
 TEST_F(Gaps, WindowsHasNone)
 {
     if (IsWine()) GTEST_SKIP() << "this is Wine";
     EXPECT_FALSE(s_bRepresentationGap);
+    EXPECT_FALSE(s_bRequestGap);
+    EXPECT_FALSE(s_bKeyPictureGap);
 }
 
 TEST_F(Gaps, AreFilled)
