@@ -3,6 +3,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include <windows.h>
 
@@ -27,15 +28,26 @@ HRESULT(STDMETHODCALLTYPE* g_pfnStartSession)(IMFMediaSession*, const GUID*, con
 HRESULT(STDMETHODCALLTYPE* g_pfnStartSource)
 (IMFMediaSource*, IMFPresentationDescriptor*, const GUID*, const PROPVARIANT*);
 HRESULT(STDMETHODCALLTYPE* g_pfnEndSourceEvent)(IMFMediaSource*, IMFAsyncResult*, IMFMediaEvent**);
+HRESULT(STDMETHODCALLTYPE* g_pfnShutDownSource)(IMFMediaSource*);
 HRESULT(STDMETHODCALLTYPE* g_pfnRequestSample)(IMFMediaStream*, IUnknown*);
 HRESULT(STDMETHODCALLTYPE* g_pfnEndStreamEvent)(IMFMediaStream*, IMFAsyncResult*, IMFMediaEvent**);
-HRESULT(STDMETHODCALLTYPE* g_pfnOnClockStart)(IMFClockStateSink*, MFTIME, LONGLONG);
 HRESULT(STDMETHODCALLTYPE* g_pfnProcessSample)(IMFStreamSink*, IMFSample*);
 
-// The start of a clock that continues where it is.
-constexpr LONGLONG CURRENT_POSITION = 0x7FFFFFFFFFFFFFFF;
+// How far the difference of two times may be off, since each is cut to 100 ns.
+constexpr LONGLONG ROUNDING = 2;
+
+// A file that is played. Times and positions are in units of 100 ns.
+struct SPlayedFile
+{
+    LONGLONG m_llPosition = 0;       // of the last start
+    int m_nOpenRequests = 0;         // for samples, in all plays
+    std::vector<LONGLONG> m_vTimes;  // of decoding, of the samples since the last start
+    std::size_t m_uiDecoded = 0;     // pictures that came from the decoder since then
+};
 
 std::mutex g_Lock;
+std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;            // until the source is shut down
+std::map<const IMFMediaSink*, IMFMediaSource*> g_mapSources;  // of the sinks, written by every SetTopology
 
 void Release(IUnknown* pObject)
 {
@@ -51,28 +63,46 @@ MediaEventType TypeOf(IMFMediaEvent* pEvent)
 
 // --- the stream of a file ---
 
-// The number of a stream's open requests is kept with its descriptor, which lives as long as the stream.
-constexpr GUID OPEN_REQUESTS = {0x5f0c7a3e, 0x21d6, 0x4b8f, {0x9a, 0x44, 0x0e, 0x6d, 0x73, 0xb1, 0x58, 0xc2}};
-
-// Adds to the number and returns it.
-UINT32 CountOpenRequests(IMFMediaStream* pStream, int nMore)
+// Calls fnAct with the lock held and the file that the stream is of, if there is one.
+template <typename TAct>
+void WithFileOf(IMFMediaStream* pStream, TAct fnAct)
 {
-    IMFStreamDescriptor* pDescriptor = nullptr;
-    if (FAILED(pStream->GetStreamDescriptor(&pDescriptor))) return 0;  // shut down
-    const std::lock_guard lock(g_Lock);
-    UINT32 uiOpen = MFGetAttributeUINT32(pDescriptor, OPEN_REQUESTS, 0);
-    if (nMore > 0 || uiOpen > 0) uiOpen += nMore;
-    pDescriptor->SetUINT32(OPEN_REQUESTS, uiOpen);
-    pDescriptor->Release();
-    return uiOpen;
+    IMFMediaSource* pSource = nullptr;
+    if (FAILED(pStream->GetMediaSource(&pSource))) return;  // shut down
+    {
+        const std::lock_guard lock(g_Lock);
+        const auto itFile = g_mapFiles.find(pSource);
+        if (itFile != g_mapFiles.end()) fnAct(itFile->second);
+    }
+    pSource->Release();
 }
 
 HRESULT STDMETHODCALLTYPE RequestSample(IMFMediaStream* pStream, IUnknown* pToken)
 {
-    CountOpenRequests(pStream, 1);
+    WithFileOf(pStream, [](SPlayedFile& file) { ++file.m_nOpenRequests; });
     const HRESULT hr = g_pfnRequestSample(pStream, pToken);
-    if (FAILED(hr)) CountOpenRequests(pStream, -1);
+    if (FAILED(hr)) WithFileOf(pStream, [](SPlayedFile& file) { --file.m_nOpenRequests; });
     return hr;
+}
+
+void NoteSample(IMFMediaStream* pStream, IMFMediaEvent* pEvent)
+{
+    PROPVARIANT varSample;
+    PropVariantInit(&varSample);
+    IMFSample* pSample = nullptr;
+    LONGLONG llTime = 0;
+    pEvent->GetValue(&varSample);
+    if (varSample.vt == VT_UNKNOWN &&
+        SUCCEEDED(varSample.punkVal->QueryInterface(IID_IMFSample, reinterpret_cast<void**>(&pSample))))
+    {
+        llTime = static_cast<LONGLONG>(MFGetAttributeUINT64(pSample, MFSampleExtension_DecodeTimestamp, 0));
+        pSample->Release();
+    }
+    PropVariantClear(&varSample);
+    WithFileOf(pStream, [llTime](SPlayedFile& file) {
+        --file.m_nOpenRequests;
+        file.m_vTimes.push_back(llTime);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
@@ -80,10 +110,12 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     const HRESULT hr = g_pfnEndStreamEvent(pStream, pResult, ppEvent);
     if (FAILED(hr)) return hr;
     const MediaEventType eType = TypeOf(*ppEvent);
-    if (eType == MEMediaSample) CountOpenRequests(pStream, -1);
+    if (eType == MEMediaSample) NoteSample(pStream, *ppEvent);
     if (eType == MEStreamStarted || eType == MEStreamSeeked)
     {
-        for (UINT32 uiOpen = CountOpenRequests(pStream, 0); uiOpen > 0; --uiOpen)
+        int nOpen = 0;
+        WithFileOf(pStream, [&nOpen](const SPlayedFile& file) { nOpen = file.m_nOpenRequests; });
+        for (; nOpen > 0; --nOpen)
             g_pfnRequestSample(pStream, nullptr);
     }
     return hr;
@@ -107,12 +139,18 @@ void ReplaceStreamOperations(IUnknown* pUnknown)
 HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDescriptor* pDescriptor,
                                       const GUID* pguidFormat, const PROPVARIANT* pvarPosition)
 {
+    if (pvarPosition->vt != VT_I8) return g_pfnStartSource(pSource, pDescriptor, pguidFormat, pvarPosition);
+    {
+        const std::lock_guard lock(g_Lock);
+        SPlayedFile& file = g_mapFiles[pSource];
+        file.m_llPosition = pvarPosition->hVal.QuadPart;
+        file.m_vTimes.clear();
+        file.m_uiDecoded = 0;
+    }
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
     varBeginning.vt = VT_I8;
-    varBeginning.hVal.QuadPart = 0;
-    return g_pfnStartSource(pSource, pDescriptor, pguidFormat,
-                            pvarPosition->vt == VT_I8 ? &varBeginning : pvarPosition);
+    return g_pfnStartSource(pSource, pDescriptor, pguidFormat, &varBeginning);
 }
 
 HRESULT STDMETHODCALLTYPE EndSourceEvent(IMFMediaSource* pSource, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
@@ -125,6 +163,15 @@ HRESULT STDMETHODCALLTYPE EndSourceEvent(IMFMediaSource* pSource, IMFAsyncResult
     if (varStream.vt == VT_UNKNOWN) ReplaceStreamOperations(varStream.punkVal);
     PropVariantClear(&varStream);
     return hr;
+}
+
+HRESULT STDMETHODCALLTYPE ShutDownSource(IMFMediaSource* pSource)
+{
+    {
+        const std::lock_guard lock(g_Lock);
+        g_mapFiles.erase(pSource);
+    }
+    return g_pfnShutDownSource(pSource);
 }
 
 // Only files have Wine's own source. The others are of the program under test, and right as they are.
@@ -143,28 +190,75 @@ bool IsOfTheSystem(IMFMediaSource* pSource)
 
 void ReplaceSourceOperations(IMFMediaSource* pSource)
 {
-    const std::lock_guard lock(g_Lock);
-    if (g_pfnStartSource != nullptr || !IsOfTheSystem(pSource)) return;
+    if (g_pfnStartSource != nullptr) return;
     g_pfnStartSource = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Start), &StartSource);
     g_pfnEndSourceEvent = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::EndGetEvent), &EndSourceEvent);
+    g_pfnShutDownSource = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Shutdown), &ShutDownSource);
 }
 
 // --- the session ---
 
-HRESULT STDMETHODCALLTYPE SetTopology(IMFMediaSession* pSession, DWORD dwFlags, IMFTopology* pTopology)
+// Null when the topology has no such object. The caller's to release.
+IMFMediaSource* FindSource(IMFTopologyNode* pNode)
+{
+    IMFMediaSource* pSource = nullptr;
+    pNode->GetUnknown(MF_TOPONODE_SOURCE, IID_IMFMediaSource, reinterpret_cast<void**>(&pSource));
+    return pSource;
+}
+IMFMediaSink* FindSink(IMFTopologyNode* pNode)
+{
+    IUnknown* pObject = nullptr;
+    IMFActivate* pActivate = nullptr;
+    IMFMediaSink* pSink = nullptr;
+    if (FAILED(pNode->GetObject(&pObject))) return nullptr;
+    // The session is given the same sink again.
+    if (SUCCEEDED(pObject->QueryInterface(IID_IMFActivate, reinterpret_cast<void**>(&pActivate))))
+        pActivate->ActivateObject(IID_IMFMediaSink, reinterpret_cast<void**>(&pSink));
+    Release(pActivate);
+    Release(pObject);
+    return pSink;
+}
+
+// The first of its type; the caller's to release.
+IMFTopologyNode* FindNode(IMFTopology* pTopology, MF_TOPOLOGY_TYPE eWanted)
 {
     WORD wNodes = 0;
-    if (pTopology != nullptr) pTopology->GetNodeCount(&wNodes);
+    pTopology->GetNodeCount(&wNodes);
     for (WORD w = 0; w < wNodes; ++w)
     {
         IMFTopologyNode* pNode = nullptr;
-        IMFMediaSource* pSource = nullptr;
+        MF_TOPOLOGY_TYPE eType = MF_TOPOLOGY_MAX;
         if (FAILED(pTopology->GetNode(w, &pNode))) continue;
-        if (SUCCEEDED(pNode->GetUnknown(MF_TOPONODE_SOURCE, IID_IMFMediaSource, reinterpret_cast<void**>(&pSource))))
-            ReplaceSourceOperations(pSource);
-        Release(pSource);
-        Release(pNode);
+        pNode->GetNodeType(&eType);
+        if (eType == eWanted) return pNode;
+        pNode->Release();
     }
+    return nullptr;
+}
+
+void NoteTopology(IMFTopology* pTopology)
+{
+    IMFTopologyNode* pSourceNode = FindNode(pTopology, MF_TOPOLOGY_SOURCESTREAM_NODE);
+    IMFTopologyNode* pSinkNode = FindNode(pTopology, MF_TOPOLOGY_OUTPUT_NODE);
+    IMFMediaSource* pSource = pSourceNode != nullptr ? FindSource(pSourceNode) : nullptr;
+    const bool bFile = pSource != nullptr && IsOfTheSystem(pSource);
+    IMFMediaSink* pSink = bFile && pSinkNode != nullptr ? FindSink(pSinkNode) : nullptr;
+    if (pSink != nullptr)
+    {
+        const std::lock_guard lock(g_Lock);
+        ReplaceSourceOperations(pSource);
+        g_mapFiles[pSource];
+        g_mapSources[pSink] = pSource;
+    }
+    Release(pSink);
+    Release(pSource);
+    Release(pSinkNode);
+    Release(pSourceNode);
+}
+
+HRESULT STDMETHODCALLTYPE SetTopology(IMFMediaSession* pSession, DWORD dwFlags, IMFTopology* pTopology)
+{
+    if (pTopology != nullptr) NoteTopology(pTopology);
     return g_pfnSetTopology(pSession, dwFlags, pTopology);
 }
 
@@ -187,37 +281,27 @@ void ReplaceSessionOperations()
 
 // --- the sample grabber ---
 
-// The position of each sink's last start, 100 ns. A sink starts before it is given a sample, so what is left of one
-// that is gone is never used.
-std::map<const IMFMediaSink*, LONGLONG> g_mapPositions;
-
-HRESULT STDMETHODCALLTYPE OnClockStart(IMFClockStateSink* pClockSink, MFTIME mftSystem, LONGLONG llPosition)
+// The position of frame n is the sum of the durations of n samples, and pictures come in the order of their numbers.
+// The times that the decoder gives them are of no use: it makes them even.
+bool IsBeforePosition(IMFStreamSink* pStream)
 {
     IMFMediaSink* pSink = nullptr;
-    if (SUCCEEDED(pClockSink->QueryInterface(IID_IMFMediaSink, reinterpret_cast<void**>(&pSink))))
-    {
-        const std::lock_guard lock(g_Lock);
-        g_mapPositions[pSink] = llPosition != CURRENT_POSITION ? llPosition : 0;
-        pSink->Release();
-    }
-    return g_pfnOnClockStart(pClockSink, mftSystem, llPosition);
-}
-
-bool IsBeforePosition(IMFStreamSink* pStream, IMFSample* pSample)
-{
-    LONGLONG llTime = 0;
-    IMFMediaSink* pSink = nullptr;
-    if (FAILED(pSample->GetSampleTime(&llTime)) || FAILED(pStream->GetMediaSink(&pSink))) return false;
+    if (FAILED(pStream->GetMediaSink(&pSink))) return false;
     const std::lock_guard lock(g_Lock);
-    const LONGLONG llPosition = g_mapPositions[pSink];
+    const auto itSource = g_mapSources.find(pSink);
+    const auto itFile = itSource != g_mapSources.end() ? g_mapFiles.find(itSource->second) : g_mapFiles.end();
     pSink->Release();
-    return llTime < llPosition;
+    if (itFile == g_mapFiles.end()) return false;
+    SPlayedFile& file = itFile->second;
+    const std::size_t uiNumber = file.m_uiDecoded++;
+    if (uiNumber >= file.m_vTimes.size()) return false;
+    return file.m_vTimes[uiNumber] - file.m_vTimes[0] + ROUNDING < file.m_llPosition;
 }
 
 // Another sample is requested in the place of one that is dropped.
 HRESULT STDMETHODCALLTYPE ProcessSample(IMFStreamSink* pStream, IMFSample* pSample)
 {
-    if (!IsBeforePosition(pStream, pSample)) return g_pfnProcessSample(pStream, pSample);
+    if (!IsBeforePosition(pStream)) return g_pfnProcessSample(pStream, pSample);
     PROPVARIANT varNothing;
     PropVariantInit(&varNothing);
     return pStream->QueueEvent(MEStreamSinkRequestSample, GUID_NULL, S_OK, &varNothing);
@@ -229,23 +313,17 @@ void ReplaceSinkOperations()
     IMFMediaType* pType = nullptr;
     IMFActivate* pActivate = nullptr;
     IMFMediaSink* pSink = nullptr;
-    IMFClockStateSink* pClockSink = nullptr;
     IMFStreamSink* pStream = nullptr;
     HRESULT hr = MFCreateMediaType(&pType);
     if (SUCCEEDED(hr)) hr = pType->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
     if (SUCCEEDED(hr)) hr = pType->SetGUID(MF_MT_SUBTYPE, MFVideoFormat_YUY2);
     if (SUCCEEDED(hr)) hr = MFCreateSampleGrabberSinkActivate(pType, &callback, &pActivate);
     if (SUCCEEDED(hr)) hr = pActivate->ActivateObject(IID_IMFMediaSink, reinterpret_cast<void**>(&pSink));
-    if (SUCCEEDED(hr)) hr = pSink->QueryInterface(IID_IMFClockStateSink, reinterpret_cast<void**>(&pClockSink));
     if (SUCCEEDED(hr)) hr = pSink->GetStreamSinkByIndex(0, &pStream);
     if (SUCCEEDED(hr))
-    {
-        g_pfnOnClockStart = ReplaceOperation(pClockSink, SlotOf(&IMFClockStateSink::OnClockStart), &OnClockStart);
         g_pfnProcessSample = ReplaceOperation(pStream, SlotOf(&IMFStreamSink::ProcessSample), &ProcessSample);
-    }
     if (pSink != nullptr) pSink->Shutdown();
     Release(pStream);
-    Release(pClockSink);
     Release(pSink);
     Release(pActivate);
     Release(pType);
