@@ -142,6 +142,19 @@ TEST_P(Frames, ReadAtRandomThousandsOfTimesWithoutOneWrongFrame)
         ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
 }
 
+// No play comes to the end of the video here: those after a jump are of eight frames, the first is of 48.
+TEST_P(Frames, ReadAtRandomFarFromTheEnd)
+{
+    const std::size_t uiEnd = Count() > 60 ? Count() - 60 : 1;
+    const unsigned int uiSeed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(uiSeed));
+    std::mt19937 random(uiSeed);
+    std::uniform_int_distribution<std::size_t> frame(0, uiEnd - 1);
+    const int nReads = std::max(20, Repetitions(100));
+    for (int n = 0; n < nReads; ++n)
+        ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
+}
+
 TEST_P(Frames, PastTheLastFailAtOnceAndTheFileReadsOn)
 {
     std::vector<std::uint8_t> vBuffer(m_vExpected[0].size(), 0xA5);

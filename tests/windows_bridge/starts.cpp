@@ -1,5 +1,7 @@
 #include "windows_bridge/starts.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -25,6 +27,7 @@ using test_support::SlotOf;
 // The system's operations that were replaced.
 HRESULT(STDMETHODCALLTYPE* g_pfnSetTopology)(IMFMediaSession*, DWORD, IMFTopology*);
 HRESULT(STDMETHODCALLTYPE* g_pfnStartSession)(IMFMediaSession*, const GUID*, const PROPVARIANT*);
+HRESULT(STDMETHODCALLTYPE* g_pfnPauseSession)(IMFMediaSession*);
 HRESULT(STDMETHODCALLTYPE* g_pfnStartSource)
 (IMFMediaSource*, IMFPresentationDescriptor*, const GUID*, const PROPVARIANT*);
 HRESULT(STDMETHODCALLTYPE* g_pfnEndSourceEvent)(IMFMediaSource*, IMFAsyncResult*, IMFMediaEvent**);
@@ -45,8 +48,12 @@ struct SPlayedFile
     std::size_t m_uiDecoded = 0;     // pictures that came from the decoder since then
 };
 
+constexpr std::chrono::seconds FIRST_PICTURE_LIMIT{2};
+
 std::mutex g_Lock;
-std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;            // until the source is shut down
+std::condition_variable g_PictureDecoded;
+std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;  // until the source is shut down
+std::map<const IMFMediaSession*, IMFMediaSource*> g_mapSessions;
 std::map<const IMFMediaSink*, IMFMediaSource*> g_mapSources;  // of the sinks, written by every SetTopology
 
 void Release(IUnknown* pObject)
@@ -236,7 +243,7 @@ IMFTopologyNode* FindNode(IMFTopology* pTopology, MF_TOPOLOGY_TYPE eWanted)
     return nullptr;
 }
 
-void NoteTopology(IMFTopology* pTopology)
+void NoteTopology(const IMFMediaSession* pSession, IMFTopology* pTopology)
 {
     IMFTopologyNode* pSourceNode = FindNode(pTopology, MF_TOPOLOGY_SOURCESTREAM_NODE);
     IMFTopologyNode* pSinkNode = FindNode(pTopology, MF_TOPOLOGY_OUTPUT_NODE);
@@ -249,6 +256,7 @@ void NoteTopology(IMFTopology* pTopology)
         ReplaceSourceOperations(pSource);
         g_mapFiles[pSource];
         g_mapSources[pSink] = pSource;
+        g_mapSessions[pSession] = pSource;
     }
     Release(pSink);
     Release(pSource);
@@ -258,7 +266,7 @@ void NoteTopology(IMFTopology* pTopology)
 
 HRESULT STDMETHODCALLTYPE SetTopology(IMFMediaSession* pSession, DWORD dwFlags, IMFTopology* pTopology)
 {
-    if (pTopology != nullptr) NoteTopology(pTopology);
+    if (pTopology != nullptr) NoteTopology(pSession, pTopology);
     return g_pfnSetTopology(pSession, dwFlags, pTopology);
 }
 
@@ -269,11 +277,29 @@ HRESULT STDMETHODCALLTYPE StartSession(IMFMediaSession* pSession, const GUID* pg
     return g_pfnStartSession(pSession, pguidFormat, pvarPosition);
 }
 
+// A decoder that is emptied before its first picture may give none afterwards.
+HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
+{
+    {
+        std::unique_lock lock(g_Lock);
+        const auto itFile = g_mapSessions.find(pSession);
+        if (itFile != g_mapSessions.end())
+        {
+            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, [&] {
+                const auto it = g_mapFiles.find(itFile->second);
+                return it == g_mapFiles.end() || it->second.m_uiDecoded > 0;
+            });
+        }
+    }
+    return g_pfnPauseSession(pSession);
+}
+
 void ReplaceSessionOperations()
 {
     IMFMediaSession* pSession = nullptr;
     if (FAILED(MFCreateMediaSession(nullptr, &pSession))) return;
     g_pfnSetTopology = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::SetTopology), &SetTopology);
+    g_pfnPauseSession = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Pause), &PauseSession);
     g_pfnStartSession = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Start), &StartSession);
     pSession->Shutdown();
     pSession->Release();
@@ -294,6 +320,7 @@ bool IsBeforePosition(IMFStreamSink* pStream)
     if (itFile == g_mapFiles.end()) return false;
     SPlayedFile& file = itFile->second;
     const std::size_t uiNumber = file.m_uiDecoded++;
+    g_PictureDecoded.notify_all();
     if (uiNumber >= file.m_vTimes.size()) return false;
     return file.m_vTimes[uiNumber] - file.m_vTimes[0] + ROUNDING < file.m_llPosition;
 }
