@@ -1,6 +1,7 @@
 // What a session does with one topology.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -25,6 +26,8 @@ public:
     virtual EventQueue& Events() = 0;
     // Whether a command waits for its turn, or the session is being shut down.
     virtual bool HasCommand() = 0;
+    // Returns when there is such a command, or after that time.
+    virtual void AwaitCommand(std::chrono::milliseconds time) = 0;
     // Stops the player, and reports the end of the presentation, which MEEndOfPresentation precedes.
     virtual void EndSession() = 0;
     // Stops the player, and reports the error and the end of playing that it means: a caller that waits for the end

@@ -10,6 +10,9 @@ namespace
 
 constexpr LONGLONG PER_MILLISECOND = 10000;  // 100 ns steps
 
+// Longer than a caller takes that asks for the pause as soon as it has the sample.
+constexpr std::chrono::milliseconds TIME_FOR_A_PAUSE{5};
+
 }  // namespace
 
 HRESULT ReadingPlayer::Start(const StartRequest& request)
@@ -109,9 +112,13 @@ void ReadingPlayer::PlaceReader()
     const bool bSameMillisecond =
         uiNext < table.Count() && table.MillisecondsOf(uiNext) == pending.m_nPosition / PER_MILLISECOND;
     const bool bGoesOn = pending.m_bMayGoOn && (uiWanted == uiNext || (bSameMillisecond && !pending.m_bRateWasSet));
-    if (!bGoesOn) reader.StartAt(uiWanted);
+    if (bGoesOn) return;
+    m_bJumped = uiWanted != uiNext;
+    reader.StartAt(uiWanted);
 }
 
+// A caller that jumps about uses only the first sample of each play. Decoding that is under way when it asks for the
+// pause delays the pause, and so the next play. No packet goes to the decoder before the caller had time to ask.
 void ReadingPlayer::Deliver()
 {
     SampleReader& reader = m_topology->Reader();
@@ -120,7 +127,9 @@ void ReadingPlayer::Deliver()
         m_topology->Callback().OnProcessSample(m_topology->MajorType(), 0, sample.m_nTime, sample.m_nDuration,
                                                sample.m_pData, static_cast<DWORD>(sample.m_uiSize));
     reader.MarkDelivered();
-    if (FAILED(hr)) m_host.EndWithError(hr);
+    if (FAILED(hr)) return m_host.EndWithError(hr);
+    if (m_bJumped) m_host.AwaitCommand(TIME_FOR_A_PAUSE);
+    m_bJumped = false;
 }
 
 }  // namespace mediafoundation

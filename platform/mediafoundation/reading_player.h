@@ -37,6 +37,7 @@ private:
     const std::unique_ptr<ResolvedTopology> m_topology;
     IPlayerHost& m_host;
     std::optional<PendingStart> m_pending;
+    bool m_bJumped = false;     // the last start went to another place, and no sample of it was delivered yet
     bool m_bBuffering = false;  // as was last reported
 };
 

@@ -123,6 +123,12 @@ bool SessionEngine::HasCommand()
     return m_bShutdown || !m_commands.empty();
 }
 
+void SessionEngine::AwaitCommand(std::chrono::milliseconds time)
+{
+    std::unique_lock lock(m_lock);
+    (void)m_changed.wait_for(lock, time, [this] { return m_bShutdown || !m_commands.empty(); });
+}
+
 void SessionEngine::Execute(const SessionCommand& command)
 {
     switch (command.m_kind)

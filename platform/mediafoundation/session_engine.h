@@ -58,6 +58,7 @@ public:
 
 private:
     bool HasCommand() override;
+    void AwaitCommand(std::chrono::milliseconds time) override;
     void EndSession() override;
     void EndWithError(HRESULT hr) override;
     void PostTask(std::function<void()> task) override;

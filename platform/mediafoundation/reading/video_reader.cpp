@@ -180,6 +180,7 @@ SampleReader::Progress VideoReader::BeginDecoding()
         m_bByTime = bByTime;
         m_bToTarget = bByTime;
         m_uiOut = m_uiStart;
+        if (MayDecodeAlone()) m_uiDrainAt = m_uiStart + 1;
     }
     if (bByTime)
     {
@@ -190,12 +191,24 @@ SampleReader::Progress VideoReader::BeginDecoding()
     return Progress::Working;
 }
 
+// Frame threads return their first picture when each of them has a packet, and the packets after the first take
+// processor time from it. A picture that is wanted first is decoded without them if the next sample is a fresh start,
+// so that a drained decoder can continue there.
+bool VideoReader::MayDecodeAlone()
+{
+    const bool bThreads = (m_decoder->active_thread_type & FF_THREAD_FRAME) != 0;
+    const std::uint64_t uiAfter = m_uiStart + 1;
+    return bThreads && m_uiNext == m_uiStart && uiAfter < Table().Count() && Table().At(uiAfter).m_bKey &&
+           IsStart(uiAfter);
+}
+
 void VideoReader::FlushTo(std::uint64_t uiSample)
 {
     avcodec_flush_buffers(m_decoder.get());
     m_due.Clear();
     m_uiInDecoder = 0;
     m_uiFeed = uiSample;
+    m_uiDrainAt = Table().Count();
     m_bDecoding = true;
     m_bDraining = false;
     m_bErrors = false;
@@ -233,13 +246,13 @@ bool VideoReader::OwesPicture() const
 
 SampleReader::Progress VideoReader::Feed()
 {
-    if (m_uiFeed < Table().Count())
+    if (m_uiFeed < m_uiDrainAt)
     {
         const HRESULT hr = ReadSample(m_uiFeed);
         if (FAILED(hr)) return Fail(hr);
         if (hr == S_OK) return FeedSample();
     }
-    // The end of the table, or of a file that was cut off: what the decoder holds comes out.
+    // Also at the end of a file that was cut off: what the decoder holds comes out.
     m_bDraining = true;
     const int nResult = avcodec_send_packet(m_decoder.get(), nullptr);
     return nResult < 0 && nResult != AVERROR_EOF ? Fail(MF_E_INVALID_STREAM_DATA) : Progress::Working;
@@ -316,8 +329,13 @@ SampleReader::Progress VideoReader::OnPictureByCount(std::uint64_t uiSample)
 
 SampleReader::Progress VideoReader::OnDrained()
 {
-    const bool bComplete = m_uiOut == Table().Count() && !m_bToTarget && m_due.IsEmpty();
+    const bool bComplete = m_uiOut == m_uiDrainAt && !m_bToTarget && m_due.IsEmpty();
     if (!bComplete) return OnLost();
+    if (m_uiDrainAt < Table().Count())
+    {
+        FlushTo(m_uiDrainAt);
+        return Progress::Working;
+    }
     m_phase = Phase::Ended;
     m_bDecoding = false;
     return Progress::Ended;

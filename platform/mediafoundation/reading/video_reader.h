@@ -50,6 +50,7 @@ private:
     bool IsStart(std::uint64_t uiSample);
     Progress LearnTimes();
     Progress BeginDecoding();
+    bool MayDecodeAlone();
     void FlushTo(std::uint64_t uiSample);
     HRESULT ReadSample(std::uint64_t uiSample);
 
@@ -87,8 +88,9 @@ private:
     bool m_bToTarget = false;  // by time: the picture m_uiTarget hasn't come yet
     std::uint64_t m_uiTarget = 0;
     std::int64_t m_nTargetTime = 0;
-    std::uint64_t m_uiFeed = 0;  // the sample that is fed next
-    std::uint64_t m_uiOut = 0;   // the number of the picture that comes next
+    std::uint64_t m_uiFeed = 0;     // the sample that is fed next
+    std::uint64_t m_uiDrainAt = 0;  // the decoder is drained before this sample is fed
+    std::uint64_t m_uiOut = 0;      // the number of the picture that comes next
     std::uint64_t m_uiInDecoder = 0;
     DueSamples m_due;
 };

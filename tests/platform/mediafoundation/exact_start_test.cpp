@@ -79,6 +79,9 @@ std::vector<Case> Cases()
         // A key picture among them, so that the way back to it is found among equal times
         {"SamplesWithoutDuration", With("-bf 0 -g 12", IRREGULAR_OUTPUT, IRREGULAR), 1, 8},
         {"Large", Large(With("-bf 3 -g 12"))},
+        {"LargeEveryPictureKey", Large(With("-g 1"))},
+        {"LargeWithKeyPicturesInARow",
+         Large(With("-bf 3 -g 250 -forced-idr 1 -force_key_frames 'expr:lt(mod(n,7),3)'"))},
         {"LargeWithoutBPictures", Large(With("-bf 0 -g 250"))},
         {"LargeWithEightBPicturesInAPyramid", Large(With("-bf 8 -g 30 -x264-params b-pyramid=normal:b-adapt=0"))},
         {"LargeWithOpenGroups",
@@ -118,8 +121,7 @@ struct Video
     std::vector<std::int64_t> m_times;
 };
 
-Video::Video(const Case& testCase)
-    : m_path(m_directory / "video.mp4")
+Video::Video(const Case& testCase) : m_path(m_directory / "video.mp4")
 {
     const Recipe& recipe = testCase.m_recipe;
     MakeVideo(m_path, recipe);

@@ -163,6 +163,21 @@ TEST_P(LostPictures, WithoutReorderingToo)
     ExpectEndAtLoss(20);
 }
 
+TEST_P(LostPictures, AmongKeyPicturesToo)
+{
+    Make("-g 1");
+    Destroy(20);
+    ExpectEndAtLoss(20);
+    TestGraph graph;
+    ASSERT_EQ(graph.Open(m_path), S_OK);
+    for (const std::size_t k : {std::size_t{21}, std::size_t{19}, std::size_t{59}})
+    {
+        const auto samples = graph.PlayFrom(static_cast<std::int64_t>(k) * MS_PER_FRAME, 1);
+        ASSERT_FALSE(samples.empty()) << k;
+        EXPECT_TRUE(samples.front().m_bytes == m_pictures[k]) << k;
+    }
+}
+
 // An MP4 file whose composition offsets are gone although its pictures are reordered: the times say nothing, and the
 // pictures are counted.
 class UselessTimes : public LostPictures
