@@ -2,8 +2,9 @@
 #
 # One GoogleTest program, linked with the helpers that every test has (test_tools). Usually every test case is a ctest
 # entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
-# processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes is
-# as many entries as SHARDS says, each with its share of the cases. A program that is known to have ONE_THREAD isn't run
+# processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes,
+# whose cases share what takes long to make, is as many entries as SHARDS says in every preset, each with its share of
+# the cases. A program that is known to have ONE_THREAD isn't run
 # under the thread sanitizer, which has nothing to look for in it. In the Windows build, which runs under Wine, the cases
 # and programs in tests/wine_gaps.txt are left out.
 if(WIN32)
@@ -27,9 +28,20 @@ function(qm_set_test_options name)
     endif()
 endfunction()
 
+# qm_skip_thread_sanitizer(file...)
+#
+# For sources of helpers that go through whole files and pictures byte by byte, on one thread and in memory of their own.
+# There is nothing in them for the thread sanitizer, and they took more than half of the tests' time under it.
+function(qm_skip_thread_sanitizer)
+    if(QM_SANITIZE STREQUAL "thread")
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -fno-sanitize=thread)
+    endif()
+endfunction()
+
 # The framework's header is parsed once for all programs: parsing it takes a third of a small test's compile time. Not
-# where tests are optimised, since gcc reports the standard library's own code then that it reads from such a file.
-if(QM_TEST_OPTIMIZATION STREQUAL "-O0")
+# where tests are optimised, since gcc reports the standard library's own code then that it reads from such a file. Not
+# with clang, whose file differs each time it is made, so that the compiler cache would have nothing that reads it.
+if(QM_TEST_OPTIMIZATION STREQUAL "-O0" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     file(WRITE ${CMAKE_BINARY_DIR}/test_header.cpp "")
     add_executable(test_header EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_header.cpp)
     target_link_libraries(test_header PRIVATE GTest::gtest GTest::gmock_main)
@@ -73,7 +85,7 @@ function(qm_add_test name)
     if(ARG_ONE_THREAD AND QM_SANITIZE STREQUAL "thread")
         return()
     endif()
-    if(QM_WHOLE_TEST_PROGRAMS)
+    if(QM_WHOLE_TEST_PROGRAMS OR ARG_SHARDS)
         if(NOT ARG_SHARDS)
             set(ARG_SHARDS 1)
         endif()

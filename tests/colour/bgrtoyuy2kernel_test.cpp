@@ -17,6 +17,7 @@
 
 namespace
 {
+using test_support::StepBelowAQuarter;
 using test_support::Stride;
 
 SPixelTerms TermsOf(std::uint32_t uiPixel)
@@ -86,10 +87,12 @@ struct SRepresentatives
 
 SRepresentatives FindRepresentatives(float SPixelTerms::*pTerm)
 {
+    // The least and the greatest value of each channel are multiples of the step.
+    const auto uiStep = static_cast<std::uint32_t>(StepBelowAQuarter(51));
     std::unordered_map<std::uint32_t, std::uint32_t> mapFloats;
     std::unordered_map<int, std::uint32_t> mapIntegers;
     mapFloats.reserve(1U << 19);
-    for (std::uint32_t uiPixel = 0; uiPixel < g_uiPixels; ++uiPixel)
+    for (std::uint32_t uiPixel = 0; uiPixel < g_uiPixels; uiPixel += uiStep)
     {
         const float fTerm = TermsOf(uiPixel).*pTerm;
         std::uint32_t uiBits = 0;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <numeric>
 #include <random>
 
@@ -20,41 +21,65 @@ namespace
 
 using namespace test_support;
 
+// A video, and its pictures as they are to be read.
+class CExpectedVideo
+{
+public:
+    CExpectedVideo(const std::filesystem::path& path, std::uint32_t uiWidth, std::uint32_t uiHeight)
+        : m_path(path), m_uiRowBytes(FrameRowBytes(uiWidth))
+    {
+        for (const auto& vPlanar : DecodePlain(path, uiWidth, uiHeight))
+            m_vPictures.push_back(DeliveredPicture(vPlanar, uiWidth, uiHeight));
+    }
+
+    const std::filesystem::path m_path;
+    const std::size_t m_uiRowBytes;
+    std::vector<std::vector<std::uint8_t>> m_vPictures;
+};
+
+// The video of a case, made when it is first asked for: making it takes longer than most tests.
+const CExpectedVideo& VideoOf(const e2e::VideoCase& video)
+{
+    static const TemporaryFolder folder;
+    static std::map<std::string, CExpectedVideo> mapVideos;
+    const auto it = mapVideos.find(video.m_strName);
+    if (it != mapVideos.end()) return it->second;
+    const std::filesystem::path path = folder / (video.m_strName + ".mp4");
+    e2e::MakeVideo(video, path);
+    return mapVideos.try_emplace(video.m_strName, path, video.m_uiWidth, video.m_uiHeight).first->second;
+}
+
 class ReadFrames : public testing::Test
 {
 protected:
-    void Open(const std::filesystem::path& path, std::uint32_t uiWidth = e2e::g_uiWidth,
-              std::uint32_t uiHeight = e2e::g_uiHeight)
+    void Open(const CExpectedVideo& video)
     {
-        for (const auto& vPlanar : DecodePlain(path, uiWidth, uiHeight))
-        {
-            m_vExpected.push_back(DeliveredPicture(vPlanar, uiWidth, uiHeight));
-        }
-        m_file = m_host.OpenInput(path);
+        m_pExpected = &video.m_vPictures;
+        m_file = m_host.OpenInput(video.m_path);
         SQmImageAttributes attributes;
         ASSERT_EQ(QM_OK, m_file->GetImageAttributes(&attributes));
-        ASSERT_EQ(m_vExpected.size(), attributes.m_uiSequenceCount);
-        ASSERT_EQ(FrameRowBytes(uiWidth), attributes.m_uiWidthBytes);
+        ASSERT_EQ(Count(), attributes.m_uiSequenceCount);
+        ASSERT_EQ(video.m_uiRowBytes, attributes.m_uiWidthBytes);
     }
 
-    std::size_t Count() const { return m_vExpected.size(); }
+    std::size_t Count() const { return m_pExpected->size(); }
+    const std::vector<std::uint8_t>& Expected(std::size_t uiFrame) const { return (*m_pExpected)[uiFrame]; }
 
     // Reads a frame into a buffer of some other content and compares every byte.
     testing::AssertionResult ReadsRight(std::size_t uiFrame)
     {
-        std::vector<std::uint8_t> vRead(m_vExpected[uiFrame].size(), 0xA5);
+        std::vector<std::uint8_t> vRead(Expected(uiFrame).size(), 0xA5);
         const QmStatus nStatus = m_file->ReadFrame(static_cast<std::uint32_t>(uiFrame), vRead.data(), nullptr, nullptr);
         if (nStatus != QM_OK) return testing::AssertionFailure() << "frame " << uiFrame << " gives " << nStatus;
-        if (vRead == m_vExpected[uiFrame]) return testing::AssertionSuccess();
-        const auto it = std::find(m_vExpected.begin(), m_vExpected.end(), vRead);
+        if (vRead == Expected(uiFrame)) return testing::AssertionSuccess();
+        const auto it = std::find(m_pExpected->begin(), m_pExpected->end(), vRead);
         return testing::AssertionFailure()
                << "frame " << uiFrame << " is "
-               << (it == m_vExpected.end() ? "no picture of the video"
-                                           : "picture " + std::to_string(it - m_vExpected.begin()));
+               << (it == m_pExpected->end() ? "no picture of the video"
+                                            : "picture " + std::to_string(it - m_pExpected->begin()));
     }
 
-    TemporaryFolder m_dir;
-    std::vector<std::vector<std::uint8_t>> m_vExpected;
+    const std::vector<std::vector<std::uint8_t>>* m_pExpected = nullptr;
     ModuleHost m_host;
     InputFile m_file;
 };
@@ -62,19 +87,14 @@ protected:
 class Frames : public ReadFrames, public testing::WithParamInterface<e2e::VideoCase>
 {
 protected:
-    void SetUp() override
-    {
-        const auto path = m_dir / "video.mp4";
-        e2e::MakeVideo(GetParam(), path);
-        Open(path, GetParam().m_uiWidth, GetParam().m_uiHeight);
-    }
+    void SetUp() override { Open(VideoOf(GetParam())); }
 };
 
 TEST_P(Frames, DifferFromEachOtherSoThatAWrongOneShows)
 {
     for (std::size_t ui = 1; ui < Count(); ++ui)
     {
-        ASSERT_NE(m_vExpected[ui - 1], m_vExpected[ui]) << "pictures " << ui - 1 << " and " << ui;
+        ASSERT_NE(Expected(ui - 1), Expected(ui)) << "pictures " << ui - 1 << " and " << ui;
     }
 }
 
@@ -157,7 +177,7 @@ TEST_P(Frames, ReadAtRandomFarFromTheEnd)
 
 TEST_P(Frames, PastTheLastFailAtOnceAndTheFileReadsOn)
 {
-    std::vector<std::uint8_t> vBuffer(m_vExpected[0].size(), 0xA5);
+    std::vector<std::uint8_t> vBuffer(Expected(0).size(), 0xA5);
     const std::vector<std::uint8_t> vBefore = vBuffer;
     for (const std::uint32_t ui : {static_cast<std::uint32_t>(Count()), 0xFFFFFFFFu})
     {
@@ -171,12 +191,14 @@ TEST_P(Frames, PastTheLastFailAtOnceAndTheFileReadsOn)
 // goes by other times.
 TEST_F(ReadFrames, OfATimescaleWithItsTopBitSetAreTheRightOnes)
 {
-    const auto path = m_dir / "video.mp4";
+    const TemporaryFolder folder;
+    const auto path = folder / "video.mp4";
     e2e::MakeVideo(e2e::HighProfileCases().front(), path);
     std::vector<std::uint8_t> vFile = ReadBytes(path);
     SetWordAt(vFile, FindBox(vFile, "moov/trak/mdia/mdhd").m_uiPayload + 12, 0x80003200);
     WriteBytes(path, vFile);
-    ASSERT_NO_FATAL_FAILURE(Open(path));
+    const CExpectedVideo video(path, e2e::g_uiWidth, e2e::g_uiHeight);
+    ASSERT_NO_FATAL_FAILURE(Open(video));
     EXPECT_EQ(CachedTimes(m_file.Get()), std::vector<double>(Count(), 0));
 
     for (std::size_t ui = 0; ui < Count(); ++ui)

@@ -10,6 +10,7 @@
 #include "support/ffmpeg.h"
 #include "support/file_contents.h"
 #include "support/muxed_file.h"
+#include "support/repetitions.h"
 #include "support/temporary_folder.h"
 #include "support/writing_host.h"
 #include "test_pictures.h"
@@ -49,7 +50,8 @@ protected:
         WriteFile(m_host, Path(), vTimesMs, [](std::uint32_t ui) { return NumberedPicture(160, 96, ui + 1); });
     }
 
-    // As ffmpeg decodes them, and as the module gives them in an order of chance, with the seed in the message.
+    // As ffmpeg decodes them, and as the module gives them in an order of chance, with the seed in the message. Of
+    // hundreds the module gives fewer under the sanitizers.
     void ExpectNumbers(std::uint32_t uiFirst, std::uint32_t uiLast) const
     {
         ExpectNumbers(Path(), 160, 96, uiFirst, uiLast);
@@ -65,6 +67,8 @@ protected:
         std::iota(vFrames.begin(), vFrames.end(), 0U);
         const unsigned uiSeed = std::random_device()();
         std::shuffle(vFrames.begin(), vFrames.end(), std::mt19937(uiSeed));
+        const auto uiReads = static_cast<std::size_t>(FullFromAQuarter(static_cast<int>(file.Count())));
+        if (file.Count() > 100) vFrames.resize(uiReads);
         for (const std::uint32_t ui : vFrames)
             ASSERT_EQ(NumberIn(file.Frame(ui)), uiFirst + ui) << "seed " << uiSeed;
     }

@@ -8,6 +8,7 @@
 
 #include "support/ffmpeg.h"
 #include "support/file_contents.h"
+#include "support/repetitions.h"
 #include "support/started_program.h"
 #include "unicode_folder.h"
 
@@ -25,20 +26,24 @@ constexpr std::size_t FRAME_BYTES = std::size_t{3} * 320 * 240;  // more than a 
 class ChangingFiles : public testing::Test
 {
 protected:
-    ChangingFiles()
+    // The video and its pictures are made once.
+    static void SetUpTestSuite()
     {
+        const UnicodeFolder folder;
+        const std::string strVideo = (folder / "video.mp4").string();
         RunFfmpeg("-f lavfi -i testsrc2=size=320x240:rate=25,noise=alls=20:allf=t -frames:v " + std::to_string(FRAMES) +
-                  " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12 " + test_support::Quoted(m_strVideo));
+                  " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12 " + test_support::Quoted(strVideo));
+        s_strVideo = ReadText(strVideo);
+        const std::string strRaw = (folder / "all.bgr").string();
+        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"frames", strVideo, "--raw", strRaw});
+        ASSERT_EQ(result.m_nStatus, 0) << result.m_strErr;
+        s_strPictures = ReadText(strRaw);
+        ASSERT_EQ(s_strPictures.size(), FRAMES * FRAME_BYTES);
     }
+
+    ChangingFiles() { WriteText(m_strVideo, s_strVideo); }
 
     std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
-
-    std::string Pictures() const
-    {
-        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"frames", m_strVideo, "--raw", Target("all.bgr")});
-        EXPECT_EQ(result.m_nStatus, 0) << result.m_strErr;
-        return ReadText(Target("all.bgr"));
-    }
 
     // Reads the video's frames. After a few of them change is called, while the program waits for its reader.
     template <class TChange>
@@ -50,63 +55,63 @@ protected:
         return program.Wait();
     }
 
+    // Either all pictures, or those up to a failure that is reported. All are right.
+    static void ExpectBeginning(const ProgramResult& result)
+    {
+        EXPECT_EQ(result.m_strOut.size() % FRAME_BYTES, 0U);
+        EXPECT_TRUE(s_strPictures.starts_with(result.m_strOut));
+        if (result.m_strOut.size() == s_strPictures.size())
+        {
+            EXPECT_EQ(result.m_nStatus, 0);
+            EXPECT_EQ(result.m_strErr, "");
+            return;
+        }
+        EXPECT_EQ(result.m_nStatus, 1);
+        EXPECT_THAT(result.m_strErr, StartsWith("qmhost: ReadFrame failed with status -9 (general failure): frame "));
+    }
+
+    static inline std::string s_strVideo;
+    static inline std::string s_strPictures;
+
     UnicodeFolder m_folder;
     const std::string m_strVideo = Target("video.mp4");
 };
 
-// Either all pictures, or those up to a failure that is reported. All are right.
-void ExpectBeginningOf(const std::string& strPictures, const ProgramResult& result)
-{
-    EXPECT_EQ(result.m_strOut.size() % FRAME_BYTES, 0U);
-    EXPECT_TRUE(strPictures.starts_with(result.m_strOut));
-    if (result.m_strOut.size() == strPictures.size())
-    {
-        EXPECT_EQ(result.m_nStatus, 0);
-        EXPECT_EQ(result.m_strErr, "");
-        return;
-    }
-    EXPECT_EQ(result.m_nStatus, 1);
-    EXPECT_THAT(result.m_strErr, StartsWith("qmhost: ReadFrame failed with status -9 (general failure): frame "));
-}
-
 TEST_F(ChangingFiles, SourceThatShrinks)
 {
-    const std::string strPictures = Pictures();
-    const std::string strVideo = ReadText(m_strVideo);
-    for (const std::uintmax_t uiSize : {strVideo.size() / 2, strVideo.size() / 4, std::size_t{100}, std::size_t{0}})
+    for (const std::uintmax_t uiSize : {s_strVideo.size() / 2, s_strVideo.size() / 4, std::size_t{100}, std::size_t{0}})
     {
         SCOPED_TRACE(uiSize);
-        WriteText(m_strVideo, strVideo);
+        WriteText(m_strVideo, s_strVideo);
         const ProgramResult result = ReadWhile([&] { fs::resize_file(m_strVideo, uiSize); });
-        ExpectBeginningOf(strPictures, result);
+        ExpectBeginning(result);
         EXPECT_GE(result.m_strOut.size(), 3 * FRAME_BYTES);
     }
 }
 
 TEST_F(ChangingFiles, SourceThatGrows)
 {
-    const std::string strPictures = Pictures();
     const ProgramResult result =
         ReadWhile([&] { std::ofstream(m_strVideo, std::ios::binary | std::ios::app) << std::string(500000, 'x'); });
     EXPECT_EQ(result.m_nStatus, 0) << result.m_strErr;
-    EXPECT_TRUE(result.m_strOut == strPictures);
+    EXPECT_TRUE(result.m_strOut == s_strPictures);
 }
 
 TEST_F(ChangingFiles, SourceThatVanishes)
 {
-    const std::string strPictures = Pictures();
-    ExpectBeginningOf(strPictures, ReadWhile([&] { fs::remove(m_strVideo); }));
+    ExpectBeginning(ReadWhile([&] { fs::remove(m_strVideo); }));
 }
 
 TEST_F(ChangingFiles, InfoWhileTheFileIsReplaced)
 {
-    const std::string strVideo = ReadText(m_strVideo);
     std::atomic<bool> bEnd = false;
     std::thread changes([&] {
         for (std::size_t ui = 0; !bEnd; ++ui)
-            WriteText(m_strVideo, strVideo.substr(0, ui % 3 == 0 ? strVideo.size() : strVideo.size() * (ui % 3) / 3));
+            WriteText(m_strVideo,
+                      s_strVideo.substr(0, ui % 3 == 0 ? s_strVideo.size() : s_strVideo.size() * (ui % 3) / 3));
     });
-    for (int i = 0; i < 20; ++i)
+    const int nTimes = FullFromAQuarter(20);
+    for (int i = 0; i < nTimes; ++i)
     {
         const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"info", m_strVideo});
         EXPECT_TRUE(result.m_nStatus == 0 || result.m_nStatus == 1) << result.m_nStatus;
@@ -124,8 +129,8 @@ TEST_F(ChangingFiles, TargetThatVanishes)
 {
     const std::string strRaw = Target("r.bgr");
     WriteText(strRaw, "");
-    // So many that the lines of --progress fill their pipe: the program waits for the test, not the other way round.
-    fs::resize_file(strRaw, std::uintmax_t{20000} * 64 * 48 * 3);
+    // With so many lines of --progress the program waits for the test, not the other way round.
+    fs::resize_file(strRaw, std::uintmax_t{StartedProgram::MANY_LINES} * 64 * 48 * 3);
     for (const char* pszCodec : {"NVENC1", "AMF1", "HQ"})
     {
         SCOPED_TRACE(pszCodec);

@@ -39,7 +39,7 @@ const std::string START_CODE("\0\0\0\1", 4);
 int Kills()
 {
     const char* const pszKills = std::getenv("QM_KILLS");
-    return pszKills ? std::max(1, std::atoi(pszKills)) : std::min(20, Repetitions(80));
+    return pszKills ? std::max(1, std::atoi(pszKills)) : FullFromAQuarter(20);
 }
 
 std::uint32_t WordAt(const std::string& bytes, std::size_t ui)

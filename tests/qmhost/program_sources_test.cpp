@@ -15,10 +15,9 @@ constexpr int WIDTH = 4;  // rows without padding
 constexpr int HEIGHT = 2;
 constexpr std::size_t FRAME_BYTES = std::size_t{3} * WIDTH * HEIGHT;
 
-// With --progress the program waits for the test, long before the picture that changes: the lines up to there are more
-// than a pipe holds.
-constexpr int FRAMES = 8'000;
-constexpr int CHANGED = 7'900;
+// With --progress the program waits for the test, long before the picture that changes.
+constexpr int CHANGED = test_support::StartedProgram::MANY_LINES;
+constexpr int FRAMES = CHANGED + 100;
 
 class ChangingPictures : public Program
 {
@@ -90,7 +89,8 @@ protected:
         EXPECT_EQ(result.m_nStatus, 1);
         EXPECT_THAT(result.m_strErr,
                     testing::StartsWith("qmhost: write failed with status -9 (general failure): " + strProblem));
-        EXPECT_THAT(result.m_strErr, testing::EndsWith("; '" + m_strOut + "' is finished with 7900 frames\n"));
+        EXPECT_THAT(result.m_strErr, testing::EndsWith("; '" + m_strOut + "' is finished with " +
+                                                       std::to_string(CHANGED) + " frames\n"));
         ExpectFrames(CHANGED);
     }
 
@@ -106,7 +106,7 @@ TEST_F(ChangingPictures, RawFileThatShrinks)
         ExpectEndAtTheChange(
             WriteWhile({"--raw", strRaw, "--size", "4x2"}, CHANGED,
                        [&] { fs::resize_file(m_folder / "frames.bgr", CHANGED * FRAME_BYTES + uiMore); }),
-            "frame 7900 can't be read from '" + strRaw + "'");
+            "frame " + std::to_string(CHANGED) + " can't be read from '" + strRaw + "'");
     }
 }
 

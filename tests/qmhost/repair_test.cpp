@@ -63,6 +63,8 @@ private:
 class Repairs : public testing::Test
 {
 protected:
+    explicit Repairs(const fs::path& parent = {}) : m_folder(parent / "imageformat_mp4-test-") {}
+
     RepairReport Repair(const std::string& strFile, const RepairTimes& times = {})
     {
         test_support::WriteText(m_in, strFile);
@@ -566,6 +568,8 @@ constexpr std::uint64_t GIB_4 = std::uint64_t{1} << 32;
 class LargeFile : public Repairs
 {
 protected:
+    LargeFile() : Repairs(test_support::FolderForHoles()) {}
+
     // Three pictures of which the first two are mostly holes. Returns the bytes of the media data.
     std::uint64_t WriteLarge(std::uint64_t uiFirst)
     {

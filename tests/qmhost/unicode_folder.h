@@ -6,5 +6,8 @@
 class UnicodeFolder : public test_support::TemporaryFolder
 {
 public:
-    UnicodeFolder() : TemporaryFolder(u8"qmhost-\u00E9\u4E2D-") {}
+    // parent: where it is made, the system's folder for temporary files by default.
+    explicit UnicodeFolder(const std::filesystem::path& parent = {})
+        : TemporaryFolder(parent / u8"qmhost-\u00E9\u4E2D-")
+    {}
 };

@@ -76,9 +76,10 @@ std::vector<Bytes> DecodePlain(const std::filesystem::path& path, const std::str
         RunFfmpeg(WholeTrack(path) + " -map 0:v:0 -fps_mode passthrough " + strOptions + " -f rawvideo -", allowed);
     if (strAll.size() % uiPictureBytes != 0) throw std::runtime_error("pictures of another size in " + path.string());
     std::vector<Bytes> vPictures;
-    for (auto it = strAll.begin(); it != strAll.end(); it += static_cast<std::ptrdiff_t>(uiPictureBytes))
+    const auto* const pAll = reinterpret_cast<const std::uint8_t*>(strAll.data());
+    for (std::size_t ui = 0; ui < strAll.size(); ui += uiPictureBytes)
     {
-        vPictures.emplace_back(it, it + static_cast<std::ptrdiff_t>(uiPictureBytes));
+        vPictures.emplace_back(pAll + ui, pAll + ui + uiPictureBytes);
     }
     return vPictures;
 }

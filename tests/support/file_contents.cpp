@@ -1,7 +1,7 @@
 #include "support/file_contents.h"
 
+#include <array>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace test_support
@@ -15,7 +15,15 @@ TContents Read(const std::filesystem::path& path)
 {
     std::ifstream stream(path, std::ios::binary);
     if (!stream) throw std::runtime_error("can't read " + path.string());
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    // In blocks: the size isn't known before, since some files grow meanwhile. Byte by byte takes far longer.
+    TContents contents;
+    std::array<char, 65536> block;
+    while (stream.read(block.data(), block.size()), stream.gcount() > 0)
+    {
+        const auto* const pBytes = reinterpret_cast<const typename TContents::value_type*>(block.data());
+        contents.insert(contents.end(), pBytes, pBytes + stream.gcount());
+    }
+    return contents;
 }
 
 }  // namespace

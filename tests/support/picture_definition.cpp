@@ -29,14 +29,14 @@ std::vector<std::uint8_t> DeliveredPicture(const std::vector<std::uint8_t>& vPla
     std::vector<std::uint8_t> vPicture(FrameRowBytes(uiWidth) * uiHeight);
     for (std::size_t uiRow = 0; uiRow < uiHeight; ++uiRow)
     {
-        for (std::size_t uiColumn = 0; uiColumn < uiWidth; ++uiColumn)
+        std::uint8_t* pPixel = vPicture.data() + uiRow * FrameRowBytes(uiWidth);
+        for (std::size_t uiColumn = 0; uiColumn < uiWidth; ++uiColumn, pPixel += 3)
         {
             const std::size_t uiChroma = uiRow / 2 * (uiWidth / 2) + uiColumn / 2;
             const float y = static_cast<float>(pY[uiRow * uiWidth + uiColumn] - 16) * 1.164f;
             const float u = static_cast<float>(pU[uiChroma] - 128);
             const float v = static_cast<float>(pV[uiChroma] - 128);
             const float fGreenLessRed = y - v * 0.813f;
-            std::uint8_t* const pPixel = &vPicture[uiRow * FrameRowBytes(uiWidth) + uiColumn * 3];
             pPixel[0] = Limited(u * 2.017f + y);
             pPixel[1] = Limited(fGreenLessRed - u * 0.392f);
             pPixel[2] = Limited(v * 1.596f + y);

@@ -21,6 +21,18 @@ inline int Repetitions(int nUsual)
     return static_cast<int>(std::max(1LL, static_cast<long long>(nUsual) * TestShare() / 100));
 }
 
+// The same for what isn't to shrink natively, where the share is a quarter: all of it from there on, less below.
+inline int FullFromAQuarter(int nUsual)
+{
+    return std::min(nUsual, Repetitions(4 * nUsual));
+}
+
+// The step of a walk over all inputs that isn't to leave any out natively: 1 from a share of a quarter on, nWide below.
+inline int StepBelowAQuarter(int nWide)
+{
+    return TestShare() < 25 ? nWide : 1;
+}
+
 // The step of a walk over all inputs: 1 usually, with a smaller share a wider one, but not wider than uiWidest.
 inline unsigned int Stride(unsigned int uiWidest)
 {

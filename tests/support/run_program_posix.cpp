@@ -92,6 +92,7 @@ StartedProgram::StartedProgram(const std::string& strProgram, const std::vector<
 {
     int anPipe[2];
     if (pipe2(anPipe, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    fcntl(anPipe[1], F_SETPIPE_SZ, 1);  // as small as the system allows
     m_nOut = anPipe[0];
     try
     {

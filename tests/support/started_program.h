@@ -14,10 +14,14 @@
 namespace test_support
 {
 
-// One that still runs at the end of the object is ended.
+// One that still runs at the end of the object is ended. Its standard output is a pipe that holds very little: a
+// program that writes many lines waits for the test.
 class StartedProgram
 {
 public:
+    // So many lines of ten bytes are more than the pipe and the buffer of this object hold together.
+    static constexpr int MANY_LINES = 2000;
+
     // As RunProgram, without waiting for its end.
     StartedProgram(const std::string& strProgram, const std::vector<std::string>& vArguments,
                    const std::vector<std::string>& vEnvironment = {});

@@ -5,6 +5,14 @@
 namespace test_support
 {
 
+std::filesystem::path FolderForHoles()
+{
+    const std::filesystem::path path = "/dev/shm";
+    std::error_code ignored;
+    // Not absolute where paths begin with a drive.
+    return path.is_absolute() && std::filesystem::is_directory(path, ignored) ? path : std::filesystem::path();
+}
+
 TemporaryFolder::TemporaryFolder(const std::filesystem::path& prefix)
 {
     std::random_device random;

@@ -10,8 +10,12 @@
 namespace test_support
 {
 
-// A new, empty folder in the system's folder for temporary files. The object owns it: its end removes the folder with
-// everything in it. Its name is the prefix and a number of chance.
+// The system's folder for files in memory, empty where there is none. It is meant for files of gigabytes that are
+// mostly holes, of which only the rest takes memory: a disk's file system takes far longer to read a hole.
+std::filesystem::path FolderForHoles();
+
+// A new, empty folder in the system's folder for temporary files, or in the one that the prefix begins with. The object
+// owns it: its end removes the folder with everything in it. Its name is the prefix and a number of chance.
 class TemporaryFolder
 {
 public:
