@@ -6,6 +6,7 @@
 
 #include "support/ffmpeg.h"
 #include "support/module_host.h"
+#include "support/process_state.h"
 #include "support/temporary_folder.h"
 
 namespace
@@ -112,6 +113,42 @@ TEST_F(InputLifecycle, GoesAfterTheLastFrame)
     // an overloaded machine.
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     file.Reset();
+}
+
+TEST_F(InputLifecycle, TwoFilesReadInOrderAtOnce)
+{
+    std::vector<std::thread> vThreads;
+    for (int n = 0; n < 2; ++n)
+    {
+        vThreads.emplace_back([this] {
+            InputFile file = m_host.OpenInput(Video());
+            SQmImageAttributes attributes;
+            ASSERT_EQ(QM_OK, file->GetImageAttributes(&attributes));
+            std::vector<unsigned char> vBuffer(attributes.m_uiWidthBytes * std::size_t{attributes.m_uiHeight});
+            for (std::uint32_t ui = 0; ui < 300; ++ui)
+                ASSERT_EQ(QM_OK, file->ReadFrame(ui, vBuffer.data(), nullptr, nullptr)) << ui;
+        });
+    }
+    for (std::thread& thread : vThreads)
+        thread.join();
+}
+
+// The first files start what the system keeps for later ones.
+TEST_F(InputLifecycle, TenFilesLeaveNoHandle)
+{
+    const auto ReadFiles = [this](int nFiles) {
+        for (int n = 0; n < nFiles; ++n)
+        {
+            InputFile file = OpenWithAttributes();
+            for (const std::uint32_t uiFrame : {0u, 1u, 100u, 20u})
+                ASSERT_EQ(QM_OK, Read(file, uiFrame)) << uiFrame;
+            file.Reset();
+        }
+    };
+    ASSERT_NO_FATAL_FAILURE(ReadFiles(5));
+    const std::size_t uiBefore = CountHandles();
+    ASSERT_NO_FATAL_FAILURE(ReadFiles(10));
+    EXPECT_TRUE(FallsTo(uiBefore, CountHandles)) << CountHandles() << " after " << uiBefore;
 }
 
 TEST_F(InputLifecycle, SeveralFilesReadAtOnceFromThreadsOfTheirOwn)
