@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/file_contents.h"
+#include "support/process_state.h"
 #include "support/sha256.h"
 #include "support/temporary_folder.h"
 #include "uncompressed_files.h"
@@ -114,6 +115,36 @@ TEST(UncompressedFile, TwoByAmfAtOnceAreTheSame)
 TEST(UncompressedFile, OneByEachAtOnceAreTheSame)
 {
     ExpectTwoAtOnce(g_strNvenc, g_strNvencDigest, g_strAmf, g_strAmfDigest);
+}
+
+// The first files start what the system keeps for later ones.
+void ExpectNoHandleLeft(const std::wstring& strCodec)
+{
+    const UncompressedRuntimes runtimes;
+    const TemporaryFolder dir;
+    const auto WriteFiles = [&](int nFiles) {
+        for (int n = 0; n < nFiles; ++n)
+        {
+            Writing writing(strCodec, dir / "file.mp4");
+            for (const std::uint32_t ui : {0u, 1u, 2u})
+                writing.Write(ui);
+            writing.DigestAtClose();
+        }
+    };
+    WriteFiles(3);
+    const std::size_t uiBefore = CountHandles();
+    WriteFiles(5);
+    EXPECT_TRUE(FallsTo(uiBefore, CountHandles)) << CountHandles() << " after " << uiBefore;
+}
+
+TEST(UncompressedFile, FiveByNvencLeaveNoHandle)
+{
+    ExpectNoHandleLeft(g_strNvenc);
+}
+
+TEST(UncompressedFile, FiveByAmfLeaveNoHandle)
+{
+    ExpectNoHandleLeft(g_strAmf);
 }
 
 }  // namespace
