@@ -4,9 +4,8 @@
 # entry of its own. With QM_WHOLE_TEST_PROGRAMS the whole program is one entry: a start costs a tenth of a second of
 # processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes,
 # whose cases share what takes long to make, is as many entries as SHARDS says in every preset, each with its share of
-# the cases. A program that is known to have ONE_THREAD isn't run
-# under the thread sanitizer, which has nothing to look for in it. In the Windows build, which runs under Wine, the cases
-# and programs in tests/wine_gaps.txt are left out.
+# the cases. A program that is known to have ONE_THREAD isn't run under the thread sanitizer, which has nothing to look
+# for in it. In the Windows build, which runs under Wine, the cases and programs in tests/wine_gaps.txt are left out.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")

@@ -26,7 +26,7 @@ public:
     virtual EventQueue& Events() = 0;
     // Whether a command waits for its turn, or the session is being shut down.
     virtual bool HasCommand() = 0;
-    // Returns when there is such a command, or after that time.
+    // Returns when there is such a command, or after that time. A task that is posted doesn't end the wait.
     virtual void AwaitCommand(std::chrono::milliseconds time) = 0;
     // Stops the player, and reports the end of the presentation, which MEEndOfPresentation precedes.
     virtual void EndSession() = 0;

@@ -118,7 +118,7 @@ void ReadingPlayer::PlaceReader()
 }
 
 // A caller that jumps about uses only the first sample of each play. Decoding that is under way when it asks for the
-// pause delays the pause, and so the next play. No packet goes to the decoder before the caller had time to ask.
+// pause delays the pause, and so the next play. The decoder is given no other packet before the caller had time to ask.
 void ReadingPlayer::Deliver()
 {
     SampleReader& reader = m_topology->Reader();

@@ -37,7 +37,7 @@ private:
     const std::unique_ptr<ResolvedTopology> m_topology;
     IPlayerHost& m_host;
     std::optional<PendingStart> m_pending;
-    bool m_bJumped = false;     // the last start went to another place, and no sample of it was delivered yet
+    bool m_bJumped = false;     // the reader was sent to another place, and no sample was taken since then
     bool m_bBuffering = false;  // as was last reported
 };
 

@@ -162,10 +162,11 @@ TEST_P(Frames, ReadAtRandomThousandsOfTimesWithoutOneWrongFrame)
         ASSERT_TRUE(ReadsRight(frame(random))) << "read " << n;
 }
 
-// No play comes to the end of the video here: those after a jump are of eight frames, the first is of 48.
+// A play is of 48 frames at most, and so none comes to the end of the video here.
 TEST_P(Frames, ReadAtRandomFarFromTheEnd)
 {
-    const std::size_t uiEnd = Count() > 60 ? Count() - 60 : 1;
+    if (Count() <= 60) GTEST_SKIP() << "a short video";
+    const std::size_t uiEnd = Count() - 60;
     const unsigned int uiSeed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(uiSeed));
     std::mt19937 random(uiSeed);

@@ -51,8 +51,20 @@ protected:
 TEST_P(ScrubOf, FramesReadInOrderAreTheRightOnes)
 {
     CScriptedFile file(m_format.Get(), Script());
+    ASSERT_EQ(file.ReadNumber(150), 150);
     for (std::uint32_t i = 0; i < 300; ++i)
         ASSERT_EQ(file.ReadNumber(i), static_cast<int>(i));
+    EXPECT_EQ(file.Session().CountCalls("SetRate 0"), 1);
+}
+
+TEST_P(ScrubOf, FramesThatShareMillisecondsAreTheRightOnes)
+{
+    SScript script = Script();
+    for (std::size_t ui = 0; ui < script.m_vTimesMs.size(); ++ui)
+        script.m_vTimesMs[ui] = ui / 3;
+    CScriptedFile file(m_format.Get(), script);
+    for (const std::uint32_t uiIndex : {0u, 151u, 152u, 153u, 154u, 155u, 200u, 199u, 198u, 100u, 101u, 102u, 7u, 8u})
+        ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex));
 }
 
 TEST_P(ScrubOf, FramesReadBackwardsAreTheRightOnes)
@@ -150,12 +162,30 @@ TEST_F(Scrub, ThatIsReportedBeforeAStartPausesThePlay)
                            : std::vector<MediaEventType>(1, MESessionScrubSampleComplete);
     };
     CScriptedFile file(m_format.Get(), script);
-    for (const std::uint32_t uiIndex : {0u, 200u, 201u, 100u, 101u, 299u, 5u})
+    for (const std::uint32_t uiIndex : {0u, 200u, 201u, 100u, 101u, 50u, 5u})
     {
         ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex));
         file.WaitForRest();
     }
     EXPECT_EQ(file.Session().CountCalls("SetRate 0"), 1);
+    EXPECT_EQ(file.Session().CountCalls("Pause"), file.Session().CountStarts());
+}
+
+// It rests already. By the call, or by its event.
+TEST_F(Scrub, ThatIsReportedBeforeAStartOfASessionThatRefusesThePauseEndsThePlay)
+{
+    for (const bool bByItsEvent : {false, true})
+    {
+        SScript script = Script(0);
+        script.m_bScrubReportFirst = true;
+        const auto fnRefuse = [](int nPause) { return nPause == 1 ? E_FAIL : S_OK; };
+        (bByItsEvent ? script.m_fnPaused : script.m_fnPause) = fnRefuse;
+        CScriptedFile file(m_format.Get(), script);
+        ASSERT_EQ(file.ReadNumber(0), 0);
+        file.WaitForRest();
+        for (const std::uint32_t uiIndex : {200u, 201u, 100u})
+            ASSERT_EQ(file.ReadNumber(uiIndex), static_cast<int>(uiIndex)) << bByItsEvent;
+    }
 }
 
 }  // namespace

@@ -5,12 +5,24 @@
 namespace test_support
 {
 
+namespace
+{
+
+constexpr std::uintmax_t SPACE_FOR_CONTENTS = 512U << 20;  // for what isn't a hole
+
+}  // namespace
+
 std::filesystem::path FolderForHoles()
 {
     const std::filesystem::path path = "/dev/shm";
-    std::error_code ignored;
-    // Not absolute where paths begin with a drive.
-    return path.is_absolute() && std::filesystem::is_directory(path, ignored) ? path : std::filesystem::path();
+    if (!path.is_absolute()) return {};  // where paths begin with a drive
+    std::error_code error;
+    const std::filesystem::space_info space = std::filesystem::space(path, error);
+    if (error || space.available < SPACE_FOR_CONTENTS) return {};
+    const std::filesystem::path probe = path / ("imageformat_mp4-probe-" + std::to_string(std::random_device()()));
+    const bool bWritable = std::filesystem::create_directory(probe, error);
+    std::filesystem::remove(probe, error);
+    return bWritable ? path : std::filesystem::path();
 }
 
 TemporaryFolder::TemporaryFolder(const std::filesystem::path& prefix)

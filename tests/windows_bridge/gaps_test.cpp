@@ -1,5 +1,6 @@
-// Which gaps Wine has, and that the bridge fills them. A test of the first kind that fails shows that a newer Wine has
-// closed the gap: what the bridge has for it can go then.
+// Which gaps Wine has, and that the bridge fills that of the representation; those of starts show in the tests that read
+// frames. A test that looks for a gap and fails shows that a newer Wine has closed it: what the bridge has for it can go
+// then.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -128,7 +129,7 @@ TEST_F(Gaps, WindowsHasNone)
     EXPECT_FALSE(s_bKeyPictureGap);
 }
 
-TEST_F(Gaps, AreFilled)
+TEST_F(Gaps, TheRepresentationIsFilled)
 {
     EXPECT_FALSE(windows_bridge::HasRepresentationGap());
 }

@@ -124,11 +124,11 @@ void FillRepresentationGap()
     IMFMediaType* pType = MakeH264Type();
     if (pType == nullptr) return;
     const std::size_t uiSlot = test_support::SlotOf(&IMFMediaType::GetRepresentation);
-    g_apfnSystem[0] = ReplaceOperation(pType, uiSlot, &Represent<0>);
+    ReplaceOperation(pType, uiSlot, &Represent<0>, &g_apfnSystem[0]);
     IMFVideoMediaType* pVideoType = nullptr;
     if (SUCCEEDED(pType->QueryInterface(IID_IMFVideoMediaType, reinterpret_cast<void**>(&pVideoType))))
     {
-        g_apfnSystem[1] = ReplaceOperation(pVideoType, uiSlot, &Represent<1>);
+        ReplaceOperation(pVideoType, uiSlot, &Represent<1>, &g_apfnSystem[1]);
         pVideoType->Release();
     }
     pType->Release();

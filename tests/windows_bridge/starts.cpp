@@ -43,7 +43,7 @@ constexpr LONGLONG ROUNDING = 2;
 struct SPlayedFile
 {
     LONGLONG m_llPosition = 0;       // of the last start
-    int m_nOpenRequests = 0;         // for samples, in all plays
+    int m_nOpenRequests = 0;         // for samples, in all plays; also those that the end of the file left
     std::vector<LONGLONG> m_vTimes;  // of decoding, of the samples since the last start
     std::size_t m_uiDecoded = 0;     // pictures that came from the decoder since then
 };
@@ -52,9 +52,10 @@ constexpr std::chrono::seconds FIRST_PICTURE_LIMIT{2};
 
 std::mutex g_Lock;
 std::condition_variable g_PictureDecoded;
-std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;  // until the source is shut down
+// Until the source is shut down. A session and a sink are of the source that plays through them.
+std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;
 std::map<const IMFMediaSession*, IMFMediaSource*> g_mapSessions;
-std::map<const IMFMediaSink*, IMFMediaSource*> g_mapSources;  // of the sinks, written by every SetTopology
+std::map<const IMFMediaSink*, IMFMediaSource*> g_mapSources;
 
 void Release(IUnknown* pObject)
 {
@@ -120,8 +121,12 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     if (eType == MEMediaSample) NoteSample(pStream, *ppEvent);
     if (eType == MEStreamStarted || eType == MEStreamSeeked)
     {
+        // Samples of the play before may have come until now.
         int nOpen = 0;
-        WithFileOf(pStream, [&nOpen](const SPlayedFile& file) { nOpen = file.m_nOpenRequests; });
+        WithFileOf(pStream, [&nOpen](SPlayedFile& file) {
+            file.m_vTimes.clear();
+            nOpen = file.m_nOpenRequests;
+        });
         for (; nOpen > 0; --nOpen)
             g_pfnRequestSample(pStream, nullptr);
     }
@@ -135,8 +140,8 @@ void ReplaceStreamOperations(IUnknown* pUnknown)
     const std::lock_guard lock(g_Lock);
     if (g_pfnRequestSample == nullptr)
     {
-        g_pfnRequestSample = ReplaceOperation(pStream, SlotOf(&IMFMediaStream::RequestSample), &RequestSample);
-        g_pfnEndStreamEvent = ReplaceOperation(pStream, SlotOf(&IMFMediaStream::EndGetEvent), &EndStreamEvent);
+        ReplaceOperation(pStream, SlotOf(&IMFMediaStream::RequestSample), &RequestSample, &g_pfnRequestSample);
+        ReplaceOperation(pStream, SlotOf(&IMFMediaStream::EndGetEvent), &EndStreamEvent, &g_pfnEndStreamEvent);
     }
     pStream->Release();
 }
@@ -151,8 +156,7 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
         const std::lock_guard lock(g_Lock);
         SPlayedFile& file = g_mapFiles[pSource];
         file.m_llPosition = pvarPosition->hVal.QuadPart;
-        file.m_vTimes.clear();
-        file.m_uiDecoded = 0;
+        file.m_uiDecoded = 0;  // the session is at rest
     }
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
@@ -177,6 +181,8 @@ HRESULT STDMETHODCALLTYPE ShutDownSource(IMFMediaSource* pSource)
     {
         const std::lock_guard lock(g_Lock);
         g_mapFiles.erase(pSource);
+        std::erase_if(g_mapSessions, [pSource](const auto& session) { return session.second == pSource; });
+        std::erase_if(g_mapSources, [pSource](const auto& sink) { return sink.second == pSource; });
     }
     return g_pfnShutDownSource(pSource);
 }
@@ -198,9 +204,9 @@ bool IsOfTheSystem(IMFMediaSource* pSource)
 void ReplaceSourceOperations(IMFMediaSource* pSource)
 {
     if (g_pfnStartSource != nullptr) return;
-    g_pfnStartSource = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Start), &StartSource);
-    g_pfnEndSourceEvent = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::EndGetEvent), &EndSourceEvent);
-    g_pfnShutDownSource = ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Shutdown), &ShutDownSource);
+    ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Start), &StartSource, &g_pfnStartSource);
+    ReplaceOperation(pSource, SlotOf(&IMFMediaSource::EndGetEvent), &EndSourceEvent, &g_pfnEndSourceEvent);
+    ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Shutdown), &ShutDownSource, &g_pfnShutDownSource);
 }
 
 // --- the session ---
@@ -212,6 +218,7 @@ IMFMediaSource* FindSource(IMFTopologyNode* pNode)
     pNode->GetUnknown(MF_TOPONODE_SOURCE, IID_IMFMediaSource, reinterpret_cast<void**>(&pSource));
     return pSource;
 }
+
 IMFMediaSink* FindSink(IMFTopologyNode* pNode)
 {
     IUnknown* pObject = nullptr;
@@ -298,9 +305,9 @@ void ReplaceSessionOperations()
 {
     IMFMediaSession* pSession = nullptr;
     if (FAILED(MFCreateMediaSession(nullptr, &pSession))) return;
-    g_pfnSetTopology = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::SetTopology), &SetTopology);
-    g_pfnPauseSession = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Pause), &PauseSession);
-    g_pfnStartSession = ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Start), &StartSession);
+    ReplaceOperation(pSession, SlotOf(&IMFMediaSession::SetTopology), &SetTopology, &g_pfnSetTopology);
+    ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Pause), &PauseSession, &g_pfnPauseSession);
+    ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Start), &StartSession, &g_pfnStartSession);
     pSession->Shutdown();
     pSession->Release();
 }
@@ -348,7 +355,7 @@ void ReplaceSinkOperations()
     if (SUCCEEDED(hr)) hr = pActivate->ActivateObject(IID_IMFMediaSink, reinterpret_cast<void**>(&pSink));
     if (SUCCEEDED(hr)) hr = pSink->GetStreamSinkByIndex(0, &pStream);
     if (SUCCEEDED(hr))
-        g_pfnProcessSample = ReplaceOperation(pStream, SlotOf(&IMFStreamSink::ProcessSample), &ProcessSample);
+        ReplaceOperation(pStream, SlotOf(&IMFStreamSink::ProcessSample), &ProcessSample, &g_pfnProcessSample);
     if (pSink != nullptr) pSink->Shutdown();
     Release(pStream);
     Release(pSink);

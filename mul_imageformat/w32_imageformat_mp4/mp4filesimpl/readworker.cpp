@@ -73,7 +73,8 @@ bool CReadWorker::WaitWhilePlaying()
 //
 // A session that takes the rate 0 at its word shows the picture at the start position, or nothing, and waits. Its play
 // was as long as that. The first one says only that this session needs another rate. It isn't held against the request.
-// It may report that before it reports that the play began. Its pictures may still come then, so it is paused.
+// It may report that before it reports that the play began. Its pictures may still come then, so it is paused. A
+// session that refuses the pause rests already.
 //
 // An error is no end: the session may survive it and deliver on, and those pictures would be numbered from the start of
 // the next play. A session that can't continue reports its end as well, or is silent from then on.
@@ -85,13 +86,15 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     case MESessionStarted:
         m_bStarted = SUCCEEDED(hrStatus);
         if (!m_bStarted) eEnd = EPlayEnd::Other;
-        if (m_bStarted && m_bScrubReported) m_Plan.m_Store.WantPause();
+        if (m_bStarted && m_bScrubReported && !PausePlay()) eEnd = NoteScrub();
         break;
 
     case MESessionPaused:
         if (!m_bStarted) break;
-        if (SUCCEEDED(hrStatus))
-            eEnd = m_bScrubReported ? NoteScrub() : EPlayEnd::Paused;
+        if (m_bScrubReported)
+            eEnd = NoteScrub();
+        else if (SUCCEEDED(hrStatus))
+            eEnd = EPlayEnd::Paused;
         else
             m_Plan.m_Store.WithdrawPause();
         break;
@@ -110,8 +113,16 @@ void CReadWorker::TakeEvent(MediaEventType eType, HRESULT hrStatus)
     }
     if (eEnd == EPlayEnd::None) return;
     m_ePlayEnd = eEnd;
-    m_bPaused = eType == MESessionPaused;
+    m_bPaused = eEnd == EPlayEnd::Paused;
     m_Plan.m_Store.EndPlay();
+}
+
+// False when the session refuses. True also when the pump has asked for the pause already.
+bool CReadWorker::PausePlay()
+{
+    const CSectionLock play(&m_Plan.m_PlayLock);
+    m_Plan.m_Store.WantPause();
+    return !m_Plan.m_Store.TakePauseRequest() || SUCCEEDED(m_Plan.m_Session.Pause());
 }
 
 CReadWorker::EPlayEnd CReadWorker::NoteScrub()

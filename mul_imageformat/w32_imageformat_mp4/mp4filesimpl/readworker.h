@@ -49,6 +49,7 @@ private:
     HRESULT StartFromBeginning();
     bool WaitWhilePlaying();
     void TakeEvent(MediaEventType eType, HRESULT hrStatus);
+    bool PausePlay();
     EPlayEnd NoteScrub();
     bool ServeRequest();
     SPlayDecision Decide(const SRestingStore& store);

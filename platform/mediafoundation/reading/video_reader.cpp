@@ -346,7 +346,8 @@ SampleReader::Progress VideoReader::OnDrained()
 SampleReader::Progress VideoReader::OnLost()
 {
     m_bDecoding = false;
-    const bool bDistrust = m_bByTime && !m_bErrors && !m_bDraining;
+    const bool bAtTheEnd = m_bDraining && m_uiDrainAt == Table().Count();
+    const bool bDistrust = m_bByTime && !m_bErrors && !bAtTheEnd;
     if (!bDistrust) return Fail(MF_E_INVALID_STREAM_DATA);
     m_bTrustTimes = false;
     StartAt(m_uiNext);
