@@ -41,10 +41,11 @@ protected:
     std::vector<std::uint8_t> MakeBytes()
     {
         const auto path = m_dir / "made.mp4";
-        RunFfmpeg("-f lavfi -i testsrc2=size=70x48:rate=25 -frames:v " + std::to_string(g_uiFrames) +
-                  " -vf \"settb=1/60000,setpts='N*2400+mod(N*N*977,2000)'\" -enc_time_base 1/60000 "
-                  "-fps_mode passthrough -video_track_timescale 60000 -pix_fmt yuv420p " +
-                  GetParam().m_strOptions + " " + Quoted(path));
+        MakeWithFfmpeg("-f lavfi -i testsrc2=size=70x48:rate=25 -frames:v " + std::to_string(g_uiFrames) +
+                           " -vf \"settb=1/60000,setpts='N*2400+mod(N*N*977,2000)'\" -enc_time_base 1/60000 "
+                           "-fps_mode passthrough -video_track_timescale 60000 -pix_fmt yuv420p " +
+                           GetParam().m_strOptions,
+                       path);
         return ReadBytes(path);
     }
 

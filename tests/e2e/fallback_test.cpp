@@ -137,7 +137,7 @@ TEST_P(Fallback, OpensWithTheRightTimesAndPictures)
 {
     const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
-    RunFfmpeg(Input(GetParam().m_bIrregular) + GetParam().m_pszOptions + " " + Quoted(path));
+    MakeWithFfmpeg(Input(GetParam().m_bIrregular) + GetParam().m_pszOptions, path);
     WriteBytes(path, GetParam().m_fnChange(ReadBytes(path)));
     const std::vector<Bytes> vPictures = DecodePlain(path, e2e::g_uiWidth, e2e::g_uiHeight);
     ASSERT_EQ(g_uiCount, vPictures.size()) << "ffmpeg itself doesn't play the file";
@@ -178,7 +178,7 @@ TEST(FallbackNotTaken, AFragmentedFileWhoseMoovHasSamplesHasTheFramesOfItsMoov)
 {
     const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
-    RunFfmpeg(Input(false) + "-movflags frag_keyframe " + Quoted(path));
+    MakeWithFfmpeg(Input(false) + "-movflags frag_keyframe", path);
     const std::size_t uiListed = ListTimesMs(ReadBytes(path)).size();
     ASSERT_GT(uiListed, 0u);
     ASSERT_LT(uiListed, g_uiCount);
@@ -195,7 +195,7 @@ TEST(FallbackNotTaken, AFragmentedFileWithoutAnyFragmentIsRefused)
 {
     const TemporaryFolder dir;
     const auto path = dir / "video.mp4";
-    RunFfmpeg(Input(false) + "-movflags frag_keyframe+empty_moov " + Quoted(path));
+    MakeWithFfmpeg(Input(false) + "-movflags frag_keyframe+empty_moov", path);
     Bytes vFile = ReadBytes(path);
     vFile.resize(FindBox(vFile, "moov").m_uiEnd);
     WriteBytes(path, vFile);

@@ -70,9 +70,11 @@ protected:
     Bytes SmallVideo(const std::string& strOptions = "")
     {
         const auto path = m_dir / "small.mp4";
-        RunFfmpeg("-f lavfi -i testsrc2=size=32x32:rate=25 -frames:v 3 -c:v libx264 -preset veryfast -profile:v high "
-                  "-pix_fmt yuv420p -bsf:v filter_units=remove_types=6 -fflags +bitexact " +
-                  strOptions + " " + Quoted(path));
+        MakeWithFfmpeg(
+            "-f lavfi -i testsrc2=size=32x32:rate=25 -frames:v 3 -c:v libx264 -preset veryfast -profile:v high "
+            "-pix_fmt yuv420p -bsf:v filter_units=remove_types=6 -fflags +bitexact " +
+                strOptions,
+            path);
         return ReadBytes(path);
     }
 

@@ -20,9 +20,9 @@ protected:
     static void SetUpTestSuite()
     {
         s_pDir = new TemporaryFolder;
-        RunFfmpeg("-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 300 -c:v libx264 -preset veryfast "
-                  "-profile:v high -pix_fmt yuv420p -g 50 " +
-                  Quoted(Video()));
+        MakeWithFfmpeg("-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 300 -c:v libx264 -preset veryfast "
+                       "-profile:v high -pix_fmt yuv420p -g 50",
+                       Video());
     }
     static void TearDownTestSuite() { delete s_pDir; }
 

@@ -91,13 +91,15 @@ std::vector<HostPicture> FilmedPictures(std::uint32_t uiWidth, std::uint32_t uiH
     const TemporaryFolder dir;
     const HostPicture size(uiWidth, uiHeight);
     const std::string strSize = std::to_string(uiWidth) + "x" + std::to_string(uiHeight);
-    RunFfmpeg(
+    MakeWithFfmpeg(
         "-f lavfi -i \"gradients=size=" + strSize +
-        ":n=4:c0=0x30404a:c1=0x8a7a60:c2=0xc8c0b0:c3=0x406050:speed=0.02:seed=3[shades];mandelbrot=size=" + strSize +
-        ":rate=25:start_scale=1.2:end_scale=0.3:end_pts=200:inner=black,gblur=sigma=1.2,hue=s=0.5,format=gbrp"
-        "[structure];[shades]format=gbrp[shades];[shades][structure]blend=all_mode=average,"
-        "noise=alls=4:allf=t:all_seed=7\" -frames:v " +
-        std::to_string(uiCount) + " -pix_fmt bgr24 -f rawvideo " + Quoted(dir / "film.bgr"));
+            ":n=4:c0=0x30404a:c1=0x8a7a60:c2=0xc8c0b0:c3=0x406050:speed=0.02:seed=3[shades];mandelbrot=size=" +
+            strSize +
+            ":rate=25:start_scale=1.2:end_scale=0.3:end_pts=200:inner=black,gblur=sigma=1.2,hue=s=0.5,format=gbrp"
+            "[structure];[shades]format=gbrp[shades];[shades][structure]blend=all_mode=average,"
+            "noise=alls=4:allf=t:all_seed=7\" -frames:v " +
+            std::to_string(uiCount) + " -pix_fmt bgr24 -f rawvideo",
+        dir / "film.bgr");
     const std::vector<std::uint8_t> vFilm = ReadBytes(dir / "film.bgr");
     const std::size_t uiRow = std::size_t{uiWidth} * 3;
     if (vFilm.size() != uiRow * uiHeight * uiCount) throw std::runtime_error("ffmpeg made another film");

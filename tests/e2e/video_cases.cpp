@@ -71,7 +71,7 @@ const std::vector<VideoCase>& HighProfileCases()
 
 void MakeVideo(const VideoCase& video, const std::filesystem::path& path)
 {
-    test_support::RunFfmpeg(video.m_strInput + " " + video.m_strOptions + " " + test_support::Quoted(path));
+    test_support::MakeWithFfmpeg(video.m_strInput + " " + video.m_strOptions, path);
     if (video.m_uiTimescaleFactor == 1) return;
     std::vector<std::uint8_t> vFile = test_support::ReadBytes(path);
     const std::size_t uiTimescale = test_support::FindBox(vFile, "moov/trak/mdia/mdhd").m_uiPayload + 12;

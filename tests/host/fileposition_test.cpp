@@ -1,5 +1,6 @@
 // The position at which a file is read and written through its buffer.
 #include "file_fixture.h"
+#include "support/repetitions.h"
 
 #include <algorithm>
 #include <cstring>
@@ -152,7 +153,7 @@ TEST_F(File, BehavesLikeAnArrayOfBytes)
     Open(L"a.bin", QM_FILE_CREATE);
     Bytes model;
     std::size_t uiPosition = 0;
-    for (int nStep = 0; nStep < 6000; ++nStep)
+    for (int nStep = 0; nStep < test_support::FullFromAQuarter(6000); ++nStep)
     {
         SCOPED_TRACE(testing::Message() << "seed " << SEED << ", step " << nStep);
         const std::size_t uiSize = anySize();

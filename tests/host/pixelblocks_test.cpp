@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/repetitions.h"
+
 namespace
 {
 
@@ -128,7 +130,7 @@ TEST(PixelBlocks, ThreadsShareThem)
     for (unsigned char ui = 1; ui <= 4; ++ui)
     {
         vThreads.emplace_back([ui] {
-            for (int i = 0; i < 200; ++i)
+            for (int i = 0; i < test_support::FullFromAQuarter(200); ++i)
             {
                 const std::size_t uiSize = MIB / 2 + static_cast<std::size_t>(i % 3) * 4096;
                 const CPixels pixels = Allocate(uiSize);

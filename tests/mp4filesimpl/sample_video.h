@@ -14,7 +14,7 @@ inline std::filesystem::path MakeVideo(const std::string& strName, const std::st
     const std::filesystem::path path = folder / strName;
     if (!std::filesystem::exists(path))
     {
-        test_support::RunFfmpeg("-threads 1 " + strArguments + " " + test_support::Quoted(path));
+        test_support::MakeWithFfmpeg("-threads 1 " + strArguments, path);
     }
     return path;
 }

@@ -31,8 +31,9 @@ protected:
     {
         const UnicodeFolder folder;
         const std::string strVideo = (folder / "video.mp4").string();
-        RunFfmpeg("-f lavfi -i testsrc2=size=320x240:rate=25,noise=alls=20:allf=t -frames:v " + std::to_string(FRAMES) +
-                  " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12 " + test_support::Quoted(strVideo));
+        MakeWithFfmpeg("-f lavfi -i testsrc2=size=320x240:rate=25,noise=alls=20:allf=t -frames:v " +
+                           std::to_string(FRAMES) + " -c:v libx264 -profile:v high -pix_fmt yuv420p -g 12",
+                       strVideo);
         s_strVideo = ReadText(strVideo);
         const std::string strRaw = (folder / "all.bgr").string();
         const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"frames", strVideo, "--raw", strRaw});

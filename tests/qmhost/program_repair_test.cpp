@@ -1,143 +1,19 @@
 // The built program repairing files that the real module wrote with the software encoder runtime, and files cut where a
 // process may have ended. ffmpeg and the module say what is in the result.
-#include <fstream>
-#include <iterator>
-#include <sstream>
-
 #include <gmock/gmock.h>
 
 #include "muxed_bytes.h"
+#include "repair_fixture.h"
 #include "succeeding_program.h"
 #include "support/ffmpeg.h"
 #include "support/mp4_boxes.h"
 #include "support/run_program.h"
-#include "unicode_folder.h"
 
 namespace
 {
 
-using namespace test_support;
+using namespace repair_fixture;
 using testing::HasSubstr;
-namespace fs = std::filesystem;
-
-constexpr int FRAMES = 24;
-constexpr std::size_t FRAME_BYTES = std::size_t{3} * 64 * 48;
-constexpr std::size_t MEDIA_BEGIN = 48;
-
-// The times of the pictures in ticks of the file's clock, as a program sees them that keeps to the edit list.
-std::vector<std::int64_t> Ticks(const fs::path& path)
-{
-    std::istringstream lines(
-        RunFfprobe("-v warning -select_streams v -of default=noprint_wrappers=1:nokey=1 -show_entries packet=pts " +
-                       test_support::Quoted(path),
-                   Complaints::None));
-    return {std::istream_iterator<std::int64_t>(lines), {}};
-}
-
-// A file of NVENC1, and what can be made of it. It is written once for all tests.
-class RepairProgram : public testing::Test
-{
-protected:
-    explicit RepairProgram(const fs::path& parent = {}) : m_folder(parent) {}
-
-    static void SetUpTestSuite()
-    {
-        s_pFolder = std::make_unique<UnicodeFolder>();
-        const std::string strRaw = (*s_pFolder / "r.bgr").string();
-        RunFfmpeg("-f lavfi -i testsrc2=size=64x48:rate=25,noise=alls=40:allf=t -frames:v " + std::to_string(FRAMES) +
-                  " -pix_fmt bgr24 -f rawvideo " + test_support::Quoted(strRaw));
-        std::string strTimes = "frame,time_ms\n";
-        for (int i = 0; i < FRAMES; ++i)
-            strTimes += std::to_string(i) + "," + std::to_string(TimeMs(i)) + "\n";
-        WriteText(TimesPath(), strTimes);
-        const ProgramResult result = RunProgram(QMHOST_PROGRAM, {"write", WrittenPath(), "--codec", "NVENC1", "--raw",
-                                                                 strRaw, "--size", "64x48", "--times", TimesPath()});
-        ASSERT_EQ(result.m_nStatus, 0) << result.m_strErr;
-        s_strWritten = ReadText(WrittenPath());
-        const std::uint32_t uiEnd = 40 + WordAt(s_strWritten, 40);
-        s_strFinished = s_strWritten.substr(MEDIA_BEGIN, uiEnd - MEDIA_BEGIN);
-        s_strIndex = s_strWritten.substr(uiEnd);
-        s_strStream = s_strFinished;
-        s_vNals.clear();  // of another suite's
-        for (std::size_t ui = 0; ui < s_strStream.size();)
-        {
-            const std::uint32_t uiLength = WordAt(s_strStream, ui);
-            s_strStream.replace(ui, 4, muxed_bytes::START_CODE);
-            s_vNals.push_back(ui);
-            ui += 4 + uiLength;
-        }
-        // The first picture has two parameter sets before its slice.
-        ASSERT_EQ(s_vNals.size(), FRAMES + 2U);
-    }
-    static void TearDownTestSuite() { s_pFolder.reset(); }
-
-    static int TimeMs(int nFrame) { return 37 * nFrame + 11 * (nFrame % 3); }
-    static std::string WrittenPath() { return (*s_pFolder / u8"wr\u00EFtten.mp4").string(); }
-    static std::string TimesPath() { return (*s_pFolder / "t.csv").string(); }
-    std::string Target(const char* pszName) const { return (m_folder / pszName).string(); }
-
-    // Repairs a file and looks at the result: as many pictures, the first ones of what was written, at their times.
-    void RepairAndCompare(const std::string& strFile, int nPictures, const std::string& strLine)
-    {
-        WriteText(m_strIn, strFile);
-        const std::string strErr =
-            nPictures < FRAMES ? "qmhost: warning: '" + TimesPath() + "' has " + std::to_string(FRAMES) +
-                                     " times for the " + std::to_string(nPictures) + " picture" +
-                                     (nPictures == 1 ? "" : "s") + " in '" + m_strOut + "'; the last ones aren't used\n"
-                               : "";
-        EXPECT_EQ(Succeed({"repair", m_strIn, m_strOut, "--times", TimesPath()}, strErr),
-                  "'" + m_strIn + "' is an unfinished file of NVENC1; '" + m_strOut + "' " + strLine + "\n");
-        EXPECT_TRUE(ReadText(m_strIn) == strFile);
-        Compare(nPictures);
-    }
-    void Compare(int nPictures)
-    {
-        EXPECT_EQ(
-            RunFfprobe("-v warning -count_frames -select_streams v -show_entries stream=nb_read_frames -of csv=p=0 " +
-                           test_support::Quoted(m_strOut),
-                       Complaints::None),
-            std::to_string(nPictures) + "\n");
-        const auto vTicks = Ticks(m_strOut);
-        ASSERT_EQ(vTicks.size(), static_cast<std::size_t>(nPictures));
-        for (int i = 0; i < nPictures; ++i)
-            EXPECT_EQ(vTicks[static_cast<std::size_t>(i)], 10 * TimeMs(i)) << i;
-        std::string strTimes = ReadText(TimesPath());
-        for (int i = FRAMES; i > nPictures; --i)
-            strTimes.erase(strTimes.rfind('\n', strTimes.size() - 2) + 1);
-        EXPECT_EQ(Succeed({"times", m_strOut, "--csv"}), strTimes);
-        Succeed({"frames", m_strOut, "--raw", Target("out.bgr")});
-        EXPECT_TRUE(ReadText(Target("out.bgr")) ==
-                    WrittenPictures().substr(0, FRAME_BYTES * static_cast<std::size_t>(nPictures)));
-    }
-    // As the module reads them from the file that was never damaged.
-    static const std::string& WrittenPictures()
-    {
-        static std::string strPictures;
-        if (strPictures.empty())
-        {
-            const std::string strRaw = (*s_pFolder / "written.bgr").string();
-            Succeed({"frames", WrittenPath(), "--raw", strRaw});
-            strPictures = ReadText(strRaw);
-        }
-        return strPictures;
-    }
-    // The bytes of the file up to a NAL of the media data and some further ones.
-    static std::string CutAt(std::size_t uiNal, std::size_t uiMore = 0)
-    {
-        return muxed_bytes::UnfinishedFile(s_strStream.substr(0, s_vNals[uiNal] + uiMore));
-    }
-
-    static inline std::unique_ptr<UnicodeFolder> s_pFolder;
-    static inline std::string s_strWritten;
-    static inline std::string s_strFinished;  // media data with lengths
-    static inline std::string s_strStream;    // the same with start codes
-    static inline std::string s_strIndex;
-    static inline std::vector<std::size_t> s_vNals;  // their places in the media data
-
-    UnicodeFolder m_folder;
-    const std::string m_strIn = Target("unfinished.mp4");
-    const std::string m_strOut = Target("repaired.mp4");
-};
 
 // A process that ends between two packets leaves the packets that the system has taken.
 TEST_F(RepairProgram, EveryPictureThatWasWritten)
@@ -428,120 +304,6 @@ TEST_F(RepairProgram, WrongCommandLines)
     EXPECT_EQ(same.m_nStatus, 1);
     EXPECT_THAT(same.m_strErr, HasSubstr(" is the original, which isn't changed; name another file to write"));
     EXPECT_TRUE(ReadText(WrittenPath()) == s_strWritten);
-}
-
-// Changes what a box of the index holds, and the sizes of the boxes around it.
-void SetPayload(std::string& strIndex, const std::string& strPath, const std::string& strPayload)
-{
-    const Bytes vIndex(strIndex.begin(), strIndex.end());
-    const Mp4Box box = FindBox(vIndex, strPath);
-    const std::size_t uiOld = box.m_uiEnd - box.m_uiPayload;
-    for (std::size_t uiEnd = 0; uiEnd != std::string::npos;)
-    {
-        uiEnd = strPath.find('/', uiEnd + 1);
-        const std::size_t uiHeader = FindBox(vIndex, strPath.substr(0, uiEnd)).m_uiHeader;
-        SetWordAt(strIndex, uiHeader,
-                  static_cast<std::uint32_t>(WordAt(strIndex, uiHeader) + strPayload.size() - uiOld));
-    }
-    strIndex.replace(box.m_uiPayload, uiOld, strPayload);
-}
-
-// A finished file above 4 GiB: the pictures of the written one again and again, each time from a key picture on. Those
-// of some rounds have a filler NAL, which is a hole in the file. A decoder looks at each byte of it, so these are
-// rounds of which no picture is read.
-class LargeRepair : public RepairProgram
-{
-protected:
-    LargeRepair() : RepairProgram(FolderForHoles()) {}
-
-    static constexpr int ROUNDS = 12;
-    static constexpr int PICTURES = ROUNDS * FRAMES;
-    static constexpr std::uint32_t FILLER = 36'000'000;
-
-    static bool HasFiller(int nPicture)
-    {
-        const int nRound = nPicture / FRAMES;
-        return (nRound >= 1 && nRound <= 3) || nRound == 9 || nRound == 10;
-    }
-
-    void SetUp() override
-    {
-        const std::string strTables = "moov/trak/mdia/minf/stbl/";
-        const std::size_t uiWrittenSizes =
-            FindBox(Bytes(s_strIndex.begin(), s_strIndex.end()), strTables + "stsz").m_uiPayload + 12;
-        std::string strTimes = Word(0) + Word(PICTURES);
-        std::string strKeys = Word(0) + Word(ROUNDS);
-        std::string strSizes = Word(0) + Word(0) + Word(PICTURES);
-        std::ofstream file(m_strIn, std::ios::binary);
-        file << s_strWritten.substr(0, MEDIA_BEGIN);
-        for (int i = 0; i < PICTURES; ++i)
-        {
-            const auto uiFrame = static_cast<std::size_t>(i % FRAMES);
-            const std::uint32_t uiSize = WordAt(s_strIndex, uiWrittenSizes + 4 * uiFrame);
-            m_vTicksAndPlaces.push_back(10 * TimeMs(i));
-            m_vTicksAndPlaces.push_back(static_cast<std::int64_t>(file.tellp()));
-            if (uiFrame == 0)
-            {
-                m_uiWritten = 0;
-                strKeys += Word(static_cast<std::uint32_t>(i));  // as NVENC1 counts them
-            }
-            file << s_strFinished.substr(m_uiWritten, uiSize);
-            m_uiWritten += uiSize;
-            strTimes += Word(1) + Word(static_cast<std::uint32_t>(10 * (TimeMs(i + 1) - TimeMs(i))));
-            const bool bFiller = HasFiller(i);
-            strSizes += Word(uiSize + (bFiller ? 4 + FILLER : 0));
-            if (!bFiller) continue;
-            file << Word(FILLER) << '\x0C';
-            file.seekp(FILLER - 2, std::ios::cur);
-            file << '\x80';
-        }
-        const std::uint64_t uiMediaEnd = static_cast<std::uint64_t>(file.tellp());
-        ASSERT_GT(uiMediaEnd, std::uint64_t{1} << 32);
-        std::string strIndex = s_strIndex;
-        SetPayload(strIndex, strTables + "stts", strTimes);
-        SetPayload(strIndex, strTables + "stss", strKeys);
-        SetPayload(strIndex, strTables + "stsc", muxed_bytes::Words({0, 1, 1, PICTURES, 1}));
-        SetPayload(strIndex, strTables + "stsz", strSizes);
-        file << strIndex;
-        file.seekp(40);
-        file << Word(static_cast<std::uint32_t>(uiMediaEnd - 40));
-        ASSERT_TRUE(file.good());
-    }
-
-    std::vector<std::int64_t> m_vTicksAndPlaces;  // of each picture
-
-private:
-    std::size_t m_uiWritten = 0;  // of the round
-};
-
-TEST_F(LargeRepair, FileAbove4GiB)
-{
-    // Before, neither this module nor other programs find the index.
-    EXPECT_EQ(RunProgram(QMHOST_PROGRAM, {"times", m_strIn}).m_nStatus, 1);
-    EXPECT_THAT(
-        Succeed({"repair", m_strIn, m_strOut}),
-        HasSubstr(" is a finished file with 288 pictures; the size of its media data, the durations of its track, "));
-    EXPECT_EQ(fs::file_size(m_strOut), fs::file_size(m_strIn));
-    // Not decoded: that would take long, since a decoder looks at each byte.
-    std::istringstream lines(RunFfprobe("-v warning -select_streams v -of default=noprint_wrappers=1:nokey=1 "
-                                        "-show_entries packet=pts,pos " +
-                                            test_support::Quoted(m_strOut),
-                                        Complaints::None));
-    EXPECT_THAT(std::vector<std::int64_t>(std::istream_iterator<std::int64_t>(lines), {}),
-                testing::ElementsAreArray(m_vTicksAndPlaces));
-
-    std::string strTimes = "frame,time_ms\n";
-    for (int i = 0; i < PICTURES; ++i)
-        strTimes += std::to_string(i) + "," + std::to_string(TimeMs(i)) + "\n";
-    EXPECT_EQ(Succeed({"times", m_strOut, "--csv"}), strTimes);
-    // The first and the last one, and one that has both neighbours and more than half of the file's holes before it.
-    const int nMiddle = PICTURES / 2 + 5;
-    Succeed({"frames", m_strOut, "--raw", Target("out.bgr"), "--frames",
-             "0," + std::to_string(PICTURES - 1) + "," + std::to_string(nMiddle)});
-    std::string strExpected;
-    for (const int nFrame : {0, FRAMES - 1, nMiddle % FRAMES})
-        strExpected += WrittenPictures().substr(FRAME_BYTES * static_cast<std::size_t>(nFrame), FRAME_BYTES);
-    EXPECT_TRUE(ReadText(Target("out.bgr")) == strExpected);
 }
 
 }  // namespace

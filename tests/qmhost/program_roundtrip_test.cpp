@@ -25,11 +25,12 @@ std::vector<std::string> Pictures(int nWidth, int nHeight)
 {
     const UnicodeFolder folder;
     const std::string strSize = "size=" + std::to_string(nWidth) + "x" + std::to_string(nHeight);
-    RunFfmpeg("-f lavfi -i \"gradients=" + strSize +
-              ":c0=0x304050:c1=0xC0B090:speed=0.2:seed=3,format=gbrp[shades];mandelbrot=" + strSize +
-              ":rate=25:start_scale=1.5:end_scale=0.2:end_pts=10,gblur=2,hue=s=0.3,format=gbrp[fractal];"
-              "[shades][fractal]blend=all_mode=average\" -frames:v " +
-              std::to_string(FRAMES) + " -pix_fmt bgr24 -f rawvideo " + Quoted(folder / "r"));
+    MakeWithFfmpeg("-f lavfi -i \"gradients=" + strSize +
+                       ":c0=0x304050:c1=0xC0B090:speed=0.2:seed=3,format=gbrp[shades];mandelbrot=" + strSize +
+                       ":rate=25:start_scale=1.5:end_scale=0.2:end_pts=10,gblur=2,hue=s=0.3,format=gbrp[fractal];"
+                       "[shades][fractal]blend=all_mode=average\" -frames:v " +
+                       std::to_string(FRAMES) + " -pix_fmt bgr24 -f rawvideo",
+                   folder / "r");
     const std::string raw = ReadText(folder / "r");
     std::vector<std::string> vPictures;
     const std::size_t uiBytes = raw.size() / FRAMES;
@@ -215,9 +216,9 @@ protected:
     // Noise, so that pictures don't get small.
     WriteWithoutSpace()
     {
-        test_support::RunFfmpeg("-f lavfi -i testsrc2=size=64x48:rate=25,noise=alls=60:allf=t -frames:v 300 -pix_fmt "
-                                "bgr24 -f rawvideo " +
-                                test_support::Quoted(Target("r.bgr")));
+        test_support::MakeWithFfmpeg("-f lavfi -i testsrc2=size=64x48:rate=25,noise=alls=60:allf=t -frames:v 300 "
+                                     "-pix_fmt bgr24 -f rawvideo",
+                                     Target("r.bgr"));
         m_vWrite = {"write",         m_strOut, "--codec", "NVENC1",   "--raw",
                     Target("r.bgr"), "--size", "64x48",   "--period", "40"};
     }

@@ -14,11 +14,11 @@ std::string MakeVideoFile(const VideoKind& kind)
 
     // A bright square that walks over moving colours: no two pictures are alike.
     const std::string strSize = std::to_string(VIDEO_WIDTH) + "x" + std::to_string(VIDEO_HEIGHT);
-    RunFfmpeg("-f lavfi -i testsrc2=size=" + strSize +
-              ":rate=25 -f lavfi -i color=white:size=8x8:rate=25 "
-              "-filter_complex \"[0:v]eq=brightness=-0.1[a];"
-              "[a][1:v]overlay=x='mod(8*n,58)':y='mod(8*trunc(8*n/58),40)'\" -frames:v " +
-              std::to_string(kind.m_nFrames) + " -threads 1 -pix_fmt yuv420p " + kind.m_strArguments + " " +
-              Quoted(path));
+    MakeWithFfmpeg("-f lavfi -i testsrc2=size=" + strSize +
+                       ":rate=25 -f lavfi -i color=white:size=8x8:rate=25 "
+                       "-filter_complex \"[0:v]eq=brightness=-0.1[a];"
+                       "[a][1:v]overlay=x='mod(8*n,58)':y='mod(8*trunc(8*n/58),40)'\" -frames:v " +
+                       std::to_string(kind.m_nFrames) + " -threads 1 -pix_fmt yuv420p " + kind.m_strArguments,
+                   path);
     return path.string();
 }

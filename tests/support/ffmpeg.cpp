@@ -1,9 +1,12 @@
 #include "support/ffmpeg.h"
 
+#include <cstdlib>
 #include <sstream>
 #include <stdexcept>
 
 #include "support/run_program.h"
+#include "support/sha256.h"
+#include "support/temporary_folder.h"
 
 namespace test_support
 {
@@ -54,6 +57,30 @@ std::string RunFfmpeg(const std::string& strArguments, Complaints allowed)
 std::string RunFfprobe(const std::string& strArguments, Complaints allowed)
 {
     return Run("ffprobe", strArguments, allowed);
+}
+
+void MakeWithFfmpeg(const std::string& strArguments, const std::filesystem::path& path)
+{
+    const char* const pszFolder = std::getenv("QM_MADE_FILES");
+    if (pszFolder == nullptr || *pszFolder == '\0')
+    {
+        RunFfmpeg(strArguments + " " + Quoted(path));
+        return;
+    }
+    namespace fs = std::filesystem;
+    const fs::path folder = pszFolder;
+    const std::string strExtension = path.extension().string();  // ffmpeg goes by it
+    const fs::path made = folder / (Sha256(Bytes(strArguments.begin(), strArguments.end())) + strExtension);
+    if (!fs::exists(made))
+    {
+        // Another program may be making it too. A file has its name once it is whole.
+        fs::create_directories(folder);
+        const TemporaryFolder own(folder / "making-");
+        const fs::path file = own / ("file" + strExtension);
+        RunFfmpeg(strArguments + " " + Quoted(file));
+        fs::rename(file, made);
+    }
+    fs::copy_file(made, path, fs::copy_options::overwrite_existing);
 }
 
 std::string Quoted(const std::filesystem::path& path)

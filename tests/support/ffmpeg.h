@@ -27,6 +27,11 @@ enum class Complaints
 std::string RunFfmpeg(const std::string& strArguments, Complaints allowed = Complaints::Any);
 std::string RunFfprobe(const std::string& strArguments, Complaints allowed = Complaints::Any);
 
+// Lets ffmpeg make the file at path. strArguments are all but the path, and name no other file: the pictures and the
+// sound are ffmpeg's own. Where the environment variable QM_MADE_FILES names a folder, the file is made once for all
+// programs that use that folder, and copied from there.
+void MakeWithFfmpeg(const std::string& strArguments, const std::filesystem::path& path);
+
 // A path as one argument.
 std::string Quoted(const std::filesystem::path& path);
 

@@ -15,8 +15,8 @@ void MakeVideo(const std::string& path, const Recipe& recipe)
             << ":d=" << recipe.m_nFrames / LONG_ENOUGH + 1 << ' ' << recipe.m_input << " -frames:v "
             << recipe.m_nFrames;
     if (!recipe.m_filter.empty()) command << " -vf \"" << recipe.m_filter << '"';
-    command << " -pix_fmt yuv420p " << recipe.m_encoder << ' ' << recipe.m_output << ' ' << Quoted(path);
-    RunFfmpeg(command.str());
+    command << " -pix_fmt yuv420p " << recipe.m_encoder << ' ' << recipe.m_output;
+    MakeWithFfmpeg(command.str(), path);
 }
 
 std::vector<std::string> PlainDecode(const std::string& path, Size size)

@@ -263,9 +263,9 @@ TEST_F(PictureFormats, ASizeThatChangesIsScaledToTheFirst)
     const Size size = {64, 48};
     const std::string first = m_directory / "first.h264";
     const std::string second = m_directory / "second.h264";
-    const std::string options = " -frames:v 6 -c:v libx264 -profile:v high -bf 0 ";
-    RunFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=64x48" + options + Quoted(first));
-    RunFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=128x96" + options + Quoted(second));
+    const std::string options = " -frames:v 6 -c:v libx264 -profile:v high -bf 0";
+    MakeWithFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=64x48" + options, first);
+    MakeWithFfmpeg("-f lavfi -i testsrc2=r=25:d=1:s=128x96" + options, second);
     const std::string both = m_directory / "both.h264";
     WriteText(both, ReadText(first) + ReadText(second));
     m_path = m_directory / "video.mkv";
