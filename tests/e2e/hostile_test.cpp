@@ -63,7 +63,8 @@ protected:
     {
         const std::optional<std::uint64_t> peak = PeakMemory();
         if (QM_SANITIZED || !peak) return;
-        EXPECT_LT(*peak - *m_peakBefore, g_uiMemoryLimit);
+        // Not a difference: the system counts pages for each processor, and the sum may fall by some.
+        EXPECT_LT(*peak, *m_peakBefore + g_uiMemoryLimit);
     }
 
     // About 2 KB: three pictures with reordering, moov after mdat.
