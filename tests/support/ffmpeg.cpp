@@ -80,7 +80,7 @@ void MakeWithFfmpeg(const std::string& strArguments, const std::filesystem::path
         RunFfmpeg(strArguments + " " + Quoted(file));
         fs::rename(file, made);
     }
-    fs::copy_file(made, path, fs::copy_options::overwrite_existing);
+    WriteBytes(path, ReadBytes(made));
 }
 
 std::string Quoted(const std::filesystem::path& path)

@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <mfapi.h>
+#include <mferror.h>
 #include <mfidl.h>
 
 #include "support/slot_of.h"
@@ -28,8 +29,10 @@ using test_support::SlotOf;
 HRESULT(STDMETHODCALLTYPE* g_pfnSetTopology)(IMFMediaSession*, DWORD, IMFTopology*);
 HRESULT(STDMETHODCALLTYPE* g_pfnStartSession)(IMFMediaSession*, const GUID*, const PROPVARIANT*);
 HRESULT(STDMETHODCALLTYPE* g_pfnPauseSession)(IMFMediaSession*);
+HRESULT(STDMETHODCALLTYPE* g_pfnEndSessionEvent)(IMFMediaSession*, IMFAsyncResult*, IMFMediaEvent**);
 HRESULT(STDMETHODCALLTYPE* g_pfnStartSource)
 (IMFMediaSource*, IMFPresentationDescriptor*, const GUID*, const PROPVARIANT*);
+HRESULT(STDMETHODCALLTYPE* g_pfnPauseSource)(IMFMediaSource*);
 HRESULT(STDMETHODCALLTYPE* g_pfnEndSourceEvent)(IMFMediaSource*, IMFAsyncResult*, IMFMediaEvent**);
 HRESULT(STDMETHODCALLTYPE* g_pfnShutDownSource)(IMFMediaSource*);
 HRESULT(STDMETHODCALLTYPE* g_pfnRequestSample)(IMFMediaStream*, IUnknown*);
@@ -46,12 +49,20 @@ struct SPlayedFile
     int m_nOpenRequests = 0;         // for samples, in all plays; also those that the end of the file left
     std::vector<LONGLONG> m_vTimes;  // of decoding, of the samples since the last start
     std::size_t m_uiDecoded = 0;     // pictures that came from the decoder since then
+    int m_nDelivered = 0;            // pictures that are being passed on
+    bool m_bPausedAtEnd = false;     // since the last start
+    bool m_bOver = false;            // no more are passed on until the next start
+    bool m_bStale = false;           // pictures may come that are of the play before
+    LONGLONG m_llFirstTime = -1;     // of the first picture of the first play; all plays begin with it
+    IMFMediaStream* m_pStream = nullptr;
 };
 
 constexpr std::chrono::seconds FIRST_PICTURE_LIMIT{2};
+constexpr std::chrono::seconds DELIVERY_LIMIT{2};
 
 std::mutex g_Lock;
 std::condition_variable g_PictureDecoded;
+std::condition_variable g_PictureDelivered;
 // Until the source is shut down. A session and a sink are of the source that plays through them.
 std::map<IMFMediaSource*, SPlayedFile> g_mapFiles;
 std::map<const IMFMediaSession*, IMFMediaSource*> g_mapSessions;
@@ -133,7 +144,7 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     return hr;
 }
 
-void ReplaceStreamOperations(IUnknown* pUnknown)
+void TakeStream(IMFMediaSource* pSource, IUnknown* pUnknown)
 {
     IMFMediaStream* pStream = nullptr;
     if (FAILED(pUnknown->QueryInterface(IID_IMFMediaStream, reinterpret_cast<void**>(&pStream)))) return;
@@ -143,6 +154,8 @@ void ReplaceStreamOperations(IUnknown* pUnknown)
         ReplaceOperation(pStream, SlotOf(&IMFMediaStream::RequestSample), &RequestSample, &g_pfnRequestSample);
         ReplaceOperation(pStream, SlotOf(&IMFMediaStream::EndGetEvent), &EndStreamEvent, &g_pfnEndStreamEvent);
     }
+    const auto itFile = g_mapFiles.find(pSource);
+    if (itFile != g_mapFiles.end()) itFile->second.m_pStream = pStream;  // the source keeps it
     pStream->Release();
 }
 
@@ -157,11 +170,34 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
         SPlayedFile& file = g_mapFiles[pSource];
         file.m_llPosition = pvarPosition->hVal.QuadPart;
         file.m_uiDecoded = 0;  // the session is at rest
+        file.m_bOver = false;
+        file.m_bStale = true;
+        file.m_bPausedAtEnd = false;
     }
     PROPVARIANT varBeginning;
     PropVariantInit(&varBeginning);
     varBeginning.vt = VT_I8;
     return g_pfnStartSource(pSource, pDescriptor, pguidFormat, &varBeginning);
+}
+
+// A source that has given its last sample refuses a pause, and then the session does nothing any more. It is paused all
+// the same: it gives nothing until the next start.
+HRESULT STDMETHODCALLTYPE PauseSource(IMFMediaSource* pSource)
+{
+    const HRESULT hr = g_pfnPauseSource(pSource);
+    if (hr != MF_E_INVALID_STATE_TRANSITION) return hr;
+    IMFMediaStream* pStream = nullptr;
+    {
+        const std::lock_guard lock(g_Lock);
+        const auto itFile = g_mapFiles.find(pSource);
+        if (itFile == g_mapFiles.end() || itFile->second.m_pStream == nullptr) return hr;
+        itFile->second.m_bPausedAtEnd = true;
+        pStream = itFile->second.m_pStream;
+    }
+    PROPVARIANT varNothing;
+    PropVariantInit(&varNothing);
+    pSource->QueueEvent(MESourcePaused, GUID_NULL, S_OK, &varNothing);
+    return pStream->QueueEvent(MEStreamPaused, GUID_NULL, S_OK, &varNothing);
 }
 
 HRESULT STDMETHODCALLTYPE EndSourceEvent(IMFMediaSource* pSource, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
@@ -171,7 +207,7 @@ HRESULT STDMETHODCALLTYPE EndSourceEvent(IMFMediaSource* pSource, IMFAsyncResult
     PROPVARIANT varStream;
     PropVariantInit(&varStream);
     (*ppEvent)->GetValue(&varStream);
-    if (varStream.vt == VT_UNKNOWN) ReplaceStreamOperations(varStream.punkVal);
+    if (varStream.vt == VT_UNKNOWN) TakeStream(pSource, varStream.punkVal);
     PropVariantClear(&varStream);
     return hr;
 }
@@ -205,6 +241,7 @@ void ReplaceSourceOperations(IMFMediaSource* pSource)
 {
     if (g_pfnStartSource != nullptr) return;
     ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Start), &StartSource, &g_pfnStartSource);
+    ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Pause), &PauseSource, &g_pfnPauseSource);
     ReplaceOperation(pSource, SlotOf(&IMFMediaSource::EndGetEvent), &EndSourceEvent, &g_pfnEndSourceEvent);
     ReplaceOperation(pSource, SlotOf(&IMFMediaSource::Shutdown), &ShutDownSource, &g_pfnShutDownSource);
 }
@@ -301,6 +338,35 @@ HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
     return g_pfnPauseSession(pSession);
 }
 
+// Whether the session was paused when its file was at the end. If so, no picture is passed on any more.
+bool EndPlayAtEnd(IMFMediaSession* pSession)
+{
+    std::unique_lock lock(g_Lock);
+    const auto itSource = g_mapSessions.find(pSession);
+    if (itSource == g_mapSessions.end()) return false;
+    IMFMediaSource* const pSource = itSource->second;
+    const auto itFile = g_mapFiles.find(pSource);
+    if (itFile == g_mapFiles.end() || !itFile->second.m_bPausedAtEnd) return false;
+    itFile->second.m_bOver = true;
+    g_PictureDelivered.wait_for(lock, DELIVERY_LIMIT, [pSource] {
+        const auto it = g_mapFiles.find(pSource);
+        return it == g_mapFiles.end() || it->second.m_nDelivered == 0;
+    });
+    return true;
+}
+
+// A session that was paused at the end of its file can't go on from there.
+HRESULT STDMETHODCALLTYPE EndSessionEvent(IMFMediaSession* pSession, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
+{
+    const HRESULT hr = g_pfnEndSessionEvent(pSession, pResult, ppEvent);
+    if (FAILED(hr) || TypeOf(*ppEvent) != MESessionPaused || !EndPlayAtEnd(pSession)) return hr;
+    IMFMediaEvent* pEnd = nullptr;
+    if (FAILED(MFCreateMediaEvent(MESessionEnded, GUID_NULL, S_OK, nullptr, &pEnd))) return hr;
+    (*ppEvent)->Release();
+    *ppEvent = pEnd;
+    return hr;
+}
+
 void ReplaceSessionOperations()
 {
     IMFMediaSession* pSession = nullptr;
@@ -308,6 +374,7 @@ void ReplaceSessionOperations()
     ReplaceOperation(pSession, SlotOf(&IMFMediaSession::SetTopology), &SetTopology, &g_pfnSetTopology);
     ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Pause), &PauseSession, &g_pfnPauseSession);
     ReplaceOperation(pSession, SlotOf(&IMFMediaSession::Start), &StartSession, &g_pfnStartSession);
+    ReplaceOperation(pSession, SlotOf(&IMFMediaSession::EndGetEvent), &EndSessionEvent, &g_pfnEndSessionEvent);
     pSession->Shutdown();
     pSession->Release();
 }
@@ -316,29 +383,58 @@ void ReplaceSessionOperations()
 
 // The position of frame n is the sum of the durations of n samples, and pictures come in the order of their numbers.
 // The times that the decoder gives them are of no use: it makes them even.
-bool IsBeforePosition(IMFStreamSink* pStream)
+bool IsBeforePosition(const SPlayedFile& file, std::size_t uiNumber)
 {
-    IMFMediaSink* pSink = nullptr;
-    if (FAILED(pStream->GetMediaSink(&pSink))) return false;
-    const std::lock_guard lock(g_Lock);
-    const auto itSource = g_mapSources.find(pSink);
-    const auto itFile = itSource != g_mapSources.end() ? g_mapFiles.find(itSource->second) : g_mapFiles.end();
-    pSink->Release();
-    if (itFile == g_mapFiles.end()) return false;
-    SPlayedFile& file = itFile->second;
-    const std::size_t uiNumber = file.m_uiDecoded++;
-    g_PictureDecoded.notify_all();
     if (uiNumber >= file.m_vTimes.size()) return false;
     return file.m_vTimes[uiNumber] - file.m_vTimes[0] + ROUNDING < file.m_llPosition;
 }
 
-// Another sample is requested in the place of one that is dropped.
+// Null when the stream is of no file. With the lock held.
+SPlayedFile* FindFileOf(IMFMediaSink* pSink)
+{
+    const auto itSource = g_mapSources.find(pSink);
+    const auto itFile = itSource != g_mapSources.end() ? g_mapFiles.find(itSource->second) : g_mapFiles.end();
+    return itFile != g_mapFiles.end() ? &itFile->second : nullptr;
+}
+
+// Another sample is requested in the place of one that is dropped because of the start.
 HRESULT STDMETHODCALLTYPE ProcessSample(IMFStreamSink* pStream, IMFSample* pSample)
 {
-    if (!IsBeforePosition(pStream)) return g_pfnProcessSample(pStream, pSample);
-    PROPVARIANT varNothing;
-    PropVariantInit(&varNothing);
-    return pStream->QueueEvent(MEStreamSinkRequestSample, GUID_NULL, S_OK, &varNothing);
+    IMFMediaSink* pSink = nullptr;
+    if (FAILED(pStream->GetMediaSink(&pSink))) return g_pfnProcessSample(pStream, pSample);
+    bool bOver = false;
+    bool bBefore = false;
+    {
+        const std::lock_guard lock(g_Lock);
+        if (SPlayedFile* const pFile = FindFileOf(pSink))
+        {
+            LONGLONG llTime = 0;
+            pSample->GetSampleTime(&llTime);
+            if (pFile->m_llFirstTime < 0) pFile->m_llFirstTime = llTime;
+            if (llTime == pFile->m_llFirstTime) pFile->m_bStale = false;
+            bOver = pFile->m_bOver;
+            bBefore = !bOver && (pFile->m_bStale || IsBeforePosition(*pFile, pFile->m_uiDecoded));
+            if (!bOver && !bBefore) ++pFile->m_nDelivered;
+            if (!pFile->m_bStale) ++pFile->m_uiDecoded;
+            g_PictureDecoded.notify_all();
+        }
+    }
+    HRESULT hr = S_OK;
+    if (bBefore)
+    {
+        PROPVARIANT varNothing;
+        PropVariantInit(&varNothing);
+        hr = pStream->QueueEvent(MEStreamSinkRequestSample, GUID_NULL, S_OK, &varNothing);
+    }
+    else if (!bOver)
+    {
+        hr = g_pfnProcessSample(pStream, pSample);
+        const std::lock_guard lock(g_Lock);
+        if (SPlayedFile* const pFile = FindFileOf(pSink)) --pFile->m_nDelivered;
+        g_PictureDelivered.notify_all();
+    }
+    pSink->Release();
+    return hr;
 }
 
 void ReplaceSinkOperations()
