@@ -73,6 +73,14 @@ void CFileSource::Pause()
     AwaitSourceEvent(MESourcePaused, MESourcePaused);
 }
 
+HRESULT CFileSource::PauseAtEnd()
+{
+    // A source may report its end only when it is asked for more, and may refuse that when it has reported it.
+    m_pStream->RequestSample(nullptr);
+    AwaitSourceEvent(MEEndOfPresentation, MEEndOfPresentation);
+    return m_pSource->Pause();
+}
+
 void CFileSource::AwaitSourceEvent(MediaEventType eWanted, MediaEventType eOrThis)
 {
     MediaEventType eType = MEUnknown;

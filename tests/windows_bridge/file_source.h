@@ -29,6 +29,9 @@ public:
     // Waits for the next sample of the first stream. The caller's to release.
     IMFSample* AwaitSample();
 
+    // After the last sample: what a pause gives then.
+    HRESULT PauseAtEnd();
+
 private:
     void AwaitSourceEvent(MediaEventType eWanted, MediaEventType eOrThis);
 

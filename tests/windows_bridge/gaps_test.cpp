@@ -1,11 +1,12 @@
-// Which gaps Wine has, and that the bridge fills that of the representation; those of starts show in the tests that read
-// frames. A test that looks for a gap and fails shows that a newer Wine has closed it: what the bridge has for it can go
-// then.
+// Which gaps Wine has, and that the bridge fills that of the representation; those of starts show in the tests that
+// read frames. A test that looks for a gap and fails shows that a newer Wine has closed it: what the bridge has for it
+// can go then.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
 #include <mfapi.h>
+#include <mferror.h>
 #include <mfidl.h>
 #include <strmif.h>
 
@@ -77,6 +78,19 @@ bool StartsBetweenKeyPictures(const std::filesystem::path& path)
     return !bKey;
 }
 
+bool RefusesAPauseAtItsEnd(const std::filesystem::path& path)
+{
+    constexpr int SAMPLES = 75;
+    CFileSource source(path);
+    source.Start(0);
+    for (int i = 0; i < SAMPLES; ++i)
+    {
+        source.RequestSample(nullptr);
+        source.AwaitSample()->Release();
+    }
+    return source.PauseAtEnd() == MF_E_INVALID_STATE_TRANSITION;
+}
+
 // The tests run in this order, and the gaps stay filled after the first that fills them.
 class Gaps : public testing::Test
 {
@@ -89,6 +103,7 @@ protected:
         const std::filesystem::path path = MakeVideo(folder.Path());
         s_bRequestGap = ForgetsRequests(path);
         s_bKeyPictureGap = StartsBetweenKeyPictures(path);
+        s_bPauseGap = RefusesAPauseAtItsEnd(path);
         windows_bridge::FillGaps();
     }
     static void TearDownTestSuite() { MFShutdown(); }
@@ -97,11 +112,13 @@ protected:
     static bool s_bRepresentationGap;
     static bool s_bRequestGap;
     static bool s_bKeyPictureGap;
+    static bool s_bPauseGap;
 };
 
 bool Gaps::s_bRepresentationGap = false;
 bool Gaps::s_bRequestGap = false;
 bool Gaps::s_bKeyPictureGap = false;
+bool Gaps::s_bPauseGap = false;
 
 TEST_F(Gaps, WineRepresentsH264WithoutItsProfile)
 {
@@ -119,6 +136,12 @@ TEST_F(Gaps, WinesSourceStartsBetweenKeyPictures)
 {
     if (!IsWine()) GTEST_SKIP() << "this is no Wine";
     EXPECT_TRUE(s_bKeyPictureGap) << "windows_bridge/starts.cpp needn't start at the beginning any more";
+}
+
+TEST_F(Gaps, WinesSourceRefusesAPauseAtItsEnd)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    EXPECT_TRUE(s_bPauseGap) << "windows_bridge/starts.cpp needn't pause a source at its end any more";
 }
 
 TEST_F(Gaps, WindowsHasNone)
