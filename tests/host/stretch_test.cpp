@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "picture_fixture.h"
+#include "support/repetitions.h"
 
 namespace
 {
@@ -186,7 +187,7 @@ TEST(Stretch, AgreesWithTheDefinition)
 {
     constexpr unsigned int SEED = 11;
     std::mt19937 random(SEED);
-    for (int nCase = 0; nCase < 400; ++nCase)
+    for (int nCase = 0; nCase < test_support::FullFromAQuarter(400); ++nCase)
     {
         const std::uint32_t uiBits = random() % 3 == 0 ? 9 + random() % 8 : 8;
         const std::uint32_t uiComponents = 1 + random() % 4;
