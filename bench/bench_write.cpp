@@ -222,6 +222,7 @@ void ConvertPictures(const std::filesystem::path& frames, const std::filesystem:
         ConvertPicture(vBgr, vYuy2);
         to.write(reinterpret_cast<const char*>(vYuy2.data()), g_uiYuy2Size);
     }
+    to.close();
     Check(to.good(), "the converted pictures aren't written");
 }
 
@@ -261,7 +262,7 @@ void MeasureSystemEncoder(const std::filesystem::path& frames)
         const std::string strName(strCode.begin(), strCode.end());
         CompareWriting(host, strName, nPictures, frames, "ffmpeg, libx264 set the same", BgrInput(frames),
                        EncoderArguments(codec.m_settings));
-        // The module's conversion keeps more of the noise than ffmpeg's, and an encoder takes its time for it.
+        // The module's conversion keeps more of the noise than ffmpeg's, and more noise takes the encoder longer.
         CompareWriting(host, strName, nPictures, frames, "ffmpeg, from the converted pictures", Yuy2Input(converted),
                        EncoderArguments(codec.m_settings));
     }

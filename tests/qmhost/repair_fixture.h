@@ -64,7 +64,7 @@ protected:
         s_strFinished = s_strWritten.substr(MEDIA_BEGIN, uiEnd - MEDIA_BEGIN);
         s_strIndex = s_strWritten.substr(uiEnd);
         s_strStream = s_strFinished;
-        s_vNals.clear();  // of another suite's
+        s_vNals.clear();  // when the tests are repeated
         for (std::size_t ui = 0; ui < s_strStream.size();)
         {
             const std::uint32_t uiLength = WordAt(s_strStream, ui);

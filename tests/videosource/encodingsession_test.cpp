@@ -1,5 +1,5 @@
 // The module's writer with the system's session and the system's encoder, and a sink of the test's own in the place of
-// the system's: one access unit for each picture, at its time, and the order in which a file ends.
+// the system's: one access unit for each picture, at its time, and the order in which a written stream ends.
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
@@ -41,7 +41,7 @@ SQmImageAttributes HostAttributes()
 }
 
 // A file of the module's writer, whose sink is the test's. The writer's clock stands still, so it doesn't stop a slow
-// session. When the test has waited for longer than LIMIT_MS the clock passes, and the writer gives the session up.
+// session. When the test has waited for longer than LIMIT_MS the clock is moved, and the writer ends the session.
 class CEncodedFile
 {
 public:
@@ -123,7 +123,6 @@ protected:
                 EXPECT_EQ(windows_bridge::FindEncoderGaps(pEncoder.get(), &found), S_OK);
                 windows_bridge::FillEncoderGaps(pEncoder.get(), found);
             }
-            MFShutdown();
             return found;
         }();
         return gaps;
@@ -157,8 +156,10 @@ TEST_F(EncodingSession, EachPictureIsEncodedOnceAtItsTime)
     Bytes vStream;
     for (const SSinkSample& unit : vUnits)
         vStream.insert(vStream.end(), unit.m_vBytes.begin(), unit.m_vBytes.end());
-    std::sort(vUnits.begin(), vUnits.end(),
-              [](const SSinkSample& a, const SSinkSample& b) { return a.m_hnsTime < b.m_hnsTime; });
+    const auto isEarlier = [](const SSinkSample& a, const SSinkSample& b) { return a.m_hnsTime < b.m_hnsTime; };
+    const bool bReordered = !std::is_sorted(vUnits.begin(), vUnits.end(), isEarlier);
+    EXPECT_TRUE(bReordered || !windows_bridge::IsWine()) << "this shows nothing of B pictures";
+    std::sort(vUnits.begin(), vUnits.end(), isEarlier);
     Texts vTexts;
     for (const SSinkSample& unit : vUnits)
         vTexts.push_back("sample " + std::to_string(unit.m_hnsTime) + "+" + std::to_string(unit.m_hnsDuration));

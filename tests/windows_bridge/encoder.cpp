@@ -112,7 +112,7 @@ HRESULT EncodeOne(IMFTransform* pEncoder, LONGLONG* phnsTime)
     DWORD dwStatus = 0;
     hr = pEncoder->ProcessOutput(0, 1, &data, &dwStatus);
     if (data.pEvents != nullptr) data.pEvents->Release();
-    if (SUCCEEDED(hr) && data.pSample != nullptr) hr = data.pSample->GetSampleTime(phnsTime);
+    if (SUCCEEDED(hr)) hr = data.pSample != nullptr ? data.pSample->GetSampleTime(phnsTime) : E_UNEXPECTED;
     if (data.pSample != nullptr && data.pSample != output.get()) data.pSample->Release();
     return hr;
 }

@@ -16,10 +16,11 @@ struct SEncoderGaps
     LONGLONG m_hnsLate = 0;
 };
 
-// What the encoder does so. It isn't used before, nor after. S_OK, or the call that failed.
+// Tries the encoder. It must be new, and isn't to be used afterwards. S_OK, or the call that failed.
 HRESULT FindEncoderGaps(IMFTransform* pEncoder, SEncoderGaps* pGaps);
 
-// From here on no encoder of the same class does so.
+// From here on no encoder of the same class has these gaps. Once, with Media Foundation started until the program ends:
+// what is replaced lies in its libraries.
 void FillEncoderGaps(IMFTransform* pEncoder, const SEncoderGaps& gaps);
 
 }  // namespace windows_bridge

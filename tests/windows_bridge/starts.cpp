@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include <windows.h>
@@ -45,15 +46,15 @@ constexpr LONGLONG ROUNDING = 2;
 // A file that is played. Times and positions are in units of 100 ns.
 struct SPlayedFile
 {
-    LONGLONG m_llPosition = 0;       // of the last start
-    int m_nOpenRequests = 0;         // for samples, in all plays; also those that the end of the file left
-    std::vector<LONGLONG> m_vTimes;  // of decoding, of the samples since the last start
-    std::size_t m_uiDecoded = 0;     // pictures that came from the decoder since then
-    int m_nDelivered = 0;            // pictures that are being passed on
-    bool m_bPausedAtEnd = false;     // since the last start
-    bool m_bOver = false;            // no more are passed on until the next start
-    bool m_bStale = false;           // pictures may come that are of the play before
-    LONGLONG m_llFirstTime = -1;     // of the first picture of the first play; all plays begin with it
+    LONGLONG m_llPosition = 0;              // of the last start
+    int m_nOpenRequests = 0;                // for samples, in all plays; also those that the end of the file left
+    std::vector<LONGLONG> m_vTimes;         // of decoding, of the samples since the last start
+    std::size_t m_uiDecoded = 0;            // pictures that came from the decoder since then
+    int m_nDelivered = 0;                   // pictures that are being passed on
+    bool m_bPausedAtEnd = false;            // since the last start
+    bool m_bOver = false;                   // no more are passed on until the next start
+    bool m_bStale = false;                  // pictures may come that are of the play before
+    std::optional<LONGLONG> m_llFirstTime;  // of the first picture of the first play; all plays begin with it
     IMFMediaStream* m_pStream = nullptr;
 };
 
@@ -169,7 +170,7 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
         const std::lock_guard lock(g_Lock);
         SPlayedFile& file = g_mapFiles[pSource];
         file.m_llPosition = pvarPosition->hVal.QuadPart;
-        file.m_uiDecoded = 0;  // the session is at rest
+        file.m_uiDecoded = 0;
         file.m_bOver = false;
         file.m_bStale = true;
         file.m_bPausedAtEnd = false;
@@ -180,8 +181,9 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
     return g_pfnStartSource(pSource, pDescriptor, pguidFormat, &varBeginning);
 }
 
-// A source that has given its last sample refuses a pause, and then the session does nothing any more. It is paused all
-// the same: it gives nothing until the next start.
+// A source that has given its last sample refuses a pause, and then the session takes no call. The bridge reports the
+// pause for it: it gives nothing until the next start. A session pauses only sources that it has started, so this is
+// the only refusal.
 HRESULT STDMETHODCALLTYPE PauseSource(IMFMediaSource* pSource)
 {
     const HRESULT hr = g_pfnPauseSource(pSource);
@@ -193,11 +195,14 @@ HRESULT STDMETHODCALLTYPE PauseSource(IMFMediaSource* pSource)
         if (itFile == g_mapFiles.end() || itFile->second.m_pStream == nullptr) return hr;
         itFile->second.m_bPausedAtEnd = true;
         pStream = itFile->second.m_pStream;
+        pStream->AddRef();
     }
     PROPVARIANT varNothing;
     PropVariantInit(&varNothing);
-    pSource->QueueEvent(MESourcePaused, GUID_NULL, S_OK, &varNothing);
-    return pStream->QueueEvent(MEStreamPaused, GUID_NULL, S_OK, &varNothing);
+    HRESULT hrQueued = pSource->QueueEvent(MESourcePaused, GUID_NULL, S_OK, &varNothing);
+    if (SUCCEEDED(hrQueued)) hrQueued = pStream->QueueEvent(MEStreamPaused, GUID_NULL, S_OK, &varNothing);
+    pStream->Release();
+    return hrQueued;
 }
 
 HRESULT STDMETHODCALLTYPE EndSourceEvent(IMFMediaSource* pSource, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
@@ -219,6 +224,8 @@ HRESULT STDMETHODCALLTYPE ShutDownSource(IMFMediaSource* pSource)
         g_mapFiles.erase(pSource);
         std::erase_if(g_mapSessions, [pSource](const auto& session) { return session.second == pSource; });
         std::erase_if(g_mapSources, [pSource](const auto& sink) { return sink.second == pSource; });
+        g_PictureDecoded.notify_all();
+        g_PictureDelivered.notify_all();
     }
     return g_pfnShutDownSource(pSource);
 }
@@ -326,11 +333,12 @@ HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
 {
     {
         std::unique_lock lock(g_Lock);
-        const auto itFile = g_mapSessions.find(pSession);
-        if (itFile != g_mapSessions.end())
+        const auto itSource = g_mapSessions.find(pSession);
+        if (itSource != g_mapSessions.end())
         {
-            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, [&] {
-                const auto it = g_mapFiles.find(itFile->second);
+            IMFMediaSource* const pSource = itSource->second;
+            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, [pSource] {
+                const auto it = g_mapFiles.find(pSource);
                 return it == g_mapFiles.end() || it->second.m_uiDecoded > 0;
             });
         }
@@ -355,11 +363,13 @@ bool EndPlayAtEnd(IMFMediaSession* pSession)
     return true;
 }
 
-// A session that was paused at the end of its file can't go on from there.
+// A session that was paused at the end of its file can't continue.
 HRESULT STDMETHODCALLTYPE EndSessionEvent(IMFMediaSession* pSession, IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
 {
     const HRESULT hr = g_pfnEndSessionEvent(pSession, pResult, ppEvent);
-    if (FAILED(hr) || TypeOf(*ppEvent) != MESessionPaused || !EndPlayAtEnd(pSession)) return hr;
+    HRESULT hrStatus = S_OK;
+    if (FAILED(hr) || TypeOf(*ppEvent) != MESessionPaused || FAILED((*ppEvent)->GetStatus(&hrStatus))) return hr;
+    if (FAILED(hrStatus) || !EndPlayAtEnd(pSession)) return hr;
     IMFMediaEvent* pEnd = nullptr;
     if (FAILED(MFCreateMediaEvent(MESessionEnded, GUID_NULL, S_OK, nullptr, &pEnd))) return hr;
     (*ppEvent)->Release();
@@ -410,7 +420,7 @@ HRESULT STDMETHODCALLTYPE ProcessSample(IMFStreamSink* pStream, IMFSample* pSamp
         {
             LONGLONG llTime = 0;
             pSample->GetSampleTime(&llTime);
-            if (pFile->m_llFirstTime < 0) pFile->m_llFirstTime = llTime;
+            if (!pFile->m_llFirstTime) pFile->m_llFirstTime = llTime;
             if (llTime == pFile->m_llFirstTime) pFile->m_bStale = false;
             bOver = pFile->m_bOver;
             bBefore = !bOver && (pFile->m_bStale || IsBeforePosition(*pFile, pFile->m_uiDecoded));
