@@ -105,14 +105,12 @@ std::string EncoderArguments(const RuntimeX264Settings& settings)
     return strArguments + " -x264-params '" + settings.szOptions + "' ";
 }
 
-// The arguments of ffmpeg for pictures in a file, in the form that the host gives or in the encoder's.
-std::string BgrInput(const std::filesystem::path& frames)
+// The arguments of ffmpeg for pictures in a file, in the form that the host gives or in the encoder's. The encoder's
+// choice of bits depends on the number of pictures a second that it is set up with.
+std::string RawInput(const char* pszForm, unsigned uiPicturesASecond, const std::filesystem::path& frames)
 {
-    return "-f rawvideo -pix_fmt bgr24 -video_size 1920x1080 -framerate 30 -i " + Quoted(frames);
-}
-std::string Yuy2Input(const std::filesystem::path& frames)
-{
-    return "-f rawvideo -pix_fmt yuyv422 -video_size 1920x1080 -framerate 30 -i " + Quoted(frames);
+    return std::string("-f rawvideo -pix_fmt ") + pszForm + " -video_size 1920x1080 -framerate " +
+           std::to_string(uiPicturesASecond) + " -i " + Quoted(frames);
 }
 
 // Ours and ffmpeg's, into a file each.
@@ -146,7 +144,7 @@ void MeasureRuntime(const std::string& strCode, const std::filesystem::path& fra
     WriteThroughHost(host, g_nPictures, frames, frames.parent_path() / "ours.mp4");
     RuntimeX264Settings settings{};
     script->GetX264Settings(&settings);
-    CompareWriting(host, strCode, g_nPictures, frames, "ffmpeg, libx264 set the same", BgrInput(frames),
+    CompareWriting(host, strCode, g_nPictures, frames, "ffmpeg, libx264 set the same", RawInput("bgr24", 30, frames),
                    EncoderArguments(settings));
 }
 
@@ -260,11 +258,11 @@ void MeasureSystemEncoder(const std::filesystem::path& frames)
         // The slow presets make some three pictures a second.
         const int nPictures = codec.m_settings.m_uiQualityVsSpeed > 66 ? g_nPictures / 5 : g_nPictures;
         const std::string strName(strCode.begin(), strCode.end());
-        CompareWriting(host, strName, nPictures, frames, "ffmpeg, libx264 set the same", BgrInput(frames),
-                       EncoderArguments(codec.m_settings));
-        // The module's conversion keeps more of the noise than ffmpeg's, and more noise takes the encoder longer.
-        CompareWriting(host, strName, nPictures, frames, "ffmpeg, from the converted pictures", Yuy2Input(converted),
-                       EncoderArguments(codec.m_settings));
+        const unsigned uiRate = codec.m_settings.m_uiRateNumerator;  // whatever the times of the pictures are
+        CompareWriting(host, strName, nPictures, frames, "ffmpeg, libx264 set the same",
+                       RawInput("bgr24", uiRate, frames), EncoderArguments(codec.m_settings));
+        CompareWriting(host, strName, nPictures, frames, "ffmpeg, from the converted pictures",
+                       RawInput("yuyv422", uiRate, converted), EncoderArguments(codec.m_settings));
     }
     MeasureHostThread(host, frames);
 }
