@@ -200,7 +200,7 @@ TEST_F(SystemFileEnds, SlowlyWhenItsFinalisationTakesLong)
 // --- many ---
 
 // What a file leaves is its callback, some hundred bytes. One of its two pictures is 153,600.
-TEST_F(SystemFileEnds, AndLeavesNothingForTwoHundredFilesToAddUp)
+TEST_F(SystemFileEnds, AndLeavesNothingThatManyFilesAddUp)
 {
     const auto write = [&](int nFiles) {
         for (int i = 0; i < nFiles; ++i)

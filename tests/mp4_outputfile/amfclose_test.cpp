@@ -420,7 +420,7 @@ TEST_F(AmfCloseTest, TwoFilesAreWrittenAtTheSameTime)
         return amf.CreateComponent(pContext, pwszId, ppComponent);
     };
     const OutputPtr pSecond = MakeFile(second.Path().wstring());
-    const SQmImageAttributes attributes = Attributes(64, 48);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     ASSERT_EQ(Announce(*pSecond, &attributes), QM_OK);
     for (int n = 0; n < 20; ++n)
     {

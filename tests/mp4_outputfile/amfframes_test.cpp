@@ -243,7 +243,7 @@ TEST_F(AmfFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGoodFram
 {
     const OutputPtr pFile = MakeFile(64, 48);
     WriteFrames(*pFile, 3);
-    const SQmImageAttributes other = Attributes(32, 32);
+    const SQmImageAttributes other = test_support::PictureAttributes(32, 32);
     ASSERT_EQ(Announce(*pFile, &other), QM_OK);
     EXPECT_EQ(WriteAt(*pFile, 30.0), QM_ERR_FAIL);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);

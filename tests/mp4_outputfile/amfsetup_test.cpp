@@ -139,7 +139,7 @@ TEST_F(AmfSetupTest, AnOddPictureIsEncodedAtTheNextEvenSize)
 
 TEST_F(AmfSetupTest, TheNumberOfFramesThatWasAnnouncedHasNoMeaning)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiSequenceCount = 2;
     const OutputPtr pFile = MakeFile();
     ASSERT_EQ(Announce(*pFile, &attributes), QM_OK);
@@ -250,7 +250,7 @@ TEST_F(AmfSetupTest, IntoAPathThatCannotBeOpenedFramesGoUntilTheInputIsFull)
     std::filesystem::create_directory(folder);
     {
         const OutputPtr pFile = MakeFile((folder / "missing" / "file.mp4").wstring());
-        const SQmImageAttributes attributes = Attributes(64, 48);
+        const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
         Announce(*pFile, &attributes);
         WriteFrames(*pFile, 4);
         EXPECT_EQ(m_clock.GetPassedMs(), 0U);
@@ -269,7 +269,7 @@ TEST_F(AmfSetupTest, AnObjectWithoutAPathEncodesIntoNothing)
 {
     const OutputPtr pFile(new OpenOutputFile(m_pFormat));
     pFile->AddRef();
-    const SQmImageAttributes attributes = Attributes(64, 48);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     Announce(*pFile, &attributes);
     WriteFrames(*pFile, 5);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);

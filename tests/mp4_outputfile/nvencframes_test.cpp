@@ -121,7 +121,7 @@ TEST_F(NvencFramesTest, NothingIsReadPastThePictureThatTheHostDescribed)
 
 TEST_F(NvencFramesTest, APictureThatWasRefusedIsReadAtThePitchOfItsOwnWidth)
 {
-    SQmImageAttributes attributes = Attributes(5, 3);
+    SQmImageAttributes attributes = test_support::PictureAttributes(5, 3);
     attributes.m_uiComponents = 4;
     const OutputPtr pFile = MakeFile();
     ASSERT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
@@ -134,7 +134,7 @@ TEST_F(NvencFramesTest, APictureThatWasRefusedIsReadAtThePitchOfItsOwnWidth)
 // A third of the bytes that 24-bit pixels take, and nothing after them may be read.
 TEST_F(NvencFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiComponents = 1;
     const OutputPtr pFile = MakeFile();
     ASSERT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
@@ -153,10 +153,10 @@ TEST_F(NvencFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGoodFr
         const OutputPtr pFile = MakeFile(64, 48);
         WriteFrames(*pFile, 5);
         m_vPixels.assign(std::size_t{128} * 3 * 128, 0);
-        const SQmImageAttributes other = Attributes(uiOther, uiOther);
+        const SQmImageAttributes other = test_support::PictureAttributes(uiOther, uiOther);
         ASSERT_EQ(Announce(*pFile, &other), QM_OK);
         EXPECT_EQ(WriteAt(*pFile, 50.0), QM_ERR_FAIL);
-        const SQmImageAttributes former = Attributes(64, 48);
+        const SQmImageAttributes former = test_support::PictureAttributes(64, 48);
         ASSERT_EQ(Announce(*pFile, &former), QM_OK);
         EXPECT_EQ(WriteAt(*pFile, 60.0), QM_ERR_FAIL);
         ASSERT_EQ(Announce(*pFile, &other), QM_OK);
@@ -237,7 +237,7 @@ TEST_F(NvencFramesTest, TheFirstThreeFramesYieldNoPacketSoThatSamplesLagBehindTi
 {
     OpenNvencWriter writer;
     ASSERT_EQ(writer.OpenAt(WidePath(m_target)), S_OK);
-    const SQmImageAttributes attributes = Attributes(64, 48);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     SFrameTimes times;
     std::vector<std::size_t> vSamples;
     for (std::uint32_t ui = 0; ui < 6; ++ui)

@@ -113,7 +113,7 @@ TEST_F(NvencSetupTest, AnOddPictureGetsADeviceAndAnEncoderOfTheNextEvenSize)
 
 TEST_F(NvencSetupTest, AHostThatGoesOnAfterARefusalWritesWithTheSizeAsItStands)
 {
-    SQmImageAttributes attributes = Attributes(5, 3);
+    SQmImageAttributes attributes = test_support::PictureAttributes(5, 3);
     attributes.m_uiBitsInMemory = 16;
     const OutputPtr pFile = MakeFile();
     ASSERT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
@@ -310,7 +310,7 @@ TEST_F(NvencSetupTest, APathThatCantBeOpenedIsNoFailureAndNothingIsWritten)
     std::filesystem::create_directory(folder);
     {
         const OutputPtr pFile = MakeFile((folder / "missing" / "file.mp4").wstring());
-        const SQmImageAttributes attributes = Attributes(64, 48);
+        const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
         Announce(*pFile, &attributes);
         WriteFrames(*pFile, 6);
         EXPECT_EQ(pFile->CloseOutput(), QM_OK);
@@ -324,7 +324,7 @@ TEST_F(NvencSetupTest, AnObjectWithoutAPathEncodesIntoNothing)
     auto* const pFile = new OpenOutputFile(m_pFormat);
     const OutputPtr pOwner(pFile);
     pFile->AddRef();
-    const SQmImageAttributes attributes = Attributes(64, 48);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     Announce(*pFile, &attributes);
     WriteFrames(*pFile, 6);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);

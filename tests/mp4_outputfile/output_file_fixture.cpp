@@ -68,20 +68,9 @@ OutputPtr OutputObjectTest::MakeFile(const std::wstring& wszPath)
 OutputPtr OutputObjectTest::MakeFile(std::uint32_t uiWidth, std::uint32_t uiHeight)
 {
     OutputPtr pFile = MakeFile();
-    const SQmImageAttributes attributes = Attributes(uiWidth, uiHeight);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(uiWidth, uiHeight);
     EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
     return pFile;
-}
-
-SQmImageAttributes OutputObjectTest::Attributes(std::uint32_t uiWidth, std::uint32_t uiHeight)
-{
-    SQmImageAttributes attributes;
-    attributes.m_uiWidth = uiWidth;
-    attributes.m_uiHeight = uiHeight;
-    attributes.m_uiComponents = 3;
-    attributes.m_uiBitsInMemory = 8;
-    attributes.m_uiBitsSignificant = 8;
-    return attributes;
 }
 
 QmStatus OutputObjectTest::Announce(OpenOutputFile& file, const SQmImageAttributes* pAttributes)

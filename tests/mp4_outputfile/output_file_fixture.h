@@ -15,6 +15,7 @@
 #include "mp4filesimpl/mp4inputfile.h"
 #include "muxer/muxing.h"
 #include "support/muxed_file.h"
+#include "support/picture_attributes.h"
 
 // A format object whose answers about codecs can be changed, and that records what it is asked.
 class CScriptedFormat : public CQmImageFormatMP4
@@ -87,7 +88,6 @@ protected:
     // With 24-bit pictures of that size announced.
     OutputPtr MakeFile(std::uint32_t uiWidth, std::uint32_t uiHeight);
 
-    static SQmImageAttributes Attributes(std::uint32_t uiWidth, std::uint32_t uiHeight);
     // SetImageAttributes, whose reference on the format object is counted as lost.
     QmStatus Announce(OpenOutputFile& file, const SQmImageAttributes* pAttributes);
     // A frame of m_vPixels.

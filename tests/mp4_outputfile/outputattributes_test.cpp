@@ -9,7 +9,7 @@ protected:
     // Announces a picture, and holds the bytes of the source's rows against the number.
     void ExpectSourceRow(std::uint8_t uiBits, std::uint32_t uiWidth, std::uint32_t uiComponents, std::uint32_t uiBytes)
     {
-        SQmImageAttributes attributes = Attributes(uiWidth, 4);
+        SQmImageAttributes attributes = test_support::PictureAttributes(uiWidth, 4);
         attributes.m_uiBitsInMemory = uiBits;
         attributes.m_uiComponents = uiComponents;
         attributes.m_uiWidthBytes = 77777;
@@ -61,7 +61,7 @@ TEST_F(OutputAttributesTest, RowsOfRefusedPicturesAreRoundedUpTheSameWay)
 
 TEST_F(OutputAttributesTest, AnOddPictureIsEncodedAtTheNextEvenSize)
 {
-    SQmImageAttributes attributes = Attributes(5, 3);
+    SQmImageAttributes attributes = test_support::PictureAttributes(5, 3);
     attributes.m_uiTileWidth = 7;
     attributes.m_uiTileHeight = 9;
     const OutputPtr pFile = MakeFile();
@@ -101,7 +101,7 @@ TEST_F(OutputAttributesTest, OneOddSideIsRoundedAlone)
 
 TEST_F(OutputAttributesTest, AllElseOfTheAttributesIsTakenAsItIs)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiBitsSignificant = 6;
     attributes.m_uiReservedAttr = 0x12345678;
     attributes.m_uiCompression = 9;
@@ -121,7 +121,7 @@ TEST_F(OutputAttributesTest, AllElseOfTheAttributesIsTakenAsItIs)
 
 TEST_F(OutputAttributesTest, ASequenceWithoutACountIsOpenEndedInBothCopies)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiSequenceCount = 0;
     const OutputPtr pFile = MakeFile();
     ASSERT_EQ(Announce(*pFile, &attributes), QM_OK);
@@ -144,7 +144,7 @@ TEST_F(OutputAttributesTest, PicturesOfOtherFormsAreRefusedWithTheirCopiesUnroun
     for (const SForm form :
          {SForm{16, 3}, SForm{7, 3}, SForm{0, 3}, SForm{8, 1}, SForm{8, 2}, SForm{8, 4}, SForm{8, 0}})
     {
-        SQmImageAttributes attributes = Attributes(5, 3);
+        SQmImageAttributes attributes = test_support::PictureAttributes(5, 3);
         attributes.m_uiBitsInMemory = form.m_uiBits;
         attributes.m_uiComponents = form.m_uiComponents;
         attributes.m_uiTileWidth = 7;
@@ -168,7 +168,7 @@ TEST_F(OutputAttributesTest, PicturesOfOtherFormsAreRefusedWithTheirCopiesUnroun
 
 TEST_F(OutputAttributesTest, TheSignificantBitsDoNotMatter)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiBitsSignificant = 16;
     EXPECT_EQ(Announce(*MakeFile(), &attributes), QM_OK);
 }
@@ -176,7 +176,7 @@ TEST_F(OutputAttributesTest, TheSignificantBitsDoNotMatter)
 TEST_F(OutputAttributesTest, ALaterAnnouncementReplacesTheEarlier)
 {
     const OutputPtr pFile = MakeFile(64, 48);
-    const SQmImageAttributes attributes = Attributes(31, 17);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(31, 17);
     ASSERT_EQ(Announce(*pFile, &attributes), QM_OK);
     EXPECT_EQ(pFile->m_attrSource.m_uiWidth, 31U);
     EXPECT_EQ(pFile->m_attrEncoded.m_uiWidth, 32U);
@@ -191,7 +191,7 @@ TEST_F(OutputAttributesTest, NoAttributesAreAFailure)
 TEST_F(OutputAttributesTest, EachAnnouncementLeavesOneReferenceOnTheFormat)
 {
     const OutputPtr pFile = MakeFile();
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     EXPECT_EQ(m_pFormat->CountReferences(), 2);
     EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
     EXPECT_EQ(m_pFormat->CountReferences(), 3);

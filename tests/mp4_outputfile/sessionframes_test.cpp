@@ -125,7 +125,7 @@ TEST_F(SessionFramesTest, APictureAndItsDurationAreHandedOverUnderTheirLock)
 {
     CPictureHandover handover;
     ASSERT_EQ(handover.Open(64, 48), QM_OK);
-    const SQmImageAttributes attributes = Attributes(64, 48);
+    const SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     const auto hand = [&](std::uint8_t bLevel) {
         CRawPicture picture;
         const Bytes vPixels(64 * 3 * 48, bLevel);
@@ -242,7 +242,7 @@ TEST_F(SessionFramesTest, AnEvenPictureIsReadAtThePitchOfItsOwnRows)
 // The host got -4, and goes on all the same: the size is encoded as it was given.
 TEST_F(SessionFramesTest, ARefusedPictureOfMoreBytesIsEncodedAtItsUnroundedSize)
 {
-    SQmImageAttributes attributes = Attributes(3, 2);
+    SQmImageAttributes attributes = test_support::PictureAttributes(3, 2);
     attributes.m_uiBitsInMemory = 16;
     const OutputPtr pFile = MakeFile();
     EXPECT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
@@ -256,7 +256,7 @@ TEST_F(SessionFramesTest, ARefusedPictureOfMoreBytesIsEncodedAtItsUnroundedSize)
 // A third of the bytes that 24-bit pixels take, and nothing after them may be read.
 TEST_F(SessionFramesTest, ARefusedPictureOfFewerBytesIsNotRead)
 {
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiComponents = 1;
     const OutputPtr pFile = MakeFile();
     EXPECT_EQ(Announce(*pFile, &attributes), QM_ERR_RANGE);
@@ -272,7 +272,7 @@ TEST_F(SessionFramesTest, ASizeThatIsEncodedTheSameIsNoOtherSize)
     const OutputPtr pFile = MakeFile(64, 48);
     for (const std::uint32_t uiWidth : {64U, 63U, 64U, 63U})
     {
-        const SQmImageAttributes attributes = Attributes(uiWidth, 48);
+        const SQmImageAttributes attributes = test_support::PictureAttributes(uiWidth, 48);
         EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
         EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
     }
@@ -291,12 +291,12 @@ TEST_F(SessionFramesTest, AFormAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGood
 {
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
-    SQmImageAttributes grey = Attributes(64, 48);
+    SQmImageAttributes grey = test_support::PictureAttributes(64, 48);
     grey.m_uiComponents = 1;
     EXPECT_EQ(Announce(*pFile, &grey), QM_ERR_RANGE);
     const auto pPixels = std::make_unique<std::uint8_t[]>(64 * 48);
     EXPECT_EQ(pFile->WriteNextFrame(pPixels.get()), QM_ERR_FAIL);
-    const SQmImageAttributes former = Attributes(64, 48);
+    const SQmImageAttributes former = test_support::PictureAttributes(64, 48);
     EXPECT_EQ(Announce(*pFile, &former), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
@@ -329,10 +329,10 @@ TEST_F(SessionFramesTest, ASizeAnnouncedInTheMiddleOfAFileEndsItAfterTheLastGood
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
-    const SQmImageAttributes larger = Attributes(640, 480);
+    const SQmImageAttributes larger = test_support::PictureAttributes(640, 480);
     EXPECT_EQ(Announce(*pFile, &larger), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);
-    const SQmImageAttributes former = Attributes(64, 48);
+    const SQmImageAttributes former = test_support::PictureAttributes(64, 48);
     EXPECT_EQ(Announce(*pFile, &former), QM_OK);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_ERR_FAIL);  // its time would be a wrong one
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
@@ -434,7 +434,7 @@ TEST_F(SessionFramesTest, TheGraphIsBuiltForTheFileTheSizesAndTheCodec)
 {
     m_pFormat->Choose(L"NQ");
     const OutputPtr pFile = MakeFile(L"nowhere.mp4");
-    SQmImageAttributes attributes = Attributes(5, 3);
+    SQmImageAttributes attributes = test_support::PictureAttributes(5, 3);
     attributes.m_uiSequenceCount = 7;
     EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
     const Bytes vPixels(16 * 3, 0);
@@ -447,7 +447,7 @@ TEST_F(SessionFramesTest, TheGraphIsBuiltForTheFileTheSizesAndTheCodec)
 TEST_F(SessionFramesTest, ASequenceWithoutACountEndsAtTheCloseOnly)
 {
     const OutputPtr pFile = MakeFile(64, 48);
-    SQmImageAttributes attributes = Attributes(64, 48);
+    SQmImageAttributes attributes = test_support::PictureAttributes(64, 48);
     attributes.m_uiSequenceCount = 0;
     EXPECT_EQ(Announce(*pFile, &attributes), QM_OK);
     for (int i = 0; i < 20; ++i)

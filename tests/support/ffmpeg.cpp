@@ -47,6 +47,19 @@ std::string Run(const std::string& strProgram, const std::string& strArguments, 
     return result.m_strOut;
 }
 
+std::vector<std::int64_t> Values(const std::filesystem::path& path, const std::string& strEntry)
+{
+    std::istringstream lines(RunFfprobe("-select_streams v:0 -of default=noprint_wrappers=1:nokey=1 -show_entries " +
+                                        strEntry + " " + WholeTrack(path)));
+    std::vector<std::int64_t> vValues;
+    for (std::int64_t nValue = 0; lines >> nValue;)
+    {
+        vValues.push_back(nValue);
+    }
+    if (!lines.eof()) throw std::runtime_error("no " + strEntry + " everywhere in " + path.string());
+    return vValues;
+}
+
 }  // namespace
 
 std::string RunFfmpeg(const std::string& strArguments, Complaints allowed)
@@ -118,16 +131,12 @@ std::vector<Bytes> DecodePlain(const std::filesystem::path& path, std::size_t ui
 
 std::vector<std::int64_t> PacketValues(const std::filesystem::path& path, const std::string& strEntry)
 {
-    std::istringstream lines(
-        RunFfprobe("-select_streams v:0 -of default=noprint_wrappers=1:nokey=1 -show_entries packet=" + strEntry + " " +
-                   WholeTrack(path)));
-    std::vector<std::int64_t> vValues;
-    for (std::int64_t nValue = 0; lines >> nValue;)
-    {
-        vValues.push_back(nValue);
-    }
-    if (!lines.eof()) throw std::runtime_error("a packet without " + strEntry + " in " + path.string());
-    return vValues;
+    return Values(path, "packet=" + strEntry);
+}
+
+std::vector<std::int64_t> PictureValues(const std::filesystem::path& path, const std::string& strEntry)
+{
+    return Values(path, "frame=" + strEntry);
 }
 
 std::vector<std::int64_t> FrameTimes(const std::filesystem::path& path)

@@ -28,8 +28,8 @@ std::string RunFfmpeg(const std::string& strArguments, Complaints allowed = Comp
 std::string RunFfprobe(const std::string& strArguments, Complaints allowed = Complaints::Any);
 
 // Lets ffmpeg make the file at path. strArguments are all but the path, and name no other file: the pictures and the
-// sound are ffmpeg's own. Where the environment variable QM_MADE_FILES names a folder, the file is made once for all
-// programs that use that folder, and copied from there.
+// sound are ffmpeg's own. Where the environment variable QM_MADE_FILES names a folder by its absolute path, the file is
+// made once for all programs that use that folder, and copied from there. Another ffmpeg needs another folder.
 void MakeWithFfmpeg(const std::string& strArguments, const std::filesystem::path& path);
 
 // A path as one argument.
@@ -50,6 +50,9 @@ std::vector<Bytes> DecodePlain(const std::filesystem::path& path, std::size_t ui
 
 // A value for every packet of the file's first video stream, in decoding order: "dts", "size" and so on.
 std::vector<std::int64_t> PacketValues(const std::filesystem::path& path, const std::string& strEntry);
+
+// The same for every decoded picture, in presentation order: "pkt_pos", where its packet begins in the file, and so on.
+std::vector<std::int64_t> PictureValues(const std::filesystem::path& path, const std::string& strEntry);
 
 // The times that a caller is to get for the file's frames: the running sums of the sample durations, cut to whole
 // milliseconds.

@@ -29,17 +29,6 @@ void ChooseCodec(const ModuleHost& host, const std::wstring& strCode)
     throw std::runtime_error("no such codec");
 }
 
-SQmImageAttributes PictureAttributes(std::uint32_t uiWidth, std::uint32_t uiHeight)
-{
-    SQmImageAttributes attributes{};
-    attributes.m_uiWidth = uiWidth;
-    attributes.m_uiHeight = uiHeight;
-    attributes.m_uiComponents = 3;
-    attributes.m_uiBitsInMemory = 8;
-    attributes.m_uiBitsSignificant = 8;
-    return attributes;
-}
-
 void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWidth, std::uint32_t uiHeight,
              std::uint32_t uiCount)
 {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/module_host.h"
+#include "support/picture_attributes.h"
 
 namespace test_support
 {
@@ -39,9 +40,6 @@ void SetSize(const ModuleHost& host, const OutputFile& file, std::uint32_t uiWid
 // An output object with the same set.
 OutputFile OpenForPictures(const ModuleHost& host, const std::filesystem::path& path, std::uint32_t uiWidth,
                            std::uint32_t uiHeight, std::uint32_t uiCount = 0);
-
-// Attributes of 24-bit pictures as a host fills them in.
-SQmImageAttributes PictureAttributes(std::uint32_t uiWidth, std::uint32_t uiHeight);
 
 QmStatus WriteAt(const OutputFile& file, double dTimeMs, const HostPicture& picture);
 

@@ -18,6 +18,7 @@
 #include "support/ffmpeg.h"
 #include "support/file_contents.h"
 #include "support/moved_clock.h"
+#include "support/picture_attributes.h"
 #include "support/temporary_folder.h"
 #include "system_session_fixture.h"
 #include "windows_bridge/bridge.h"
@@ -28,17 +29,6 @@ namespace
 
 using namespace system_session;
 using testing::ElementsAreArray;
-
-SQmImageAttributes HostAttributes()
-{
-    SQmImageAttributes attributes;
-    attributes.m_uiWidth = WIDTH;
-    attributes.m_uiHeight = HEIGHT;
-    attributes.m_uiComponents = 3;
-    attributes.m_uiBitsInMemory = 8;
-    attributes.m_uiBitsSignificant = 8;
-    return attributes;
-}
 
 // A file of the module's writer, whose sink is the test's. The writer's clock stands still, so it doesn't stop a slow
 // session. When the test has waited for longer than LIMIT_MS the clock is moved, and the writer ends the session.
@@ -58,8 +48,10 @@ public:
             }
         });
     }
+    // A test that ends early leaves its file open. The alarm must still be there when the writer waits for its session.
     ~CEncodedFile()
     {
+        if (m_bOpen) Close();
         m_bDone = true;
         SetEvent(m_hPicture);
         m_alarm.join();
@@ -69,6 +61,7 @@ public:
 
     HRESULT Open(const wchar_t* pwszCode)
     {
+        m_bOpen = true;
         return m_writer.Open({m_strPath, WIDTH, HEIGHT, WIDTH, HEIGHT, UNKNOWN_FRAME_COUNT, pwszCode});
     }
     bool Write(unsigned uiNumber, double dTime)
@@ -78,12 +71,13 @@ public:
         ApplyFrameTimeRule(m_times);
         m_times.m_dPrevElapsed = m_times.m_dElapsed;
         const Bytes vPixels = HostPixels(uiNumber);
-        const SQmImageAttributes attributes = HostAttributes();
+        const SQmImageAttributes attributes = test_support::PictureAttributes(WIDTH, HEIGHT);
         return m_writer.WriteFrame(uiNumber, {vPixels.data(), attributes, attributes}, m_times) == EPictureFate::Taken;
     }
     void Close()
     {
         SetEvent(m_hPicture);
+        m_bOpen = false;
         m_writer.Close(m_times);
     }
 
@@ -96,6 +90,7 @@ private:
     const CQmStringW m_strPath{(m_folder / "target.mp4").wstring().c_str()};
     CMediaFoundationWriter m_writer;
     SFrameTimes m_times;
+    bool m_bOpen = false;
     const HANDLE m_hPicture = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::atomic<bool> m_bDone{false};
     std::thread m_alarm;
@@ -142,6 +137,14 @@ TEST_F(EncodingSession, WinesEncoderForgetsItsInputTypeAndMovesTheTimes)
     EXPECT_EQ(FillGaps().m_hnsLate, windows_bridge::IsWine() ? THOUSAND_HOURS : 0);
 }
 
+// Where an access unit begins in the stream, and its times.
+struct SUnit
+{
+    std::int64_t m_nPosition;
+    LONGLONG m_hnsTime;
+    LONGLONG m_hnsDuration;
+};
+
 // One access unit for each picture, at its time, also where B pictures change the order; and each is that picture.
 TEST_F(EncodingSession, EachPictureIsEncodedOnceAtItsTime)
 {
@@ -151,21 +154,30 @@ TEST_F(EncodingSession, EachPictureIsEncodedOnceAtItsTime)
         ASSERT_TRUE(file.Write(static_cast<unsigned>(ui), g_vTimes[ui])) << ui;
     file.Close();
 
-    std::vector<SSinkSample> vUnits = file.m_sink->GetSamples();
     const std::filesystem::path path = file.m_folder / "stream.h264";
     Bytes vStream;
-    for (const SSinkSample& unit : vUnits)
-        vStream.insert(vStream.end(), unit.m_vBytes.begin(), unit.m_vBytes.end());
-    const auto isEarlier = [](const SSinkSample& a, const SSinkSample& b) { return a.m_hnsTime < b.m_hnsTime; };
+    std::vector<SUnit> vUnits;
+    for (const SSinkSample& sample : file.m_sink->GetSamples())
+    {
+        vUnits.push_back({static_cast<std::int64_t>(vStream.size()), sample.m_hnsTime, sample.m_hnsDuration});
+        vStream.insert(vStream.end(), sample.m_vBytes.begin(), sample.m_vBytes.end());
+    }
+    const auto isEarlier = [](const SUnit& a, const SUnit& b) { return a.m_hnsTime < b.m_hnsTime; };
     const bool bReordered = !std::is_sorted(vUnits.begin(), vUnits.end(), isEarlier);
     EXPECT_TRUE(bReordered || !windows_bridge::IsWine()) << "this shows nothing of B pictures";
     std::sort(vUnits.begin(), vUnits.end(), isEarlier);
     Texts vTexts;
-    for (const SSinkSample& unit : vUnits)
+    std::vector<std::int64_t> vPositions;
+    for (const SUnit& unit : vUnits)
+    {
         vTexts.push_back("sample " + std::to_string(unit.m_hnsTime) + "+" + std::to_string(unit.m_hnsDuration));
+        vPositions.push_back(unit.m_nPosition);
+    }
     EXPECT_THAT(vTexts, ElementsAreArray(SampleTexts(g_vTimes)));
 
     test_support::WriteBytes(path, vStream);
+    EXPECT_THAT(test_support::PictureValues(path, "pkt_pos"), ElementsAreArray(vPositions))
+        << "a unit's time isn't that of its picture";
     std::vector<int> vNumbers;
     for (const Bytes& vPicture : test_support::DecodePlain(path, WIDTH, HEIGHT))
         vNumbers.push_back(ReadNumber(vPicture, 1));

@@ -139,6 +139,7 @@ HRESULT FindEncoderGaps(IMFTransform* pEncoder, SEncoderGaps* pGaps)
 void FillEncoderGaps(IMFTransform* pEncoder, const SEncoderGaps& gaps)
 {
     using test_support::SlotOf;
+    if (g_pfnSetOutputType != nullptr || g_pfnProcessOutput != nullptr) return;
     if (gaps.m_bForgetsInputType)
         ReplaceOperation(pEncoder, SlotOf(&IMFTransform::SetOutputType), &SetOutputTypeOnly, &g_pfnSetOutputType);
     g_hnsLate = gaps.m_hnsLate;
