@@ -21,7 +21,8 @@ TEST_F(SessionEndsTest, PicturesAndEventsStandBeforeTheGraphIsBuilt)
         EXPECT_EQ(handover.m_picHandover.m_uiComponents, 2U);
         EXPECT_NE(handover.m_picHandover.m_pData, nullptr);
         EXPECT_EQ(handover.m_nEndOfStream, 0U);
-        for (const HANDLE hEvent : {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted})
+        for (const HANDLE hEvent :
+             {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSourceStarted, handover.m_hSessionStarted})
         {
             EXPECT_FALSE(IsSet(hEvent));
             EXPECT_TRUE(SetEvent(hEvent));
@@ -102,9 +103,11 @@ TEST_F(SessionEndsTest, ASetUpThatIsTriedAgainClosesItsEvents)
 {
     CPictureHandover handover;
     ASSERT_EQ(handover.Open(64, 48), QM_OK);
-    const HANDLE ahOld[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted};
+    const HANDLE ahOld[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSourceStarted,
+                            handover.m_hSessionStarted};
     ASSERT_EQ(handover.Open(64, 48), QM_OK);
-    const HANDLE ahNew[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSessionStarted};
+    const HANDLE ahNew[] = {handover.m_hFrameReady, handover.m_hFrameTaken, handover.m_hSourceStarted,
+                            handover.m_hSessionStarted};
     for (const HANDLE hOld : ahOld)
     {
         const bool bUsedAgain = std::find(std::begin(ahNew), std::end(ahNew), hOld) != std::end(ahNew);
@@ -223,6 +226,27 @@ TEST_F(SessionEndsTest, ASourceThatWaitsAfterTheLastFrameIsWokenOnceMore)
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
     EXPECT_EQ(CountCalls("Join for ever"), 0);
+}
+
+// A session may wait for the last picture before it reports its start.
+TEST_F(SessionEndsTest, ACloseWaitsForTheSourcesStartAndNotForTheSessionsReport)
+{
+    m_record.m_script.m_nReportsFrom = INT_MAX;
+    m_record.m_script.m_bStartsSilently = true;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
+    EXPECT_EQ(m_record.m_nStartsMissed, 0);
+}
+
+TEST_F(SessionEndsTest, ASourceThatNeverStartsIsGivenTheLastFrameAfterItsLimit)
+{
+    m_record.m_script.m_nReportsFrom = INT_MAX;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_EQ(m_record.m_nStartsMissed, 1);
 }
 
 TEST_F(SessionEndsTest, AnEndedSessionsFileIsFinishedBeforeItIsShutDown)

@@ -32,7 +32,7 @@ bool IsIdle(bool bForThread)
     const std::lock_guard lock(g_mtxSession);
     return g_pSession != nullptr && (bForThread ? g_pSession->NeverEnds() : g_pSession->StandsStill());
 }
-// Until the session has reported its start, or doesn't report it. Isn't noted: its time is the writer thread's.
+// Until the source has started, or the session doesn't start it. Isn't noted: its time is the writer thread's.
 DWORD AwaitStart(const HANDLE* phAny)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -43,6 +43,7 @@ DWORD AwaitStart(const HANDLE* phAny)
             return g_pSession != nullptr && g_pSession->HasReported();
         }();
         const DWORD dwResult = WaitForMultipleObjects(2, phAny, FALSE, 1);
+        if (dwResult == WAIT_TIMEOUT && bSilent) ++g_pRecord->m_nStartsMissed;
         if (dwResult != WAIT_TIMEOUT || bSilent) return dwResult;
         if (std::chrono::steady_clock::now() > end)
         {
@@ -66,7 +67,7 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
 {
     if (!g_pRecord->IsHostThread()) return WaitForMultipleObjects(dwCount, phAny, FALSE, dwLimit);
 
-    if (phAny[0] == g_pRecord->m_pHandover->m_hSessionStarted) return AwaitStart(phAny);
+    if (phAny[0] == g_pRecord->m_pHandover->m_hSourceStarted) return AwaitStart(phAny);
     const bool bForThread = dwCount == 1;
     const std::string strCall = (bForThread ? "Join " : "Await ") + LimitOf(dwLimit);
     if (dwLimit == LOOK_EVERY_MS)
@@ -252,7 +253,9 @@ STDMETHODIMP WritingSession::Start(const GUID* pguidTimeFormat, const PROPVARIAN
     m_bActive = true;
     m_nTakenSinceStart = 0;
     const SWritingScript& script = m_record.m_script;
-    if (nStart >= script.m_nReportsFrom && nStart < script.m_nReportsUntil) m_events.Add(MESessionStarted, S_OK);
+    const bool bReports = nStart >= script.m_nReportsFrom && nStart < script.m_nReportsUntil;
+    if (bReports || script.m_bStartsSilently) SetEvent(m_handover.m_hSourceStarted);
+    if (bReports) m_events.Add(MESessionStarted, S_OK);
     if (script.m_bTakesInStart) ServeSource();
     return S_OK;
 }

@@ -43,6 +43,7 @@ public:
             while (!m_bDone)
             {
                 if (WaitForSingleObject(m_hPicture, LIMIT_MS) == WAIT_OBJECT_0) continue;
+                m_bStalled = true;
                 while (!m_bDone && WaitForSingleObject(m_hPicture, 50) == WAIT_TIMEOUT)
                     test_support::MoveClock(20000);
             }
@@ -79,6 +80,7 @@ public:
         SetEvent(m_hPicture);
         m_bOpen = false;
         m_writer.Close(m_times);
+        EXPECT_FALSE(m_bStalled) << "the session waited for something that didn't come";
     }
 
     TOwned<CRecordingSink> m_sink;
@@ -93,6 +95,7 @@ private:
     bool m_bOpen = false;
     const HANDLE m_hPicture = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::atomic<bool> m_bDone{false};
+    std::atomic<bool> m_bStalled{false};
     std::thread m_alarm;
 };
 CRecordingSink* CEncodedFile::g_pSink = nullptr;
@@ -182,6 +185,16 @@ TEST_F(EncodingSession, EachPictureIsEncodedOnceAtItsTime)
     for (const Bytes& vPicture : test_support::DecodePlain(path, WIDTH, HEIGHT))
         vNumbers.push_back(ReadNumber(vPicture, 1));
     EXPECT_THAT(vNumbers, ElementsAreArray(NumbersUpTo(g_vTimes.size())));
+}
+
+// Its session waits for the picture from the start on.
+TEST_F(EncodingSession, AFileOfOnePictureIsClosedAtOnce)
+{
+    CEncodedFile file;
+    ASSERT_EQ(file.Open(L"HQ"), S_OK);
+    ASSERT_TRUE(file.Write(1, 0.0));
+    file.Close();
+    EXPECT_EQ(file.m_sink->GetSamples().size(), 1U);
 }
 
 // Each for the first time: a session may ask a source for more than there is, and shuts a sink down once more.

@@ -190,6 +190,7 @@ void CMediaFoundationWriter::StopSession()
     SWriteGraph graph = ShareGraph();
     if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
     ReleaseWriteGraph(graph);
+    ResetEvent(m_pHandover->m_hSourceStarted);
     ResetEvent(m_pHandover->m_hSessionStarted);
 }
 
@@ -207,10 +208,12 @@ void CMediaFoundationWriter::Close(const SFrameTimes& /*times*/)
 }
 
 // A stream that is at its end already when it is started reports its end before its last picture, and the session takes
-// no picture after that. So the end is announced to a session that has started.
+// no picture after that. So the end is announced to a source that has started. The session's own report of its start is
+// of no use here: a session may give it only after the source has served the requests, and one of them waits for the
+// last picture.
 void CMediaFoundationWriter::AwaitStart()
 {
-    const HANDLE ahAny[] = {m_pHandover->m_hSessionStarted, m_hWriterThread};
+    const HANDLE ahAny[] = {m_pHandover->m_hSourceStarted, m_hWriterThread};
     AwaitAny(ahAny, std::size(ahAny), g_uiLongestLimit);
 }
 

@@ -37,7 +37,7 @@ QmStatus CPictureHandover::Open(std::uint32_t uiWidth, std::uint32_t uiHeight)
     }
 
     CloseEvents();
-    for (HANDLE* pEvent : {&m_hFrameReady, &m_hFrameTaken, &m_hSessionStarted})
+    for (HANDLE* pEvent : {&m_hFrameReady, &m_hFrameTaken, &m_hSourceStarted, &m_hSessionStarted})
     {
         *pEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         if (*pEvent == nullptr) return QM_ERR_FAIL;
@@ -58,7 +58,7 @@ void CPictureHandover::Close()
 
 void CPictureHandover::CloseEvents()
 {
-    for (HANDLE* pEvent : {&m_hFrameReady, &m_hFrameTaken, &m_hSessionStarted})
+    for (HANDLE* pEvent : {&m_hFrameReady, &m_hFrameTaken, &m_hSourceStarted, &m_hSessionStarted})
     {
         if (*pEvent != nullptr) CloseHandle(*pEvent);
         *pEvent = nullptr;

@@ -45,6 +45,7 @@ public:
 
     HANDLE m_hFrameReady = nullptr;  // manual-reset events
     HANDLE m_hFrameTaken = nullptr;
+    HANDLE m_hSourceStarted = nullptr;   // the source sets it whenever it has been started
     HANDLE m_hSessionStarted = nullptr;  // not for the source: set whenever the session reports that it has started
     CRITICAL_SECTION m_csPicture;        // guards m_picHandover and m_dSampleTime
     SQmPicBuf m_picHandover;             // 8 bits, 2 components

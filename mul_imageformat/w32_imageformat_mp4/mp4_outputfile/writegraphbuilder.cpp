@@ -28,10 +28,11 @@ HRESULT MakeSource(const SEncoderSettings& settings, CPictureHandover& handover,
     HRESULT hr = CreateVideoSource(IID_IMFMediaSource, reinterpret_cast<void**>(ppSource));
     if (SUCCEEDED(hr))
     {
-        hr = static_cast<VideoSource*>(*ppSource)->Configure(
-            settings.m_uiWidth, settings.m_uiHeight, &handover.m_hFrameReady, &handover.m_hFrameTaken,
-            &handover.m_csPicture, handover.m_picHandover.m_pData, &handover.m_nEndOfStream, settings.m_uiSequenceCount,
-            &handover.m_dSampleTime);
+        auto* const pSource = static_cast<VideoSource*>(*ppSource);
+        hr = pSource->Configure(settings.m_uiWidth, settings.m_uiHeight, &handover.m_hFrameReady,
+                                &handover.m_hFrameTaken, &handover.m_csPicture, handover.m_picHandover.m_pData,
+                                &handover.m_nEndOfStream, settings.m_uiSequenceCount, &handover.m_dSampleTime);
+        pSource->ReportStarts(&handover.m_hSourceStarted);
     }
     return hr;
 }

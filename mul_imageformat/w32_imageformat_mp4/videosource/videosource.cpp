@@ -75,6 +75,12 @@ HRESULT VideoSource::Configure(std::uint32_t nWidth, std::uint32_t nHeight, cons
     return S_OK;
 }
 
+void VideoSource::ReportStarts(const HANDLE* phStarted)
+{
+    const CSectionLock lock(m_cs.Get());
+    m_phStarted = phStarted;
+}
+
 STDMETHODIMP VideoSource::QueryInterface(REFIID riid, void** ppObject)
 {
     static const QITAB aInterfaces[] = {
@@ -180,6 +186,7 @@ STDMETHODIMP VideoSource::Start(IMFPresentationDescriptor* pDescriptor, const GU
         if (FAILED(hr)) return ReportFailure(hr, varTime);
     }
     m_eState = STATE_STARTED;
+    if (m_phStarted != nullptr) SetEvent(*m_phStarted);
     return S_OK;
 }
 

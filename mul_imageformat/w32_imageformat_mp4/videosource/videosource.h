@@ -42,6 +42,9 @@ public:
                       const HANDLE* phFrameTaken, CRITICAL_SECTION* pPictureLock, const BYTE* pPictureBits,
                       const std::atomic<std::uint32_t>* pbEndOfInput, std::uint32_t nFrameCount,
                       const double* pSampleDuration);
+    // From now on each Start that succeeds sets the event *phStarted: pictures can be requested. Called before the
+    // source is started.
+    void ReportStarts(const HANDLE* phStarted);
     // Valid after Configure, as long as the source exists.
     const VIDEOINFOHEADER2& GetVideoInfo() const { return m_videoInfo; }
 
@@ -82,6 +85,7 @@ protected:
 
     const HANDLE* m_phFrameReady = nullptr;
     const HANDLE* m_phFrameTaken = nullptr;
+    const HANDLE* m_phStarted = nullptr;
     const double* m_pSampleDuration = nullptr;  // in milliseconds
     CRITICAL_SECTION* m_pPictureLock = nullptr;
     const BYTE* m_pPictureBits = nullptr;
