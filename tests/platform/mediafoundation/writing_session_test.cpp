@@ -420,8 +420,9 @@ TEST_F(WritingSession, ASinkThatFailsEndsItAndWhatIsWrittenCanBeFinished)
     StartAndAwait();
     constexpr HRESULT FULL = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
     MediaWriteScript_FailCall(MediaWriteCall::WriteSample, 3, FULL);
+    Give(0, 29);
     m_source->End();
-    Give(0, 30);
+    Give(29, 30);
     EXPECT_THAT(RestOfSession(), ElementsAre(Event{1, FULL}, Event{107, FULL}));
     EXPECT_EQ(Finalize(m_sink.Get()), S_OK);
     EXPECT_EQ(ProbedTimes(m_path).size(), 2U);
