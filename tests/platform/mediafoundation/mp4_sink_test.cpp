@@ -109,7 +109,7 @@ protected:
         ASSERT_EQ(times.size(), durations.size());
         const auto sums = test_support::ListTimesMs(test_support::ReadBytes(m_path));
         ASSERT_EQ(sums.size(), durations.size());
-        const auto decoded = test_support::DecodePlain(m_path, "-pix_fmt yuv420p -enc_time_base -1",
+        const auto decoded = test_support::DecodePlain(m_path, "-pix_fmt yuv420p -enc_time_base 1/30000",
                                                        std::size_t{WIDTH} * HEIGHT * 3 / 2, allowed);
         ASSERT_EQ(decoded.size(), durations.size());
         std::int64_t nSum = 0;
