@@ -237,7 +237,7 @@ TEST_F(SessionEndsTest, ACloseWaitsForTheSourcesStartAndNotForTheSessionsReport)
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
     EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
-    EXPECT_EQ(m_record.m_nStartsMissed, 0);
+    EXPECT_THAT(m_record.m_vMissedStarts, IsEmpty());
 }
 
 TEST_F(SessionEndsTest, ASourceThatNeverStartsIsGivenTheLastFrameAfterItsLimit)
@@ -246,7 +246,21 @@ TEST_F(SessionEndsTest, ASourceThatNeverStartsIsGivenTheLastFrameAfterItsLimit)
     const OutputPtr pFile = MakeFile(64, 48);
     EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
     EXPECT_EQ(pFile->CloseOutput(), QM_OK);
-    EXPECT_EQ(m_record.m_nStartsMissed, 1);
+    EXPECT_THAT(TakenLevels(), ElementsAre(m_bBlack));
+    EXPECT_THAT(m_record.m_vMissedStarts, ElementsAre(20000U));
+}
+
+TEST_F(SessionEndsTest, AStartBeforeARestartDoesNotCount)
+{
+    m_record.m_script.m_nReportsUntil = 1;
+    m_record.m_script.m_nTakesFrom = 1;
+    const OutputPtr pFile = MakeFile(64, 48);
+    EXPECT_EQ(WriteGrey(*pFile, 0), QM_OK);
+    WaitForStart();
+    EXPECT_EQ(WriteGrey(*pFile, 255), QM_OK);
+    EXPECT_EQ(CountCalls("Start"), 2);
+    EXPECT_EQ(pFile->CloseOutput(), QM_OK);
+    EXPECT_THAT(m_record.m_vMissedStarts, ElementsAre(20000U));
 }
 
 TEST_F(SessionEndsTest, AnEndedSessionsFileIsFinishedBeforeItIsShutDown)

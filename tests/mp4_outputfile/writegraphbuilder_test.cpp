@@ -37,6 +37,7 @@ public:
     using CMediaFoundationWriter::IsRunning;
 
     IMFTransform* GetEncoder() { return m_graph.m_pEncoderTransform; }
+    bool AwaitSourceStart() { return WaitForSingleObject(m_pHandover->m_hSourceStarted, 60000) == WAIT_OBJECT_0; }
 
     bool HasNothing() const
     {
@@ -150,6 +151,13 @@ std::vector<std::uint32_t> SettingsUnder(COpenWriter& writer, const CQmStringW& 
 }
 
 // Main instead of High, and neither speed nor threads are asked for: the encoder keeps its own.
+TEST_F(WriteGraphBuilder, TheWriterLearnsOfTheStartOfItsSource)
+{
+    COpenWriter writer;
+    ASSERT_EQ(Open(writer), S_OK);
+    EXPECT_TRUE(writer.AwaitSourceStart());
+}
+
 TEST_F(WriteGraphBuilder, BeforeVersion62TheProfileFallsAndTheEncoderKeepsItsSpeed)
 {
     COpenWriter today;

@@ -33,7 +33,7 @@ bool IsIdle(bool bForThread)
     return g_pSession != nullptr && (bForThread ? g_pSession->NeverEnds() : g_pSession->StandsStill());
 }
 // Until the source has started, or the session doesn't start it. Isn't noted: its time is the writer thread's.
-DWORD AwaitStart(const HANDLE* phAny)
+DWORD AwaitStart(const HANDLE* phAny, DWORD dwLimit)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     for (;;)
@@ -43,7 +43,7 @@ DWORD AwaitStart(const HANDLE* phAny)
             return g_pSession != nullptr && g_pSession->HasReported();
         }();
         const DWORD dwResult = WaitForMultipleObjects(2, phAny, FALSE, 1);
-        if (dwResult == WAIT_TIMEOUT && bSilent) ++g_pRecord->m_nStartsMissed;
+        if (dwResult == WAIT_TIMEOUT && bSilent) g_pRecord->m_vMissedStarts.push_back(dwLimit);
         if (dwResult != WAIT_TIMEOUT || bSilent) return dwResult;
         if (std::chrono::steady_clock::now() > end)
         {
@@ -67,7 +67,7 @@ DWORD AwaitAny(const HANDLE* phAny, DWORD dwCount, DWORD dwLimit)
 {
     if (!g_pRecord->IsHostThread()) return WaitForMultipleObjects(dwCount, phAny, FALSE, dwLimit);
 
-    if (phAny[0] == g_pRecord->m_pHandover->m_hSourceStarted) return AwaitStart(phAny);
+    if (phAny[0] == g_pRecord->m_pHandover->m_hSourceStarted) return AwaitStart(phAny, dwLimit);
     const bool bForThread = dwCount == 1;
     const std::string strCall = (bForThread ? "Join " : "Await ") + LimitOf(dwLimit);
     if (dwLimit == LOOK_EVERY_MS)

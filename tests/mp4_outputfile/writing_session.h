@@ -30,9 +30,9 @@ struct SWritingScript
     HRESULT m_hrBuild = S_OK;    // of the graph; negative leaves it empty
     bool m_bWithSession = true;  // the graph has a session, not a source alone
     HRESULT m_hrSetTopology = S_OK;
-    int m_nReportsFrom = 0;            // number of the start, from 0, from which on it reports that it has started
+    int m_nReportsFrom = 0;  // number of the start, from 0, from which on it reports its start and its source's
     int m_nReportsUntil = INT_MAX;     // and from which on it doesn't any more
-    bool m_bStartsSilently = false;    // its source starts without such a report, too
+    bool m_bStartsSilently = false;    // its source's start is reported where its own isn't, too
     int m_nTakesFrom = 0;              // and with which it begins to take pictures
     int m_nTakesUntil = INT_MAX;       // takes so many pictures until it is started again
     int m_nTakesAtMost = INT_MAX;      // and so many in all
@@ -73,7 +73,7 @@ public:
     std::atomic<int> m_nSessions{0};                           // that live
     std::atomic<int> m_nSources{0};
     int m_nWaitsFailed = 0;
-    int m_nStartsMissed = 0;                  // waits for the start at a close that took all their time
+    std::vector<DWORD> m_vMissedStarts;       // the limits of waits for the source's start that ended at them
     SGraphSettings m_settings;                // of the newest graph
     CPictureHandover* m_pHandover = nullptr;  // of the newest graph
 

@@ -80,7 +80,7 @@ public:
         SetEvent(m_hPicture);
         m_bOpen = false;
         m_writer.Close(m_times);
-        EXPECT_FALSE(m_bStalled) << "the session waited for something that didn't come";
+        EXPECT_FALSE(m_bStalled) << "a wait took longer than " << LIMIT_MS << " ms";
     }
 
     TOwned<CRecordingSink> m_sink;

@@ -119,30 +119,33 @@ TEST_F(SourceEvents, AStartThatIsRefusedReportsNothing)
     EXPECT_EQ(Source().Pause(), HRESULT{MF_E_INVALID_STATE_TRANSITION});
 }
 
-TEST_F(SourceEvents, EachStartThatSucceedsSetsTheOwnersEvent)
+TEST_F(SourceEvents, TheOwnersEventIsSetAsLongAsTheSourceIsStarted)
 {
     Make();
     HANDLE hStarted = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    const auto wasSet = [&hStarted] {
-        const bool bSet = WaitForSingleObject(hStarted, 0) == WAIT_OBJECT_0;
-        ResetEvent(hStarted);
-        return bSet;
-    };
+    const auto isSet = [&hStarted] { return WaitForSingleObject(hStarted, 0) == WAIT_OBJECT_0; };
     Source().ReportStarts(&hStarted);
-    EXPECT_FALSE(wasSet());
     PROPVARIANT varPosition;
     PropVariantInit(&varPosition);
     EXPECT_EQ(Source().Start(nullptr, nullptr, &varPosition), HRESULT{E_INVALIDARG});
-    EXPECT_FALSE(wasSet());
+    EXPECT_FALSE(isSet());
     ASSERT_EQ(Start(), S_OK);
-    EXPECT_TRUE(wasSet());
+    EXPECT_TRUE(isSet());
     ASSERT_EQ(Source().Stop(), S_OK);
-    EXPECT_FALSE(wasSet());
+    EXPECT_FALSE(isSet());
     ASSERT_EQ(StartAt(40), S_OK);
-    EXPECT_TRUE(wasSet());
+    EXPECT_TRUE(isSet());
+    ASSERT_EQ(Source().Pause(), S_OK);
+    ResetEvent(hStarted);
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_TRUE(isSet());
+    ResetEvent(hStarted);
+    ASSERT_EQ(StartAt(80), S_OK);
+    EXPECT_TRUE(isSet());
+    ResetEvent(hStarted);
     Source().Shutdown();
     EXPECT_EQ(StartAt(40), HRESULT{MF_E_SHUTDOWN});
-    EXPECT_FALSE(wasSet());
+    EXPECT_FALSE(isSet());
     CloseHandle(hStarted);
 }
 

@@ -47,11 +47,16 @@ TEST_F(SourceFailures, AStartThatTheSourceCanNotReportFails)
 TEST_F(SourceFailures, AStartThatTheStreamCanNotReportIsAnErrorOfTheSource)
 {
     Make();
+    const HANDLE hStarted = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    Source().ReportStarts(&hStarted);
     Refuse("stream 202", g_hrRefused);
     EXPECT_EQ(StartAt(40), g_hrRefused);
+    EXPECT_EQ(WaitForSingleObject(hStarted, 0), DWORD{WAIT_TIMEOUT}) << "the owner takes it for started";
     EXPECT_THAT(CEventRecord::Take(),
                 ElementsAre("source 205 stream", "source 201 at 40", "source 1 failed 80004004 at 40"));
     EXPECT_EQ(Source().Pause(), HRESULT{MF_E_INVALID_STATE_TRANSITION});
+    Source().Shutdown();
+    CloseHandle(hStarted);
 }
 
 TEST_F(SourceFailures, ASeekThatTheStreamCanNotReportKeepsQueuedSamples)

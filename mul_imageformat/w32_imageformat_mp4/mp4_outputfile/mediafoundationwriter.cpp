@@ -190,7 +190,7 @@ void CMediaFoundationWriter::StopSession()
     SWriteGraph graph = ShareGraph();
     if (graph.m_pSession != nullptr) graph.m_pSession->Stop();
     ReleaseWriteGraph(graph);
-    ResetEvent(m_pHandover->m_hSourceStarted);
+    ResetEvent(m_pHandover->m_hSourceStarted);  // the source does it too, but maybe later
     ResetEvent(m_pHandover->m_hSessionStarted);
 }
 
@@ -208,9 +208,9 @@ void CMediaFoundationWriter::Close(const SFrameTimes& /*times*/)
 }
 
 // A stream that is at its end already when it is started reports its end before its last picture, and the session takes
-// no picture after that. So the end is announced to a source that has started. The session's own report of its start is
-// of no use here: a session may give it only after the source has served the requests, and one of them waits for the
-// last picture.
+// no picture after that. So the end is announced to a source that has started. The session's own report of its start
+// isn't waited for: a session may give it only after the source has served its first requests, and one of them may wait
+// for the last picture. After a restart the source may be late for the same reason. Then the wait takes its limit.
 void CMediaFoundationWriter::AwaitStart()
 {
     const HANDLE ahAny[] = {m_pHandover->m_hSourceStarted, m_hWriterThread};

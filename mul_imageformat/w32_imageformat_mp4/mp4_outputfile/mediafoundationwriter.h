@@ -39,8 +39,9 @@ public:
     // shows at the next one.
     EPictureFate WriteFrame(std::uint32_t uiIndex, const SHostPicture& picture, const SFrameTimes& times) override;
 
-    // Gives the newest picture to the session, waits until it has finished the file, and releases everything. A session
-    // that hasn't started yet gets up to 20 seconds for it first. A session that doesn't fetch the picture, or doesn't end, is shut down when the file hasn't grown for ten minutes.
+    // Gives the newest picture to the session, waits until it has finished the file, and releases everything. A source
+    // that hasn't been started yet gets up to 20 seconds for it first. A session that doesn't fetch the picture, or
+    // doesn't end, is shut down when the file hasn't grown for ten minutes.
     void Close(const SFrameTimes& times) override;
 
 protected:

@@ -13,10 +13,11 @@
 // before it, which the source may be copying. A frame goes over when the next one arrives, since only then its duration
 // is known.
 //
-// The source is given pointers to the public members and keeps them as long as it lives. It waits for m_hFrameReady,
-// copies m_picHandover and m_dSampleTime under m_csPicture, resets m_hFrameReady and sets m_hFrameTaken, in this order;
-// when m_nEndOfStream isn't 0 it leaves m_hFrameReady set, so that nothing waits for a frame that never comes. The
-// events may be set from any thread; all else is for the host's.
+// The source is given pointers to the public members but m_hSessionStarted, and keeps them as long as it lives. It waits
+// for m_hFrameReady, copies m_picHandover and m_dSampleTime under m_csPicture, resets m_hFrameReady and sets
+// m_hFrameTaken, in this order; when m_nEndOfStream isn't 0 it leaves m_hFrameReady set, so that nothing waits for a
+// frame that never comes. m_hSourceStarted is set as long as the source is started. The events may be set from any
+// thread; all else is for the host's.
 class CPictureHandover
 {
 public:
@@ -45,7 +46,7 @@ public:
 
     HANDLE m_hFrameReady = nullptr;  // manual-reset events
     HANDLE m_hFrameTaken = nullptr;
-    HANDLE m_hSourceStarted = nullptr;   // the source sets it whenever it has been started
+    HANDLE m_hSourceStarted = nullptr;
     HANDLE m_hSessionStarted = nullptr;  // not for the source: set whenever the session reports that it has started
     CRITICAL_SECTION m_csPicture;        // guards m_picHandover and m_dSampleTime
     SQmPicBuf m_picHandover;             // 8 bits, 2 components

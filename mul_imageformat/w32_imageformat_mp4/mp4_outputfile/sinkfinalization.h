@@ -9,6 +9,6 @@
 // way is left as it is. Failures aren't reported: the file shows what became of it.
 //
 // Returns when the sink has finished, when it refuses to begin, or when the file at pwszPath hasn't grown for ten
-// minutes: the sink is left as it is then, since its shutdown may wait for what never comes. The callback object of each finished file and its event stay allocated, since the sink may still call it
-// then.
+// minutes: the sink is left as it is then, since its shutdown may wait for what never comes. The callback object of
+// each finished file and its event stay allocated, since the sink may still call it then.
 void FinalizeSink(IMFMediaSink* pSink, const wchar_t* pwszPath);

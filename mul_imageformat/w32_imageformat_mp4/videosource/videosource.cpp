@@ -243,6 +243,7 @@ STDMETHODIMP VideoSource::Stop()
     if (m_bShutdown) return MF_E_SHUTDOWN;
     if (m_pStream == nullptr) return MF_E_INVALID_STATE_TRANSITION;
     m_eState = STATE_STOPPED;
+    if (m_phStarted != nullptr) ResetEvent(*m_phStarted);
     const CSectionLock streamLock(m_pStream->GetLock());
     m_pStream->EmptyQueue();
     HRESULT hr = m_pStream->QueueEvent(MEStreamStopped, GUID_NULL, S_OK, nullptr);

@@ -24,7 +24,7 @@ constexpr std::uint32_t UNKNOWN_FRAME_COUNT = 0xFFFFFFFF;
 HRESULT CreateVideoSource(REFIID riid, void** ppObject);
 
 // One stream of YUY2 pictures. A session drives it from its own threads; any thread may call any operation. The owner
-// keeps the pictures: all that Configure gets stays valid as long as the source or its stream exist.
+// keeps the pictures: all that Configure and ReportStarts get stays valid as long as the source or its stream exist.
 //
 // Locks, in the order in which one thread may hold them: the stream's lock of requests, the picture lock, the source's
 // m_cs, the stream's m_cs. GetEvent holds none of them while it waits.
@@ -42,8 +42,8 @@ public:
                       const HANDLE* phFrameTaken, CRITICAL_SECTION* pPictureLock, const BYTE* pPictureBits,
                       const std::atomic<std::uint32_t>* pbEndOfInput, std::uint32_t nFrameCount,
                       const double* pSampleDuration);
-    // From now on each Start that succeeds sets the event *phStarted: pictures can be requested. Called before the
-    // source is started.
+    // From now on each Start that succeeds sets the event *phStarted, and each Stop resets it: pictures can be
+    // requested as long as it is set. Called before the source is started.
     void ReportStarts(const HANDLE* phStarted);
     // Valid after Configure, as long as the source exists.
     const VIDEOINFOHEADER2& GetVideoInfo() const { return m_videoInfo; }
@@ -85,7 +85,6 @@ protected:
 
     const HANDLE* m_phFrameReady = nullptr;
     const HANDLE* m_phFrameTaken = nullptr;
-    const HANDLE* m_phStarted = nullptr;
     const double* m_pSampleDuration = nullptr;  // in milliseconds
     CRITICAL_SECTION* m_pPictureLock = nullptr;
     const BYTE* m_pPictureBits = nullptr;
@@ -97,4 +96,5 @@ protected:
     std::uint32_t m_nHeight = 0;
     VIDEOINFOHEADER2 m_videoInfo = {};
     std::uint32_t m_nFrameCount = UNKNOWN_FRAME_COUNT;
+    const HANDLE* m_phStarted = nullptr;
 };
