@@ -47,7 +47,7 @@ constexpr LONGLONG ROUNDING = 2;
 struct SPlayedFile
 {
     LONGLONG m_llPosition = 0;              // of the last start
-    int m_nOpenRequests = 0;                // for samples, in all plays; also those that the end of the file left
+    int m_nOpenRequests = 0;                // for samples
     std::vector<LONGLONG> m_vTimes;         // of decoding, of the samples since the last start
     std::size_t m_uiDecoded = 0;            // pictures that came from the decoder since then
     int m_nDelivered = 0;                   // pictures that are being passed on
@@ -101,7 +101,12 @@ HRESULT STDMETHODCALLTYPE RequestSample(IMFMediaStream* pStream, IUnknown* pToke
 {
     WithFileOf(pStream, [](SPlayedFile& file) { ++file.m_nOpenRequests; });
     const HRESULT hr = g_pfnRequestSample(pStream, pToken);
-    if (FAILED(hr)) WithFileOf(pStream, [](SPlayedFile& file) { --file.m_nOpenRequests; });
+    if (FAILED(hr))
+    {
+        WithFileOf(pStream, [](SPlayedFile& file) {
+            if (file.m_nOpenRequests > 0) --file.m_nOpenRequests;  // the end may have come meanwhile
+        });
+    }
     return hr;
 }
 
@@ -131,6 +136,8 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     if (FAILED(hr)) return hr;
     const MediaEventType eType = TypeOf(*ppEvent);
     if (eType == MEMediaSample) NoteSample(pStream, *ppEvent);
+    // A session knows that the rest of its requests won't be answered then, and makes new ones after the next start.
+    if (eType == MEEndOfStream) WithFileOf(pStream, [](SPlayedFile& file) { file.m_nOpenRequests = 0; });
     if (eType == MEStreamStarted || eType == MEStreamSeeked)
     {
         // Samples of the play before may have come until now.
