@@ -6,6 +6,7 @@
 
 #include <mfapi.h>
 
+#include "windows_bridge/decoder.h"
 #include "windows_bridge/representation.h"
 #include "windows_bridge/starts.h"
 
@@ -23,7 +24,9 @@ void FillGaps()
     std::call_once(once, [] {
         if (FAILED(MFStartup(MF_VERSION, MFSTARTUP_FULL))) return;
         if (HasRepresentationGap()) FillRepresentationGap();
-        if (IsWine()) FillStartGaps();
+        if (!IsWine()) return;
+        FillDecoderGap();
+        FillStartGaps();
     });
 }
 
