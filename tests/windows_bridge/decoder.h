@@ -6,8 +6,8 @@
 namespace windows_bridge
 {
 
-// From now on a decoder of such pictures decodes them one after the other. To be called once, under Wine, with COM and Media
-// Foundation started.
+// From now on a decoder of such pictures decodes them one after the other. To be called once, under Wine, with COM and
+// Media Foundation started.
 void FillDecoderGap();
 
 }  // namespace windows_bridge
