@@ -181,6 +181,13 @@ TEST_F(Program, MissingFileFolderAndText)
                   strFailed + m_strVideo + "' can't be opened as MP4 video");
 }
 
+// On Windows too, where some programs take a slash for the beginning of an option.
+TEST_F(Program, APathMayBeginWithASlash)
+{
+    ExpectFailure(Run({"info", "/no such folder/x.mp4"}, "GetImageAttributes=-9"),
+                  "GetImageAttributes failed with status -9 (general failure): '/no such folder/x.mp4' doesn't exist");
+}
+
 TEST_F(Program, WrongCommandLines)
 {
     const std::vector<std::vector<std::string>> vWrong = {

@@ -32,6 +32,7 @@ class Program
 public:
     Program()
     {
+        m_app.allow_windows_style_options(false);  // a path may begin with a slash
         m_app.set_version_flag("--version", "qmhost " QMHOST_VERSION);
         m_app
             .add_option("--module", m_strModule,
