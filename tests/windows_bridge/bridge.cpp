@@ -7,6 +7,7 @@
 #include <mfapi.h>
 
 #include "windows_bridge/decoder.h"
+#include "windows_bridge/opening.h"
 #include "windows_bridge/representation.h"
 #include "windows_bridge/starts.h"
 
@@ -26,6 +27,7 @@ void FillGaps()
         if (HasRepresentationGap()) FillRepresentationGap();
         if (!IsWine()) return;
         FillDecoderGap();
+        FillOpeningGap();
         FillStartGaps();
     });
 }

@@ -1,27 +1,14 @@
 #include "windows_bridge/file_source.h"
 
-#include <stdexcept>
-#include <string>
-
 #include <mfapi.h>
+
+#include "windows_bridge/com_calls.h"
 
 namespace windows_bridge
 {
 
 namespace
 {
-
-void Check(HRESULT hr, const char* pszStep)
-{
-    if (FAILED(hr)) throw std::runtime_error(std::string(pszStep) + " failed with " + std::to_string(hr));
-}
-
-template <typename T>
-void Release(T** ppObject)
-{
-    if (*ppObject != nullptr) (*ppObject)->Release();
-    *ppObject = nullptr;
-}
 
 IUnknown* TakeObject(IMFMediaEvent* pEvent)
 {
@@ -57,6 +44,21 @@ CFileSource::~CFileSource()
     Release(&m_pSource);
 }
 
+IMFMediaType* CFileSource::GetType()
+{
+    BOOL bSelected = FALSE;
+    IMFStreamDescriptor* pStream = nullptr;
+    IMFMediaTypeHandler* pHandler = nullptr;
+    IMFMediaType* pType = nullptr;
+    HRESULT hr = m_pDescriptor->GetStreamDescriptorByIndex(0, &bSelected, &pStream);
+    if (SUCCEEDED(hr)) hr = pStream->GetMediaTypeHandler(&pHandler);
+    if (SUCCEEDED(hr)) hr = pHandler->GetCurrentMediaType(&pType);
+    Release(&pHandler);
+    Release(&pStream);
+    Check(hr, "IMFMediaTypeHandler::GetCurrentMediaType");
+    return pType;
+}
+
 void CFileSource::Start(LONGLONG llPosition)
 {
     PROPVARIANT varPosition;
@@ -71,6 +73,23 @@ void CFileSource::Pause()
 {
     Check(m_pSource->Pause(), "IMFMediaSource::Pause");
     AwaitSourceEvent(MESourcePaused, MESourcePaused);
+}
+
+bool CFileSource::EndsWithin(std::chrono::milliseconds time)
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end)
+    {
+        IMFMediaEvent* pEvent = nullptr;
+        MediaEventType eType = MEUnknown;
+        if (SUCCEEDED(m_pSource->GetEvent(MF_EVENT_FLAG_NO_WAIT, &pEvent)))
+            pEvent->GetType(&eType);
+        else
+            Sleep(1);
+        Release(&pEvent);
+        if (eType == MEEndOfPresentation) return true;
+    }
+    return false;
 }
 
 HRESULT CFileSource::PauseAtEnd()

@@ -1,6 +1,7 @@
 // The system's source of a file, driven without a session.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 
 #include <windows.h>
@@ -20,6 +21,9 @@ public:
     CFileSource(const CFileSource&) = delete;
     CFileSource& operator=(const CFileSource&) = delete;
 
+    // Of the first stream. The caller's to release.
+    IMFMediaType* GetType();
+
     // Return when the source has reported it. The position is in units of 100 ns.
     void Start(LONGLONG llPosition);
     void Pause();
@@ -28,6 +32,9 @@ public:
     void RequestSample(IUnknown* pToken);
     // Waits for the next sample of the first stream. The caller's to release.
     IMFSample* AwaitSample();
+
+    // Whether the source reports its end within a time.
+    bool EndsWithin(std::chrono::milliseconds time);
 
     // After the last sample: what a pause gives then.
     HRESULT PauseAtEnd();

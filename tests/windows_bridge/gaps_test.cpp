@@ -1,6 +1,12 @@
-// Which gaps Wine has, and that the bridge fills that of the representation; those of starts show in the tests that
-// read frames. A test that looks for a gap and fails shows that a newer Wine has closed it: what the bridge has for it
-// can go then.
+// Which gaps Wine has, and that the bridge fills those that show here; those of starts show in the tests that read
+// frames. A test that looks for a gap and fails shows that a newer Wine has closed it: what the bridge has for it can
+// go then.
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <initializer_list>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -14,9 +20,12 @@
 #include <uuids.h>
 
 #include "support/ffmpeg.h"
+#include "support/file_contents.h"
+#include "support/mp4_boxes.h"
 #include "support/temporary_folder.h"
 #include "windows_bridge/bridge.h"
 #include "windows_bridge/file_source.h"
+#include "windows_bridge/first_picture.h"
 #include "windows_bridge/representation.h"
 
 namespace
@@ -24,17 +33,53 @@ namespace
 
 using windows_bridge::CFileSource;
 using windows_bridge::IsWine;
+using windows_bridge::SamplesUntilThePicture;
 
 constexpr LONGLONG SECOND = 10'000'000;
 
 // Three seconds, a key picture each.
-std::filesystem::path MakeVideo(const std::filesystem::path& folder)
+std::filesystem::path MakeVideo(const std::filesystem::path& folder, const std::string& sSize = "64x48",
+                                const std::string& sOptions = "")
 {
-    const std::filesystem::path path = folder / "three_seconds.mp4";
-    test_support::RunFfmpeg(
-        "-v error -f lavfi -i testsrc2=s=64x48:r=25:d=3 -c:v libx264 -pix_fmt yuv420p -g 25 -sc_threshold 0 " +
-        test_support::Quoted(path));
+    const std::filesystem::path path = folder / (sSize + ".mp4");
+    test_support::RunFfmpeg("-v error -f lavfi -i testsrc2=r=25:d=3:s=" + sSize +
+                            " -c:v libx264 -pix_fmt yuv420p -g 25 -sc_threshold 0 " + sOptions + " " +
+                            test_support::Quoted(path));
     return path;
+}
+
+// Exit codes of a program that opens a file many times at once.
+constexpr int ALL_OPENED = 0;
+constexpr int NONE_OPENS_ANY_MORE = 3;
+
+// More times at once than the system's work queue has threads, and many times in turn. Ends the program. Its folder
+// stays: threads that wait forever hold the file.
+[[noreturn]] void OpenAtOnce()
+{
+    constexpr int THREADS = 16;
+    constexpr int TURNS = 10;
+    constexpr std::chrono::seconds LIMIT{10};  // of a turn; opening takes milliseconds
+    MFStartup(MF_VERSION, MFSTARTUP_FULL);
+    const test_support::TemporaryFolder folder;
+    const std::filesystem::path path = MakeVideo(folder.Path());
+    std::atomic<int> nOpened = 0;
+    for (int nTurn = 1; nTurn <= TURNS; ++nTurn)
+    {
+        for (int n = 0; n < THREADS; ++n)
+        {
+            std::thread([&path, &nOpened] {
+                const CFileSource source(path);
+                ++nOpened;
+            }).detach();
+        }
+        const auto end = std::chrono::steady_clock::now() + LIMIT;
+        while (nOpened < nTurn * THREADS)
+        {
+            if (std::chrono::steady_clock::now() > end) std::_Exit(NONE_OPENS_ANY_MORE);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    std::_Exit(ALL_OPENED);
 }
 
 IMFMediaType* MakeToken()
@@ -78,6 +123,17 @@ bool StartsBetweenKeyPictures(const std::filesystem::path& path)
     return !bKey;
 }
 
+// Whether a request for a sample that the file has in part only is followed by nothing until the next one.
+bool LeavesARequestUnanswered(const std::filesystem::path& path)
+{
+    CFileSource source(path);
+    source.Start(0);
+    source.RequestSample(nullptr);
+    if (source.EndsWithin(std::chrono::seconds(1))) return false;
+    source.RequestSample(nullptr);
+    return source.EndsWithin(std::chrono::seconds(10));
+}
+
 bool RefusesAPauseAtItsEnd(const std::filesystem::path& path)
 {
     constexpr int SAMPLES = 75;
@@ -91,12 +147,48 @@ bool RefusesAPauseAtItsEnd(const std::filesystem::path& path)
     return source.PauseAtEnd() == MF_E_INVALID_STATE_TRANSITION;
 }
 
+// It ends within its first sample.
+std::filesystem::path MakeCutVideo(const std::filesystem::path& folder)
+{
+    constexpr std::size_t MDAT_HEADER = 8;
+    constexpr std::size_t PART_OF_A_SAMPLE = 16;
+    const std::filesystem::path path = MakeVideo(folder, "48x48", "-movflags +faststart");
+    const auto vFile = test_support::ReadBytes(path);
+    std::filesystem::resize_file(path,
+                                 test_support::FindBox(vFile, "mdat").m_uiHeader + MDAT_HEADER + PART_OF_A_SAMPLE);
+    return path;
+}
+
+// Its width isn't a multiple of 16. Without B pictures nothing keeps a decoder from giving each picture at once.
+std::filesystem::path MakeOddVideo(const std::filesystem::path& folder)
+{
+    return MakeVideo(folder, "70x48", "-bf 0");
+}
+
+// In a program of its own, which the test starts: threads that wait forever can't be ended.
+TEST(OpeningDeathTest, WineStandsStillWhenManyFilesAreOpenedAtOnce)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    EXPECT_EXIT(OpenAtOnce(), testing::ExitedWithCode(NONE_OPENS_ANY_MORE), "")
+        << "windows_bridge/opening.cpp isn't needed any more";
+}
+
+TEST(OpeningDeathTest, ManyFilesAreOpenedAtOnceWithTheBridge)
+{
+    const auto open = [] {
+        windows_bridge::FillGaps();
+        OpenAtOnce();
+    };
+    EXPECT_EXIT(open(), testing::ExitedWithCode(ALL_OPENED), "");
+}
+
 // The tests run in this order, and the gaps stay filled after the first that fills them.
 class Gaps : public testing::Test
 {
 protected:
     static void SetUpTestSuite()
     {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_FULL), S_OK);
         s_bRepresentationGap = windows_bridge::HasRepresentationGap();
         const test_support::TemporaryFolder folder;
@@ -104,21 +196,31 @@ protected:
         s_bRequestGap = ForgetsRequests(path);
         s_bKeyPictureGap = StartsBetweenKeyPictures(path);
         s_bPauseGap = RefusesAPauseAtItsEnd(path);
+        s_bAnswerGap = LeavesARequestUnanswered(MakeCutVideo(folder.Path()));
+        s_bDecoderGap = SamplesUntilThePicture(MakeOddVideo(folder.Path())) > 1;
         windows_bridge::FillGaps();
     }
-    static void TearDownTestSuite() { MFShutdown(); }
+    static void TearDownTestSuite()
+    {
+        MFShutdown();
+        CoUninitialize();
+    }
 
     // Before any was filled.
     static bool s_bRepresentationGap;
     static bool s_bRequestGap;
     static bool s_bKeyPictureGap;
     static bool s_bPauseGap;
+    static bool s_bAnswerGap;
+    static bool s_bDecoderGap;
 };
 
 bool Gaps::s_bRepresentationGap = false;
 bool Gaps::s_bRequestGap = false;
 bool Gaps::s_bKeyPictureGap = false;
 bool Gaps::s_bPauseGap = false;
+bool Gaps::s_bAnswerGap = false;
+bool Gaps::s_bDecoderGap = false;
 
 TEST_F(Gaps, WineRepresentsH264WithoutItsProfile)
 {
@@ -144,6 +246,21 @@ TEST_F(Gaps, WinesSourceRefusesAPauseAtItsEnd)
     EXPECT_TRUE(s_bPauseGap) << "windows_bridge/starts.cpp needn't pause a source at its end any more";
 }
 
+// The one gap here that isn't filled.
+TEST_F(Gaps, WinesSourceLeavesRequestsForCutSamplesUnanswered)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    EXPECT_TRUE(s_bAnswerGap) << "e2e_hostile_test can be run whole";
+}
+
+// That its threads then may disagree on a size comes and goes with their timing, and can't be looked for.
+TEST_F(Gaps, WinesDecoderDecodesSeveralPicturesAtOnce)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    if (std::thread::hardware_concurrency() == 1) GTEST_SKIP() << "one processor";
+    EXPECT_TRUE(s_bDecoderGap) << "windows_bridge/decoder.cpp isn't needed any more";
+}
+
 TEST_F(Gaps, WindowsHasNone)
 {
     if (IsWine()) GTEST_SKIP() << "this is Wine";
@@ -155,6 +272,13 @@ TEST_F(Gaps, WindowsHasNone)
 TEST_F(Gaps, TheRepresentationIsFilled)
 {
     EXPECT_FALSE(windows_bridge::HasRepresentationGap());
+}
+
+TEST_F(Gaps, PicturesOfOddSizesAreDecodedOneAfterTheOther)
+{
+    if (!IsWine()) GTEST_SKIP() << "this is no Wine";
+    const test_support::TemporaryFolder folder;
+    EXPECT_EQ(SamplesUntilThePicture(MakeOddVideo(folder.Path())), 1);
 }
 
 // Through either interface of the type.
