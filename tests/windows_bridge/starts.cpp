@@ -51,6 +51,7 @@ struct SPlayedFile
     std::vector<LONGLONG> m_vTimes;         // of decoding, of the samples since the last start
     std::size_t m_uiDecoded = 0;            // pictures that came from the decoder since then
     int m_nDelivered = 0;                   // pictures that are being passed on
+    bool m_bAtEnd = false;                  // the last start's last sample has come
     bool m_bPausedAtEnd = false;            // since the last start
     bool m_bOver = false;                   // no more are passed on until the next start
     bool m_bStale = false;                  // pictures may come that are of the play before
@@ -59,6 +60,7 @@ struct SPlayedFile
 };
 
 constexpr std::chrono::seconds FIRST_PICTURE_LIMIT{2};
+constexpr std::chrono::milliseconds FIRST_PICTURE_AFTER_END_LIMIT{100};
 constexpr std::chrono::seconds DELIVERY_LIMIT{2};
 
 std::mutex g_Lock;
@@ -137,7 +139,14 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     const MediaEventType eType = TypeOf(*ppEvent);
     if (eType == MEMediaSample) NoteSample(pStream, *ppEvent);
     // A session knows that the rest of its requests won't be answered then, and makes new ones after the next start.
-    if (eType == MEEndOfStream) WithFileOf(pStream, [](SPlayedFile& file) { file.m_nOpenRequests = 0; });
+    if (eType == MEEndOfStream)
+    {
+        WithFileOf(pStream, [](SPlayedFile& file) {
+            file.m_nOpenRequests = 0;
+            file.m_bAtEnd = true;
+        });
+        g_PictureDecoded.notify_all();
+    }
     if (eType == MEStreamStarted || eType == MEStreamSeeked)
     {
         // Samples of the play before may have come until now.
@@ -179,6 +188,7 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
         file.m_llPosition = pvarPosition->hVal.QuadPart;
         file.m_uiDecoded = 0;
         file.m_bOver = false;
+        file.m_bAtEnd = false;
         file.m_bStale = true;
         file.m_bPausedAtEnd = false;
     }
@@ -344,10 +354,15 @@ HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
         if (itSource != g_mapSessions.end())
         {
             IMFMediaSource* const pSource = itSource->second;
-            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, [pSource] {
+            const auto has_decoded = [pSource] {
                 const auto it = g_mapFiles.find(pSource);
                 return it == g_mapFiles.end() || it->second.m_uiDecoded > 0;
-            });
+            };
+            const auto has_decoded_or_ended = [pSource, has_decoded] {
+                return has_decoded() || g_mapFiles.find(pSource)->second.m_bAtEnd;
+            };
+            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, has_decoded_or_ended);
+            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_AFTER_END_LIMIT, has_decoded);
         }
     }
     return g_pfnPauseSession(pSession);
