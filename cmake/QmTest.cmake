@@ -5,7 +5,8 @@
 # processor time under a sanitizer and a second under Wine, for each of some thousand cases. A program of many minutes,
 # whose cases share what takes long to make, is as many entries as SHARDS says in every preset, each with its share of
 # the cases. A program that is known to have ONE_THREAD isn't run under the thread sanitizer, which has nothing to look
-# for in it. In the Windows build, which runs under Wine, the cases and programs in tests/wine_gaps.txt are left out.
+# for in it. In the Windows build, which runs under Wine, the cases in tests/wine_gaps.txt are left out, and an entry
+# left_out.NAME fails when one of them passes.
 if(WIN32)
     set(QM_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for builds without a packaged one")
     set(INSTALL_GTEST OFF CACHE INTERNAL "")
@@ -48,19 +49,14 @@ if(QM_TEST_OPTIMIZATION STREQUAL "-O0" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     qm_set_test_options(test_header)
 endif()
 
-# What tests/wine_gaps.txt leaves of a program, as a filter of GoogleTest's: "-*" for nothing.
-function(qm_cases_under_wine name result)
+# The cases of a program that tests/wine_gaps.txt leaves out, as a pattern of GoogleTest's.
+function(qm_left_out_under_wine name result)
     set(list ${PROJECT_SOURCE_DIR}/tests/wine_gaps.txt)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
     file(STRINGS ${list} lines REGEX "^${name} ")
     list(TRANSFORM lines REPLACE "^[^ ]+ +([^ ]+) .*" "\\1")
-    list(JOIN lines ":" filter)
-    if(filter MATCHES "^[+]")
-        string(SUBSTRING "${filter}" 1 -1 filter)
-    elseif(filter)
-        string(PREPEND filter "-")
-    endif()
-    set(${result} "${filter}" PARENT_SCOPE)
+    list(JOIN lines ":" pattern)
+    set(${result} "${pattern}" PARENT_SCOPE)
 endfunction()
 
 function(qm_add_test name)
@@ -74,12 +70,14 @@ function(qm_add_test name)
         target_precompile_headers(${name} REUSE_FROM test_header)
     endif()
     qm_set_test_options(${name})
-    set(cases "")
+    set(left_out "")
     if(WIN32)
-        qm_cases_under_wine(${name} cases)
-        if(cases STREQUAL "-*")
-            return()
-        endif()
+        qm_left_out_under_wine(${name} left_out)
+    endif()
+    if(left_out)
+        add_test(NAME left_out.${name}
+            COMMAND bash ${PROJECT_SOURCE_DIR}/tests/windows_bridge/check-left-out $<TARGET_FILE:${name}>)
+        set_tests_properties(left_out.${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
     endif()
     if(ARG_ONE_THREAD AND QM_SANITIZE STREQUAL "thread")
         return()
@@ -103,8 +101,8 @@ function(qm_add_test name)
             # The programs that may take longest start first, so that none of them is left alone at the end.
             set_tests_properties(${test} PROPERTIES TIMEOUT ${limit} COST ${ARG_TIMEOUT}
                 ENVIRONMENT "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${shard}")
-            if(cases)
-                set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "GTEST_FILTER=${cases}")
+            if(left_out)
+                set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "GTEST_FILTER=-${left_out}")
             endif()
         endforeach()
     else()
