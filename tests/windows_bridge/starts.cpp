@@ -51,7 +51,7 @@ struct SPlayedFile
     std::vector<LONGLONG> m_vTimes;         // of decoding, of the samples since the last start
     std::size_t m_uiDecoded = 0;            // pictures that came from the decoder since then
     int m_nDelivered = 0;                   // pictures that are being passed on
-    bool m_bAtEnd = false;                  // the last start's last sample has come
+    bool m_bEndedWithoutSamples = false;    // since the last start
     bool m_bPausedAtEnd = false;            // since the last start
     bool m_bOver = false;                   // no more are passed on until the next start
     bool m_bStale = false;                  // pictures may come that are of the play before
@@ -60,7 +60,6 @@ struct SPlayedFile
 };
 
 constexpr std::chrono::seconds FIRST_PICTURE_LIMIT{2};
-constexpr std::chrono::milliseconds FIRST_PICTURE_AFTER_END_LIMIT{100};
 constexpr std::chrono::seconds DELIVERY_LIMIT{2};
 
 std::mutex g_Lock;
@@ -143,7 +142,7 @@ HRESULT STDMETHODCALLTYPE EndStreamEvent(IMFMediaStream* pStream, IMFAsyncResult
     {
         WithFileOf(pStream, [](SPlayedFile& file) {
             file.m_nOpenRequests = 0;
-            file.m_bAtEnd = true;
+            file.m_bEndedWithoutSamples = file.m_vTimes.empty();
         });
         g_PictureDecoded.notify_all();
     }
@@ -188,7 +187,7 @@ HRESULT STDMETHODCALLTYPE StartSource(IMFMediaSource* pSource, IMFPresentationDe
         file.m_llPosition = pvarPosition->hVal.QuadPart;
         file.m_uiDecoded = 0;
         file.m_bOver = false;
-        file.m_bAtEnd = false;
+        file.m_bEndedWithoutSamples = false;
         file.m_bStale = true;
         file.m_bPausedAtEnd = false;
     }
@@ -345,7 +344,8 @@ HRESULT STDMETHODCALLTYPE StartSession(IMFMediaSession* pSession, const GUID* pg
     return g_pfnStartSession(pSession, pguidFormat, pvarPosition);
 }
 
-// A decoder that is emptied before its first picture may give none afterwards.
+// A decoder that is emptied before its first picture may give none afterwards. Without samples there is none to wait
+// for.
 HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
 {
     {
@@ -354,15 +354,10 @@ HRESULT STDMETHODCALLTYPE PauseSession(IMFMediaSession* pSession)
         if (itSource != g_mapSessions.end())
         {
             IMFMediaSource* const pSource = itSource->second;
-            const auto has_decoded = [pSource] {
+            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, [pSource] {
                 const auto it = g_mapFiles.find(pSource);
-                return it == g_mapFiles.end() || it->second.m_uiDecoded > 0;
-            };
-            const auto has_decoded_or_ended = [pSource, has_decoded] {
-                return has_decoded() || g_mapFiles.find(pSource)->second.m_bAtEnd;
-            };
-            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_LIMIT, has_decoded_or_ended);
-            g_PictureDecoded.wait_for(lock, FIRST_PICTURE_AFTER_END_LIMIT, has_decoded);
+                return it == g_mapFiles.end() || it->second.m_uiDecoded > 0 || it->second.m_bEndedWithoutSamples;
+            });
         }
     }
     return g_pfnPauseSession(pSession);
