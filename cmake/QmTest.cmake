@@ -86,7 +86,7 @@ function(qm_add_test name)
         if(NOT ARG_SHARDS)
             set(ARG_SHARDS 1)
         endif()
-        # A program runs for two minutes at most under Wine, on a quiet machine.
+        # A program runs for two and a half minutes at most under Wine, on a quiet machine.
         set(limit 1200)
         if(WIN32)
             set(limit 500)

@@ -1,4 +1,4 @@
-// How the system's H.264 decoder begins.
+// How many samples the system's H.264 decoder takes before its first picture.
 #pragma once
 
 #include <filesystem>
